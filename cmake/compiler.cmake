@@ -1,0 +1,34 @@
+# SPDX-License-Identifier: MIT
+# What everything of ours is compiled with.
+add_library(zav_compiler INTERFACE)
+set_property(TARGET zav_compiler PROPERTY EXPORT_NAME compiler)
+
+target_compile_options(zav_compiler INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wformat=2 -Wundef
+    -Wnull-dereference -Wcast-align -Wcast-qual
+    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast>
+    -ffunction-sections -fdata-sections)
+target_link_options(zav_compiler INTERFACE -Wl,--gc-sections)
+
+if(ZAV_WERROR)
+    target_compile_options(zav_compiler INTERFACE -Werror)
+endif()
+
+if(CMAKE_BUILD_TYPE STREQUAL "Release")
+    # Overflows end the process, stacks and the heap are guarded, nothing is writable and executable.
+    target_compile_options(zav_compiler INTERFACE
+        -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong -fstack-clash-protection
+        -fcf-protection)
+    target_link_options(zav_compiler INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
+endif()
+
+if(ZAV_SANITIZERS)
+    target_compile_options(zav_compiler INTERFACE
+        -fsanitize=${ZAV_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(zav_compiler INTERFACE -fsanitize=${ZAV_SANITIZERS})
+endif()
+
+if(ZAV_COVERAGE)
+    target_compile_options(zav_compiler INTERFACE --coverage -fprofile-update=atomic)
+    target_link_options(zav_compiler INTERFACE --coverage)
+endif()

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: MIT
+#include "disks/disk_operations.h"
+
+#include "frame/command.h"
+#include "frame/text.h"
+
+#include <algorithm>
+#include <string_view>
+
+namespace zav {
+
+namespace {
+
+constexpr char add_command[] = "/usr/local/bin/hotspare -a /dev/%s";
+constexpr char remove_command[] = "/usr/local/bin/hotspare -r /dev/%s";
+constexpr char format_command[] = "/usr/local/bin/diskformat /dev/%s";
+
+/// Runs a command about a disk. The result is that of the log call, which is 0, and so is success:
+/// a failed command is not reported further.
+int run_for_disk(std::string_view disk, const std::string& command) {
+    constexpr int not_started = -1;
+    const bool is_plain = !disk.empty() && std::ranges::all_of(disk, is_letter_or_digit);
+    const int status = is_plain ? run_command(command) : not_started;
+    return status == 0 ? 0 : log_command_failure(command, status);
+}
+
+} // namespace
+
+int hotspare_command(const char* disk, int mode) {
+    switch (mode) {
+    case 1:
+        return run_for_disk(disk, format_text(add_command, disk));
+    case -1:
+        return run_for_disk(disk, format_text(remove_command, disk));
+    default:
+        return mode + 1;
+    }
+}
+
+int disk_format(const char* disk) {
+    constexpr std::string_view directory = "/dev/";
+    const bool has_directory = std::string_view(disk).starts_with(directory);
+    const char* name = has_directory ? disk + directory.size() : disk;
+    return run_for_disk(name, format_text(format_command, name));
+}
+
+} // namespace zav

@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: MIT
+#include "frame/applets.h"
+
+#include "frame/applet_texts.h"
+#include "frame/version.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+namespace zav {
+
+namespace {
+
+constexpr std::uint32_t usr_bin = 3;
+constexpr std::array<const char*, 5> install_directories = {"", "/bin", "/sbin", "/usr/bin",
+                                                            "/usr/sbin"};
+constexpr char no_help_mark = '\b';
+
+int not_available_main(int argc, char** argv);
+
+constexpr std::array<Applet, 8> table = {{
+    {"diskmanage", not_available_main, usr_bin, 0},
+    {"disksmart", not_available_main, usr_bin, 0},
+    {"fsmanage", not_available_main, usr_bin, 0},
+    {"lvmanage", not_available_main, usr_bin, 0},
+    {"mdmanage", mdmanage_main, usr_bin, 0},
+    {"netmanage", not_available_main, usr_bin, 0},
+    {"sharemanage", not_available_main, usr_bin, 0},
+    {"vgmanage", not_available_main, usr_bin, 0},
+}};
+
+// One run is one applet.
+const Applet* current_applet = nullptr;
+const char* current_applet_name = "";
+
+const Applet* find_applet(const char* name) {
+    const auto* found = std::ranges::find_if(
+        table, [name](const Applet& applet) { return std::strcmp(applet.name, name) == 0; });
+    return found != table.end() ? found : nullptr;
+}
+
+/// An applet that this version announces but does not have yet. Its options are parsed, so that
+/// its usage is shown where it will be.
+int not_available_main(int argc, char** argv) {
+    constexpr int exit_not_available = 70;
+    const char* ignored = nullptr;
+    zav_getopt(argc, argv, applet_options(argv[0]),
+               {&ignored, &ignored, &ignored, &ignored, &ignored, &ignored, &ignored});
+    std::fprintf(stderr, "zavbox: %s is not available yet\n", argv[0]);
+    return exit_not_available;
+}
+
+} // namespace
+
+std::span<const Applet> applets() {
+    return table;
+}
+
+const OptionSettings& applet_options(const char* name) {
+    const Applet* applet = find_applet(name);
+    return applet_texts()[applet != nullptr ? static_cast<std::size_t>(applet - table.data()) : 0]
+        .options;
+}
+
+const char* install_directory(const Applet& applet) {
+    return install_directories.at(applet.install_location);
+}
+
+void set_current_applet_name(const char* path) {
+    const char* slash = std::strrchr(path, '/');
+    current_applet_name = slash != nullptr ? slash + 1 : path;
+}
+
+void applet_run(const char* name, int argc, char** argv) {
+    current_applet = find_applet(name);
+    if (current_applet == nullptr) {
+        return;
+    }
+    current_applet_name = current_applet->name;
+    if (argc == 2 && std::strcmp(argv[1], "--help") == 0) {
+        applet_usage_show();
+    }
+    std::exit(current_applet->main(argc, argv));
+}
+
+void applet_usage_show() {
+    // Without an applet the first usage of all is shown.
+    const std::size_t index =
+        current_applet != nullptr ? static_cast<std::size_t>(current_applet - table.data()) : 0;
+    const char* usage = applet_texts()[index].usage;
+    if (usage[0] == no_help_mark) {
+        std::printf("zavbox\n\nNo help available.\n\n");
+    } else {
+        std::printf("zavbox %s\n\nUsage: %s %s\n\n", zavbox_version, current_applet_name, usage);
+    }
+    std::exit(0);
+}
+
+} // namespace zav

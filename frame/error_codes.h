@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// Every negative code that a function of the library or a command returns. A command's exit
+/// status is its code modulo 256; the line "for errno '%d'" on standard output has the code itself.
+#pragma once
+
+namespace zav::error {
+
+// Arguments of a command.
+inline constexpr int bad_channel = -111;
+inline constexpr int bad_device = -121;
+inline constexpr int bad_array_name = -127; ///< also: no array of that name, in look-ups by name
+inline constexpr int bad_raid_level = -130;
+
+// Disks.
+inline constexpr int no_such_disk = -202;
+inline constexpr int no_disk_list = -205;
+
+// Volume groups.
+inline constexpr int no_group_list = -304;
+
+// The file of reserved array names.
+inline constexpr int reservation_unread = -401;
+inline constexpr int reservation_not_locked = -403;
+inline constexpr int name_reserved = -404;
+inline constexpr int reservation_held = -405; ///< another process has the lock
+inline constexpr int reservation_not_opened = -406;
+inline constexpr int reservation_unwritten = -407;
+
+// Arrays, as mdmanage reports them.
+inline constexpr int missing_disk_not_found = -410;
+inline constexpr int array_details_unread = -411;
+inline constexpr int name_not_reserved = -412;
+inline constexpr int array_not_stopped = -415;
+inline constexpr int array_not_created = -416;
+inline constexpr int disk_not_added = -417;
+inline constexpr int disk_not_removed = -418;
+inline constexpr int array_not_recovered = -419;
+inline constexpr int array_inactive = -421;
+inline constexpr int no_array_list = -422;
+inline constexpr int no_such_array = -423;
+
+// State of the system.
+inline constexpr int model_unread = -1001;
+inline constexpr int power_unread = -1002;
+inline constexpr int power_tool_unread = -1003;
+inline constexpr int start_time_unread = -1004;
+inline constexpr int time_unread = -1005;
+inline constexpr int host_name_unread = -1006;
+inline constexpr int hardware_version_unread = -1007;
+inline constexpr int software_version_unread = -1008;
+inline constexpr int fan_speed_unread = -1009;
+inline constexpr int temperature_unread = -1010;
+
+// Files of the kernel and output of the tools.
+inline constexpr int partitions_unread = -1020;
+inline constexpr int controller_directory_unread = -1021;
+inline constexpr int controller_status_unread = -1022;
+inline constexpr int disk_tool_output_unread = -1023; ///< the hot-spare list or df
+inline constexpr int hotspare_line_missing = -1024;
+inline constexpr int controller_scan_unread = -1025;
+inline constexpr int array_output_unread = -1030;
+inline constexpr int array_key_missing = -1031;
+inline constexpr int array_directory_unread = -1032;
+inline constexpr int array_status_unread = -1033;
+inline constexpr int group_output_unread = -1040;
+
+// Checks of the array operations.
+inline constexpr int disk_used = -2030;
+inline constexpr int array_name_used = -2031;
+inline constexpr int unknown_raid_type = -2032;
+inline constexpr int wrong_disk = -2033; ///< no such channel on the device, or not in the array
+inline constexpr int wrong_disk_count = -2034;
+inline constexpr int array_carries_group = -2035;
+inline constexpr int disk_not_faulty = -2036;
+inline constexpr int level_without_change = -2037; ///< the level takes and gives up no disks
+inline constexpr int unknown_array = -2038;
+
+inline constexpr int command_failed = -11000;
+inline constexpr int group_model_unread = -11001;
+
+} // namespace zav::error
+
+namespace zav::key_value_error {
+
+// Results of the sectioned key/value files; callers turn them into codes of their own.
+inline constexpr int no_section = -1;
+inline constexpr int no_key = -2;
+inline constexpr int not_opened = -10;
+inline constexpr int not_created = -11;
+inline constexpr int unread = -12;
+inline constexpr int unwritten = -13;
+inline constexpr int malformed = -14;
+inline constexpr int too_long = -22;
+
+} // namespace zav::key_value_error

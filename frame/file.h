@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// Files: descriptors that close themselves and are never inherited, whole-file locks, whole reads.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <sys/types.h>
+#include <utility>
+#include <vector>
+
+namespace zav {
+
+class FileDescriptor {
+  public:
+    FileDescriptor() = default;
+    explicit FileDescriptor(int fd) : fd_(fd) {}
+    FileDescriptor(FileDescriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept {
+        std::swap(fd_, other.fd_);
+        return *this;
+    }
+    ~FileDescriptor() { close(); }
+
+    /// Opens with open(2), close-on-exec always added.
+    static FileDescriptor open(const char* path, int flags, mode_t mode = 0);
+
+    explicit operator bool() const { return fd_ >= 0; }
+    [[nodiscard]] int get() const { return fd_; }
+
+    /// False when the last of what was written could not be kept.
+    bool close();
+
+  private:
+    int fd_ = -1;
+};
+
+/// Everything the file holds. Nothing when it cannot be opened or read; errno says why.
+std::optional<std::string> read_file(const char* path);
+
+/// At most `limit` bytes of it.
+std::optional<std::string> read_file(const char* path, std::size_t limit);
+
+/// What is left to read from `fd`, at most `limit` bytes.
+std::optional<std::string> read_rest(int fd, std::size_t limit);
+
+/// False on a write error; errno says why.
+bool write_all(int fd, std::string_view text);
+
+/// Writes the content of `source` over `target`, which keeps its mode, owner and inode.
+/// 0, or key_value_error::not_created.
+int copy_file(const char* source, const char* target);
+
+/// Whether `path` still names the file that `fd` has open.
+bool names_open_file(const char* path, int fd);
+
+/// The entries of a directory in the directory's own order, without "." and "..".
+/// Nothing when it cannot be opened.
+std::optional<std::vector<std::string>> directory_entries(const char* path);
+
+enum class LockResult { locked, held_by_other, failed };
+
+/// Write-locks the whole file, waiting for it. False when it cannot be locked.
+bool lock_and_wait(int fd);
+
+/// Write-locks the whole file unless a lock of another process is on it.
+LockResult try_lock(int fd);
+
+void unlock(int fd);
+
+} // namespace zav

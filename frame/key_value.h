@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// Sectioned text files: "[section]" lines, each followed by "key = value" lines. ";" begins a
+/// comment line; a line that ends in "+" goes on on the next.
+///
+/// Lines are read byte by byte: carriage returns are dropped, a line feed or NUL ends a line, a
+/// form feed or Ctrl-Z ends it and belongs to it, and after 511 characters a new line begins.
+#pragma once
+
+#include <cstddef>
+
+namespace zav {
+
+/// Reads a value: whole when it is shorter than `room`, else its first `room` - 1 characters.
+/// 0, or a code of key_value_error; then `value` is as it was.
+int key_value_get(const char* path, const char* section, const char* key, char* value,
+                  std::size_t room);
+
+/// The same with the buffer first.
+int key_value_get(char* value, std::size_t room, const char* path, const char* section,
+                  const char* key);
+
+/// Sets a key in its place, or directly after the section's header when the section lacks it. A
+/// missing section, or file, is appended. The file keeps its mode and owner, and its content when
+/// it cannot be written whole. 0, or a code of key_value_error.
+int key_value_set(const char* path, const char* section, const char* key, const char* value);
+
+/// Takes `item` out of a value of at most 127 characters. An item that begins with a letter or a
+/// digit only ever empties a value that equals it; otherwise its first character is the separator
+/// of the list, and the rest the element to drop. 0, or a code of key_value_error.
+int key_value_remove(const char* item, const char* path, const char* section, const char* key);
+
+} // namespace zav

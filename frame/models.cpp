@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+#include "frame/models.h"
+
+#include <algorithm>
+#include <array>
+
+namespace zav {
+
+namespace {
+
+struct Model {
+    std::string_view name;
+    int fans;
+};
+
+constexpr std::array<Model, 14> models = {{
+    {"KOR7206LB", 7},
+    {"KOR7206L", 6},
+    {"KOR7206G", 6},
+    {"KOR7206H", 6},
+    {"KOR7206L_BS", 6},
+    {"KOR7206G_BS", 6},
+    {"KOR7206H_BS", 6},
+    {"VEL7206P", 7},
+    {"VEL7206X", 6},
+    {"VEL7205X", 6},
+    {"VEL7205E", 6},
+    {"VEL7205P", 8},
+    {"VEL7205U", 6},
+    {"VEL7205A", 6},
+}};
+
+} // namespace
+
+std::optional<int> fan_count(std::string_view model) {
+    const auto* found = std::ranges::find(models, model, &Model::name);
+    return found == models.end() ? std::nullopt : std::optional(found->fans);
+}
+
+bool is_server_family(std::string_view model) {
+    return model.starts_with("KOR");
+}
+
+} // namespace zav

@@ -1,0 +1,145 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// The list that holds every kind of record: circular, doubly linked through a link inside the
+/// record, with a sentinel for its head. A record type has its link as the last field, named
+/// `link`, and a record owns what is in its own lists.
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+#include <iterator>
+#include <memory>
+#include <type_traits>
+
+namespace zav {
+
+struct ListLink {
+    ListLink* next = this;
+    ListLink* previous = this;
+
+    ListLink() = default;
+    // A copied record is in no list.
+    ListLink(const ListLink&) : ListLink() {}
+    ListLink& operator=(const ListLink&) { return *this; }
+
+    void insert_before(ListLink& other) {
+        next = &other;
+        previous = other.previous;
+        previous->next = this;
+        other.previous = this;
+    }
+    void unlink() {
+        previous->next = next;
+        next->previous = previous;
+        next = previous = this;
+    }
+};
+
+/// A list that owns its records. Records are added at the end and read from the front.
+template <class Record>
+class RecordList {
+    template <class Value>
+    class Iterator {
+      public:
+        using iterator_category = std::forward_iterator_tag;
+        using value_type = Record;
+        using difference_type = std::ptrdiff_t;
+        using pointer = Value*;
+        using reference = Value&;
+
+        Iterator() = default;
+        explicit Iterator(ListLink* at) : at_(at) {}
+        reference operator*() const { return record_of(*at_); }
+        pointer operator->() const { return &record_of(*at_); }
+        Iterator& operator++() {
+            at_ = at_->next;
+            return *this;
+        }
+        Iterator operator++(int) {
+            const Iterator before = *this;
+            ++*this;
+            return before;
+        }
+        bool operator==(const Iterator&) const = default;
+
+      private:
+        ListLink* at_ = nullptr;
+    };
+
+  public:
+    using iterator = Iterator<Record>;
+    using const_iterator = Iterator<const Record>;
+
+    RecordList() = default;
+    RecordList(const RecordList&) = delete;
+    RecordList& operator=(const RecordList&) = delete;
+    ~RecordList() { clear(); }
+
+    /// A new record at the end; the list owns it.
+    Record& append(std::unique_ptr<Record> record = std::make_unique<Record>()) {
+        Record* added = record.release();
+        added->link.insert_before(head_);
+        return *added;
+    }
+
+    /// Destroys every record, and with each its own lists.
+    void clear() {
+        while (!empty()) {
+            const std::unique_ptr<Record> first(&record_of(*head_.next));
+            first->link.unlink();
+        }
+    }
+
+    [[nodiscard]] bool empty() const { return head_.next == &head_; }
+    [[nodiscard]] std::size_t size() const {
+        return static_cast<std::size_t>(std::distance(begin(), end()));
+    }
+    iterator begin() { return iterator(head_.next); }
+    iterator end() { return iterator(&head_); }
+    [[nodiscard]] const_iterator begin() const { return const_iterator(head_.next); }
+    [[nodiscard]] const_iterator end() const { return const_iterator(&head_); }
+
+  private:
+    /// A record is found from its link by a fixed distance.
+    static Record& record_of(ListLink& link) {
+        static_assert(std::is_standard_layout_v<Record>);
+        return *reinterpret_cast<Record*>(reinterpret_cast<char*>(&link) - offsetof(Record, link));
+    }
+
+    // Even a list that is only read hands out the links of its records.
+    mutable ListLink head_;
+};
+
+/// Shows a list: one call of `show_row` for each record. A missing list is `missing` on standard
+/// output.
+template <class List, class ShowRow>
+void show_list(List* list, ShowRow show_row, const char* missing = "Can't show NULL list") {
+    if (list == nullptr) {
+        std::puts(missing);
+        return;
+    }
+    for (auto& record : *list) {
+        show_row(record);
+    }
+}
+
+/// Empties a list. Returns 0, or -1 after printing `missing` when there is no list. The misspelt
+/// word is what the front end knows: it stays.
+template <class Record>
+int destroy_list(RecordList<Record>* list, const char* missing = "Can't destory NULL list") {
+    if (list == nullptr) {
+        std::puts(missing);
+        return -1;
+    }
+    list->clear();
+    return 0;
+}
+
+/// The generic element: a link and a pointer to data kept elsewhere, freed with it.
+template <class Data>
+struct Boxed {
+    std::unique_ptr<Data> data;
+    ListLink link;
+};
+
+} // namespace zav

@@ -1,0 +1,198 @@
+// SPDX-License-Identifier: MIT
+#include "frame/text.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+
+namespace zav {
+
+namespace {
+
+constexpr std::size_t field_work_size = 255;
+constexpr std::size_t piece_size = 255;
+
+char to_lower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+/// Where token `index` of `text` begins, or npos.
+std::size_t token_start(std::string_view text, std::string_view separators, std::size_t index) {
+    std::size_t start = text.find_first_not_of(separators);
+    for (; index > 0 && start != std::string_view::npos; --index) {
+        const std::size_t end = text.find_first_of(separators, start);
+        start = text.find_first_not_of(separators, end);
+    }
+    return start;
+}
+
+} // namespace
+
+std::string format_text(const char* format, ...) {
+    va_list measured;
+    va_list printed;
+    va_start(measured, format);
+    va_copy(printed, measured);
+    const int length = std::vsnprintf(nullptr, 0, format, measured);
+    va_end(measured);
+    std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
+    std::vsnprintf(text.data(), text.size() + 1, format, printed);
+    va_end(printed);
+    return text;
+}
+
+std::string_view trim_right(std::string_view text) {
+    return text.substr(0, text.find_last_not_of(" \r\n") + 1);
+}
+
+std::string_view skip_blanks(std::string_view text) {
+    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+    return text;
+}
+
+std::string_view trim(std::string_view text) {
+    text.remove_prefix(std::min(text.find_first_not_of(white_space), text.size()));
+    return text.substr(0, text.find_last_not_of(white_space) + 1);
+}
+
+std::string_view cut_at(std::string_view text, std::string_view separators) {
+    return text.substr(0, text.find_first_of(separators));
+}
+
+void copy_bounded(char* destination, std::size_t size, const char* source) {
+    if (destination == nullptr || source == nullptr || *source == '\0' || size == 0) {
+        return;
+    }
+    const std::size_t count = std::min(std::strlen(source), size - 1);
+    std::memmove(destination, source, count);
+    destination[count] = '\0';
+}
+
+std::vector<std::string_view> split(std::string_view text, std::string_view separators) {
+    std::vector<std::string_view> pieces;
+    std::size_t start = text.find_first_not_of(separators);
+    while (start != std::string_view::npos) {
+        const std::size_t end = text.find_first_of(separators, start);
+        pieces.push_back(text.substr(start, end - start));
+        start = text.find_first_not_of(separators, end);
+    }
+    return pieces;
+}
+
+std::optional<std::string_view> get_field(std::string_view text, std::string_view separators,
+                                          std::size_t index) {
+    const std::size_t start = token_start(text.substr(0, field_work_size), separators, index);
+    if (start == std::string_view::npos) {
+        return std::nullopt;
+    }
+    text.remove_prefix(start);
+    text.remove_prefix(std::min(text.find_first_not_of(white_space), text.size()));
+    return text;
+}
+
+std::string_view field(std::string_view text, std::string_view separators, std::size_t index) {
+    return cut_at(get_field(text, separators, index).value_or(""), separators);
+}
+
+std::uint64_t decimal(std::string_view text) {
+    constexpr auto largest = std::numeric_limits<std::uint64_t>::max();
+    text.remove_prefix(std::min(text.find_first_not_of(white_space), text.size()));
+    std::uint64_t number = 0;
+    for (const char c : text) {
+        if (!is_digit(c)) {
+            break;
+        }
+        const auto digit = static_cast<std::uint64_t>(c - '0');
+        if (number > (largest - digit) / 10) {
+            return largest;
+        }
+        number = number * 10 + digit;
+    }
+    return number;
+}
+
+int decimal_int(std::string_view text) {
+    constexpr int largest = std::numeric_limits<int>::max();
+    return static_cast<int>(std::min<std::uint64_t>(decimal(text), largest));
+}
+
+bool is_digit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+bool is_letter_or_digit(char c) {
+    const char lower = to_lower(c);
+    return is_digit(c) || (lower >= 'a' && lower <= 'z');
+}
+
+bool starts_with_ignoring_case(std::string_view text, std::string_view start) {
+    return text.size() >= start.size() && equal_ignoring_case(text.substr(0, start.size()), start);
+}
+
+bool equal_ignoring_case(std::string_view left, std::string_view right) {
+    return std::ranges::equal(left, right, {}, to_lower, to_lower);
+}
+
+bool is_plain_name(std::string_view text) {
+    return !text.empty() && is_letter_or_digit(text.front()) &&
+           std::ranges::all_of(text, [](char c) {
+               return is_letter_or_digit(c) || c == '_' || c == '-' || c == '.' || c == '+';
+           });
+}
+
+bool LinePieces::next(std::string_view& piece) {
+    if (rest_.empty()) {
+        return false;
+    }
+    starts_line_ = next_starts_line_;
+    const std::size_t feed = rest_.substr(0, piece_size).find('\n');
+    next_starts_line_ = feed != std::string_view::npos;
+    piece = rest_.substr(0, next_starts_line_ ? feed : piece_size);
+    rest_.remove_prefix(piece.size() + (next_starts_line_ ? 1 : 0));
+    piece = piece.substr(0, piece.find('\0'));
+    return true;
+}
+
+bool CountedLines::next(std::string_view& line) {
+    std::string_view piece;
+    while (pieces_.next(piece)) {
+        piece.remove_prefix(std::min(piece.find_first_not_of(white_space), piece.size()));
+        line = trim_right(piece);
+        if (!line.empty()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::optional<std::string_view> get_line(std::string_view file, const char* key,
+                                         std::size_t occurrence, std::string_view separators,
+                                         std::size_t room) {
+    CountedLines lines(file);
+    std::string_view line;
+    while (lines.next(line)) {
+        if (key != nullptr && trim(cut_at(line, separators)) != key) {
+            continue;
+        }
+        if (occurrence == 0) {
+            return line.substr(0, room > 0 ? room - 1 : 0);
+        }
+        --occurrence;
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string_view> get_value_from_file(std::string_view file, const char* key,
+                                                    std::size_t occurrence,
+                                                    std::string_view separators) {
+    const auto line = get_line(file, key, occurrence, separators);
+    if (!line) {
+        return std::nullopt;
+    }
+    const std::size_t separator = line->find_first_of(separators);
+    return separator == std::string_view::npos ? "" : skip_blanks(line->substr(separator + 1));
+}
+
+} // namespace zav

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// The tests that array operations make on their member lists. They touch nothing.
+#pragma once
+
+#include "disks/disk_record.h"
+#include "volgroups/group_record.h"
+
+#include <string>
+#include <string_view>
+
+namespace zav {
+
+/// Translates a list of channels on a device into kernel names, in the order of the disk list. A
+/// list that is one kernel name is taken too. The list is rewritten only when just `expected` disks
+/// match. Returns how many do.
+int ch_to_disks(const disk_list& disks, std::string& list, std::string_view device, int expected);
+
+/// Whether an entry of `added` is an entry of `existing` without its mark.
+bool lists_overlap(std::string_view existing, std::string_view added);
+
+/// The entry of a member list that is `name` with or without a mark; empty when there is none.
+std::string_view find_member(std::string_view members, std::string_view name);
+
+/// Whether a physical volume of any group is an entry of the list of kernel names.
+bool is_used_in_volume(std::string_view list, const vginfo_list& groups, const disk_list& disks);
+
+} // namespace zav

@@ -1,0 +1,281 @@
+// SPDX-License-Identifier: MIT
+#include "raid/array_creation.h"
+
+#include "disks/disk_discovery.h"
+#include "disks/disk_operations.h"
+#include "frame/checks.h"
+#include "frame/command.h"
+#include "frame/error_codes.h"
+#include "frame/text.h"
+#include "raid/array_checks.h"
+#include "raid/array_commands.h"
+#include "raid/array_discovery.h"
+#include "volgroups/group_discovery.h"
+
+#include <algorithm>
+#include <array>
+#include <sys/utsname.h>
+
+namespace zav {
+
+namespace {
+
+struct Level {
+    std::string_view type;
+    int number;
+    int fewest_disks;
+    int most_disks;
+};
+
+constexpr int most_disks = 16;
+
+// A mirror is of two disks: the product is sold so.
+constexpr std::array<Level, 5> levels = {{
+    {raid_type::raid1, 1, 2, 2},
+    {raid_type::raid5, 5, 3, most_disks},
+    {raid_type::raid6, 6, 4, most_disks},
+    {raid_type::raid0, 0, 2, most_disks},
+    {raid_type::linear, 0, 2, most_disks},
+}};
+constexpr Level other_level = {"", 0, 2, most_disks};
+
+// Every type that is not listed is made again as level 0, a mirror too: appliances in the field
+// count on what recovery has always run.
+constexpr std::array<Level, 2> recreated_levels = {{
+    {raid_type::raid5, 5, 3, most_disks},
+    {raid_type::raid6, 6, 4, most_disks},
+}};
+
+// From this kernel on the bitmap of a RAID-5 is safe to use.
+constexpr long last_kernel_without_bitmap = 2006029;
+
+template <std::size_t Count>
+Level find_level(std::string_view type, const std::array<Level, Count>& known) {
+    const auto* found = std::ranges::find(known, type, &Level::type);
+    return found != known.end() ? *found : other_level;
+}
+
+int count_items(std::string_view list) {
+    return static_cast<int>(split(list, ",").size());
+}
+
+/// 0, or error::wrong_disk_count with a message.
+int check_count(int count, const Level& level, std::string_view type) {
+    if (count >= level.fewest_disks && count <= level.most_disks) {
+        return 0;
+    }
+    log_error("disks num %d exceed [%d, %d] in %s", count, level.fewest_disks, level.most_disks,
+              std::string(type).c_str());
+    return error::wrong_disk_count;
+}
+
+/// sda,sdb as /dev/sda /dev/sdb.
+std::string device_list(std::string_view disks) {
+    std::string devices;
+    for (const std::string_view disk : split(disks, ",")) {
+        devices.append(devices.empty() ? "/dev/" : " /dev/").append(disk);
+    }
+    return devices;
+}
+
+long running_kernel_version() {
+    utsname system = {};
+    return ::uname(&system) == 0 ? kernel_version(system.release) : -1;
+}
+
+/// What a creation looks at. The disks' names are those of the record's channels.
+struct Creation {
+    mdinfo& array;
+    disk_list disks;
+    mdinfo_list arrays;
+    std::string members;
+};
+
+/// The number behind "md" of an array's name.
+int array_number(std::string_view name) {
+    return decimal_int(name.substr(std::min<std::size_t>(2, name.size())));
+}
+
+int get_lists(Creation& creation) {
+    if (get_disk_list(creation.disks) != 0) {
+        return log_return(error::no_disk_list);
+    }
+    return get_mdinfo(creation.arrays) == 0 ? 0 : log_return(error::no_array_list);
+}
+
+int translate_members(Creation& creation) {
+    const mdinfo& array = creation.array;
+    creation.members = array.members.view();
+    const int count = count_items(creation.members);
+    if (ch_to_disks(creation.disks, creation.members, array.device, count) != count) {
+        log_error("'%s in %s' includes invalid channelIDs", array.members.c_str(),
+                  array.device.c_str());
+        return error::wrong_disk;
+    }
+    return 0;
+}
+
+/// Checks the new array against one that exists, and moves a name that is to be chosen behind it.
+int check_against(const mdinfo& existing, bool choose_name, Creation& creation) {
+    mdinfo& array = creation.array;
+    if (choose_name) {
+        if (array_number(existing.name) >= array_number(array.name)) {
+            array.name = format_text("md%d", array_number(existing.name) + 1);
+        }
+    } else if (existing.name == array.name) {
+        log_error("'%s' used", array.name.c_str());
+        return error::array_name_used;
+    }
+    if (lists_overlap(existing.members, creation.members) ||
+        lists_overlap(existing.members, array.spare) ||
+        lists_overlap(existing.spare, creation.members) ||
+        lists_overlap(existing.spare, array.spare)) {
+        log_error("'%s' or '%s' includes used disk in %s", creation.members.c_str(),
+                  array.spare.c_str(), existing.name.c_str());
+        return error::disk_used;
+    }
+    return 0;
+}
+
+int check_arrays(Creation& creation) {
+    const bool choose_name = creation.array.name.empty();
+    if (choose_name) {
+        creation.array.name = "md0";
+    }
+    for (const mdinfo& existing : creation.arrays) {
+        if (const int result = check_against(existing, choose_name, creation); result != 0) {
+            return result;
+        }
+    }
+    return 0;
+}
+
+int check_volumes(const Creation& creation) {
+    vginfo_list groups;
+    if (const int result = get_vginfo(groups); result != 0) {
+        return log_return(result);
+    }
+    if (is_used_in_volume(creation.members, groups, creation.disks) ||
+        is_used_in_volume(creation.array.spare, groups, creation.disks)) {
+        log_error("'%s' or '%s' includes used disk in pv", creation.members.c_str(),
+                  creation.array.spare.c_str());
+        return error::disk_used;
+    }
+    return 0;
+}
+
+int check_hotspares(const Creation& creation) {
+    disk_list disks;
+    if (get_disk_list(disks) != 0) {
+        return log_return(error::no_disk_list);
+    }
+    const bool includes_hotspare = std::ranges::any_of(disks, [&creation](const disk_info& disk) {
+        return disk.hotspare != 0 && !disk.name.empty() &&
+               !find_member(creation.members, disk.name).empty();
+    });
+    if (includes_hotspare) {
+        log_error("'%s' or '%s' includes global hotspare disk", creation.members.c_str(),
+                  creation.array.spare.c_str());
+        return error::disk_used;
+    }
+    return 0;
+}
+
+} // namespace
+
+int create_array(mdinfo& array) {
+    Creation creation{array, {}, {}, {}};
+    if (!array.name.empty() && check_name32(array.name.c_str()) != 0) {
+        return error::bad_array_name;
+    }
+    if (const int result = get_lists(creation); result != 0) {
+        return result;
+    }
+    if (std::ranges::find(levels, array.type.view(), &Level::type) == levels.end()) {
+        return error::unknown_raid_type;
+    }
+    for (const auto step : {translate_members, check_arrays}) {
+        if (const int result = step(creation); result != 0) {
+            return result;
+        }
+    }
+    for (const auto step : {check_volumes, check_hotspares}) {
+        if (const int result = step(creation); result != 0) {
+            return result;
+        }
+    }
+    return run_create_command(array, creation.members);
+}
+
+int run_create_command(const mdinfo& array, std::string_view disks) {
+    const auto names = split(disks, ",");
+    const Level level = find_level(array.type, levels);
+    if (const int result = check_count(static_cast<int>(names.size()), level, array.type);
+        result != 0) {
+        return result;
+    }
+    const std::string command = create_command_text(array, disks, running_kernel_version());
+    if (!is_run_whole(command)) {
+        // A list that is cut can name another disk. Nothing has been touched yet.
+        log_error("'%s' is too long to be run whole", command.c_str());
+        return error::command_failed;
+    }
+    for (const std::string_view name : names) {
+        disk_format(std::string(name).c_str());
+    }
+    return run_or_fail(command);
+}
+
+int run_recreate_command(std::string_view name, std::string_view type, std::string_view disks) {
+    const int count = count_items(disks);
+    const Level level = find_level(type, recreated_levels);
+    if (const int result = check_count(count, level, type); result != 0) {
+        return result;
+    }
+    return run_or_fail(format_text(create_command, std::string(name).c_str(), level.number, count,
+                                   device_list(disks).c_str()));
+}
+
+long kernel_version(std::string_view release) {
+    constexpr long part_limit = 1000000;
+    long version = 0;
+    for (const long weight : {1000000L, 1000L, 1L}) {
+        if (release.empty() || !is_digit(release.front())) {
+            return -1;
+        }
+        version += std::min<long>(decimal_int(release), part_limit) * weight;
+        release.remove_prefix(std::min(release.find_first_not_of("0123456789"), release.size()));
+        if (weight != 1 && !release.starts_with('.')) {
+            return -1;
+        }
+        release.remove_prefix(weight != 1 ? 1 : 0);
+    }
+    return version;
+}
+
+std::string create_command_text(const mdinfo& array, std::string_view disks, long kernel) {
+    const char* name = array.name.c_str();
+    const int count = count_items(disks);
+    const int level = find_level(array.type, levels).number;
+    const std::string devices = device_list(disks);
+    const bool foreground = equal_ignoring_case(array.status, foreground_status);
+    if (array.type == raid_type::linear) {
+        return format_text(create_linear_command, name, "linear", count, devices.c_str());
+    }
+    if (array.type != raid_type::raid5) {
+        return foreground
+                   ? format_text(create_foreground_command, name, level, count, devices.c_str())
+                   : format_text(create_other_command, name, level, count, devices.c_str());
+    }
+    if (kernel <= last_kernel_without_bitmap) {
+        return foreground
+                   ? format_text(create_foreground_command, name, level, count, devices.c_str())
+                   : format_text(create_command, name, level, count, devices.c_str());
+    }
+    return foreground
+               ? format_text(create_with_bitmap_foreground_command, name, level, count,
+                             devices.c_str())
+               : format_text(create_with_bitmap_command, name, level, count, devices.c_str());
+}
+
+} // namespace zav

@@ -1,0 +1,213 @@
+// SPDX-License-Identifier: MIT
+#include "raid/array_operations.h"
+
+#include "disks/disk_discovery.h"
+#include "frame/checks.h"
+#include "frame/command.h"
+#include "frame/error_codes.h"
+#include "frame/text.h"
+#include "raid/array_checks.h"
+#include "raid/array_commands.h"
+#include "raid/array_discovery.h"
+#include "volgroups/group_discovery.h"
+
+#include <algorithm>
+
+namespace zav {
+
+namespace {
+
+/// An array and one disk, as adding and removing find them.
+struct MemberChange {
+    disk_list disks;
+    mdinfo_list arrays;
+    mdinfo* array = nullptr;
+    BoundedText<8> channel;
+    std::string disk;
+};
+
+bool takes_and_gives_disks(const mdinfo& array) {
+    return array.type == raid_type::raid6 || array.type == raid_type::raid5 ||
+           array.type == raid_type::raid1 || array.type == raid_type::linear;
+}
+
+/// Finds the array and the disk of the channel on the array's device. 0 or a code.
+int find_member_change(const char* array, const char* channel, MemberChange& change) {
+    if (get_disk_list(change.disks) != 0) {
+        return log_return(error::no_disk_list);
+    }
+    if (get_mdinfo(change.arrays) != 0) {
+        return log_return(error::no_array_list);
+    }
+    change.channel = channel;
+    change.array = find_array(change.arrays, array);
+    if (change.array == nullptr) {
+        return error::unknown_array;
+    }
+    change.disk = change.channel.view();
+    if (ch_to_disks(change.disks, change.disk, change.array->device, 1) != 1) {
+        log_error("'%s' is not invalid disk", change.channel.c_str());
+        return error::wrong_disk;
+    }
+    return 0;
+}
+
+/// 0, or error::disk_used with a message.
+int check_unused(const MemberChange& change) {
+    if (lists_overlap(change.array->members, change.disk) ||
+        lists_overlap(change.array->spare, change.disk)) {
+        log_error("'%s' used in %s", change.channel.c_str(), change.array->name.c_str());
+        return error::disk_used;
+    }
+    vginfo_list groups;
+    if (const int result = get_vginfo(groups); result != 0) {
+        return log_return(result);
+    }
+    if (is_used_in_volume(change.disk, groups, change.disks)) {
+        log_error("'%s' used in pv", change.channel.c_str());
+        return error::disk_used;
+    }
+    return 0;
+}
+
+/// 0, or a code with a message. Only what mdadm itself marks counts as faulty.
+int check_faulty(const MemberChange& change) {
+    const std::string_view member = find_member(change.array->members, change.disk);
+    if (member.empty()) {
+        log_error("'%s' is not in %s", change.channel.c_str(), change.array->name.c_str());
+        return error::wrong_disk;
+    }
+    if (member.find("(F") == std::string_view::npos) {
+        log_error("'%s' in %s is not fauty", change.channel.c_str(), change.array->name.c_str());
+        return error::disk_not_faulty;
+    }
+    return 0;
+}
+
+/// Discovers all arrays and finds one. 0, error::no_array_list, or `code_if_missing`.
+int find_in_all_arrays(const char* name, mdinfo_list& arrays, mdinfo*& array, int code_if_missing) {
+    if (get_mdinfo(arrays) != 0) {
+        return error::no_array_list;
+    }
+    array = find_array(arrays, name);
+    return array != nullptr ? 0 : code_if_missing;
+}
+
+} // namespace
+
+int add_disk(const char* array, const char* channel) {
+    MemberChange change;
+    if (const int result = find_member_change(array, channel, change); result != 0) {
+        return result;
+    }
+    if (!takes_and_gives_disks(*change.array)) {
+        log_error("'%s' is not support add disk", change.array->name.c_str());
+        return error::level_without_change;
+    }
+    if (const int result = check_unused(change); result != 0) {
+        return result;
+    }
+    return run_or_fail(
+        format_text(add_disk_command, change.array->name.c_str(), change.disk.c_str()));
+}
+
+int remove_disk(const char* array, const char* channel) {
+    MemberChange change;
+    if (const int result = find_member_change(array, channel, change); result != 0) {
+        return result;
+    }
+    if (!takes_and_gives_disks(*change.array)) {
+        log_error("'%s' is not support remove disk", change.array->name.c_str());
+        return error::level_without_change;
+    }
+    if (const int result = check_faulty(change); result != 0) {
+        return result;
+    }
+    return run_or_fail(
+        format_text(remove_disk_command, change.array->name.c_str(), change.disk.c_str()));
+}
+
+int delete_array(const char* name) {
+    mdinfo_list arrays;
+    if (get_mdinfo(arrays) != 0) {
+        return log_return(error::no_array_list);
+    }
+    vginfo_list groups;
+    if (const int result = get_vginfo(groups); result != 0) {
+        return log_return(result);
+    }
+    const mdinfo* array = find_array(arrays, name);
+    if (array == nullptr) {
+        return error::unknown_array;
+    }
+    const bool carries_group = std::ranges::any_of(groups, [array](const vginfo& group) {
+        return std::ranges::any_of(group.physical_volumes, [array](const pvinfo& volume) {
+            return volume.name == array->name;
+        });
+    });
+    if (carries_group) {
+        return error::array_carries_group;
+    }
+    return run_or_fail(format_text(stop_command, array->name.c_str()));
+}
+
+int fail_disk(const char* array, const char* disk) {
+    const std::string command = format_text(fail_disk_command, array, disk);
+    if (check_name32(array) != 0 || !is_plain_name(disk)) {
+        constexpr int not_started = -1;
+        log_command_failure(command, not_started);
+        return not_started;
+    }
+    return run_and_log(command);
+}
+
+int check_raid_state(const char* name) {
+    mdinfo_list arrays;
+    mdinfo* array = nullptr;
+    if (const int result = find_in_all_arrays(name, arrays, array, error::bad_array_name);
+        result != 0) {
+        return result;
+    }
+    return array->status == inactive_state ? error::array_inactive : 0;
+}
+
+int get_raid_type(const char* name, BoundedText<8>& type) {
+    mdinfo_list arrays;
+    mdinfo* array = nullptr;
+    if (const int result = find_in_all_arrays(name, arrays, array, error::bad_array_name);
+        result != 0) {
+        return result;
+    }
+    type = array->type;
+    return 0;
+}
+
+int get_disks_from_md(const char* name, disk_list& members) {
+    mdinfo_list arrays;
+    if (get_mdinfo(arrays) != 0) {
+        return error::no_array_list;
+    }
+    if (name != nullptr && find_array(arrays, name) == nullptr) {
+        return error::no_such_array;
+    }
+    disk_list disks;
+    if (get_disk_list(disks) != 0) {
+        return log_return(error::no_disk_list);
+    }
+    for (const mdinfo& array : arrays) {
+        if (name != nullptr && array.name != name) {
+            continue;
+        }
+        for (const std::string_view member : split(array.members, ",")) {
+            const auto disk = std::ranges::find_if(disks, [member](const disk_info& candidate) {
+                return names_disk(member, candidate);
+            });
+            if (disk != disks.end()) {
+                append_copy(members, *disk);
+            }
+        }
+    }
+    return 0;
+}
+
+} // namespace zav

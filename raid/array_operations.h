@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// Changing arrays that exist, and asking about one by name. Each operation looks at fresh lists;
+/// a failed check changes nothing, and a failed mdadm leaves whatever it did.
+#pragma once
+
+#include "disks/disk_record.h"
+#include "frame/bounded_text.h"
+
+namespace zav {
+
+/// Adds the disk of a channel on the array's device. Looks at the array's own lists and at the
+/// physical volumes, not at other arrays. Runs mdadm --add. 0, error::unknown_array,
+/// error::wrong_disk, error::level_without_change, error::disk_used, error::command_failed, or the
+/// code of a list that cannot be built.
+int add_disk(const char* array, const char* channel);
+
+/// Removes a faulty member by its channel. Runs mdadm -r. 0, error::unknown_array,
+/// error::wrong_disk, error::level_without_change, error::disk_not_faulty, error::command_failed,
+/// error::no_disk_list or error::no_array_list.
+int remove_disk(const char* array, const char* channel);
+
+/// Stops an array. Its former members are the caller's to prepare. Runs mdadm -S. 0,
+/// error::unknown_array, error::array_carries_group, error::command_failed, or the code of a list
+/// that cannot be built.
+int delete_array(const char* array);
+
+/// Marks a member faulty. Runs mdadm -f. The wait status of the command.
+int fail_disk(const char* array, const char* disk);
+
+/// 0 for an array that runs, error::array_inactive, error::bad_array_name when there is none of
+/// that name, error::no_array_list.
+int check_raid_state(const char* array);
+
+/// Copies the type of an array. 0, error::bad_array_name, error::no_array_list.
+int get_raid_type(const char* array, BoundedText<8>& type);
+
+/// Copies the member disks of an array, or of all arrays for a null name, to the list. 0,
+/// error::no_array_list, error::no_such_array, error::no_disk_list.
+int get_disks_from_md(const char* array, disk_list& members);
+
+} // namespace zav

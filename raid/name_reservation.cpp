@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: MIT
+#include "raid/name_reservation.h"
+
+#include "frame/error_codes.h"
+#include "frame/file.h"
+#include "frame/text.h"
+
+#include <algorithm>
+#include <fcntl.h>
+#include <limits>
+#include <optional>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace zav {
+
+namespace {
+
+constexpr const char* reservation_path = "/tmp/mdname.test";
+constexpr mode_t reservation_mode = 0700;
+constexpr int lock_attempts = 5;
+constexpr unsigned seconds_between_attempts = 1;
+
+/// Opens the file without following a link, and only as a regular file of our own: anyone may put
+/// something else under that name into /tmp.
+FileDescriptor open_reservations(int flags) {
+    FileDescriptor fd = FileDescriptor::open(
+        reservation_path, O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | flags, reservation_mode);
+    struct stat status = {};
+    const bool is_ours = fd && ::fstat(fd.get(), &status) == 0 && S_ISREG(status.st_mode) &&
+                         status.st_uid == ::geteuid();
+    return is_ours ? std::move(fd) : FileDescriptor();
+}
+
+LockResult lock_in_attempts(int fd) {
+    LockResult result = try_lock(fd);
+    for (int attempt = 1; attempt < lock_attempts && result != LockResult::locked; ++attempt) {
+        ::sleep(seconds_between_attempts);
+        result = try_lock(fd);
+    }
+    return result;
+}
+
+std::optional<std::string> read_names(const FileDescriptor& fd) {
+    return read_rest(fd.get(), std::numeric_limits<std::size_t>::max());
+}
+
+/// Adds a line at the end. What could not be written whole is taken back.
+int append_name(const FileDescriptor& fd, const std::string& names, const char* name) {
+    const bool ends_open = !names.empty() && names.back() != '\n';
+    if (write_all(fd.get(), format_text("%s%s\n", ends_open ? "\n" : "", name))) {
+        return 0;
+    }
+    const bool taken_back = ::ftruncate(fd.get(), static_cast<off_t>(names.size())) == 0;
+    (void)taken_back; // the code tells of the failure either way
+    return error::reservation_unwritten;
+}
+
+} // namespace
+
+int add_name(const char* name) {
+    const FileDescriptor fd = open_reservations(O_CREAT);
+    if (!fd) {
+        return error::reservation_not_opened;
+    }
+    switch (lock_in_attempts(fd.get())) {
+    case LockResult::held_by_other:
+        return error::reservation_held;
+    case LockResult::failed:
+        return error::reservation_not_locked;
+    case LockResult::locked:
+        break;
+    }
+    const auto names = read_names(fd);
+    if (!names) {
+        return error::reservation_unread;
+    }
+    const auto lines = split(*names, "\n");
+    if (std::ranges::find(lines, name) != lines.end()) {
+        return error::name_reserved;
+    }
+    return append_name(fd, *names, name);
+}
+
+int del_name(const char* name) {
+    const FileDescriptor fd = open_reservations(0);
+    if (!fd || lock_in_attempts(fd.get()) != LockResult::locked) {
+        return 0;
+    }
+    const auto names = read_names(fd);
+    if (!names) {
+        return error::reservation_unread;
+    }
+    std::string kept;
+    for (const std::string_view line : split(*names, "\n")) {
+        if (!line.starts_with(name)) {
+            kept.append(line) += '\n';
+        }
+    }
+    const bool written = ::ftruncate(fd.get(), 0) == 0 && ::lseek(fd.get(), 0, SEEK_SET) == 0 &&
+                         write_all(fd.get(), kept);
+    return written ? 0 : error::reservation_unwritten;
+}
+
+} // namespace zav

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// The names of arrays whose creation is under way, one a line in /tmp/mdname.test under a
+/// whole-file lock: two creations at once never take the same name. A lock that another process
+/// has is tried for five times, a second apart.
+#pragma once
+
+namespace zav {
+
+/// Reserves a name. The file is made when missing; it must be a regular file of ours. 0,
+/// error::name_reserved, error::reservation_held, error::reservation_not_locked,
+/// error::reservation_not_opened, error::reservation_unread or error::reservation_unwritten.
+int add_name(const char* name);
+
+/// Removes every reservation that begins with the name: releasing md1 releases md10 to md19 too.
+/// 0, also when there is no file or it cannot be opened or locked; error::reservation_unread or
+/// error::reservation_unwritten.
+int del_name(const char* name);
+
+} // namespace zav

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: MIT
+// One run of the program under test, or of a function, inside a private root.
+#pragma once
+
+#include <chrono>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <sys/resource.h>
+#include <sys/types.h>
+#include <vector>
+
+namespace zav::test {
+
+struct RunOptions {
+    std::string argv0 = "zavbox";
+    std::string program = "/usr/bin/zavbox"; // path inside
+    // Changes to the default environment (PATH with the six folders, HOME=/, TZ=UTC0); a null value
+    // removes the variable. Variables that steer sanitizers and coverage pass through.
+    std::map<std::string, std::optional<std::string>> environment = {};
+    std::string input = {};                         // what standard input holds
+    std::map<int, std::string> descriptors = {};    // number: path inside, opened for it
+    std::set<int> closed = {};                      // descriptors that are closed at the start
+    uid_t uid = 0;                                  // 65534 runs without any privilege
+    std::map<int, rlim_t> limits = {};              // soft limits, RLIMIT_FSIZE and the like
+    std::set<int> ignored_signals = {};
+    std::string working_directory = "/";
+    mode_t umask = 022;
+    pid_t pid = 0;                                  // process id to get; 0: the next, which is 2
+    std::chrono::milliseconds time_limit = std::chrono::seconds(20);
+};
+
+struct Result {
+    int exit_status = -1; // -1 when a signal ended the run
+    int signal = 0;
+    int returned = 0; // call(): the function's result, whole
+    bool has_returned = false;
+    std::string out;
+    std::string err;
+    std::vector<std::string> commands; // exact texts of the outside commands, in order
+    pid_t pid = 0;                     // inside the root
+    bool left_processes = false;       // something was still running when the program had ended
+
+    // The texts without redirections, as rules match them.
+    std::vector<std::string> commands_without_redirection() const;
+    // The texts with the last six characters of temporary files' names as XXXXXX.
+    std::vector<std::string> commands_with_templates() const;
+};
+
+// A run under way. Destroying it without wait() ends it.
+class Run {
+  public:
+    Run(Run&& other) noexcept;
+    Run& operator=(Run&& other) noexcept;
+    ~Run();
+
+    // Waits for the end and gives what was seen. Reports a failure of the current test when the
+    // time limit passed, a stand-in tool got a command without a rule, or a sanitizer complained.
+    Result wait();
+    void signal(int number); // sends a signal to the program
+
+  private:
+    friend class PrivateRoot;
+    struct State;
+    explicit Run(std::unique_ptr<State> state);
+    std::unique_ptr<State> state_;
+};
+
+} // namespace zav::test

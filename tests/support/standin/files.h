@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+// File access of the stand-in program: never limited by the resource limits that a test sets on the
+// run, since those are meant for the program under test.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <sys/resource.h>
+
+namespace zav::test {
+
+// Raises the soft limits on descriptors and file size while it lives.
+class LiftedLimits {
+  public:
+    LiftedLimits();
+    ~LiftedLimits();
+    LiftedLimits(const LiftedLimits&) = delete;
+    LiftedLimits& operator=(const LiftedLimits&) = delete;
+
+  private:
+    rlimit descriptors_{};
+    rlimit file_size_{};
+};
+
+bool write_all(int descriptor, std::string_view bytes);
+// The first `most` bytes; empty when the file cannot be read.
+std::string read_file(const char* path, size_t most = static_cast<size_t>(-1));
+// One write at the end of the file.
+void append_to_file(const char* path, std::string_view bytes);
+
+} // namespace zav::test

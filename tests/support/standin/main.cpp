@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+// The one program behind the private root's outside world. As /bin/sh it writes the command text to
+// the journal and becomes the real shell; as a stand-in tool it answers by the rules of the test.
+#include "answer.h"
+#include "command_text.h"
+#include "files.h"
+#include "places.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <unistd.h>
+
+namespace {
+
+using namespace zav::test;
+
+bool is_standin_file(const char* path) {
+    return read_file(path, std::strlen(places::standin_mark)) == places::standin_mark;
+}
+
+// The index of the command text after an option group with "c" (and "--"); 0 when there is none.
+int text_index(int argc, char** argv) {
+    bool has_text = false;
+    int at = 1;
+    for (; at < argc && argv[at][0] == '-' && argv[at][1] != '\0'; ++at) {
+        if (std::strcmp(argv[at], "--") == 0) {
+            ++at;
+            break;
+        }
+        has_text = has_text || std::strchr(argv[at], 'c') != nullptr;
+    }
+    return has_text && at < argc ? at : 0;
+}
+
+int become_shell(int argc, char** argv) {
+    std::string text;
+    if (const int at = text_index(argc, argv); at != 0) {
+        append_to_file(places::journal, record(argv[at]));
+        setenv(places::text_variable, argv[at], 1);
+        // A shell that forks for its only command turns a death by signal into 128 + n; the
+        // program that runs the tool itself sees the signal, and so shall it here.
+        if (is_plain_program_call(argv[at])) {
+            text = std::string("exec ") + argv[at];
+            argv[at] = text.data();
+        }
+    }
+    execv(places::shell, argv);
+    return 127;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (std::strcmp(argv[0], places::standin) == 0)
+        return argc > 1 ? answer_call(argv + 1) : 127;
+    if (argc > 1 && argv[1][0] == '/' && is_standin_file(argv[1]))
+        return answer_call(argv + 1);
+    return become_shell(argc, argv);
+}

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+// Where the harness keeps its own things inside a private root.
+#pragma once
+
+namespace zav::test::places {
+
+inline constexpr auto shell = "/.harness/sh";            // the real shell
+inline constexpr auto busybox = "/.harness/busybox";     // the plain tools
+inline constexpr auto standin = "/.harness/standin";     // answers for every stand-in tool
+inline constexpr auto proc = "/.harness/proc";           // procfs of the run's PID namespace
+inline constexpr auto rules = "/.harness/rules";         // what stand-in tools answer
+inline constexpr auto uses = "/.harness/uses";           // which rule answered, one record a call
+inline constexpr auto run = "/.harness/run";             // folder of this run alone
+inline constexpr auto journal = "/.harness/run/journal"; // the command texts of this run
+inline constexpr auto unexpected = "/.harness/run/unexpected"; // calls that no rule answers
+
+// First line of a stand-in tool's file; such a file has no "#!", so that executing it fails.
+inline constexpr auto standin_mark = "# stand-in tool\n";
+// Carries the command text from the shell to the stand-in tool.
+inline constexpr auto text_variable = "ZAV_STANDIN_TEXT";
+
+} // namespace zav::test::places

@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: MIT
+#include "volgroups/group_discovery.h"
+
+#include "disks/disk_discovery.h"
+#include "frame/checks.h"
+#include "frame/command.h"
+#include "frame/error_codes.h"
+#include "frame/models.h"
+#include "frame/text.h"
+#include "raid/array_discovery.h"
+#include "status/system_status.h"
+#include "volgroups/group_sources.h"
+
+#include <cstdio>
+
+namespace zav {
+
+namespace {
+
+constexpr const char* vgdisplay_template = "/tmp/vgdisplay.XXXXXX";
+constexpr const char* pvdisplay_template = "/tmp/pvdisplay.XXXXXX";
+
+constexpr char vgdisplay_command[] = "/sbin/vgdisplay -c > %s";
+constexpr char vgdisplay_group_command[] = "/sbin/vgdisplay -c %s > %s";
+constexpr char pvdisplay_command[] = "/sbin/pvdisplay -c > %s";
+
+/// What a tool printed, for `pass`. 0 or error::group_output_unread.
+int read_output(const Capture& capture, std::string& text, LogSite pass) {
+    auto output = capture.read();
+    if (!output) {
+        std::printf("cannot open %s\n", capture.path());
+        return fail_with_errno(error::group_output_unread, pass);
+    }
+    text = std::move(*output);
+    return 0;
+}
+
+/// Runs pvdisplay for `pass`. 0, error::command_failed or error::group_output_unread.
+int run_pvdisplay(std::string& text, LogSite pass) {
+    const Capture capture(pvdisplay_template);
+    if (capture.run_and_log(format_text(pvdisplay_command, capture.path())) != 0) {
+        return error::command_failed;
+    }
+    return read_output(capture, text, pass);
+}
+
+/// Builds the lists that physical volumes are looked up in, for `pass`. Without one of them only
+/// the devices suffer.
+void get_lists(disk_list& disks, mdinfo_list& arrays, LogSite pass) {
+    if (const int result = get_disk_list(disks); result != 0) {
+        log_errno(result, pass);
+        disks.clear();
+    }
+    if (const int result = get_mdinfo(arrays); result != 0) {
+        log_errno(result, pass);
+        arrays.clear();
+    }
+}
+
+} // namespace
+
+int get_vginfo(vginfo_list& list) {
+    if (const int result = get_vginfo_from_vgdisplay(list); result != 0) {
+        return result;
+    }
+    char model[32] = "";
+    if (devmodel_get(model, sizeof model) != 0) {
+        return fail_with_errno(error::group_model_unread);
+    }
+    return model == controller_model ? get_vginfo_from_vexadm(list)
+                                     : get_vginfo_from_pvdisplay(list);
+}
+
+int get_vginfo_from_vgdisplay(vginfo_list& list) {
+    const Capture capture(vgdisplay_template);
+    if (capture.run_and_log(format_text(vgdisplay_command, capture.path())) != 0) {
+        return error::command_failed;
+    }
+    std::string output;
+    if (const int result = read_output(capture, output, LogSite::here()); result != 0) {
+        return result;
+    }
+    parse_vgdisplay(output, list);
+    return 0;
+}
+
+int get_vginfo_from_pvdisplay(vginfo_list& list) {
+    disk_list disks;
+    mdinfo_list arrays;
+    get_lists(disks, arrays, LogSite::here());
+    std::string output;
+    if (const int result = run_pvdisplay(output, LogSite::here()); result != 0) {
+        return result;
+    }
+    parse_pvdisplay(output, list, [&](pvinfo& volume, vginfo& group) {
+        locate_on_disks(volume, group, disks, arrays);
+    });
+    return 0;
+}
+
+int get_vginfo_from_vexadm(vginfo_list& list) {
+    disk_list disks;
+    mdinfo_list arrays;
+    get_lists(disks, arrays, LogSite::here());
+    std::string output;
+    if (const int result = run_pvdisplay(output, LogSite::here()); result != 0) {
+        return result;
+    }
+    parse_pvdisplay(output, list, [&](pvinfo& volume, vginfo& group) {
+        locate_on_controller(volume, group, arrays);
+    });
+    return 0;
+}
+
+int check_vgdisplay(const char* name) {
+    if (check_name32(name) != 0) {
+        return 0; // no name of a group, and nothing for a command
+    }
+    const Capture capture(vgdisplay_template);
+    (void)capture.run_and_log(format_text(vgdisplay_group_command, name, capture.path()));
+    std::string output;
+    if (const int result = read_output(capture, output, LogSite::here()); result != 0) {
+        return result;
+    }
+    return has_group_line(output, name) ? 1 : 0;
+}
+
+} // namespace zav
