@@ -19,15 +19,17 @@ class BoundedText {
     static constexpr std::size_t capacity = Size - 1;
 
     BoundedText() = default;
-    // A literal or a view becomes a field without a word, as it would a std::string.
-    BoundedText(std::string_view text) { append(text); }
-    BoundedText(const char* text) : BoundedText(std::string_view(text)) {}
+    explicit BoundedText(std::string_view text) { append(text); }
 
     BoundedText& operator=(std::string_view text) {
         clear();
-        return append(text);
+        append(text);
+        return *this;
     }
-    BoundedText& operator=(const char* text) { return *this = std::string_view(text); }
+    BoundedText& operator=(const char* text) {
+        *this = std::string_view(text);
+        return *this;
+    }
 
     /// Adds as much of `text` as there is room for.
     BoundedText& append(std::string_view text) {

@@ -41,8 +41,12 @@ using OptionList = std::forward_list<const char*>;
 /// front), or the counter of a counter rule. The same place may serve several options.
 class OptionTarget {
   public:
+    // Implicit, so that a caller lists plain addresses.
+    // cppcheck-suppress noExplicitConstructor
     OptionTarget(const char** text) : text_(text) {}
+    // cppcheck-suppress noExplicitConstructor
     OptionTarget(OptionList* list) : list_(list) {}
+    // cppcheck-suppress noExplicitConstructor
     OptionTarget(int* counter) : counter_(counter) {}
 
     void store(const char* argument) const;

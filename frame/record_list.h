@@ -20,6 +20,7 @@ struct ListLink {
     ListLink() = default;
     // A copied record is in no list.
     ListLink(const ListLink&) : ListLink() {}
+    // cppcheck-suppress operatorEqVarError
     ListLink& operator=(const ListLink&) { return *this; }
 
     void insert_before(ListLink& other) {

@@ -44,7 +44,8 @@ int read_mdstat(std::string& text, LogSite reader) {
 void read_details(std::string_view detail, mdinfo& array) {
     constexpr std::size_t longest_value = 128;
     char value[longest_value] = "";
-    if (get_mdinfo_type(detail, value, array.type.capacity + 1, detail_key::level) != 0) {
+    if (get_mdinfo_type(detail, value, decltype(array.type)::capacity + 1, detail_key::level) !=
+        0) {
         return;
     }
     array.type = value;
@@ -53,7 +54,8 @@ void read_details(std::string_view detail, mdinfo& array) {
         return;
     }
     array.allsize = kilobytes_to_gigabytes(decimal(value));
-    if (get_mdinfo_type(detail, value, array.status.capacity + 1, detail_key::state) == 0) {
+    if (get_mdinfo_type(detail, value, decltype(array.status)::capacity + 1, detail_key::state) ==
+        0) {
         array.status = value;
     }
 }

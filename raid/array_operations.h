@@ -23,20 +23,20 @@ int remove_disk(const char* array, const char* channel);
 /// Stops an array. Its former members are the caller's to prepare. Runs mdadm -S. 0,
 /// error::unknown_array, error::array_carries_group, error::command_failed, or the code of a list
 /// that cannot be built.
-int delete_array(const char* array);
+int delete_array(const char* name);
 
 /// Marks a member faulty. Runs mdadm -f. The wait status of the command.
 int fail_disk(const char* array, const char* disk);
 
 /// 0 for an array that runs, error::array_inactive, error::bad_array_name when there is none of
 /// that name, error::no_array_list.
-int check_raid_state(const char* array);
+int check_raid_state(const char* name);
 
 /// Copies the type of an array. 0, error::bad_array_name, error::no_array_list.
-int get_raid_type(const char* array, BoundedText<8>& type);
+int get_raid_type(const char* name, BoundedText<8>& type);
 
 /// Copies the member disks of an array, or of all arrays for a null name, to the list. 0,
 /// error::no_array_list, error::no_such_array, error::no_disk_list.
-int get_disks_from_md(const char* array, disk_list& members);
+int get_disks_from_md(const char* name, disk_list& members);
 
 } // namespace zav

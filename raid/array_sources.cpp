@@ -152,7 +152,7 @@ std::string RebuildProgress::of(std::string_view array) const {
     if (sign == std::string_view::npos) {
         return "";
     }
-    const std::string done(percent.substr(0, std::min(sign, longest_percent)));
+    std::string done(percent.substr(0, std::min(sign, longest_percent)));
     const std::string_view speed = field(found->second, " ", speed_field);
     const std::size_t equals = speed.find('=');
     if (equals == std::string_view::npos) {
