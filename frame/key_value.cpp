@@ -44,9 +44,14 @@ class Lines {
         ++number_;
         line.clear();
         std::size_t used = 0;
-        while (used < rest_.size() && line.size() < line_size - 1) {
-            const char c = rest_[used++];
-            if (c == '\n' || c == '\0') {
+        while (used < rest_.size()) {
+            const char c = rest_[used];
+            const bool ends_line = c == '\n' || c == '\0';
+            if (!ends_line && c != '\r' && line.size() == line_size - 1) {
+                break;
+            }
+            ++used;
+            if (ends_line) {
                 break;
             }
             if (c == '\r') {
@@ -97,13 +102,16 @@ int find_section(Lines& lines, std::string_view section) {
 /// Joins the lines that `line` goes on on. Adds how many there were to `count`; 0 or a code.
 int join_continuations(Lines& lines, std::string& line, std::size_t& count) {
     std::string next;
-    while (line.ends_with('+')) {
+    bool goes_on = line.ends_with('+');
+    while (goes_on) {
         line.pop_back();
         if (!lines.next(next)) {
             break;
         }
         ++count;
         line += next;
+        // What was joined may still end in a "+" of its own: only the line just read counts.
+        goes_on = next.ends_with('+');
         if (line.size() > line_size) {
             return key_value_error::too_long;
         }
@@ -180,8 +188,13 @@ int append_section(const char* path, std::string_view text, const char* section,
         added = "\n"; // else the header would be part of the last line
     }
     added += format_text("%c%s%c\n", '[', section, ']') + key_line_text(key, value);
-    const bool written = write_all(fd.get(), added);
-    return fd.close() && written ? 0 : key_value_error::unwritten;
+    const off_t size = ::lseek(fd.get(), 0, SEEK_END);
+    if (!write_all(fd.get(), added)) {
+        // Half a section would be worse than none.
+        return ::ftruncate(fd.get(), size) == 0 ? key_value_error::unwritten
+                                                : key_value_error::unwritten;
+    }
+    return fd.close() ? 0 : key_value_error::unwritten;
 }
 
 /// The file's text with the key's line in its new place.

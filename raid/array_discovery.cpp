@@ -43,20 +43,20 @@ int read_mdstat(std::string& text, LogSite reader) {
 /// Reads the details of one array into its record. A detail that is missing ends it.
 void read_details(std::string_view detail, mdinfo& array) {
     constexpr std::size_t longest_value = 128;
-    char value[longest_value] = "";
-    if (get_mdinfo_type(detail, value, decltype(array.type)::capacity + 1, detail_key::level) !=
-        0) {
+    char level[decltype(array.type)::capacity + 1] = "";
+    if (get_mdinfo_type(detail, level, sizeof level, detail_key::level) != 0) {
         return;
     }
-    array.type = value;
-    if (get_mdinfo_type(detail, value, sizeof value, detail_key::array_size) != 0 &&
-        get_mdinfo_type(detail, value, sizeof value, detail_key::device_size) != 0) {
+    array.type = level;
+    char size[longest_value] = "";
+    if (get_mdinfo_type(detail, size, sizeof size, detail_key::array_size) != 0 &&
+        get_mdinfo_type(detail, size, sizeof size, detail_key::device_size) != 0) {
         return;
     }
-    array.allsize = kilobytes_to_gigabytes(decimal(value));
-    if (get_mdinfo_type(detail, value, decltype(array.status)::capacity + 1, detail_key::state) ==
-        0) {
-        array.status = value;
+    array.allsize = kilobytes_to_gigabytes(decimal(size));
+    char state[decltype(array.status)::capacity + 1] = "";
+    if (get_mdinfo_type(detail, state, sizeof state, detail_key::state) == 0 && *state != '\0') {
+        array.status = state;
     }
 }
 
@@ -177,19 +177,20 @@ int get_mdinfo_from_proc(mdinfo_list& list) {
 }
 
 int get_mdinfo_from_mdadm(mdinfo_list& list) {
+    int result = 0;
     for (mdinfo& array : list) {
         const Capture capture(format_text("/tmp/%s.XXXXXX", array.name.c_str()));
         if (capture.run_and_log(
                 format_text(array_detail_command, array.name.c_str(), capture.path())) != 0) {
             continue;
         }
-        const auto detail = capture.read();
-        if (!detail) {
-            return fail_with_errno(error::array_output_unread);
+        if (const auto detail = capture.read()) {
+            read_details(*detail, array);
+        } else {
+            result = fail_with_errno(error::array_output_unread);
         }
-        read_details(*detail, array);
     }
-    return 0;
+    return result;
 }
 
 int get_mdinfo_from_sysblock(mdinfo_list& list) {

@@ -21,7 +21,7 @@ int get_mdinfo(mdinfo_list& list);
 int get_mdinfo_from_proc(mdinfo_list& list);
 
 /// Level, size and state. Runs mdadm --detail on each array; one that fails is logged and keeps its
-/// defaults. 0 or error::array_output_unread.
+/// defaults, and the others are read all the same. 0 or error::array_output_unread.
 int get_mdinfo_from_mdadm(mdinfo_list& list);
 
 /// Members, device and whether the array can run. Builds the disk list and reads

@@ -74,6 +74,14 @@ void read_volume(std::string_view line, pvinfo& volume) {
     volume.used = extents_to_gigabytes(allocated, extent_size, half_gigabyte_of_kilobytes);
 }
 
+/// The group keeps the device of the last volume that has one.
+void set_device(pvinfo& volume, vginfo& group, std::string_view device) {
+    volume.device = device;
+    if (!device.empty()) {
+        group.device = device;
+    }
+}
+
 } // namespace
 
 void parse_vgdisplay(std::string_view output, vginfo_list& list) {
@@ -114,15 +122,13 @@ void parse_pvdisplay(std::string_view output, vginfo_list& list, const LocateVol
 void locate_on_disks(pvinfo& volume, vginfo& group, const disk_list& disks, mdinfo_list& arrays) {
     if (volume.name.view().starts_with("md")) {
         if (const mdinfo* array = find_array(arrays, volume.name)) {
-            volume.device = array->device.view();
-            group.device = array->device.view();
+            set_device(volume, group, array->device);
         }
     } else if (volume.name.view().starts_with("sd")) {
         const auto disk = std::ranges::find_if(
             disks, [&](const disk_info& candidate) { return candidate.name == volume.name; });
         if (disk != disks.end()) {
-            volume.device = disk->device.view();
-            group.device = disk->device.view();
+            set_device(volume, group, disk->device);
             volume.name = std::to_string(disk->channel);
         }
     }
@@ -135,8 +141,7 @@ void locate_on_controller(pvinfo& volume, vginfo& group, const mdinfo_list& arra
     const auto array = std::ranges::find_if(
         arrays, [&](const mdinfo& candidate) { return candidate.device == volume.name; });
     if (array != arrays.end()) {
-        volume.device = disk_device::main_controller;
-        group.device = disk_device::main_controller;
+        set_device(volume, group, disk_device::main_controller);
         volume.name = array->name.view();
     }
 }

@@ -110,7 +110,10 @@ void PrivateRoot::make_tree() {
     if (const std::string program = executable_under_test(); !program.empty())
         bind(program, "/usr/bin/zavbox");
     write_file(root_ / ".harness/uses", "", 0666);
-    write_file(root_ / ".harness/applet", "exec /.harness/busybox \"${0##*/}\" \"$@\"\n", 0755);
+    write_file(root_ / ".harness/applet",
+               std::string(places::applet_mark) + "exec " + places::busybox +
+                   " \"${0##*/}\" \"$@\"\n",
+               0755);
     for (const char* applet :
          {"cat", "chgrp", "chmod", "chown", "cp", "cut", "date", "dd", "df", "echo", "env", "expr",
           "false", "grep", "head", "kill", "ln", "ls", "mkdir", "mv", "printf", "ps", "pwd",

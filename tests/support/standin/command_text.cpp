@@ -177,4 +177,29 @@ bool is_plain_program_call(std::string_view text) {
            text.substr(text.find_first_not_of(blanks)).starts_with(words.front());
 }
 
+std::optional<PlainCall> plain_call(std::string_view text) {
+    if (!is_plain_program_call(text))
+        return std::nullopt;
+    const auto plain = [](unsigned char c) {
+        return std::isalnum(c) != 0 ||
+               std::string_view("_-+./:,=@% ").find(static_cast<char>(c)) != std::string_view::npos;
+    };
+    PlainCall call;
+    const std::vector<std::string> words = words_of(text);
+    for (size_t at = 0; at < words.size(); ++at) {
+        const std::string& word = words[at];
+        const bool redirects = word == ">" || word == ">>" || word == "2>" || word == "2>>";
+        if (redirects && at + 1 < words.size())
+            call.redirections.push_back(
+                {word.front() == '2' ? 2 : 1, word.ends_with(">>"), words[++at]});
+        else
+            call.words.push_back(word);
+        if (!std::all_of(words[at].begin(), words[at].end(), plain))
+            return std::nullopt;
+    }
+    if (text.find_first_of("\"'\\") != std::string_view::npos)
+        return std::nullopt;
+    return call;
+}
+
 } // namespace zav::test

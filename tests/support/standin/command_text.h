@@ -3,6 +3,7 @@
 // the files that the harness and its stand-in program share.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,5 +28,18 @@ std::vector<std::string> words_of(std::string_view command);
 // Whether the text is one simple command whose first word names a program (no shell builtin,
 // keyword, assignment or operator), so that "exec TEXT" means the same.
 bool is_plain_program_call(std::string_view text);
+
+// A call whose meaning needs no shell to be known: words of plain characters and redirections of
+// output set off by blanks (" > FILE", " >> FILE", " 2> FILE", " 2>> FILE").
+struct PlainCall {
+    struct Redirection {
+        int descriptor;
+        bool append;
+        std::string path;
+    };
+    std::vector<std::string> words;
+    std::vector<Redirection> redirections;
+};
+std::optional<PlainCall> plain_call(std::string_view text);
 
 } // namespace zav::test

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 // The one program behind the private root's outside world. As /bin/sh it writes the command text to
-// the journal and becomes the real shell; as a stand-in tool it answers by the rules of the test.
+// the journal and does what the shell would do, by becoming the real shell where one is needed; as
+// a stand-in tool it answers by the rules of the test.
 #include "answer.h"
 #include "command_text.h"
 #include "files.h"
 #include "places.h"
+#include "shortcut.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -38,6 +40,7 @@ int become_shell(int argc, char** argv) {
     if (const int at = text_index(argc, argv); at != 0) {
         append_to_file(places::journal, record(argv[at]));
         setenv(places::text_variable, argv[at], 1);
+        answer_without_shell(argv[at]);
         // A shell that forks for its only command turns a death by signal into 128 + n; the
         // program that runs the tool itself sees the signal, and so shall it here.
         if (is_plain_program_call(argv[at])) {

@@ -16,6 +16,8 @@ inline constexpr auto unexpected = "/.harness/run/unexpected"; // calls that no 
 
 // First line of a stand-in tool's file; such a file has no "#!", so that executing it fails.
 inline constexpr auto standin_mark = "# stand-in tool\n";
+// The same for the plain tools, which busybox does.
+inline constexpr auto applet_mark = "# busybox applet\n";
 // Carries the command text from the shell to the stand-in tool.
 inline constexpr auto text_variable = "ZAV_STANDIN_TEXT";
 
