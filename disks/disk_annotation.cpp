@@ -8,7 +8,7 @@
 #include "raid/array_discovery.h"
 #include "volgroups/group_discovery.h"
 
-#include <algorithm>
+#include <cstdlib>
 #include <string>
 
 namespace zav {
@@ -50,7 +50,8 @@ void mark_members(display_disk_list& listing, const mdinfo& array) {
 }
 
 void mark_volume(display_disk_list& listing, const pvinfo& volume) {
-    const int channel = decimal_int(volume.name);
+    // A volume on a single disk has the disk's channel for its name, which may be negative.
+    const long channel = std::strtol(volume.name.c_str(), nullptr, 10);
     for (display_disk_info& disk : listing) {
         if (channel != 0 && disk.channel == channel && disk.device == volume.device) {
             disk.use = 1;

@@ -40,6 +40,10 @@ std::optional<int> parse_box(std::string_view file) {
     return box_number((*line)[comma - 1], line->back());
 }
 
+bool starts_with_digit(std::string_view text) {
+    return !text.empty() && is_digit(text.front());
+}
+
 struct Port {
     int adapter;
     int number;
@@ -50,13 +54,13 @@ std::optional<Port> parse_port(std::string_view line) {
     constexpr std::size_t adapter_field = 1;
     constexpr std::size_t port_field = 2;
     constexpr std::size_t disk_field = 9;
-    if (!is_digit(line.front())) {
+    if (!starts_with_digit(line)) {
         return std::nullopt;
     }
     const std::string_view adapter = field(line, blanks, adapter_field);
     const std::string_view port = field(line, blanks, port_field);
     const auto disk = get_field(line, blanks, disk_field);
-    if (!disk || !is_digit(adapter.front()) || !is_digit(port.front())) {
+    if (!disk || !starts_with_digit(adapter) || !starts_with_digit(port)) {
         return std::nullopt;
     }
     return Port{adapter.front() - '0', port.front() - '0', *disk};

@@ -2,6 +2,7 @@
 #include "frame/applets.h"
 
 #include "frame/applet_texts.h"
+#include "frame/text.h"
 #include "frame/version.h"
 
 #include <algorithm>
@@ -9,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <string_view>
 
 namespace zav {
@@ -87,16 +89,17 @@ void applet_run(const char* name, int argc, char** argv) {
     std::exit(current_applet->main(argc, argv));
 }
 
+std::string usage_page(const char* name, const char* usage) {
+    return usage[0] == no_help_mark
+               ? "zavbox\n\nNo help available.\n\n"
+               : format_text("zavbox %s\n\nUsage: %s %s\n\n", zavbox_version, name, usage);
+}
+
 void applet_usage_show() {
     // Without an applet the first usage of all is shown.
     const std::size_t index =
         current_applet != nullptr ? static_cast<std::size_t>(current_applet - table.data()) : 0;
-    const char* usage = applet_texts()[index].usage;
-    if (usage[0] == no_help_mark) {
-        std::printf("zavbox\n\nNo help available.\n\n");
-    } else {
-        std::printf("zavbox %s\n\nUsage: %s %s\n\n", zavbox_version, current_applet_name, usage);
-    }
+    std::fputs(usage_page(current_applet_name, applet_texts()[index].usage).c_str(), stdout);
     std::exit(0);
 }
 

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 
 namespace zav {
 
@@ -33,6 +34,10 @@ void set_current_applet_name(const char* path);
 /// Runs the applet of that name and ends the process with what it returns. `argv` begins with the
 /// name. Returns when there is no such applet.
 void applet_run(const char* name, int argc, char** argv);
+
+/// The page that shows a usage text under the applet's name; a text that begins with a backspace
+/// means that there is no help.
+std::string usage_page(const char* name, const char* usage);
 
 /// Prints the current applet's usage and ends the process with status 0.
 [[noreturn]] void applet_usage_show();

@@ -21,9 +21,9 @@ class BoundedText {
     BoundedText() = default;
     explicit BoundedText(std::string_view text) { append(text); }
 
+    // The text may be a part of the field itself.
     BoundedText& operator=(std::string_view text) {
-        clear();
-        append(text);
+        put(0, text);
         return *this;
     }
     BoundedText& operator=(const char* text) {
@@ -33,10 +33,7 @@ class BoundedText {
 
     /// Adds as much of `text` as there is room for.
     BoundedText& append(std::string_view text) {
-        const std::size_t used = size();
-        const std::size_t count = std::min(text.size(), capacity - used);
-        std::memmove(data_ + used, text.data(), count);
-        data_[used + count] = '\0';
+        put(size(), text);
         return *this;
     }
 
@@ -60,6 +57,12 @@ class BoundedText {
     }
 
   private:
+    void put(std::size_t at, std::string_view text) {
+        const std::size_t count = std::min(text.size(), capacity - at);
+        std::char_traits<char>::move(data_ + at, text.data(), count);
+        data_[at + count] = '\0';
+    }
+
     char data_[Size] = {};
 };
 

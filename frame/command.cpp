@@ -34,8 +34,7 @@ class ToolPath {
   public:
     ToolPath() {
         const char* current = std::getenv("PATH");
-        saved_ =
-            std::string_view(current != nullptr ? current : "").substr(0, longest_path_variable);
+        saved_ = current != nullptr ? current : "";
         set(std::string(tool_directories) + ":" + saved_);
     }
     ToolPath(const ToolPath&) = delete;

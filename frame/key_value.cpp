@@ -44,23 +44,18 @@ class Lines {
         ++number_;
         line.clear();
         std::size_t used = 0;
-        while (used < rest_.size()) {
+        bool ended = false;
+        while (!ended && used < rest_.size()) {
             const char c = rest_[used];
-            const bool ends_line = c == '\n' || c == '\0';
-            if (!ends_line && c != '\r' && line.size() == line_size - 1) {
-                break;
+            const bool belongs = c != '\n' && c != '\0' && c != '\r';
+            if (belongs && line.size() == line_size - 1) {
+                break; // the rest is a line of its own
             }
+            if (belongs) {
+                line += c;
+            }
+            ended = c == '\n' || c == '\0' || c == form_feed || c == control_z;
             ++used;
-            if (ends_line) {
-                break;
-            }
-            if (c == '\r') {
-                continue;
-            }
-            line += c;
-            if (c == form_feed || c == control_z) {
-                break;
-            }
         }
         rest_.remove_prefix(used);
         line.resize(trim_right(line).size());
@@ -191,8 +186,8 @@ int append_section(const char* path, std::string_view text, const char* section,
     const off_t size = ::lseek(fd.get(), 0, SEEK_END);
     if (!write_all(fd.get(), added)) {
         // Half a section would be worse than none.
-        return ::ftruncate(fd.get(), size) == 0 ? key_value_error::unwritten
-                                                : key_value_error::unwritten;
+        [[maybe_unused]] const int result = ::ftruncate(fd.get(), size);
+        return key_value_error::unwritten;
     }
     return fd.close() ? 0 : key_value_error::unwritten;
 }

@@ -5,7 +5,6 @@
 #include "frame/text.h"
 #include "frame/version.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdarg>
@@ -26,16 +25,12 @@ constexpr const char* previous_log_path = "/var/log/log.libzav.0";
 constexpr const char* console_path = "/dev/console";
 constexpr off_t log_size_limit = 128 * 1024;
 constexpr int open_attempts = 5;
+constexpr int rotation_attempts = 1000;
 constexpr std::size_t message_size = 8192;
 constexpr std::size_t process_name_size = 256;
 constexpr pid_t largest_named_pid = 65535;
 constexpr std::size_t stamp_size = 15;
 constexpr std::size_t stamp_in_ctime = 4;
-
-std::string cut_message(std::string text) {
-    text.resize(std::min(text.size(), message_size - 1));
-    return text;
-}
 
 [[gnu::format(printf, 1, 0)]] std::string format_message(const char* format, va_list arguments) {
     std::array<char, message_size> text;
@@ -81,7 +76,7 @@ FileDescriptor open_in_attempts(const char* path, int flags) {
 /// one waited for the lock.
 FileDescriptor open_locked_log() {
     FileDescriptor fd;
-    for (int attempt = 0; attempt < open_attempts; ++attempt) {
+    for (int attempt = 0; attempt < rotation_attempts; ++attempt) {
         fd = open_in_attempts(log_path, O_APPEND | O_CREAT);
         if (!fd || !lock_and_wait(fd.get()) || names_open_file(log_path, fd.get())) {
             break;
@@ -108,9 +103,10 @@ void write_line(std::string_view line) {
     FileDescriptor log = open_locked_log();
     if (log && is_over_limit(log.get()) && names_open_file(log_path, log.get())) {
         // Renamed under the lock: let go before, another instance could rotate too, and the
-        // generation just saved would be lost.
-        ::rename(log_path, previous_log_path);
-        log = open_locked_log();
+        // generation just saved would be lost. Without a rename the lock on this file stays.
+        if (::rename(log_path, previous_log_path) == 0) {
+            log = open_locked_log();
+        }
     }
     if (!log || !write_all(log.get(), line)) {
         write_to_console(line);
@@ -128,7 +124,7 @@ void write_line(std::string_view line) {
         format_text("%s %s[%d]:", level, name != nullptr ? name : "(null)", static_cast<int>(pid));
     errno = caller_errno;
     text += format_message(format, arguments);
-    return log_write("%s", cut_message(std::move(text)).c_str());
+    return log_write("%s", text.c_str());
 }
 
 } // namespace

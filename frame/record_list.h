@@ -136,10 +136,16 @@ int destroy_list(RecordList<Record>* list, const char* missing = "Can't destory 
     return 0;
 }
 
-/// The generic element: a link and a pointer to data kept elsewhere, freed with it.
+/// The generic element: a link and a pointer to data kept elsewhere, which it owns. The pointer is
+/// a plain one because a record of the list has to be of standard layout.
 template <class Data>
 struct Boxed {
-    std::unique_ptr<Data> data;
+    explicit Boxed(std::unique_ptr<Data> owned = nullptr) : data(owned.release()) {}
+    Boxed(const Boxed&) = delete;
+    Boxed& operator=(const Boxed&) = delete;
+    ~Boxed() { delete data; }
+
+    Data* data;
     ListLink link;
 };
 

@@ -128,7 +128,7 @@ bool is_letter_or_digit(char c) {
 }
 
 bool starts_with_ignoring_case(std::string_view text, std::string_view start) {
-    return text.size() >= start.size() && equal_ignoring_case(text.substr(0, start.size()), start);
+    return equal_ignoring_case(text.substr(0, start.size()), start);
 }
 
 bool equal_ignoring_case(std::string_view left, std::string_view right) {

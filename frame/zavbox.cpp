@@ -10,12 +10,24 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <string_view>
 #include <unistd.h>
 
 namespace {
 
 using namespace zav;
+
+/// Without them the next file that is opened would become, say, standard output.
+void open_missing_standard_descriptors() {
+    int fd = -1;
+    do {
+        fd = ::open("/dev/null", O_RDWR);
+    } while (fd >= 0 && fd <= STDERR_FILENO);
+    if (fd >= 0) {
+        ::close(fd);
+    }
+}
 
 /// What the run must not take over from whoever started it.
 void start_clean() {
@@ -26,6 +38,7 @@ void start_clean() {
         std::perror("zavbox: /");
         std::exit(EXIT_FAILURE);
     }
+    open_missing_standard_descriptors();
     // LVM complains about every descriptor that it inherits.
     constexpr unsigned first_own_descriptor = 3;
     ::close_range(first_own_descriptor, ~0U, CLOSE_RANGE_CLOEXEC);

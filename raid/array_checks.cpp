@@ -2,7 +2,6 @@
 #include "raid/array_checks.h"
 
 #include "frame/text.h"
-#include "raid/array_record.h"
 
 #include <algorithm>
 
@@ -51,6 +50,11 @@ bool lists_overlap(std::string_view existing, std::string_view added) {
     return std::ranges::any_of(split(existing, ","), [added](std::string_view entry) {
         return has_item(added, cut_at(entry, "("));
     });
+}
+
+bool overlaps_array(const mdinfo& existing, std::string_view members, std::string_view spare) {
+    return lists_overlap(existing.members, members) || lists_overlap(existing.members, spare) ||
+           lists_overlap(existing.spare, members) || lists_overlap(existing.spare, spare);
 }
 
 std::string_view find_member(std::string_view members, std::string_view name) {

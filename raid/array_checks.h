@@ -4,6 +4,7 @@
 #pragma once
 
 #include "disks/disk_record.h"
+#include "raid/array_record.h"
 #include "volgroups/group_record.h"
 
 #include <string>
@@ -18,6 +19,9 @@ int ch_to_disks(const disk_list& disks, std::string& list, std::string_view devi
 
 /// Whether an entry of `added` is an entry of `existing` without its mark.
 bool lists_overlap(std::string_view existing, std::string_view added);
+
+/// Whether a list of new members or of new spares has an entry of the array's members or spares.
+bool overlaps_array(const mdinfo& existing, std::string_view members, std::string_view spare = "");
 
 /// The entry of a member list that is `name` with or without a mark; empty when there is none.
 std::string_view find_member(std::string_view members, std::string_view name);

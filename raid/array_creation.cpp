@@ -78,6 +78,15 @@ std::string device_list(std::string_view disks) {
     return devices;
 }
 
+/// 0, or error::command_failed with a message: a list of disks that is cut can name another disk.
+int check_run_whole(const std::string& command) {
+    if (is_run_whole(command)) {
+        return 0;
+    }
+    log_error("'%s' is too long to be run whole", command.c_str());
+    return error::command_failed;
+}
+
 long running_kernel_version() {
     utsname system = {};
     return ::uname(&system) == 0 ? kernel_version(system.release) : -1;
@@ -119,17 +128,15 @@ int translate_members(Creation& creation) {
 int check_against(const mdinfo& existing, bool choose_name, Creation& creation) {
     mdinfo& array = creation.array;
     if (choose_name) {
-        if (array_number(existing.name) >= array_number(array.name)) {
-            array.name = format_text("md%d", array_number(existing.name) + 1);
+        if (const long long number = array_number(existing.name);
+            number >= array_number(array.name)) {
+            array.name = format_text("md%lld", number + 1);
         }
     } else if (existing.name == array.name) {
         log_error("'%s' used", array.name.c_str());
         return error::array_name_used;
     }
-    if (lists_overlap(existing.members, creation.members) ||
-        lists_overlap(existing.members, array.spare) ||
-        lists_overlap(existing.spare, creation.members) ||
-        lists_overlap(existing.spare, array.spare)) {
+    if (overlaps_array(existing, creation.members, array.spare)) {
         log_error("'%s' or '%s' includes used disk in %s", creation.members.c_str(),
                   array.spare.c_str(), existing.name.c_str());
         return error::disk_used;
@@ -215,10 +222,8 @@ int run_create_command(const mdinfo& array, std::string_view disks) {
         return result;
     }
     const std::string command = create_command_text(array, disks, running_kernel_version());
-    if (!is_run_whole(command)) {
-        // A list that is cut can name another disk. Nothing has been touched yet.
-        log_error("'%s' is too long to be run whole", command.c_str());
-        return error::command_failed;
+    if (const int result = check_run_whole(command); result != 0) {
+        return result; // nothing has been touched yet
     }
     for (const std::string_view name : names) {
         disk_format(std::string(name).c_str());
@@ -232,8 +237,12 @@ int run_recreate_command(std::string_view name, std::string_view type, std::stri
     if (const int result = check_count(count, level, type); result != 0) {
         return result;
     }
-    return run_or_fail(format_text(create_command, std::string(name).c_str(), level.number, count,
-                                   device_list(disks).c_str()));
+    const std::string command = format_text(create_command, std::string(name).c_str(), level.number,
+                                            count, device_list(disks).c_str());
+    if (const int result = check_run_whole(command); result != 0) {
+        return result;
+    }
+    return run_or_fail(command);
 }
 
 long kernel_version(std::string_view release) {

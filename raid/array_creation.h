@@ -29,7 +29,7 @@ int create_array(mdinfo& array);
 int run_create_command(const mdinfo& array, std::string_view disks);
 
 /// Creates a stopped array again from the disks it had. Prepares no disk, uses no bitmap. 0,
-/// error::wrong_disk_count or error::command_failed.
+/// error::wrong_disk_count, or error::command_failed as above.
 int run_recreate_command(std::string_view name, std::string_view type, std::string_view disks);
 
 /// major * 1,000,000 + minor * 1,000 + patch of a kernel release such as 6.1.0-13-amd64; -1 for a

@@ -17,6 +17,9 @@ namespace zav {
 
 namespace {
 
+/// The wait status of a command that is not run.
+constexpr int not_started = -1;
+
 /// An array and one disk, as adding and removing find them.
 struct MemberChange {
     disk_list disks;
@@ -54,8 +57,7 @@ int find_member_change(const char* array, const char* channel, MemberChange& cha
 
 /// 0, or error::disk_used with a message.
 int check_unused(const MemberChange& change) {
-    if (lists_overlap(change.array->members, change.disk) ||
-        lists_overlap(change.array->spare, change.disk)) {
+    if (overlaps_array(*change.array, change.disk)) {
         log_error("'%s' used in %s", change.channel.c_str(), change.array->name.c_str());
         return error::disk_used;
     }
@@ -107,8 +109,14 @@ int add_disk(const char* array, const char* channel) {
     if (const int result = check_unused(change); result != 0) {
         return result;
     }
-    return run_or_fail(
-        format_text(add_disk_command, change.array->name.c_str(), change.disk.c_str()));
+    const std::string command =
+        format_text(add_disk_command, change.array->name.c_str(), change.disk.c_str());
+    if (!is_plain_name(change.disk)) {
+        // Behind the RAID controller disks have no name of the kernel.
+        log_command_failure(command, not_started);
+        return error::command_failed;
+    }
+    return run_or_fail(command);
 }
 
 int remove_disk(const char* array, const char* channel) {
@@ -154,7 +162,6 @@ int delete_array(const char* name) {
 int fail_disk(const char* array, const char* disk) {
     const std::string command = format_text(fail_disk_command, array, disk);
     if (check_name32(array) != 0 || !is_plain_name(disk)) {
-        constexpr int not_started = -1;
         log_command_failure(command, not_started);
         return not_started;
     }

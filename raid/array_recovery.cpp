@@ -130,11 +130,15 @@ std::optional<MemberTable> parse_member_table(std::string_view detail) {
 }
 
 void close_hole(MemberTable& table) {
-    if (table.hole != 0 && table.members.size() == table.raid_devices) {
+    if (table.hole == 0 || table.members.size() != table.raid_devices) {
+        return;
+    }
+    // A hole behind the last member has it in place already.
+    if (table.hole < table.members.size()) {
         const auto place = table.members.begin() + static_cast<std::ptrdiff_t>(table.hole - 1);
         std::rotate(place, table.members.end() - 1, table.members.end());
-        table.hole = 0;
     }
+    table.hole = 0;
 }
 
 bool superblock_names_one_of(std::string_view examination,

@@ -46,6 +46,20 @@ std::optional<std::string> read_names(const FileDescriptor& fd) {
     return read_rest(fd.get(), std::numeric_limits<std::size_t>::max());
 }
 
+/// The lines that do not begin with the name, as they are.
+std::string lines_without(std::string_view names, std::string_view name) {
+    std::string kept;
+    while (!names.empty()) {
+        const std::string_view line =
+            names.substr(0, std::min(names.find('\n'), names.size() - 1) + 1);
+        if (!line.starts_with(name)) {
+            kept += line;
+        }
+        names.remove_prefix(line.size());
+    }
+    return kept;
+}
+
 /// Adds a line at the end. What could not be written whole is taken back.
 int append_name(const FileDescriptor& fd, const std::string& names, const char* name) {
     const bool ends_open = !names.empty() && names.back() != '\n';
@@ -92,12 +106,7 @@ int del_name(const char* name) {
     if (!names) {
         return error::reservation_unread;
     }
-    std::string kept;
-    for (const std::string_view line : split(*names, "\n")) {
-        if (!line.starts_with(name)) {
-            kept.append(line) += '\n';
-        }
-    }
+    const std::string kept = lines_without(*names, name);
     const bool written = ::ftruncate(fd.get(), 0) == 0 && ::lseek(fd.get(), 0, SEEK_SET) == 0 &&
                          write_all(fd.get(), kept);
     return written ? 0 : error::reservation_unwritten;

@@ -108,6 +108,7 @@ int get_power_from_tool(char* buffer, std::size_t size, LogSite getter) {
         return fail_with_errno(error::power_tool_unread, getter);
     }
     line.remove_prefix(line.rfind(':') + 1); // all of it where there is no ":"
+    buffer[0] = '\0';
     copy_bounded(buffer, size, std::string(trim(line)).c_str());
     return 0;
 }
@@ -201,8 +202,11 @@ int fan_speed_get(char* buffer) {
 int systime_get(char* buffer, size_t size) {
     const std::time_t now = std::time(nullptr);
     std::tm local = {};
-    if (!is_usable(buffer, size) || ::localtime_r(&now, &local) == nullptr ||
-        std::strftime(buffer, size, "%Y-%m-%d %T", &local) == 0) {
+    if (!is_usable(buffer, size) || ::localtime_r(&now, &local) == nullptr) {
+        return fail_with_errno(error::time_unread);
+    }
+    if (std::strftime(buffer, size, "%Y-%m-%d %T", &local) == 0) {
+        buffer[0] = '\0'; // what did not fit is not terminated
         return fail_with_errno(error::time_unread);
     }
     return 0;

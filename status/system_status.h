@@ -44,7 +44,7 @@ int tmp_get(char* buffer, size_t size);
  *  ZAV_FAN_SPEED_SIZE bytes. 0, -1009 for a model of unknown fans, or devmodel_get()'s code. */
 int fan_speed_get(char* buffer);
 
-/** Local time, "2026-11-20 10:00:00". 0 or -1005. */
+/** Local time, "2026-11-20 10:00:00". 0, or -1005 and an empty text when it does not fit. */
 int systime_get(char* buffer, size_t size);
 
 /** State of the power supplies, from the model's source: a status file or /usr/local/bin/pwstate.
