@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "launch.h"
 
+#include "standin/command_text.h"
 #include "standin/places.h"
 
 #include <algorithm>
@@ -12,6 +13,7 @@
 #include <exception>
 #include <fcntl.h>
 #include <fstream>
+#include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 #include <stdexcept>
 #include <sys/prctl.h>
@@ -19,8 +21,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-// Present in a build with --coverage only.
-extern "C" void __gcov_reset() __attribute__((weak));
+// Present in a build with the address sanitizer only.
+extern "C" void __asan_init() __attribute__((weak));
 
 namespace zav::test {
 namespace {
@@ -31,7 +33,9 @@ Progress* progress_of_this_run = nullptr;
     throw std::runtime_error("private root: " + what + ": " + std::strerror(errno));
 }
 
-void forward_signal(int) { kill(progress_of_this_run->pid, progress_of_this_run->signal_to_send); }
+void forward_signal(int) {
+    kill(progress_of_this_run->pid, progress_of_this_run->signal_to_send);
+}
 
 void note_error(Progress& progress, const char* text) {
     std::snprintf(progress.error.data(), progress.error.size(), "%s", text);
@@ -42,31 +46,38 @@ void choose_next_pid(pid_t pid) {
     const std::string folder = std::string(places::proc) + "/sys/kernel/";
     long most = 0;
     std::ifstream(folder + "pid_max") >> most;
-    if (pid >= most)
+    if (pid >= most) {
         std::ofstream(folder + "pid_max") << pid + 1;
+    }
     std::ofstream out(folder + "ns_last_pid");
     out << pid - 1;
-    if (!out.flush())
+    if (!out.flush()) {
         fail("cannot choose process id " + std::to_string(pid));
+    }
 }
 
 void open_descriptors(const RunOptions& options) {
     for (const auto& [number, path] : options.descriptors) {
         int opened = open(path.c_str(), O_RDWR | O_CREAT, 0644);
-        if (opened < 0 && errno == EISDIR)
+        if (opened < 0 && errno == EISDIR) {
             opened = open(path.c_str(), O_RDONLY | O_DIRECTORY);
-        if (opened < 0 || (opened != number && dup2(opened, number) < 0))
+        }
+        if (opened < 0 || (opened != number && dup2(opened, number) < 0)) {
             fail("cannot open " + path);
-        if (opened != number)
+        }
+        if (opened != number) {
             close(opened);
+        }
     }
-    for (const int number : options.closed)
+    for (const int number : options.closed) {
         close(number);
+    }
 }
 
 void prepare_signals(const RunOptions& options) {
-    for (int number = 1; number < NSIG; ++number)
+    for (int number = 1; number < NSIG; ++number) {
         signal(number, options.ignored_signals.contains(number) ? SIG_IGN : SIG_DFL);
+    }
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -83,18 +94,21 @@ void lower_limits(const RunOptions& options) {
 }
 
 void prepare_process(const RunOptions& options, const Channels& channels) {
-    if (dup2(channels.in, 0) < 0 || dup2(channels.out, 1) < 0 || dup2(channels.err, 2) < 0)
+    if (dup2(channels.in, 0) < 0 || dup2(channels.out, 1) < 0 || dup2(channels.err, 2) < 0) {
         fail("cannot connect the standard descriptors");
+    }
     close_range(3, ~0U, 0);
     prepare_signals(options);
     open_descriptors(options);
     umask(options.umask);
-    if (chdir(options.working_directory.c_str()) != 0)
+    if (chdir(options.working_directory.c_str()) != 0) {
         fail("cannot enter " + options.working_directory);
+    }
     rlimit no_core{};
     setrlimit(RLIMIT_CORE, &no_core);
-    if (options.uid != 0)
+    if (options.uid != 0) {
         drop_privileges(options.uid);
+    }
     lower_limits(options);
 }
 
@@ -104,8 +118,9 @@ void prepare_process(const RunOptions& options, const Channels& channels) {
     arguments.insert(arguments.begin(), launch.options.argv0);
     const auto pointers = [](std::vector<std::string>& texts) {
         std::vector<char*> result;
-        for (std::string& text : texts)
+        for (std::string& text : texts) {
             result.push_back(text.data());
+        }
         result.push_back(nullptr);
         return result;
     };
@@ -114,33 +129,42 @@ void prepare_process(const RunOptions& options, const Channels& channels) {
     fail("cannot execute " + launch.options.program);
 }
 
-int failed_expectations() {
-    const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
-    int count = 0;
-    for (int at = 0; test != nullptr && at < test->result()->total_part_count(); ++at)
-        count += test->result()->GetTestPartResult(at).failed() ? 1 : 0;
-    return count;
-}
+// Hands the failures of expectations over to the test, which sees only this child's files.
+class FailureRecorder : public testing::ScopedFakeTestPartResultReporter {
+  public:
+    FailureRecorder()
+        : ScopedFakeTestPartResultReporter(INTERCEPT_ONLY_CURRENT_THREAD, &ignored_) {}
+    void ReportTestPartResult(const testing::TestPartResult& result) override {
+        if (!result.failed()) {
+            return;
+        }
+        const char* file = result.file_name();
+        std::ofstream(places::failures, std::ios::app | std::ios::binary)
+            << record(file != nullptr ? file : "") << record(std::to_string(result.line_number()))
+            << record(result.message());
+    }
+
+  private:
+    testing::TestPartResultArray ignored_;
+};
 
 // Leaves by exit() so that buffers, coverage data and leak checks are as in any program.
 [[noreturn]] void call_function(const Launch& launch, Progress& progress) {
+    const std::vector<std::string> environment = environment_of(launch.options);
     clearenv();
-    for (const std::string& variable : environment_of(launch.options)) {
+    for (const std::string& variable : environment) {
         const size_t sign = variable.find('=');
         setenv(variable.substr(0, sign).c_str(), variable.substr(sign + 1).c_str(), 1);
     }
     tzset();
     prctl(PR_SET_DUMPABLE, 1); // the leak check attaches to its own process
-    if (__gcov_reset != nullptr)
-        __gcov_reset();
-    const int failed_before = failed_expectations();
+    const FailureRecorder recorder;
     try {
         progress.returned = launch.function();
         progress.has_returned = true;
     } catch (const std::exception& error) {
         note_error(progress, (std::string("exception in call(): ") + error.what()).c_str());
     }
-    progress.failed_expectations = failed_expectations() > failed_before;
     std::exit(0);
 }
 
@@ -148,8 +172,9 @@ int failed_expectations() {
                               Progress& progress) noexcept {
     try {
         prepare_process(launch.options, channels);
-        if (launch.function)
+        if (launch.function) {
             call_function(launch, progress);
+        }
         execute(launch);
     } catch (const std::exception& error) {
         note_error(progress, error.what());
@@ -161,12 +186,15 @@ void wait_for_program(Progress& progress) {
     for (;;) {
         int status = 0;
         const pid_t pid = waitpid(-1, &status, 0);
-        if (pid < 0 && errno == EINTR)
+        if (pid < 0 && errno == EINTR) {
             continue;
-        if (pid < 0)
+        }
+        if (pid < 0) {
             fail("lost the program");
-        if (pid != progress.pid)
+        }
+        if (pid != progress.pid) {
             continue;
+        }
         progress.wait_status = status;
         progress.ended = true;
         break;
@@ -182,20 +210,22 @@ void wait_for_program(Progress& progress) {
 void run_as_first_process(const Launch& launch, const Channels& channels, Progress& progress) {
     try {
         char byte = 0;
-        if (read(channels.go, &byte, 1) != 1)
+        if (read(channels.go, &byte, 1) != 1) {
             _exit(1);
+        }
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         enter(launch.sandbox);
         progress_of_this_run = &progress;
         signal(SIGCHLD, SIG_DFL);
-        if (launch.options.pid != 0)
+        signal(SIGUSR1, forward_signal);
+        if (launch.options.pid != 0) {
             choose_next_pid(launch.options.pid);
+        }
         progress.pid = fork();
         if (progress.pid == 0) {
             progress.pid = getpid();
             run_program(launch, channels, progress);
         }
-        signal(SIGUSR1, forward_signal);
         close_range(0, ~0U, 0);
         wait_for_program(progress);
     } catch (const std::exception& error) {
@@ -209,18 +239,30 @@ std::vector<std::string> environment_of(const RunOptions& options) {
         {"PATH", "/bin:/sbin:/usr/bin:/usr/sbin:/usr/local/bin:/usr/local/sbin"},
         {"HOME", "/"},
         {"TZ", "UTC0"}};
-    for (const char* name : {"GCOV_PREFIX", "GCOV_PREFIX_STRIP", "LLVM_PROFILE_FILE"})
-        if (const char* value = std::getenv(name); value != nullptr)
+    for (const char* name : {"GCOV_PREFIX", "GCOV_PREFIX_STRIP", "LLVM_PROFILE_FILE"}) {
+        if (const char* value = std::getenv(name); value != nullptr) {
             variables[name] = value;
-    for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"})
-        if (const char* value = std::getenv(name); value != nullptr)
-            variables[name] = std::string(value) + ":log_path=" + places::run + "/sanitizer";
-    for (const auto& [name, value] : options.environment)
+        }
+    }
+    for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"}) {
+        const char* value = std::getenv(name);
+        if (value != nullptr || __asan_init != nullptr) {
+            variables[name] = std::string(value != nullptr ? value : "") +
+                              ":log_path=" + places::run + "/sanitizer";
+        }
+    }
+    if (__asan_init != nullptr && access(places::symbolizer, X_OK) == 0) {
+        variables["ASAN_SYMBOLIZER_PATH"] = places::symbolizer;
+    }
+    for (const auto& [name, value] : options.environment) {
         variables[name] = value;
+    }
     std::vector<std::string> environment;
-    for (const auto& [name, value] : variables)
-        if (value)
+    for (const auto& [name, value] : variables) {
+        if (value) {
             environment.push_back(name + "=" + *value);
+        }
+    }
     return environment;
 }
 

@@ -29,7 +29,6 @@ struct Progress {
     bool ended; // wait_status is set
     int returned;
     bool has_returned;
-    bool failed_expectations;
     bool left_processes;
     int signal_to_send;
 };
@@ -45,6 +44,10 @@ struct Channels {
 // Process 1 of the namespaces: sets up the root, starts the program, waits for it. Never returns.
 [[noreturn]] void run_as_first_process(const Launch& launch, const Channels& channels,
                                        Progress& progress);
+
+// The folder in which a coverage build leaves its counters, which every root has under the same
+// path: $ZAV_TEST_BIND, else in a coverage build the build folder, else empty.
+std::string folder_of_counters();
 
 // The environment of the program: "NAME=value" strings.
 std::vector<std::string> environment_of(const RunOptions& options);

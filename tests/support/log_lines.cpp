@@ -44,17 +44,19 @@ std::vector<LogLine> log_lines(std::string_view content) {
         const size_t end = content.find('\n');
         const std::string line(content.substr(0, end == content.npos ? content.npos : end + 1));
         content.remove_prefix(line.size());
-        if (messages.empty() || std::regex_search(line, head_pattern()))
+        if (messages.empty() || std::regex_search(line, head_pattern())) {
             messages.emplace_back();
+        }
         messages.back() += line;
     }
     std::vector<LogLine> lines;
     for (const std::string& message : messages) {
         std::smatch head;
-        if (std::regex_search(message, head, head_pattern()))
+        if (std::regex_search(message, head, head_pattern())) {
             lines.push_back(parsed(message, head));
-        else
+        } else {
             lines.push_back({{}, {}, {}, {}, 0, message, message});
+        }
     }
     return lines;
 }

@@ -16,8 +16,8 @@ struct LogLine {
     std::string level;   // "ERROR", "debug", or empty for a message without such a prefix
     std::string process;
     int pid = 0;
-    std::string text;    // after "ERROR zavbox[2]:", without the newlines at its end
-    std::string raw;     // all bytes of the message in the file
+    std::string text; // after "ERROR zavbox[2]:", without the newlines at its end
+    std::string raw;  // all bytes of the message in the file
 };
 
 std::vector<LogLine> log_lines(std::string_view content);

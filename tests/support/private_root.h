@@ -31,12 +31,12 @@ class PrivateRoot {
     PrivateRoot& directory(const std::string& path, mode_t mode = 0755);
     PrivateRoot& symlink(const std::string& target, const std::string& path);
     PrivateRoot& fifo(const std::string& path, mode_t mode = 0644);
-    PrivateRoot& remove(const std::string& path); // with all below it; no error when missing
+    PrivateRoot& remove(const std::string& path);    // with all below it; no error when missing
     std::string read(const std::string& path) const; // throws when it cannot be read
     bool exists(const std::string& path) const;      // a dangling link exists
     mode_t mode(const std::string& path) const;      // permission bits
-    std::vector<std::string> list(const std::string& path) const; // names, sorted
-    std::vector<std::string> tmp() const;            // list("/tmp")
+    std::vector<std::string> list(const std::string& path) const;   // names, sorted
+    std::vector<std::string> tmp() const;                           // list("/tmp")
     std::filesystem::path host_path(const std::string& path) const; // seen by the test itself
     // Waits until a run has made the path; false when it does not appear in time.
     bool appears(const std::string& path,
@@ -55,25 +55,26 @@ class PrivateRoot {
 
     // Runs. The arguments are those after the program's name.
     Result run(const std::vector<std::string>& arguments, const RunOptions& options = {});
-    Run start(const std::vector<std::string>& arguments, const RunOptions& options = {});
+    StartedRun start(const std::vector<std::string>& arguments, const RunOptions& options = {});
     // The same for a function, in a forked child: what it changes is seen only in the tree, what it
     // returns in Result::returned. Expectations that fail inside fail the test.
     Result call(const std::function<int()>& function, const RunOptions& options = {});
-    Run start_call(const std::function<int()>& function, const RunOptions& options = {});
+    StartedRun start_call(const std::function<int()>& function, const RunOptions& options = {});
 
     std::vector<LogLine> log(const std::string& path = "/var/log/log.libzav") const;
     // /etc, /tmp and /var without the log.
     Snapshot snapshot() const;
 
   private:
-    Run launch(const std::vector<std::string>& arguments, std::function<int()> function,
-               const RunOptions& options);
+    StartedRun launch(const std::vector<std::string>& arguments, std::function<int()> function,
+                      const RunOptions& options);
     void make_tree();
-    void make_bound_folder();
+    void show_process(pid_t pid);
     void write_rules() const;
 
     std::filesystem::path base_; // holds the tree and the folders of the runs
     std::filesystem::path root_;
+    std::string counters_; // bound folder of a coverage build, if any
     struct BindMount {
         std::string source;
         std::string target;

@@ -7,7 +7,7 @@
 namespace zav::test {
 
 struct Recorded {
-    std::string command;  // as it was run
+    std::string command; // as it was run
     int exit_status = 0;
     std::string versions; // of kernel and tool
     std::string text;     // standard output

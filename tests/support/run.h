@@ -20,15 +20,15 @@ struct RunOptions {
     // Changes to the default environment (PATH with the six folders, HOME=/, TZ=UTC0); a null value
     // removes the variable. Variables that steer sanitizers and coverage pass through.
     std::map<std::string, std::optional<std::string>> environment = {};
-    std::string input = {};                         // what standard input holds
-    std::map<int, std::string> descriptors = {};    // number: path inside, opened for it
-    std::set<int> closed = {};                      // descriptors that are closed at the start
-    uid_t uid = 0;                                  // 65534 runs without any privilege
-    std::map<int, rlim_t> limits = {};              // soft limits, RLIMIT_FSIZE and the like
+    std::string input = {};                      // what standard input holds
+    std::map<int, std::string> descriptors = {}; // number: path inside, opened for it
+    std::set<int> closed = {};                   // descriptors that are closed at the start
+    uid_t uid = 0;                               // 65534 runs without any privilege
+    std::map<int, rlim_t> limits = {};           // soft limits, RLIMIT_FSIZE and the like
     std::set<int> ignored_signals = {};
     std::string working_directory = "/";
     mode_t umask = 022;
-    pid_t pid = 0;                                  // process id to get; 0: the next, which is 2
+    pid_t pid = 0; // process id to get; 0: the next, which is 2
     std::chrono::milliseconds time_limit = std::chrono::seconds(20);
 };
 
@@ -50,21 +50,22 @@ struct Result {
 };
 
 // A run under way. Destroying it without wait() ends it.
-class Run {
+class StartedRun {
   public:
-    Run(Run&& other) noexcept;
-    Run& operator=(Run&& other) noexcept;
-    ~Run();
+    StartedRun(StartedRun&& other) noexcept;
+    StartedRun& operator=(StartedRun&& other) noexcept;
+    ~StartedRun();
 
     // Waits for the end and gives what was seen. Reports a failure of the current test when the
     // time limit passed, a stand-in tool got a command without a rule, or a sanitizer complained.
     Result wait();
-    void signal(int number); // sends a signal to the program
+    pid_t pid() const;       // inside the root; 0 until the program is there
+    void signal(int number); // sends a signal to the program, once that is there
 
   private:
     friend class PrivateRoot;
     struct State;
-    explicit Run(std::unique_ptr<State> state);
+    explicit StartedRun(std::unique_ptr<State> state);
     std::unique_ptr<State> state_;
 };
 

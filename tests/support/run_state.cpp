@@ -27,44 +27,51 @@ struct Pipe {
 
 Pipe make_pipe() {
     int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0)
+    if (pipe2(ends, O_CLOEXEC) != 0) {
         fail("cannot make a pipe");
+    }
     return {ends[0], ends[1]};
 }
 
 int input_holding(std::string_view text) {
-    if (text.empty())
+    if (text.empty()) {
         return open("/dev/null", O_RDONLY | O_CLOEXEC);
+    }
     const int descriptor = memfd_create("input", MFD_CLOEXEC);
     if (descriptor < 0 || write(descriptor, text.data(), text.size()) < 0 ||
-        lseek(descriptor, 0, SEEK_SET) != 0)
+        lseek(descriptor, 0, SEEK_SET) != 0) {
         fail("cannot prepare standard input");
+    }
     return descriptor;
 }
 
 Progress* shared_progress() {
-    void* memory = mmap(nullptr, sizeof(Progress), PROT_READ | PROT_WRITE,
-                        MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    if (memory == MAP_FAILED)
+    void* memory =
+        mmap(nullptr, sizeof(Progress), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED) {
         fail("cannot share memory");
+    }
     return static_cast<Progress*>(memory);
 }
 
 } // namespace
 
-Run::State::~State() {
+StartedRun::State::~State() {
     if (first_process > 0) {
         kill(first_process, SIGKILL);
         waitpid(first_process, nullptr, 0);
     }
-    for (const int descriptor : {process_descriptor, out, err})
-        if (descriptor >= 0)
+    for (const int descriptor : {process_descriptor, out, err}) {
+        if (descriptor >= 0) {
             close(descriptor);
-    if (progress != nullptr)
+        }
+    }
+    if (progress != nullptr) {
         munmap(progress, sizeof *progress);
+    }
 }
 
-void Run::State::start(const Launch& launch) {
+void StartedRun::State::start(const Launch& launch) {
     std::fflush(nullptr); // a child of call() writes out its copies of these buffers
     progress = shared_progress();
     run_folder = launch.run_folder;
@@ -79,14 +86,16 @@ void Run::State::start(const Launch& launch) {
         close(go.to);
         run_as_first_process(launch, {go.from, input, output.to, errors.to}, *progress);
     }
-    for (const int descriptor : {input, output.to, errors.to, go.from})
+    for (const int descriptor : {input, output.to, errors.to, go.from}) {
         close(descriptor);
+    }
     out = output.from;
     err = errors.from;
     process_descriptor = static_cast<int>(syscall(SYS_pidfd_open, first_process, 0));
     map_ids(first_process);
-    if (process_descriptor < 0 || write(go.to, "g", 1) != 1)
+    if (process_descriptor < 0 || write(go.to, "g", 1) != 1) {
         fail("cannot start the run");
+    }
     close(go.to);
 }
 

@@ -10,7 +10,7 @@
 namespace zav::test {
 
 // What the test process holds of a run under way.
-struct Run::State {
+struct StartedRun::State {
     State() = default;
     ~State();
     State(const State&) = delete;

@@ -11,14 +11,20 @@ namespace zav::test {
 namespace {
 
 bool same_question(const RuleState& a, const RuleState& b) {
-    return a.tool == b.tool && a.match == b.match && a.pattern == b.pattern;
+    return a.tool == b.tool && a.match == b.match && a.pattern == b.pattern &&
+           a.is_default == b.is_default;
 }
 
 bool tried_before(const RuleState& a, const RuleState& b) {
-    if (a.match != b.match)
+    if (a.match != b.match) {
         return a.match < b.match;
-    if (a.pattern.size() != b.pattern.size())
+    }
+    if (a.is_default != b.is_default) {
+        return b.is_default;
+    }
+    if (a.pattern.size() != b.pattern.size()) {
         return a.pattern.size() > b.pattern.size();
+    }
     return a.spends && !b.spends;
 }
 
@@ -77,6 +83,11 @@ Rule& Rule::optional() {
     return *this;
 }
 
+Rule& Rule::as_default() {
+    state_->is_default = true;
+    return optional();
+}
+
 Tool::Tool(RuleBook& book, std::string path) : book_(&book), path_(std::move(path)) {}
 
 Rule Tool::on(const std::string& command) {
@@ -118,8 +129,9 @@ std::vector<RuleState> RuleBook::in_force() const {
         const auto replaces = [at](const auto& later) {
             return !later->spends && same_question(*later, **at);
         };
-        if ((*at)->spends || std::none_of(at + 1, rules_.end(), replaces))
+        if ((*at)->spends || std::none_of(at + 1, rules_.end(), replaces)) {
             rules.push_back(**at);
+        }
     }
     std::stable_sort(rules.begin(), rules.end(), tried_before);
     return rules;

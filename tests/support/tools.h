@@ -18,17 +18,18 @@ class Rule {
     explicit Rule(std::shared_ptr<RuleState> state);
 
     Rule& prints(std::string text);
-    Rule& prints_bytes(size_t count);     // that many bytes of filler lines
-    Rule& complains(std::string text);    // on standard error
-    Rule& does(std::string snippet);      // busybox sh; the real arguments are $1, $2, ...
-    Rule& exits(int status);              // default: the snippet's status, else 0
+    Rule& prints_bytes(size_t count);  // that many bytes of filler lines
+    Rule& complains(std::string text); // on standard error
+    Rule& does(std::string snippet);   // busybox sh; the real arguments are $1, $2, ...
+    Rule& exits(int status);           // default: the snippet's status, else 0
     Rule& killed_by(int signal);
     Rule& replays(const std::string& capture); // output and exit status of a recorded run
 
-    Rule& then();            // what follows describes the next call's answer; the last one repeats
-    Rule& times(size_t n);   // the answers are given n times, after that the next rule answers
+    Rule& then();          // what follows describes the next call's answer; the last one repeats
+    Rule& times(size_t n); // the answers are given n times, after that the next rule answers
     Rule& once() { return times(1); }
-    Rule& optional();        // expect_all_used() does not ask for it
+    Rule& optional();   // expect_all_used() does not ask for it
+    Rule& as_default(); // for fixtures: optional, and tried after a test's rules of its kind
 
   private:
     std::shared_ptr<RuleState> state_;

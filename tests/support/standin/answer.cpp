@@ -21,30 +21,43 @@
 namespace zav::test {
 namespace {
 
-std::string_view base_name(std::string_view path) { return path.substr(path.rfind('/') + 1); }
+std::string_view base_name(std::string_view path) {
+    return path.substr(path.rfind('/') + 1);
+}
 
-// The texts by which this call may be known: the whole command text without its redirections, the
-// simple command in it that has this tool's name and arguments, and the arguments joined by blanks.
+std::string joined(const std::vector<std::string>& words) {
+    std::string text = words[0];
+    for (size_t at = 1; at < words.size(); ++at) {
+        text += " " + words[at];
+    }
+    return text;
+}
+
+// The texts by which this call may be known: the whole command text without its redirections, and
+// the simple command in it that has this tool's name and arguments; where there is none (something
+// was expanded, or a snippet called), the arguments joined by blanks.
 std::vector<std::string> texts_of_call(char** argv) {
     std::vector<std::string> words;
-    std::string joined = argv[0];
     for (char** word = argv; *word != nullptr; ++word) {
         words.emplace_back(*word);
-        if (word != argv)
-            joined += std::string(" ") + *word;
     }
     std::vector<std::string> texts;
     if (const char* text = std::getenv(places::text_variable); text != nullptr) {
-        texts.push_back(without_redirections(text));
         for (const std::string& command : simple_commands(text)) {
             const std::string bare = without_redirections(command);
             const std::vector<std::string> called = words_of(bare);
             if (called.size() == words.size() && base_name(called[0]) == base_name(words[0]) &&
-                std::equal(called.begin() + 1, called.end(), words.begin() + 1))
+                std::equal(called.begin() + 1, called.end(), words.begin() + 1)) {
                 texts.push_back(bare);
+            }
         }
     }
-    texts.push_back(joined);
+    if (texts.empty()) {
+        texts.push_back(joined(words));
+    }
+    if (const char* text = std::getenv(places::text_variable); text != nullptr) {
+        texts.push_back(without_redirections(text));
+    }
     return texts;
 }
 
@@ -53,36 +66,43 @@ std::vector<std::string> texts_of_call(char** argv) {
 std::optional<Answer> take_answer(const char* tool, const std::vector<std::string>& texts) {
     const LiftedLimits lifted;
     const int lock = open(places::uses, O_RDWR | O_APPEND | O_CLOEXEC);
-    if (lock >= 0)
+    if (lock >= 0) {
         flock(lock, LOCK_EX);
+    }
     const std::vector<std::string> uses = split_records(read_file(places::uses));
     std::optional<Answer> found;
     for (const RuleState& rule : rules_from_bytes(read_file(places::rules))) {
         const auto matches = [&rule](const std::string& text) { return rule.matches(text); };
-        if (rule.tool != tool || std::none_of(texts.begin(), texts.end(), matches))
+        if (rule.tool != tool || std::none_of(texts.begin(), texts.end(), matches)) {
             continue;
+        }
         const std::string number = std::to_string(rule.number);
         const auto used = static_cast<size_t>(std::count(uses.begin(), uses.end(), number));
-        if (rule.spends && used >= rule.capacity())
+        if (rule.spends && used >= rule.capacity()) {
             continue;
-        if (lock >= 0)
+        }
+        if (lock >= 0) {
             write_all(lock, record(number));
+        }
         found = rule.answer(used);
         break;
     }
-    if (lock >= 0)
+    if (lock >= 0) {
         close(lock);
+    }
     return found;
 }
 
 int run_snippet(const std::string& snippet, char** argv) {
     std::vector<char*> arguments;
     std::string text = snippet;
-    for (const char* word : {"sh", "-c"})
+    for (const char* word : {"sh", "-c"}) {
         arguments.push_back(const_cast<char*>(word));
+    }
     arguments.push_back(text.data());
-    for (char** word = argv; *word != nullptr; ++word)
+    for (char** word = argv; *word != nullptr; ++word) {
         arguments.push_back(*word);
+    }
     arguments.push_back(nullptr);
     unsetenv(places::text_variable);
     signal(SIGCHLD, SIG_DFL);
@@ -97,16 +117,20 @@ int run_snippet(const std::string& snippet, char** argv) {
 }
 
 void write_filler(size_t count) {
-    if (count == 0)
+    if (count == 0) {
         return;
+    }
     std::string line(63, 'x');
     line += '\n';
     std::string block;
-    while (block.size() < 65536)
+    while (block.size() < 65536) {
         block += line;
-    for (; count > block.size(); count -= block.size())
-        if (!write_all(STDOUT_FILENO, block))
+    }
+    for (; count > block.size(); count -= block.size()) {
+        if (!write_all(STDOUT_FILENO, block)) {
             return;
+        }
+    }
     write_all(STDOUT_FILENO, std::string_view(block).substr(0, count));
 }
 
@@ -129,13 +153,15 @@ int answer_call(char** argv) {
         return 127;
     }
     int status = 0;
-    if (!answer->snippet.empty())
+    if (!answer->snippet.empty()) {
         status = run_snippet(answer->snippet, argv);
+    }
     write_all(STDOUT_FILENO, answer->output);
     write_filler(answer->filler);
     write_all(STDERR_FILENO, answer->errors);
-    if (answer->signal != 0)
+    if (answer->signal != 0) {
         die_of(answer->signal);
+    }
     return answer->exit_status >= 0 ? answer->exit_status : status;
 }
 

@@ -55,9 +55,11 @@ int become_shell(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
-    if (std::strcmp(argv[0], places::standin) == 0)
+    if (std::strcmp(argv[0], places::standin) == 0) {
         return argc > 1 ? answer_call(argv + 1) : 127;
-    if (argc > 1 && argv[1][0] == '/' && is_standin_file(argv[1]))
+    }
+    if (argc > 1 && argv[1][0] == '/' && is_standin_file(argv[1])) {
         return answer_call(argv + 1);
+    }
     return become_shell(argc, argv);
 }

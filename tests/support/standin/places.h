@@ -4,15 +4,17 @@
 
 namespace zav::test::places {
 
-inline constexpr auto shell = "/.harness/sh";            // the real shell
-inline constexpr auto busybox = "/.harness/busybox";     // the plain tools
-inline constexpr auto standin = "/.harness/standin";     // answers for every stand-in tool
-inline constexpr auto proc = "/.harness/proc";           // procfs of the run's PID namespace
-inline constexpr auto rules = "/.harness/rules";         // what stand-in tools answer
+inline constexpr auto shell = "/.harness/sh";                   // the real shell
+inline constexpr auto busybox = "/.harness/busybox";            // the plain tools
+inline constexpr auto standin = "/.harness/standin";            // answers for every stand-in tool
+inline constexpr auto symbolizer = "/.harness/llvm-symbolizer"; // names in sanitizer reports
+inline constexpr auto proc = "/.harness/proc";                  // procfs of the run's PID namespace
+inline constexpr auto rules = "/.harness/rules";                // what stand-in tools answer
 inline constexpr auto uses = "/.harness/uses";           // which rule answered, one record a call
 inline constexpr auto run = "/.harness/run";             // folder of this run alone
 inline constexpr auto journal = "/.harness/run/journal"; // the command texts of this run
 inline constexpr auto unexpected = "/.harness/run/unexpected"; // calls that no rule answers
+inline constexpr auto failures = "/.harness/run/failures";     // expectations that failed inside
 
 // First line of a stand-in tool's file; such a file has no "#!", so that executing it fails.
 inline constexpr auto standin_mark = "# stand-in tool\n";

@@ -9,7 +9,9 @@
 namespace zav::test {
 namespace {
 
-size_t number_from(const std::string& text) { return std::strtoull(text.c_str(), nullptr, 10); }
+size_t number_from(const std::string& text) {
+    return std::strtoull(text.c_str(), nullptr, 10);
+}
 
 std::string bytes_of(const Answer& answer) {
     std::string bytes;
@@ -25,16 +27,20 @@ std::string bytes_of(const Answer& answer) {
 Answer answer_from(std::string_view bytes) {
     std::vector<std::string> fields = split_records(bytes);
     fields.resize(6);
-    return {fields[0], fields[1],
-            number_from(fields[2]), fields[3],
-            std::atoi(fields[4].c_str()), std::atoi(fields[5].c_str())};
+    return {fields[0],
+            fields[1],
+            number_from(fields[2]),
+            fields[3],
+            std::atoi(fields[4].c_str()),
+            std::atoi(fields[5].c_str())};
 }
 
 } // namespace
 
 const Answer& RuleState::answer(size_t use) const {
-    if (spends)
+    if (spends) {
         return answers[use % answers.size()];
+    }
     return answers[std::min(use, answers.size() - 1)];
 }
 
@@ -60,8 +66,9 @@ std::string to_bytes(const std::vector<RuleState>& rules) {
         append_record(bytes, std::to_string(rule.number));
         append_record(bytes, rule.spends ? "1" : "0");
         append_record(bytes, std::to_string(rule.rounds));
-        for (const Answer& answer : rule.answers)
+        for (const Answer& answer : rule.answers) {
             append_record(bytes, bytes_of(answer));
+        }
         append_record(all, bytes);
     }
     return all;
@@ -72,8 +79,9 @@ std::vector<RuleState> rules_from_bytes(std::string_view bytes) {
     std::vector<RuleState> rules;
     for (const std::string& one : split_records(bytes)) {
         const std::vector<std::string> fields = split_records(one);
-        if (fields.size() <= head)
+        if (fields.size() <= head) {
             continue;
+        }
         RuleState rule;
         rule.tool = fields[0];
         rule.match = static_cast<Match>(std::atoi(fields[1].c_str()));
@@ -82,8 +90,9 @@ std::vector<RuleState> rules_from_bytes(std::string_view bytes) {
         rule.spends = fields[4] == "1";
         rule.rounds = number_from(fields[5]);
         rule.answers.clear();
-        for (size_t at = head; at < fields.size(); ++at)
+        for (size_t at = head; at < fields.size(); ++at) {
             rule.answers.push_back(answer_from(fields[at]));
+        }
         rules.push_back(std::move(rule));
     }
     return rules;

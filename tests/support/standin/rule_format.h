@@ -10,12 +10,12 @@
 namespace zav::test {
 
 struct Answer {
-    std::string snippet;   // shell commands run first, the tool's arguments as $1, $2, ...
-    std::string output;    // then written to standard output
-    size_t filler = 0;     // and this many bytes of filler lines
-    std::string errors;    // written to standard error
-    int exit_status = -1;  // -1: the snippet's status, 0 without a snippet
-    int signal = 0;        // dies of this signal instead
+    std::string snippet;  // shell commands run first, the tool's arguments as $1, $2, ...
+    std::string output;   // then written to standard output
+    size_t filler = 0;    // and this many bytes of filler lines
+    std::string errors;   // written to standard error
+    int exit_status = -1; // -1: the snippet's status, 0 without a snippet
+    int signal = 0;       // dies of this signal instead
 };
 
 enum class Match { exact, prefix, any };
@@ -24,10 +24,11 @@ struct RuleState {
     std::string tool; // path of the stand-in
     Match match = Match::any;
     std::string pattern;
-    size_t number = 0;             // place in the order of declaration
-    bool spends = false;           // retires after `answers.size() * rounds` uses
-    size_t rounds = 1;             // how often the whole sequence is given
-    bool optional = false;         // may stay unused
+    size_t number = 0;              // place in the order of declaration
+    bool spends = false;            // retires after `answers.size() * rounds` uses
+    size_t rounds = 1;              // how often the whole sequence is given
+    bool optional = false;          // may stay unused
+    bool is_default = false;        // tried after those of its kind that are not
     std::vector<Answer> answers{1}; // given in order, the last one from then on
 
     size_t capacity() const { return answers.size() * rounds; }
