@@ -55,7 +55,8 @@ void add_to_snapshot(Snapshot& snapshot, const std::filesystem::path& root,
     if (!std::filesystem::is_directory(real)) {
         return;
     }
-    for (auto at = std::filesystem::recursive_directory_iterator(real);
+    for (auto at = std::filesystem::recursive_directory_iterator(
+             real, std::filesystem::directory_options::skip_permission_denied);
          at != std::filesystem::recursive_directory_iterator(); ++at) {
         const std::string inside = "/" + at->path().lexically_relative(root).string();
         if (std::find(except.begin(), except.end(), inside) != except.end()) {

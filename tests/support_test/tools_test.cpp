@@ -210,6 +210,30 @@ TEST(StandInTool, IsRuledOverSeveralRunsTogether) {
     EXPECT_EQ(run_command(root, "/bin/tool").out, "second");
 }
 
+TEST(StandInTool, GivesEachAnswerOfASequenceToOneOfManyCallsAtTheSameTime) {
+    constexpr int calls = 12;
+    PrivateRoot root;
+    Rule rule = root.tool("/bin/tool").any();
+    std::vector<StartedRun> runs;
+    std::vector<std::string> expected;
+    for (int at = 0; at < calls; ++at) {
+        expected.push_back(std::to_string(at));
+        rule.prints(expected.back());
+        if (at + 1 < calls) {
+            rule.then();
+        }
+    }
+    rule.once();
+    for (int at = 0; at < calls; ++at) {
+        runs.push_back(root.start_call([] { return std::system("/bin/tool"); }));
+    }
+    std::vector<std::string> printed;
+    for (StartedRun& run : runs) {
+        printed.push_back(run.wait().out);
+    }
+    EXPECT_THAT(printed, testing::UnorderedElementsAreArray(expected));
+}
+
 TEST(ExpectAllUsed, FailsForARuleThatWasNotUsed) {
     EXPECT_NONFATAL_FAILURE(
         {
