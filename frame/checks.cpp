@@ -67,7 +67,7 @@ int copy_text128(BoundedText<129>& destination, const char* text) {
         return 0;
     }
     const std::string_view view = text;
-    if (view.empty() || view.size() > destination.capacity) {
+    if (view.empty() || view.size() > BoundedText<129>::capacity) {
         return refused;
     }
     destination = view;

@@ -23,7 +23,7 @@ namespace {
 constexpr const char* log_path = "/var/log/log.libzav";
 constexpr const char* previous_log_path = "/var/log/log.libzav.0";
 constexpr const char* console_path = "/dev/console";
-constexpr off_t log_size_limit = 128 * 1024;
+constexpr off_t log_size_limit = 131072;
 constexpr int open_attempts = 5;
 constexpr int rotation_attempts = 1000;
 constexpr std::size_t message_size = 8192;
@@ -33,7 +33,7 @@ constexpr std::size_t stamp_size = 15;
 constexpr std::size_t stamp_in_ctime = 4;
 
 [[gnu::format(printf, 1, 0)]] std::string format_message(const char* format, va_list arguments) {
-    std::array<char, message_size> text;
+    std::array<char, message_size> text = {};
     std::vsnprintf(text.data(), text.size(), format, arguments);
     return text.data();
 }

@@ -19,7 +19,7 @@ constexpr std::size_t most_options = 32;
 constexpr int no_limit = -1;
 
 struct Option {
-    int letter = 0;
+    char letter = '\0';
     std::uint32_t own_bit = 0;
     std::uint32_t set_bits = 0;
     std::uint32_t clear_bits = 0;
@@ -61,8 +61,8 @@ class Parser {
     void read_rules(std::string_view rules);
     void read_option_rule(std::string_view rule);
     void read_pair_rule(Option& option, std::string_view rule);
-    Option& find(char letter);
-    Option* find_seen(int letter);
+    Option* find(char letter);
+    Option& find_for_rule(char letter);
     void apply(const Option& option, const char* argument);
     void check(int operands) const;
 
@@ -102,14 +102,14 @@ void Parser::make_options() {
     }
 }
 
-Option& Parser::find(char letter) {
-    const auto found = std::ranges::find(options_, letter, &Option::letter);
-    return found != options_.end() ? *found : unknown_;
-}
-
-Option* Parser::find_seen(int letter) {
+Option* Parser::find(char letter) {
     const auto found = std::ranges::find(options_, letter, &Option::letter);
     return found != options_.end() ? &*found : nullptr;
+}
+
+Option& Parser::find_for_rule(char letter) {
+    Option* option = find(letter);
+    return option != nullptr ? *option : unknown_;
 }
 
 void Parser::read_rules(std::string_view rules) {
@@ -151,7 +151,7 @@ void Parser::read_rules(std::string_view rules) {
 /// `rule` is one token, from its letter to the next colon.
 void Parser::read_option_rule(std::string_view rule) {
     const char letter = rule.front();
-    Option& option = find(letter);
+    Option& option = find_for_rule(letter);
     if (rule.size() == 1) {
         needed_ |= option.own_bit;
         return;
@@ -177,7 +177,7 @@ void Parser::read_pair_rule(Option& option, std::string_view rule) {
         } else if (c == '-') {
             bits = bits == &option.clear_bits ? &option.excludes : &option.clear_bits;
         } else {
-            *bits |= find(c).own_bit;
+            *bits |= find_for_rule(c).own_bit;
         }
     }
 }
@@ -221,7 +221,7 @@ std::uint32_t Parser::parse(int argc, char** argv) {
     int letter = 0;
     while ((letter = ::getopt_long(argc, argv, settings_.short_options, long_options, nullptr)) !=
            -1) {
-        const Option* option = find_seen(letter);
+        const Option* option = find(static_cast<char>(letter));
         if (option == nullptr) {
             const LogSite site = LogSite::numbered(499, "zav_getopt");
             log_error("%s[%d]: other option: %c", site.function, site.line, letter);

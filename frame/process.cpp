@@ -81,7 +81,7 @@ class SpawnActions {
 
   private:
     FileDescriptor null_ = FileDescriptor::open("/dev/null", O_RDONLY);
-    posix_spawn_file_actions_t actions_;
+    posix_spawn_file_actions_t actions_ = {};
 };
 
 class SpawnAttributes {
@@ -100,7 +100,7 @@ class SpawnAttributes {
     [[nodiscard]] const posix_spawnattr_t* get() const { return &attributes_; }
 
   private:
-    posix_spawnattr_t attributes_;
+    posix_spawnattr_t attributes_ = {};
 };
 
 int wait_for(pid_t pid) {

@@ -73,7 +73,7 @@ bool is_listed(const char* name) {
     LinePieces pieces(*mdstat);
     std::string_view line;
     while (pieces.next(line)) {
-        if (pieces.starts_line() && field(trim(line), " :", 0) == name) {
+        if (pieces.starts_line() && field(line, " :", 0) == name) {
             return true;
         }
     }

@@ -186,35 +186,46 @@ TEST(CaptureRun, LogsNothingForACommandThatWorks) {
     EXPECT_THAT(root.log(), IsEmpty());
 }
 
+// A root in which the caller cannot make a file under /tmp.
+class ClosedTmpRoot : public CaptureRoot {
+  public:
+    ClosedTmpRoot() : CaptureRoot("echo ran > /var/log/ran") {
+        directory("/tmp", 0755).directory("/var/log", 0777);
+    }
+    static test::RunOptions caller() { return {.uid = 65534}; }
+};
+
 TEST(CaptureWithoutAFile, RunsNothing) {
-    CaptureRoot root("echo ran > /ran");
-    root.remove("/tmp");
-    const Result result = root.call([] {
-        const Capture capture(name_template);
-        EXPECT_EQ(capture.read(), std::nullopt);
-        return capture.run("/sbin/tool");
-    });
+    ClosedTmpRoot root;
+    const Result result = root.call(
+        [] {
+            const Capture capture(name_template);
+            EXPECT_EQ(capture.read(), std::nullopt);
+            return capture.run("/sbin/tool");
+        },
+        ClosedTmpRoot::caller());
     EXPECT_EQ(result.returned, -1);
-    EXPECT_FALSE(root.exists("/ran"));
+    EXPECT_FALSE(root.exists("/var/log/ran"));
     EXPECT_THAT(root.log(), IsEmpty());
 }
 
 TEST(CaptureWithoutAFile, IsLoggedLikeAShellThatDidNotStart) {
-    CaptureRoot root;
-    root.remove("/tmp");
-    root.call([] { return Capture(name_template).run_and_log("/sbin/tool"); });
+    ClosedTmpRoot root;
+    root.call([] { return Capture(name_template).run_and_log("/sbin/tool"); },
+              ClosedTmpRoot::caller());
     ASSERT_EQ(root.log().size(), 1U);
     EXPECT_THAT(root.log()[0].text,
                 testing::StartsWith("system(\"/sbin/tool\") return unnormal with exit(255) for '"));
 }
 
 TEST(CaptureWithoutAFile, IsMissingForItsReader) {
-    CaptureRoot root;
-    root.remove("/tmp");
-    EXPECT_EQ(root.call([] {
-                      std::string text;
-                      return Capture(name_template).read_or_fail(text, -1, unread);
-                  })
+    ClosedTmpRoot root;
+    EXPECT_EQ(root.call(
+                      [] {
+                          std::string text;
+                          return Capture(name_template).read_or_fail(text, -1, unread);
+                      },
+                      ClosedTmpRoot::caller())
                   .returned,
               -11000);
 }

@@ -70,6 +70,10 @@ TEST(CommandFailure, BySignalIsUnnormalWithExit0) {
     EXPECT_THAT(logged_for(11 | 0x80), testing::HasSubstr(" return unnormal with exit(0) for "));
 }
 
+TEST(CommandFailure, IsNormalWhenTheLowestSevenBitsAreZero) {
+    EXPECT_THAT(logged_for(0x80), testing::HasSubstr(" return normal with exit(0) for "));
+}
+
 TEST(CommandFailure, WithoutAShellIsUnnormalWithExit255) {
     EXPECT_THAT(logged_for(-1), testing::HasSubstr(" return unnormal with exit(255) for "));
 }

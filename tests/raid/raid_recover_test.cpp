@@ -293,5 +293,21 @@ TEST_F(Recover, FailsWhenTheGroupsCannotBeScanned) {
     expect_failure_logged(-419);
 }
 
+// Behind the RAID controller disks have no name that mdadm could examine.
+TEST(RecoverOnTheController, ExaminesNoDiskWithoutAName) {
+    ArrayMachine machine("VEL7205U");
+    machine.tool(ArrayMachine::mdadm)
+        .on("/sbin/mdadm -D /dev/md1")
+        .prints("Raid Devices : 3\n" + table({{0, "/dev/sda"}, {1, nullptr}, {2, "/dev/sdc"}}));
+    machine.tool(ArrayMachine::vexadm)
+        .on("/usr/local/bin/vexadm --misc --scan")
+        .prints("==\n0 /ST3/500/Normal/Free\n1 /ST3/500/Normal/Free\n");
+    const Result run = machine.operation([] { return raid_recover("md1", "raid5"); });
+    EXPECT_EQ(run.returned, -410);
+    EXPECT_THAT(outside(run),
+                ElementsAre("/sbin/mdadm -D /dev/md1 > /tmp/mdinfo.XXXXXX",
+                            "/usr/local/bin/vexadm --misc --scan > /tmp/diskinfo.XXXXXX"));
+}
+
 } // namespace
 } // namespace zav::test

@@ -126,6 +126,12 @@ TEST_F(RemoveDisk, RefusesAMemberWithAnotherMark) {
     expect_refused("'2' in md1 is not fauty");
 }
 
+TEST_F(RemoveDisk, DoesNotTakeALetterOfTheNameForAMark) {
+    machine.box({{"sda", 1}, {"sdF", 2}});
+    machine.array("md1", "raid1", "clean", 2, {{"sda", "in_sync"}, {"sdF", "in_sync"}});
+    EXPECT_EQ(remove("md1", "2"), -2036);
+}
+
 // The controller's scan gives members as it likes.
 TEST(RemoveDiskOnTheController, FindsNoMemberForADiskWithoutAName) {
     ArrayMachine machine("VEL7205U");

@@ -54,6 +54,7 @@ TEST_F(Groups, AreNotMadeOfTheToolsRemarks) {
         names("  No volume groups found\n"
               "  WARNING: Couldn't find device with uuid CDjztj-qvia.\n"
               "  WARNING: VG vg1 is missing PV CDjztj (last written to /dev/sdg).\n"
+              "  WARNING: vg1: PV: missing\n"
               "  File descriptor 3 (/tmp/x) leaked on vgdisplay invocation. Parent PID 9: sh\n"
               "\n \t\n:\n"),
         IsEmpty());
