@@ -5,7 +5,7 @@
 # throttle_rebuild, release_rebuild: hold rebuilds back so that they can be looked at, let them run.
 throttle_rebuild() {
     echo 100 >/proc/sys/dev/raid/speed_limit_min
-    echo "${1:-2000}" >/proc/sys/dev/raid/speed_limit_max
+    echo 2000 >/proc/sys/dev/raid/speed_limit_max
 }
 
 release_rebuild() {
@@ -24,8 +24,8 @@ rebuild_of() {
         esac
         case $found$rest in
             yes*recovery\ =*%* | yes*resync\ =*%*)
-                rebuild=${rest#*= }
-                rebuild=${rebuild%%\%*}%
+                rebuild=${rest%%\%*}%
+                rebuild=${rebuild##*[ =]}
                 ;;
             yes*resync=*) rebuild=waiting ;;
         esac
@@ -34,18 +34,49 @@ rebuild_of() {
 
 # redundant ARRAY: true when no member is missing and no rebuild is to be done.
 redundant() {
-    read -r degraded <"/sys/block/$1/md/degraded" || return 1
-    read -r resync <"/sys/block/$1/md/resync_start" || return 1
-    read -r action <"/sys/block/$1/md/sync_action" || return 1
+    [ -r "/sys/block/$1/md/degraded" ] || return 1
+    read -r degraded <"/sys/block/$1/md/degraded"
+    read -r resync <"/sys/block/$1/md/resync_start"
+    read -r action <"/sys/block/$1/md/sync_action"
     [ "$degraded $resync $action" = "0 none idle" ]
+}
+
+# uptime_seconds: set "now".
+uptime_seconds() {
+    read -r now _ </proc/uptime
+    now=${now%.*}
 }
 
 # wait_until_redundant ARRAY SECONDS: false when that takes longer.
 wait_until_redundant() {
-    pauses=$(($2 * 5))
+    uptime_seconds
+    deadline=$((now + $2))
     until redundant "$1"; do
-        [ "$pauses" -gt 0 ] || return 1
-        pauses=$((pauses - 1))
-        sleep 0.2
+        uptime_seconds
+        [ "$now" -lt "$deadline" ] || return 1
+        sleep 0.1
     done
+}
+
+# pull_disk DISK: take it out while the machine runs.
+pull_disk() {
+    echo 1 >"/sys/block/$1/device/delete"
+    while [ -b "/dev/$1" ]; do sleep 0.02; done
+    mvsata-status
+}
+
+# plug_disk SLOT: put the disk of that slot (0, 1, ...) in again, and set "plugged" to its name,
+# which is another one as long as an array still holds the one before.
+plug_disk() {
+    logical_unit=/sys/kernel/config/target/loopback/naa.6001405000000001/tpgt_1/lun/lun_$1
+    rm "$logical_unit/disk"
+    ln -s "/sys/kernel/config/target/core/iblock_$1/disk" "$logical_unit/disk"
+    plugged=
+    while [ -z "$plugged" ]; do
+        sleep 0.02
+        for device in /sys/class/scsi_device/*:"$1"/device/block/sd*; do
+            [ ! -b "/dev/${device##*/}" ] || plugged=${device##*/}
+        done
+    done
+    mvsata-status
 }

@@ -1,0 +1,95 @@
+# SPDX-License-Identifier: MIT
+# shellcheck shell=bash disable=SC2154  # run sets output and status
+# Bringing back an array.  Only superblocks of version 0.90 carry the table of members that
+# a lost one is found by.
+
+use_old_superblocks() {
+    mkdir -p /etc/mdadm
+    echo 'CREATE metadata=0.90' >/etc/mdadm/mdadm.conf
+}
+
+write_pattern() {
+    seq 1 200000 | dd of=/dev/md1 bs=64k conv=fsync status=none iflag=fullblock
+}
+
+pattern_is_there() {
+    echo 3 >/proc/sys/vm/drop_caches
+    dd if=/dev/md1 bs=64k count=19 status=none | head -c 1000000 |
+        cmp - <(seq 1 200000 | head -c 1000000)
+}
+
+recovered_row() {
+    expect_row md1 raid5 "clean, degraded, recovering" "$progress" 2GB "$1" "$2"
+}
+
+test_a_disk_that_came_back_under_another_name_is_found_by_its_superblock() {
+    use_old_superblocks
+    create_array md1 5 1,2,3
+    finish_rebuild md1
+    write_pattern
+    # Assembled again the array has nothing left to write, so that it does not notice the loss.
+    mdadm -q -S /dev/md1
+    mdadm -q -A /dev/md1 /dev/sda /dev/sdb /dev/sdc
+    pull_disk sdb
+    plug_disk 1
+    run mdadm --detail /dev/md1
+    expect_line ' *1 +8 +16 +1 +active sync +missing'
+    run zavbox mdmanage --recover -n md1
+    expect 0 "disk: /dev/sda
+disk: /dev/sdc"
+    recovered_row "1,2,3(S)" 3
+    expect_that "the disk is in its old place" grep -q "$plugged\[1\]" /proc/mdstat
+    expect_that "the data is whole" pattern_is_there
+}
+
+test_an_array_with_a_failed_member_is_created_again_over_its_data() {
+    create_array md1 5 1,2,3
+    finish_rebuild md1
+    write_pattern
+    run mdadm /dev/md1 -f /dev/sdb
+    expect_status 0
+    run zavbox mdmanage --recover -n md1
+    expect 0 "disk: /dev/sda
+disk: /dev/sdb
+disk: /dev/sdc"
+    recovered_row "1,2,3(S)" 3
+    expect_that "the data is whole" pattern_is_there
+}
+
+test_an_array_that_lost_a_disk_for_good_is_stopped_and_not_created_again() {
+    create_array md1 5 1,2,3
+    finish_rebuild md1
+    mdadm -q /dev/md1 -f /dev/sdb
+    mdadm -q --manage /dev/md1 -r /dev/sdb
+    run zavbox mdmanage --recover -n md1
+    expect $((-419 & 255)) "disk: /dev/sda
+disk: /dev/sdc
+for errno '-419'"
+    expect_log "disks num 2 exceed [3, 16] in raid5"
+    expect_no_arrays
+    run mdadm -A /dev/md1 /dev/sda /dev/sdc
+    expect_status 0
+    expect_row md1 raid5 "clean, degraded" '100%' 2GB 1,3 None
+}
+
+test_a_new_superblock_does_not_tell_where_the_lost_disk_was() {
+    create_array md1 6 1,2,3,4
+    finish_rebuild md1
+    mdadm -q -S /dev/md1
+    mdadm -q -A /dev/md1 /dev/sda /dev/sdb /dev/sdc /dev/sdd
+    pull_disk sdb
+    plug_disk 1
+    run zavbox mdmanage --recover -n md1
+    expect_status $((-410 & 255))
+    expect_line "for errno '-410'"
+    expect_that "the array still runs" is_listed md1
+}
+
+test_recovering_a_mirror_makes_a_stripe_of_it() {
+    create_array md1 1 1,2
+    finish_rebuild md1
+    mdadm -q /dev/md1 -f /dev/sdb
+    run zavbox mdmanage --recover -n md1
+    expect_status 0
+    expect_row md1 raid0 clean '100%' 2GB 1,2 None
+}
