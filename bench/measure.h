@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: MIT
+// Measuring one run of a program from outside. All figures are those of the program alone: what its
+// children use is never in them.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace zav::bench {
+
+struct Usage {
+    double wall_ms = 0;
+    double own_cpu_ms = 0; ///< user and system time
+    bool succeeded = false;
+};
+
+/// Runs a program to its end, input and outputs on /dev/null. The processor time is read from the
+/// program's own processor clock while it is a zombie: exact to the scheduler's nanosecond, and
+/// without its children, whose time only wait(2) would add.
+Usage run_measured(const std::vector<std::string>& command);
+
+/// The most memory in KiB that a program ever has resident: VmHWM of /proc, read when it is about
+/// to exit (a tracer is told of that moment). rusage would give the largest of the program, its
+/// children and whoever started it. `proc` is where procfs is. 0 when it cannot be read.
+long peak_memory_kib(const std::vector<std::string>& command, const std::string& proc);
+
+} // namespace zav::bench

@@ -1,0 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+/* The least that a static program costs. */
+int main(void) {
+    return 0;
+}

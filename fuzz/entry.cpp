@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: MIT
+#include "fuzz/fuzz.h"
+
+#include <cstddef>
+#include <cstdint>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    zav::fuzz::run({reinterpret_cast<const char*>(data), size});
+    return 0;
+}
