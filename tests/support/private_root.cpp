@@ -317,8 +317,11 @@ void PrivateRoot::expect_all_used() const {
     }
 }
 
+// In one step: a run under way may be reading them.
 void PrivateRoot::write_rules() const {
-    write_file(root_ / ".harness/rules", to_bytes(rules_.in_force()), 0644);
+    const fs::path next = base_ / "rules";
+    write_file(next, to_bytes(rules_.in_force()), 0644);
+    fs::rename(next, host_path(places::rules));
 }
 
 StartedRun PrivateRoot::launch(const std::vector<std::string>& arguments,

@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <gmock/gmock.h>
 #include <gtest/gtest-spi.h>
+#include <iterator>
+#include <sstream>
 
 namespace zav::test {
 namespace {
@@ -211,27 +213,50 @@ TEST(StandInTool, IsRuledOverSeveralRunsTogether) {
 }
 
 TEST(StandInTool, GivesEachAnswerOfASequenceToOneOfManyCallsAtTheSameTime) {
-    constexpr int calls = 12;
+    constexpr int callers = 4;
+    constexpr int calls = 20;
     PrivateRoot root;
     Rule rule = root.tool("/bin/tool").any();
-    std::vector<StartedRun> runs;
-    std::vector<std::string> expected;
-    for (int at = 0; at < calls; ++at) {
+    rule.once().prints("0\n");
+    std::vector<std::string> expected = {"0"};
+    for (int at = 1; at < callers * calls; ++at) {
         expected.push_back(std::to_string(at));
-        rule.prints(expected.back());
-        if (at + 1 < calls) {
-            rule.then();
+        rule.then().prints(expected.back() + "\n");
+    }
+    const auto call_often = [] {
+        int status = 0;
+        for (int at = 0; at < calls; ++at) {
+            status |= std::system("/bin/tool");
         }
+        return status;
+    };
+    std::vector<StartedRun> runs;
+    for (int at = 0; at < callers; ++at) {
+        runs.push_back(root.start_call(call_often));
     }
-    rule.once();
-    for (int at = 0; at < calls; ++at) {
-        runs.push_back(root.start_call([] { return std::system("/bin/tool"); }));
-    }
-    std::vector<std::string> printed;
+    std::string printed;
     for (StartedRun& run : runs) {
-        printed.push_back(run.wait().out);
+        printed += run.wait().out;
     }
-    EXPECT_THAT(printed, testing::UnorderedElementsAreArray(expected));
+    std::istringstream in(printed);
+    const std::vector<std::string> answers{std::istream_iterator<std::string>(in), {}};
+    EXPECT_THAT(answers, testing::UnorderedElementsAreArray(expected));
+}
+
+TEST(StandInTool, AnswersARunUnderWayWhileOthersStart) {
+    PrivateRoot root;
+    root.tool("/bin/tool").any();
+    StartedRun run = root.start_call([] {
+        int status = 0;
+        for (int at = 0; at < 40; ++at) {
+            status |= std::system("/bin/tool");
+        }
+        return status;
+    });
+    for (int at = 0; at < 10; ++at) {
+        root.call([] { return 0; });
+    }
+    EXPECT_EQ(run.wait().returned, 0);
 }
 
 TEST(ExpectAllUsed, FailsForARuleThatWasNotUsed) {
