@@ -4,6 +4,7 @@
 #include "frame/text.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace zav {
 
@@ -175,12 +176,12 @@ std::optional<std::vector<std::string>> parse_hotspare_list(std::string_view fil
 std::vector<std::string> parse_partition_disks(std::string_view file) {
     constexpr std::size_t name_field = 3;
     std::vector<std::string> names;
+    std::unordered_set<std::string_view> seen;
     LinePieces pieces(file);
     std::string_view line;
     while (pieces.next(line)) {
         const std::string_view name = field(trim_right(line), blanks, name_field);
-        if (name.starts_with("sd") && !is_digit(name.back()) &&
-            std::ranges::find(names, name) == names.end()) {
+        if (name.starts_with("sd") && !is_digit(name.back()) && seen.insert(name).second) {
             names.emplace_back(name);
         }
     }
