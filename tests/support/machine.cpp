@@ -241,13 +241,13 @@ Machine& Machine::group(const MachineGroup& group) {
         allocated += volume.allocated;
         volumes << "  " << volume.device << ":" << group.name << ":" << volume.size_kb * 2
                 << ":-1:8:8:-1:" << group.extent_kb << ":" << own << ":" << own - volume.allocated
-                << ":" << volume.allocated << ":XXXXXX-0000-0000-0000-0000-0000-000000\n";
+                << ":" << volume.allocated << ":AAAAAA-0000-0000-0000-0000-0000-000000\n";
     }
     std::ostringstream line;
     line << "  " << group.name << ":r/w:" << group.status
          << ":-1:0:1:0:-1:0:" << group.volumes.size() << ":" << group.volumes.size() << ":"
          << extents * group.extent_kb << ":" << group.extent_kb << ":" << extents << ":"
-         << allocated << ":" << extents - allocated << ":XXXXXX-0000-0000-0000-0000-0000-000000\n";
+         << allocated << ":" << extents - allocated << ":AAAAAA-0000-0000-0000-0000-0000-000000\n";
     tool("/sbin/vgdisplay").on("/sbin/vgdisplay -c " + group.name).prints(line.str()).as_default();
     return group_lines(vgdisplay_ + line.str(), pvdisplay_ + volumes.str());
 }
