@@ -50,7 +50,9 @@ TEST(BoundedText, AppendsWhatThereIsRoomFor) {
     text.append("123").append("45");
     EXPECT_EQ(text, "12345");
     EXPECT_FALSE(text.full());
-    text.append("6789");
+    text.append("6");
+    EXPECT_FALSE(text.full());
+    text.append("789");
     EXPECT_EQ(text, "1234567");
     EXPECT_TRUE(text.full());
     text.append("x");

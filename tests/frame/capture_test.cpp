@@ -230,11 +230,13 @@ TEST(CaptureWithoutAFile, IsMissingForItsReader) {
               -11000);
 }
 
-TEST(CaptureWithoutAFile, RemovesNothingAtTheEnd) {
+TEST(CaptureWithoutAFile, NeitherReadsNorRemovesAFileThatComesLater) {
     CaptureRoot root;
     root.call([] {
         const Capture capture("/tmp/too-few-XXXXX"); // is refused
-        return run_command("/usr/local/bin/cp /sbin/tool /tmp/too-few-XXXXX");
+        run_command("/usr/local/bin/cp /sbin/tool /tmp/too-few-XXXXX");
+        EXPECT_EQ(capture.read(), std::nullopt);
+        return 0;
     });
     EXPECT_THAT(root.tmp(), ElementsAre("too-few-XXXXX"));
 }

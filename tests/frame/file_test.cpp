@@ -12,7 +12,6 @@
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -136,10 +135,28 @@ struct Pipe {
     std::array<int, 2> ends = {};
 };
 
+std::array<int, 2> arrived = {}; // a byte for each signal
+
+// From now on a signal interrupts what waits, in this process and its children.
 void take_signals() {
+    EXPECT_EQ(::pipe(arrived.data()), 0);
     struct sigaction note = {};
-    note.sa_handler = [](int) {}; // without SA_RESTART
+    note.sa_handler = [](int) {
+        const int before = errno;
+        write_all(arrived[1], "s");
+        errno = before;
+    }; // without SA_RESTART
     ::sigaction(SIGUSR1, &note, nullptr);
+}
+
+// Sends a signal to a process that waits for something, and waits for its arrival.
+void interrupt(pid_t process) {
+    const std::string status = "/.harness/proc/" + std::to_string(process) + "/stat";
+    while (read_file(status.c_str()).value_or("").find(") S ") == std::string::npos) {
+        ::usleep(100);
+    }
+    ::kill(process, SIGUSR1);
+    EXPECT_EQ(read_rest(arrived[0], 1), "s");
 }
 
 TEST(Read, IsTakenUpAgainAfterASignal) {
@@ -148,9 +165,7 @@ TEST(Read, IsTakenUpAgainAfterASignal) {
         take_signals();
         Pipe pipe;
         if (::fork() == 0) {
-            ::usleep(20000); // for the parent to wait for the first byte
-            ::kill(::getppid(), SIGUSR1);
-            ::usleep(1000);
+            interrupt(::getppid());
             write_all(pipe.ends[1], "text");
             ::_exit(0);
         }
@@ -160,7 +175,7 @@ TEST(Read, IsTakenUpAgainAfterASignal) {
     });
 }
 
-TEST(Write, WritesAllOfALongText) {
+TEST(Write, WritesAllOfALongTextThroughSignals) {
     PrivateRoot root;
     root.call([] {
         take_signals();
@@ -171,12 +186,13 @@ TEST(Write, WritesAllOfALongText) {
             ::_exit(write_all(pipe.ends[1], text) ? 0 : 1);
         }
         ::close(std::exchange(pipe.ends[1], -1));
-        ::usleep(20000); // for the child to wait for room
-        ::kill(writer, SIGUSR1);
+        interrupt(writer); // half of the text is written
+        interrupt(writer); // nothing more is
         EXPECT_EQ(read_rest(pipe.ends[0], 2000000), text);
         int status = -1;
         ::waitpid(writer, &status, 0);
-        return status;
+        EXPECT_EQ(status, 0);
+        return 0;
     });
 }
 
@@ -387,14 +403,15 @@ TEST(Lock, IsWaitedForThroughASignal) {
     LockRoot root;
     LockedFile other(root.host_path(path));
     test::StartedRun run = root.start_call([] {
-        take_signals();
+        struct sigaction note = {};
+        note.sa_handler = [](int) { ::close(::open("/tmp/arrived", O_CREAT | O_WRONLY, 0600)); };
+        ::sigaction(SIGUSR1, &note, nullptr); // without SA_RESTART
         const FileDescriptor fd = FileDescriptor::open(path, O_RDWR);
         return lock_and_wait(fd.get()) ? 0 : 1;
     });
     ASSERT_TRUE(other.is_waited_for());
     run.signal(SIGUSR1);
-    ::usleep(20000); // for the signal to arrive
-    ASSERT_TRUE(other.is_waited_for());
+    ASSERT_TRUE(root.appears("/tmp/arrived"));
     other.unlock();
     EXPECT_EQ(run.wait().returned, 0);
 }

@@ -129,11 +129,11 @@ TEST(Child, OfTheProgramReportsItsStatusThoughChildrenAreIgnored) {
 TEST(Redirection, MakesAFileByTheCallersUmask) {
     RealToolsRoot root;
     root.script("/sbin/tool", "echo text");
-    const test::RunOptions private_files = {.umask = 0027};
-    root.call([] { return run_command("/sbin/tool > /tmp/plain"); }, private_files);
-    root.call([] { return run_command("true; /sbin/tool > /tmp/shell"); }, private_files);
-    EXPECT_EQ(root.mode("/tmp/plain"), 0640U);
-    EXPECT_EQ(root.mode("/tmp/shell"), 0640U);
+    const test::RunOptions group_files = {.umask = 0007};
+    root.call([] { return run_command("/sbin/tool > /tmp/plain"); }, group_files);
+    root.call([] { return run_command("true; /sbin/tool > /tmp/shell"); }, group_files);
+    EXPECT_EQ(root.mode("/tmp/plain"), 0660U);
+    EXPECT_EQ(root.mode("/tmp/shell"), 0660U);
 }
 
 TEST(Redirection, OfOutputReplacesWhatAFileHeld) {
@@ -185,23 +185,23 @@ TEST(Interrupt, WhileAToolRunsIsTheToolsBusiness) {
 }
 
 TEST(Interrupt, AfterwardsIsWhatItWasForTheCaller) {
-    RealToolsRoot root;
-    const auto disposition = [](int number) {
-        struct sigaction action = {};
-        ::sigaction(number, nullptr, &action);
-        return action.sa_handler;
-    };
-    root.call(
-        [&] {
-            run_command("/usr/local/bin/true");
-            EXPECT_EQ(disposition(SIGINT), SIG_DFL);
-            EXPECT_EQ(disposition(SIGQUIT), SIG_IGN);
-            sigset_t mask;
-            ::sigprocmask(SIG_BLOCK, nullptr, &mask);
-            EXPECT_TRUE(::sigisemptyset(&mask));
-            return 0;
-        },
-        {.ignored_signals = {SIGQUIT}});
+    for (const std::set<int>& ignored : {std::set<int>{}, {SIGINT}, {SIGQUIT}}) {
+        RealToolsRoot root;
+        root.call(
+            [&ignored] {
+                run_command("/usr/local/bin/true");
+                for (const int number : {SIGINT, SIGQUIT}) {
+                    struct sigaction action = {};
+                    ::sigaction(number, nullptr, &action);
+                    EXPECT_EQ(action.sa_handler == SIG_IGN, ignored.contains(number)) << number;
+                }
+                sigset_t blocked;
+                ::sigprocmask(SIG_BLOCK, nullptr, &blocked);
+                EXPECT_TRUE(::sigisemptyset(&blocked));
+                return 0;
+            },
+            {.ignored_signals = ignored});
+    }
 }
 
 // Of SIGINT and SIGQUIT, those in a set that the kernel tells about a tool: "SigIgn", "SigBlk".
