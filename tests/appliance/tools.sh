@@ -72,12 +72,13 @@ test_diskformat_clears_whatever_was_on_a_disk() {
 }
 
 test_diskformat_zeroes_the_first_and_the_last_mib_only() {
-    local size=1024
-    tr '\0' x </dev/zero | dd of=/dev/sda bs=1M count=$size iflag=fullblock status=none
+    local mib places="0 1 1022 1023"
+    for mib in $places; do
+        tr '\0' x </dev/zero | dd of=/dev/sda bs=1M count=1 seek="$mib" iflag=fullblock status=none
+    done
     run diskformat /dev/sda
     expect 0
-    local mib
-    for mib in 0 1 $((size - 2)) $((size - 1)); do
+    for mib in $places; do
         dd if=/dev/sda bs=1M count=1 skip="$mib" status=none | tr -d '\0' | wc -c
     done >/tmp/left
     run paste -sd' ' /tmp/left

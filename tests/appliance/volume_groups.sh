@@ -32,6 +32,8 @@ test_an_array_with_a_volume_group_is_not_deleted() {
 
 test_an_active_volume_keeps_its_array_and_its_data() {
     create_array md1 5 1,2,3
+    # While it is rebuilt the kernel lets go of a failed disk only after a while.
+    finish_rebuild md1
     pvcreate -qq /dev/md1
     vgcreate -qq vg1 /dev/md1
     lvcreate -qq -L 512M -n pool vg1

@@ -235,8 +235,8 @@ TEST_F(KeyValueSet, FileThatMayNotBeReplacedIsMinus11) {
     EXPECT_THAT(root_.tmp(), IsEmpty());
 }
 
-TEST_F(KeyValueSet, WithoutAFolderForTemporaryFilesItIsMinus11) {
-    root_.file(path, "[s]\nk=1\n").remove("/tmp");
+TEST_F(KeyValueSet, WithoutRoomForTemporaryFilesItIsMinus11) {
+    root_.file(path, "[s]\nk=1\n").read_only("/tmp");
     const Result result = root_.call([] { return key_value_set(path, "s", "k", "new"); });
     EXPECT_EQ(result.returned, -11);
     EXPECT_EQ(root_.read(path), "[s]\nk=1\n");

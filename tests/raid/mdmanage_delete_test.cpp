@@ -95,6 +95,14 @@ TEST_F(Delete, PreparesTheDiskThatIsInThePlaceNow) {
     EXPECT_EQ(changes(run).back(), "/usr/local/bin/diskformat /dev/sdx");
 }
 
+TEST_F(Delete, PreparesADiskOnTheDeviceOfTheMember) {
+    machine.disk("sdx", 2);
+    machine.running("md2", "raid1", {"sdx"});
+    EXPECT_EQ(remove("md2"), 0);
+    EXPECT_EQ(run.out, "disk : ch = 2, devcie = 0, name = sdx\n");
+    EXPECT_EQ(changes(run).back(), "/usr/local/bin/diskformat /dev/sdx");
+}
+
 TEST_F(Delete, SucceedsWithoutADiskListForTheMembers) {
     stop().does("/.harness/busybox rm -r /proc/scsi/mvSata");
     EXPECT_EQ(remove("md1"), 0);
