@@ -57,11 +57,18 @@ std::string text_for_shell(std::string_view command) {
     return text;
 }
 
+constexpr auto plain_characters = [] {
+    std::array<bool, 256> plain = {};
+    for (const char c : std::string_view("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                         "0123456789_-+./:,=@%")) {
+        plain[static_cast<unsigned char>(c)] = true;
+    }
+    return plain;
+}();
+
 bool is_plain_word(std::string_view word) {
-    return std::ranges::all_of(word, [](char c) {
-        return is_letter_or_digit(c) ||
-               std::string_view("_-+./:,=@%").find(c) != std::string_view::npos;
-    });
+    return std::ranges::all_of(
+        word, [](char c) { return plain_characters[static_cast<unsigned char>(c)]; });
 }
 
 bool is_program(std::string_view word) {

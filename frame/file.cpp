@@ -71,7 +71,7 @@ bool FileDescriptor::close() {
 
 std::optional<std::string> read_rest(int fd, std::size_t limit) {
     std::string text;
-    std::array<char, read_chunk> chunk = {};
+    std::array<char, read_chunk> chunk; // NOLINT(cppcoreguidelines-pro-type-member-init)
     while (text.size() < limit) {
         const std::size_t wanted = std::min(chunk.size(), limit - text.size());
         const ssize_t count = ::read(fd, chunk.data(), wanted);

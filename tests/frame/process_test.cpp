@@ -177,11 +177,29 @@ TEST(Program, WithoutASlashIsFoundThroughThePath) {
         {.environment = {{"PATH", "/usr/local/bin"}}});
 }
 
+TEST(Program, IsNotTakenFromTheCurrentDirectory) {
+    RealToolsRoot root;
+    root.script("/tmp/tool", "exit 3");
+    root.call(
+        [] {
+            EXPECT_FALSE(run_program({{"tool"}, {}}));
+            return 0;
+        },
+        {.environment = {{"PATH", "/bin:"}}, .working_directory = "/tmp"});
+}
+
 TEST(Interrupt, WhileAToolRunsIsTheToolsBusiness) {
     RealToolsRoot root;
     root.script("/sbin/tool", "kill -INT $PPID; kill -QUIT $PPID; exit 3");
     const Result result = root.call([] { return run_command("/sbin/tool"); });
     EXPECT_EQ(result.returned, 3 << 8);
+}
+
+TEST(Termination, WhileAToolRunsEndsTheCaller) {
+    RealToolsRoot root;
+    root.script("/sbin/tool", "kill -TERM $PPID; sleep 60");
+    const Result result = root.call([] { return run_command("/sbin/tool"); });
+    EXPECT_EQ(result.signal, SIGTERM);
 }
 
 TEST(Interrupt, AfterwardsIsWhatItWasForTheCaller) {
