@@ -71,7 +71,7 @@ bool FileDescriptor::close() {
 
 std::optional<std::string> read_rest(int fd, std::size_t limit) {
     std::string text;
-    std::array<char, read_chunk> chunk; // NOLINT(cppcoreguidelines-pro-type-member-init)
+    std::array<char, read_chunk> chunk = {};
     while (text.size() < limit) {
         const std::size_t wanted = std::min(chunk.size(), limit - text.size());
         const ssize_t count = ::read(fd, chunk.data(), wanted);
@@ -114,7 +114,8 @@ int copy_file(const char* source, const char* target) {
     if (!text) {
         return key_value_error::not_created;
     }
-    FileDescriptor fd = FileDescriptor::open(target, O_WRONLY | O_CREAT, 0644);
+    // For reading too: the C library reserves space so on file systems that cannot do it.
+    FileDescriptor fd = FileDescriptor::open(target, O_RDWR | O_CREAT, 0644);
     if (!fd || !reserve_space(fd.get(), text->size())) {
         return key_value_error::not_created;
     }

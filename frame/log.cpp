@@ -99,6 +99,17 @@ void write_to_console(std::string_view line) {
     std::fflush(stderr);
 }
 
+/// Appends the whole line or nothing: the next line must not stand behind half of this one.
+bool append_line(int fd, std::string_view line) {
+    struct stat before = {};
+    const bool is_file = ::fstat(fd, &before) == 0 && S_ISREG(before.st_mode);
+    if (write_all(fd, line)) {
+        return true;
+    }
+    [[maybe_unused]] const bool is_whole = is_file && ::ftruncate(fd, before.st_size) == 0;
+    return false;
+}
+
 void write_line(std::string_view line) {
     FileDescriptor log = open_locked_log();
     if (log && is_over_limit(log.get()) && names_open_file(log_path, log.get())) {
@@ -108,7 +119,7 @@ void write_line(std::string_view line) {
             log = open_locked_log();
         }
     }
-    if (!log || !write_all(log.get(), line)) {
+    if (!log || !append_line(log.get(), line)) {
         write_to_console(line);
     }
 }
@@ -166,8 +177,8 @@ int zavbox_log_error(const char* format, ...) {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"
-    // The finished text is read as a format once more: what callers of this logger pass is
-    // doubled for it. Nothing that a user typed comes here.
+    // The finished text is read as a format once more: its callers double every "%". Nothing that
+    // a user typed comes here.
     return log_error(text.c_str());
 #pragma GCC diagnostic pop
 }

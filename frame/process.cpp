@@ -98,11 +98,13 @@ std::string find_program(const std::string& name) {
     return "";
 }
 
-/// The child's part: becomes the program, or ends. It shares its parent's memory and so changes
-/// nothing in it; the heap is not touched.
-[[noreturn]] void become_program(const char* program, char* const* words,
-                                 const PlainCommand& command, const WaitingSignals& signals,
-                                 volatile bool& started) {
+/// The child's part: becomes the program, or ends. It shares its parent's memory until then
+/// and changes nothing there but `started` and errno; the heap is not touched.
+[[noreturn, gnu::noinline]] void become_program(const char* program, char* const* words,
+                                                const PlainCommand& command,
+                                                const WaitingSignals& signals,
+                                                volatile bool& started) {
+    signals.restore_without_handlers();
     if (!redirect(STDIN_FILENO, "/dev/null", O_RDONLY)) {
         ::close(STDIN_FILENO);
     }
@@ -112,7 +114,6 @@ std::string find_program(const std::string& name) {
         redirected = redirected && redirect(to.descriptor, to.path.c_str(), flags);
     }
     if (redirected) {
-        signals.restore_without_handlers();
         ::execve(program, words, environ);
     }
     started = false;
@@ -141,13 +142,12 @@ std::optional<int> run_program(const PlainCommand& command) {
     words.push_back(nullptr);
     const std::string program = find_program(command.words.front());
 
+    const int caller_errno = errno;
     const WaitingSignals signals;
     volatile bool started = true;
-    // Half of what is to be paid for a display is the start of its tools: posix_spawn(3), which
-    // does the same, takes a third more of it.
-    const pid_t pid = ::vfork(); // NOLINT(clang-analyzer-security.insecureAPI.vfork)
+    // Starting tools is half of the work of a listing, and posix_spawn(3) takes a quarter more.
+    const pid_t pid = ::vfork();
     if (pid == 0) {
-        // NOLINTNEXTLINE(clang-analyzer-unix.Vfork)
         become_program(program.c_str(), words.data(), command, signals, started);
     }
     signals.admit_all_but_child();
@@ -155,6 +155,9 @@ std::optional<int> run_program(const PlainCommand& command) {
         return std::nullopt;
     }
     const int status = wait_for(pid);
+    if (status != -1) {
+        errno = caller_errno; // as system(3) leaves it; the next line of the log shows its text
+    }
     return started ? std::optional(status) : std::nullopt;
 }
 

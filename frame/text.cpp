@@ -23,12 +23,7 @@ char to_lower(char c) {
 /// The sets have a few characters: comparing with each takes less than the standard library's call
 /// for every character.
 bool is_one_of(char c, std::string_view set) {
-    for (const char member : set) { // NOLINT(readability-use-anyofallof)
-        if (c == member) {
-            return true;
-        }
-    }
-    return false;
+    return std::ranges::any_of(set, [c](char member) { return member == c; });
 }
 
 std::size_t find_first(std::string_view text, std::string_view set, bool wanted,
@@ -67,7 +62,7 @@ std::size_t token_start(std::string_view text, std::string_view separators, std:
 } // namespace
 
 std::string format_text(const char* format, ...) {
-    std::array<char, usual_length> buffer; // NOLINT(cppcoreguidelines-pro-type-member-init)
+    std::array<char, usual_length> buffer = {};
     va_list first;
     va_list again;
     va_start(first, format);

@@ -109,7 +109,8 @@ int get_power_from_tool(char* buffer, std::size_t size, LogSite getter) {
     }
     line.remove_prefix(line.rfind(':') + 1); // all of it where there is no ":"
     buffer[0] = '\0';
-    copy_bounded(buffer, size, std::string(trim(line)).c_str());
+    line.remove_prefix(std::min(line.find_first_not_of(white_space), line.size()));
+    copy_bounded(buffer, size, std::string(trim_right(line)).c_str());
     return 0;
 }
 

@@ -4,7 +4,7 @@
  * The appliance's identity and health, for its other programs: a C interface. Each getter fills
  * the caller's buffer of `size` bytes (the text is cut to fit and ends in NUL) and returns 0 or a
  * negative code, as error_codes.h names them; each failure is logged. A null buffer or a size of 0
- * gives the getter's code.
+ * gives the getter's code where there is something to put into it.
  */
 #pragma once
 

@@ -100,12 +100,14 @@ void parse_vgdisplay(std::string_view output, vginfo_list& list) {
 }
 
 void parse_pvdisplay(std::string_view output, vginfo_list& list, const LocateVolume& locate) {
+    constexpr std::size_t longest_group_name = decltype(vginfo::name)::capacity;
     std::unordered_map<std::string_view, vginfo*> groups;
     for (vginfo& group : list) {
         groups.emplace(group.name.view(), &group);
     }
     for_each_line(output, [&](std::string_view line) {
-        const auto found = groups.find(field(line, ":", 1));
+        // As the group's record has cut it: a group without its volumes would seem to use no disk.
+        const auto found = groups.find(field(line, ":", 1).substr(0, longest_group_name));
         const std::string_view name = short_name(line);
         if (found == groups.end() || name.empty()) {
             return;

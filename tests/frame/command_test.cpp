@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -158,6 +159,37 @@ TEST(CommandStatus, IsMinusOneWhereTheParentIgnoresItsChildren) {
     const test::RunOptions ignoring = {.ignored_signals = {SIGCHLD}};
     EXPECT_EQ(status_of(root, "/usr/local/bin/true", ignoring), -1);
     EXPECT_EQ(status_of(root, "true; true", ignoring), -1);
+}
+
+TEST(Command, LeavesTheErrorNumberOfItsCallerAlone) {
+    RealToolsRoot root;
+    root.call([] {
+        for (const char* command :
+             {"/usr/local/bin/true", "/usr/local/bin/false", "/sbin/missing", "true; false"}) {
+            errno = 0;
+            run_command(command);
+            EXPECT_EQ(errno, 0) << command;
+        }
+        return 0;
+    });
+}
+
+TEST(CommandStatus, IsMinusOneWithoutRoomForAProcess) {
+    RealToolsRoot root;
+    root.call(
+        [] {
+            rlimit processes = {};
+            ::getrlimit(RLIMIT_NPROC, &processes);
+            const rlimit none = {0, processes.rlim_max};
+            for (const char* command : {"/usr/local/bin/true", "true; true"}) {
+                ::setrlimit(RLIMIT_NPROC, &none);
+                const int status = run_command(command);
+                ::setrlimit(RLIMIT_NPROC, &processes);
+                EXPECT_EQ(status, -1) << command;
+            }
+            return 0;
+        },
+        {.uid = 65534});
 }
 
 TEST(CommandPath, PutsTheSystemsDirectoriesFirst) {

@@ -8,10 +8,15 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -278,6 +283,30 @@ TEST(Copy, ThatDoesNotFitLeavesTheTargetAsItWas) {
                   {.limits = {{RLIMIT_FSIZE, 4096}}, .ignored_signals = {SIGXFSZ}});
     EXPECT_EQ(result.returned, -11);
     EXPECT_EQ(root.read(path), "old\n");
+}
+
+// What fallocate(2) gives on file systems that cannot reserve space.
+bool refuse_fallocate() {
+    std::array<sock_filter, 4> filter = {{
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_fallocate, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EOPNOTSUPP),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    }};
+    const sock_fprog program = {filter.size(), filter.data()};
+    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
+TEST(Copy, WorksOnAFileSystemThatCannotReserveSpace) {
+    PrivateRoot root;
+    root.file("/tmp/source", std::string(20000, 'n')).file(path, std::string(9000, 'o'));
+    const test::Result result = root.call([] {
+        EXPECT_TRUE(refuse_fallocate());
+        return copy_file("/tmp/source", path);
+    });
+    EXPECT_EQ(result.returned, 0);
+    EXPECT_EQ(root.read(path), std::string(20000, 'n'));
 }
 
 TEST(NameOfAnOpenFile, IsItsOwnUntilTheFileIsReplaced) {

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstddef>
 #include <fcntl.h>
 #include <functional>
@@ -15,6 +16,7 @@
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
@@ -172,6 +174,18 @@ TEST(LogFallback, AFullDiskSendsTheLineToTheConsole) {
     PrivateRoot root;
     root.bind("/dev/full", log_path, true).file(console_path, "");
     EXPECT_EQ(root.call(log_text).returned, 0);
+    EXPECT_EQ(root.read(console_path), line);
+}
+
+TEST(LogFallback, ADiskThatFillsUpLeavesNoHalfLine) {
+    PrivateRoot root;
+    const std::string older = std::string(4000, 'o') + "\n";
+    root.file(log_path, older).file(console_path, "");
+    // A limit on the size of files stands for a disk with a few bytes left.
+    const Result result =
+        root.call(log_text, {.limits = {{RLIMIT_FSIZE, 4010}}, .ignored_signals = {SIGXFSZ}});
+    EXPECT_EQ(result.returned, 0);
+    EXPECT_EQ(root.read(log_path), older);
     EXPECT_EQ(root.read(console_path), line);
 }
 

@@ -248,6 +248,46 @@ TEST(Interrupt, ThatTheCallerIgnoresIsIgnoredByTheTool) {
     EXPECT_THAT(interrupts_in("SigIgn", {SIGQUIT}), ElementsAre(SIGQUIT));
 }
 
+TEST(Signals, AreHeldBackInTheToolAsInItsCaller) {
+    RealToolsRoot root;
+    const Result result = root.call([] {
+        sigset_t held;
+        ::sigemptyset(&held);
+        ::sigaddset(&held, SIGUSR2);
+        ::sigprocmask(SIG_BLOCK, &held, nullptr);
+        return run_command("/.harness/busybox grep SigBlk /.harness/proc/self/status");
+    });
+    EXPECT_EQ(result.out, "SigBlk:\t0000000000000800\n");
+}
+
+// The tool's process shares the memory of its caller until it is the tool: a handler that ran there
+// would change its caller's variables.
+TEST(Signals, RunNoHandlerOfTheCallerInTheTool) {
+    RealToolsRoot root;
+    root.fifo("/tmp/fifo");
+    root.script("/sbin/tool", "exit 0");
+    root.call([] {
+        static volatile sig_atomic_t handled_in = 0;
+        struct sigaction note = {};
+        note.sa_handler = [](int) { handled_in = ::getpid(); };
+        ::sigaction(SIGUSR1, &note, nullptr);
+        // Process numbers follow each other in here: the tool's process, which waits at the pipe,
+        // is the next after the one that signals it.
+        const pid_t signaller = ::fork();
+        if (signaller == 0) {
+            while (::kill(::getpid() + 1, SIGUSR1) != 0) {
+                ::usleep(1000);
+            }
+            ::_exit(0);
+        }
+        const auto status = run_program({{"/sbin/tool"}, {{STDOUT_FILENO, false, "/tmp/fifo"}}});
+        EXPECT_EQ(status.value_or(0), SIGUSR1);
+        EXPECT_EQ(handled_in, 0);
+        ::waitpid(signaller, nullptr, 0);
+        return 0;
+    });
+}
+
 TEST(Wait, IsResumedAfterASignalOfTheCaller) {
     RealToolsRoot root;
     root.script("/sbin/tool", "kill -USR1 $PPID; sleep 0.05; exit 3");

@@ -217,6 +217,11 @@ TEST_F(PhysicalVolumes, KnowTheirGroupsName) {
     EXPECT_EQ(only(volume_line("/dev/md0", std::string(32, 'g'))).vgname, std::string(31, 'g'));
 }
 
+TEST_F(PhysicalVolumes, BelongToAGroupWhoseNameItsRecordCuts) {
+    list.begin()->name = std::string(40, 'g');
+    EXPECT_EQ(only(volume_line("/dev/md0", std::string(40, 'g'))).name, "md0");
+}
+
 TEST_F(PhysicalVolumes, AreAllocatableWithFreeExtents) {
     EXPECT_EQ(only(volume_line("/dev/md0", "data", "1", "4096:598:86:512")).allocatable,
               "Allocatable:yes ");
