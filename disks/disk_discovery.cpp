@@ -20,7 +20,6 @@ constexpr const char* controller_directory = "/proc/scsi/mvSata/";
 constexpr std::size_t longest_status_name = 2;
 constexpr const char* partitions_file = "/proc/partitions";
 constexpr std::size_t attribute_size = 256;
-constexpr std::string_view virtual_disk_model = "VIRTUAL-DISK";
 
 constexpr char controller_status_command[] = "cat /proc/scsi/mvSata/%s > %s";
 constexpr char hotspare_list_command[] = "/usr/local/bin/hotspare --list > %s";

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "disks/disk_operations.h"
 
+#include "disks/disk_record.h"
 #include "frame/command.h"
 #include "frame/text.h"
 
-#include <algorithm>
 #include <string_view>
 
 namespace zav {
@@ -19,8 +19,7 @@ constexpr char format_command[] = "/usr/local/bin/diskformat /dev/%s";
 /// a failed command is not reported further.
 int run_for_disk(std::string_view disk, const std::string& command) {
     constexpr int not_started = -1;
-    const bool is_plain = !disk.empty() && std::ranges::all_of(disk, is_letter_or_digit);
-    const int status = is_plain ? run_command(command) : not_started;
+    const int status = is_disk_name(disk) ? run_command(command) : not_started;
     return status == 0 ? 0 : log_command_failure(command, status);
 }
 

@@ -1,9 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "disks/disk_record.h"
 
+#include "frame/text.h"
+
+#include <algorithm>
 #include <cstdio>
 
 namespace zav {
+
+bool is_disk_name(std::string_view name) {
+    return !name.empty() && std::ranges::all_of(name, is_letter_or_digit);
+}
 
 bool names_disk(std::string_view text, const disk_info& disk) {
     return !disk.name.empty() && text.starts_with(disk.name.view());
@@ -26,8 +33,16 @@ void disk_show(const disk_info& disk) {
     std::printf("'%s'\t'%d'\t'%lld'\t'%s'\t'%s'\t'%s'\t'%s'\t'%d'\n", disk.name.c_str(),
                 disk.channel, static_cast<long long>(disk.space), disk.status.c_str(),
                 disk.model.c_str(), disk.usage.c_str(), disk.device.c_str(), disk.hotspare);
+    if (disk.model == virtual_disk_model) {
+        return;
+    }
     smart_summary_show(disk.smart);
     show_list(&disk.smart_attributes, smart_attribute_show);
+}
+
+void disk_place_show(const disk_info& disk) {
+    std::printf("disk : ch = %d, devcie = %s, name = %s\n", disk.channel, disk.device.c_str(),
+                disk.name.c_str());
 }
 
 void display_disk_show(const display_disk_info& disk) {

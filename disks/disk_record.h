@@ -30,7 +30,7 @@ struct disk_info {
     BoundedText<10> device;
     std::int32_t hotspare = 0; ///< 1 for a global hot spare
     smart_summary smart;
-    RecordList<smart_attribute> smart_attributes;
+    smart_attribute_list smart_attributes;
     ListLink link;
 };
 
@@ -52,6 +52,12 @@ struct display_disk_info {
 using disk_list = RecordList<disk_info>;
 using display_disk_list = RecordList<display_disk_info>;
 
+/// The model of a disk that only stands for others: it has no health of its own.
+inline constexpr std::string_view virtual_disk_model = "VIRTUAL-DISK";
+
+/// Whether a name may become part of a command: letters and digits, at least one.
+bool is_disk_name(std::string_view name);
+
 /// Whether the disk is what a member or a device text begins with, such as sda of "sda(F)". A disk
 /// without a name is nobody's beginning.
 bool names_disk(std::string_view text, const disk_info& disk);
@@ -59,8 +65,11 @@ bool names_disk(std::string_view text, const disk_info& disk);
 /// Adds a copy of the disk, without its SMART data, to the end of a list.
 disk_info& append_copy(disk_list& list, const disk_info& disk);
 
-/// Prints one disk with its SMART data.
+/// Prints one disk, and its SMART data unless it is a virtual disk.
 void disk_show(const disk_info& disk);
+
+/// Prints which disk is about to be cleared.
+void disk_place_show(const disk_info& disk);
 
 /// Prints one row of the disk listing.
 void display_disk_show(const display_disk_info& disk);

@@ -33,6 +33,8 @@ struct smart_attribute {
     ListLink link;
 };
 
+using smart_attribute_list = RecordList<smart_attribute>;
+
 /// Prints the summary block of one disk.
 void smart_summary_show(const smart_summary& summary);
 

@@ -25,8 +25,8 @@ constexpr char no_help_mark = '\b';
 int not_available_main(int argc, char** argv);
 
 constexpr std::array<Applet, 8> table = {{
-    {"diskmanage", not_available_main, usr_bin, 0},
-    {"disksmart", not_available_main, usr_bin, 0},
+    {"diskmanage", diskmanage_main, usr_bin, 0},
+    {"disksmart", disksmart_main, usr_bin, 0},
     {"fsmanage", not_available_main, usr_bin, 0},
     {"lvmanage", not_available_main, usr_bin, 0},
     {"mdmanage", mdmanage_main, usr_bin, 0},
@@ -101,6 +101,12 @@ void applet_usage_show() {
         current_applet != nullptr ? static_cast<std::size_t>(current_applet - table.data()) : 0;
     std::fputs(usage_page(current_applet_name, applet_texts()[index].usage).c_str(), stdout);
     std::exit(0);
+}
+
+int fail_command(int code, LogSite site) {
+    log_return(code, site);
+    std::printf("for errno '%d'\n", code);
+    return code;
 }
 
 } // namespace zav

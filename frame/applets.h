@@ -3,6 +3,7 @@
 /// The table of applets and what is done with it.
 #pragma once
 
+#include "frame/log.h"
 #include "frame/options.h"
 
 #include <cstdint>
@@ -42,8 +43,14 @@ std::string usage_page(const char* name, const char* usage);
 /// Prints the current applet's usage and ends the process with status 0.
 [[noreturn]] void applet_usage_show();
 
+/// How a command ends that fails: logs the code with `site`, prints it for the front end as
+/// "for errno '%d'", and returns it.
+int fail_command(int code, LogSite site = LogSite::here());
+
 // The applets. Each takes its own name as the first argument and returns 0 or the negative code
-// that it printed as "for errno '%d'".
+// that it printed as "for errno '%d'", and a few times, as its source says, a number of its own.
+int diskmanage_main(int argc, char** argv);
+int disksmart_main(int argc, char** argv);
 int mdmanage_main(int argc, char** argv);
 
 } // namespace zav

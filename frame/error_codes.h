@@ -13,8 +13,13 @@ inline constexpr int bad_array_name = -127; ///< also: no array of that name, in
 inline constexpr int bad_raid_level = -130;
 
 // Disks.
+inline constexpr int disk_in_use = -201; ///< in an array, a volume group or a mounted file system
 inline constexpr int no_such_disk = -202;
+inline constexpr int already_hotspare = -203;
+inline constexpr int no_hotspare = -204; ///< also: neither to be made one nor to be removed
 inline constexpr int no_disk_list = -205;
+inline constexpr int hotspare_unchanged = -206;
+inline constexpr int no_smart_data = -207;
 
 // Volume groups.
 inline constexpr int no_group_list = -304;
@@ -64,6 +69,8 @@ inline constexpr int array_key_missing = -1031;
 inline constexpr int array_directory_unread = -1032;
 inline constexpr int array_status_unread = -1033;
 inline constexpr int group_output_unread = -1040;
+inline constexpr int smart_unread = -1070;
+inline constexpr int smart_attributes_unread = -1071;
 
 // Checks of the array operations.
 inline constexpr int disk_used = -2030;

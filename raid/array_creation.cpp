@@ -46,7 +46,7 @@ constexpr std::array<Level, 2> recreated_levels = {{
     {raid_type::raid6, 6, 4, most_disks},
 }};
 
-// From this kernel on the bitmap of a RAID-5 is safe to use.
+// From the next kernel on the bitmap of a RAID-5 is safe to use.
 constexpr long last_kernel_without_bitmap = 2006029;
 
 template <std::size_t Count>

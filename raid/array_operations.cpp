@@ -111,7 +111,7 @@ int add_disk(const char* array, const char* channel) {
     }
     const std::string command =
         format_text(add_disk_command, change.array->name.c_str(), change.disk.c_str());
-    if (!is_plain_name(change.disk)) {
+    if (!is_disk_name(change.disk)) {
         // Behind the RAID controller disks have no name of the kernel.
         log_command_failure(command, not_started);
         return error::command_failed;
@@ -135,7 +135,7 @@ int remove_disk(const char* array, const char* channel) {
         format_text(remove_disk_command, change.array->name.c_str(), change.disk.c_str()));
 }
 
-int delete_array(const char* name) {
+int check_delete(const char* name) {
     mdinfo_list arrays;
     if (get_mdinfo(arrays) != 0) {
         return log_return(error::no_array_list);
@@ -153,15 +153,21 @@ int delete_array(const char* name) {
             return volume.name == array->name;
         });
     });
-    if (carries_group) {
-        return error::array_carries_group;
-    }
-    return run_or_fail(format_text(stop_command, array->name.c_str()));
+    return carries_group ? error::array_carries_group : 0;
+}
+
+int stop_array(const char* name) {
+    return run_or_fail(format_text(stop_command, name));
+}
+
+int delete_array(const char* name) {
+    const int result = check_delete(name);
+    return result == 0 ? stop_array(name) : result;
 }
 
 int fail_disk(const char* array, const char* disk) {
     const std::string command = format_text(fail_disk_command, array, disk);
-    if (check_name32(array) != 0 || !is_plain_name(disk)) {
+    if (check_name32(array) != 0 || !is_disk_name(disk)) {
         log_command_failure(command, not_started);
         return not_started;
     }

@@ -20,7 +20,14 @@ int add_disk(const char* array, const char* channel);
 /// error::no_disk_list or error::no_array_list.
 int remove_disk(const char* array, const char* channel);
 
-/// Stops an array. Its former members are the caller's to prepare. Runs mdadm -S. 0,
+/// Whether an array may be deleted. 0, error::unknown_array, error::array_carries_group, or the
+/// code of a list that cannot be built.
+int check_delete(const char* name);
+
+/// Stops an array, unchecked. Runs mdadm -S. 0 or error::command_failed.
+int stop_array(const char* name);
+
+/// Both. Its former members are the caller's to prepare. Runs mdadm -S. 0,
 /// error::unknown_array, error::array_carries_group, error::command_failed, or the code of a list
 /// that cannot be built.
 int delete_array(const char* name);

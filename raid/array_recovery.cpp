@@ -76,7 +76,7 @@ int fill_hole(MemberTable& table) {
     std::string missing;
     for (const disk_info& disk : disks) {
         const std::string path = std::string(device_directory) + disk.name.c_str();
-        if (is_plain_name(disk.name) && !is_listed(path, table.members) &&
+        if (is_disk_name(disk.name) && !is_listed(path, table.members) &&
             was_member(disk.name.c_str(), table.members)) {
             missing = path; // the last one counts
         }

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::string_view array_prefix = "md";
 
-/// How much of a member follows the name of its disk: such as (F).
+/// A name of one character and a mark, such as a(S).
 constexpr std::size_t shortest_marked_member = 4;
 
 char lower_mark(char c) {

@@ -44,11 +44,9 @@ struct Arguments {
     const char* operand = nullptr;
 };
 
-/// Logs the code the command ends with, prints it for the front end, and returns it.
+/// In the name of the command, from the line that calls this.
 int fail(int code, int line = __builtin_LINE()) {
-    log_return(code, {"mdmanage_main", line});
-    std::printf("for errno '%d'\n", code);
-    return code;
+    return fail_command(code, {"mdmanage_main", line});
 }
 
 /// The type that a level argument asks for; empty for one that is none. "10" becomes raid10, which
@@ -208,7 +206,9 @@ int remove_member(const Arguments& arguments) {
 
 int recover(const Arguments& arguments) {
     BoundedText<8> type;
-    if (check_name32(arguments.name) != 0 || get_raid_type(arguments.name, type) != 0) {
+    // An array whose level mdadm does not tell would be created again as a stripe.
+    if (check_name32(arguments.name) != 0 || get_raid_type(arguments.name, type) != 0 ||
+        type.empty()) {
         return fail(error::bad_array_name);
     }
     const int result = raid_recover(arguments.name, type.c_str());
@@ -218,8 +218,7 @@ int recover(const Arguments& arguments) {
 /// Clears the disks that an array has left, each found once more by its channel and device.
 void prepare_former_members(const disk_list& members) {
     for (const disk_info& member : members) {
-        std::printf("disk : ch = %d, devcie = %s, name = %s\n", member.channel,
-                    member.device.c_str(), member.name.c_str());
+        disk_place_show(member);
         disk_list disks;
         disk_list found;
         if (get_disk_list(disks) != 0) {
@@ -239,13 +238,12 @@ int remove_array(const Arguments& arguments) {
     if (const int result = get_disks_from_md(arguments.name, members); result != 0) {
         return fail(result);
     }
-    const int result = delete_array(arguments.name);
-    if (result == error::command_failed) {
-        if (is_listed(arguments.name)) {
-            return fail(error::array_not_stopped);
-        }
-    } else if (result != 0) {
-        return fail(result);
+    if (const int result = check_delete(arguments.name); result != 0) {
+        // The tool that lists the groups failed: the array runs on.
+        return fail(result == error::command_failed ? error::array_not_stopped : result);
+    }
+    if (stop_array(arguments.name) != 0 && is_listed(arguments.name)) {
+        return fail(error::array_not_stopped);
     }
     prepare_former_members(members);
     return 0;

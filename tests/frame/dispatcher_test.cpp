@@ -158,8 +158,8 @@ TEST_P(AppletNotAvailable, ComplainsAboutItsOptionsBefore) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Dispatcher, AppletNotAvailable,
-                         testing::Values("diskmanage", "disksmart", "fsmanage", "lvmanage",
-                                         "netmanage", "sharemanage", "vgmanage"),
+                         testing::Values("fsmanage", "lvmanage", "netmanage", "sharemanage",
+                                         "vgmanage"),
                          [](const auto& name) { return std::string(name.param); });
 
 } // namespace

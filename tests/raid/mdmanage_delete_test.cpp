@@ -131,6 +131,37 @@ TEST_F(Delete, ReportsAKilledStop) {
     expect_failure(machine, run, -415);
 }
 
+TEST_F(Delete, TakesAnArrayForGoneThatNobodyListsAnyMore) {
+    stop().does("/.harness/busybox rm /proc/mdstat").exits(1);
+    EXPECT_EQ(remove("md1"), 0);
+    EXPECT_EQ(changes(run).back(), "/usr/local/bin/diskformat /dev/sdb");
+}
+
+TEST_F(Delete, TouchesNothingWithoutTheGroupList) {
+    machine.without_group_list();
+    remove("md1");
+    expect_failure(machine, run, -415);
+    EXPECT_EQ(run.out, "for errno '-415'\n");
+    EXPECT_THAT(changes(run), IsEmpty());
+}
+
+TEST_F(Delete, TouchesNothingWithoutTheGroupListWhateverThenHappensToTheArrays) {
+    machine.tool("/sbin/vgdisplay")
+        .on("/sbin/vgdisplay -c")
+        .does("/.harness/busybox rm /proc/mdstat")
+        .exits(5);
+    remove("md1");
+    expect_failure(machine, run, -415);
+    EXPECT_THAT(changes(run), IsEmpty());
+}
+
+TEST_F(Delete, RefusesAnArrayThatCarriesAGroupWithALongName) {
+    machine.group(std::string(40, 'g'), {"/dev/md1"});
+    remove("md1");
+    expect_failure(machine, run, -2035);
+    EXPECT_THAT(changes(run), IsEmpty());
+}
+
 TEST_F(Delete, RefusesAnArrayThatCarriesAGroup) {
     machine.group("vg1", {"/dev/md1"});
     remove("md1");

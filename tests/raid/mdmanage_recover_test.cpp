@@ -78,6 +78,16 @@ TEST(RecoverCommand, ReportsAFailedLookUpAsAWrongName) {
     expect_failure(machine, machine.mdmanage({"-R", "-n", "md1"}), -127);
 }
 
+// Of an unknown level it would be created again as a stripe.
+TEST(RecoverCommand, RefusesAnArrayWhoseLevelIsNotTold) {
+    ArrayMachine machine;
+    machine.box(3).running("md1", "raid5", {"sda", "sdb", "sdc"});
+    machine.tool(ArrayMachine::mdadm).on("/sbin/mdadm --detail /dev/md1").exits(1);
+    const Result run = machine.mdmanage({"-R", "-n", "md1"});
+    expect_failure(machine, run, -127);
+    EXPECT_THAT(changes(run), IsEmpty());
+}
+
 // One failure: what it takes beside md1, a RAID-5 of sda, sdb (faulty) and sdc on device "1".
 struct Failure {
     int code;
@@ -116,6 +126,12 @@ INSTANTIATE_TEST_SUITE_P(
         Failure{-121, "Device", {"-C", "-n", "data", "-l", "1", "-d", "a b", "4,5"}},
         Failure{-127, "Name", {"-C"}}, Failure{-127, "UnknownArrayToAddTo", {"-a", "4", "md7"}},
         Failure{-130, "Level", {"-C", "-n", "data", "-l", "2", "-d", "1", "4,5"}},
+        Failure{-416, "GroupListToCreate", create_pair,
+                [](ArrayMachine& machine) { machine.without_group_list(); }},
+        Failure{-417,
+                "GroupListToAdd",
+                {"-a", "4", "md1"},
+                [](ArrayMachine& machine) { machine.without_group_list(); }},
         Failure{-205, "DiskList", create_pair,
                 [](ArrayMachine& machine) { machine.without_disk_controller(); }},
         Failure{-410,
