@@ -71,6 +71,11 @@ table_is_empty() {
     [ "$(wc -l <"$output")" -eq 2 ]
 }
 
+# disk_row_ends CHANNEL TEXT: the disk's row in the last listing ends so.
+disk_row_ends() {
+    awk -F'\t' -v channel="'$1'" '$2 == channel' "$output" | grep -q "$2\$"
+}
+
 kernel_has() {
     grep -q "^md1 : active raid5 .*$1" /proc/mdstat
 }
@@ -133,6 +138,13 @@ caption "A virtual appliance: Linux $release with md, six disks and the controll
 show lsblk --nodeps --output NAME,SIZE,MODEL /dev/sda /dev/sdb /dev/sdc /dev/sdd /dev/sde /dev/sdf
 show tail -n 3 /proc/scsi/mvSata/0
 
+caption "The same disks by their channels, the numbers of their slots: none is used yet"
+show zavbox diskmanage --display
+check "six disks, exit status 0" exits_with 0
+for channel in 1 2 3 4 5 6; do
+    check "the disk in slot $channel is free" disk_row_ends "$channel" "''	'0'	'NH'"
+done
+
 caption "No arrays yet"
 show zavbox mdmanage --display
 check "the list is empty, exit status 0" exits_with 0
@@ -170,6 +182,21 @@ show zavbox mdmanage -r 1 md1
 check "removing a healthy member: -2036" refused -2036
 check "logged" logged "'1' in md1 is not fauty"
 show tail -n 6 /var/log/log.libzav
+
+caption "The disk in slot 6 becomes a hot spare; one that is in use does not"
+show zavbox diskmanage --hotspare -a 6
+check "made a hot spare, exit status 0" exits_with 0
+show zavbox diskmanage --hotspare -a 1
+check "the disk in slot 1 is in use: -201" refused -201
+show zavbox diskmanage --hotspare -r 4
+check "the disk in slot 4 is no hot spare: -204" refused -204
+show zavbox diskmanage --display
+check "the list shows the hot spare" disk_row_ends 6 "''	'0'	'H'"
+check "and the array of the first disk" disk_row_ends 1 "'md1'	'1'	'NH'"
+show zavbox diskmanage --hotspare -r 6
+check "taken back, exit status 0" exits_with 0
+show zavbox diskmanage --display -n 6
+check "an ordinary disk again" disk_row_ends 6 "''	'0'	'NH'"
 
 caption "The disk in slot 2 fails"
 show mdadm /dev/md1 -f /dev/sdb
@@ -212,6 +239,15 @@ check "the list is empty again" table_is_empty
 for disk in sda sdc sdd; do
     check "$disk carries no trace of it" is_blank "/dev/$disk"
 done
+
+caption "A disk that comes from elsewhere is cleared"
+mkfs.xfs -q /dev/sdf
+check "it carries a file system" test ! "$(wipefs --noheadings /dev/sdf | wc -l)" -eq 0
+show zavbox diskmanage --init -n 6
+check "cleared, exit status 0" exits_with 0
+check "nothing is left of it" is_blank /dev/sdf
+show zavbox disksmart --display -n 6
+check "what it says about its health, exit status 0" exits_with 0
 
 echo
 if [ "$failures" -eq 0 ]; then

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
-// mdmanage --display on an appliance with 16 disks and 16 arrays: processor time, outside commands,
-// memory, and wall time beside a shell script that runs the same commands.
+// The listings that cost most: mdmanage --display on an appliance with 16 disks and 16 arrays, and
+// disksmart --display --detail with 24 disks. Processor time, outside commands, memory, and wall
+// time beside a shell script that runs the same commands.
 //
 // The commands come from a run with the test harness's stand-in tools, which write a journal. What
 // those answered is then given by a small static program in place of every tool, started without a
 // shell in between as real tools are.
 #include "figure.h"
+#include "frame/file.h"
 #include "frame/text.h"
 #include "machine.h"
 #include "measure.h"
@@ -15,6 +17,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <stdexcept>
 
 namespace zav::bench {
@@ -24,15 +27,26 @@ namespace {
 using test::Machine;
 using Commands = std::vector<std::string>;
 
-constexpr int count = 16;
+constexpr int array_count = 16;
+constexpr int health_count = 24;
 constexpr int pairs = 20;
 constexpr int warming_up = 3;
-constexpr double most_cpu_ms = 3;
 constexpr double most_wall_ratio = 1.10;
 constexpr double most_memory_mib = 3;
 
-const Commands display = {"/usr/bin/zavbox", "mdmanage", "--display"};
+/// One listing and what is expected of it.
+struct Listing {
+    std::string name; ///< of the figures
+    Commands command; ///< behind "zavbox"
+    std::function<void(Machine&)> furnish;
+    Commands expected; ///< the outside commands
+    int lines;         ///< at least so many are printed
+    double most_cpu_ms;
+};
+
 const Commands script = {"/bin/sh", "/commands.sh"};
+
+const std::string smartctl = "/usr/local/sbin/smartctl -d marvell -T permissive ";
 
 std::string disk_name(int number) {
     return std::string("sd") + static_cast<char>('a' + number);
@@ -42,23 +56,40 @@ std::string array_name(int number) {
     return "md" + std::to_string(number);
 }
 
+Commands disk_list_commands(int disks) {
+    Commands commands;
+    for (int file = 1; file <= disks; ++file) {
+        commands.push_back("cat /proc/scsi/mvSata/" + std::to_string(file));
+    }
+    std::ranges::sort(commands); // the directory's order is its own
+    commands.emplace_back("/usr/local/bin/hotspare --list");
+    return commands;
+}
+
 /// What the discovery's steps come to: the arrays' names, the details of each, the disk list for
 /// the members, the progress, and the disk list again for the channels.
-Commands expected_commands() {
-    Commands disk_list;
-    for (int file = 1; file <= count; ++file) {
-        disk_list.push_back("cat /proc/scsi/mvSata/" + std::to_string(file));
-    }
-    std::ranges::sort(disk_list); // the directory's order is its own
-    disk_list.emplace_back("/usr/local/bin/hotspare --list");
+Commands array_commands() {
+    const Commands disk_list = disk_list_commands(array_count);
 
     Commands commands = {"cat /proc/mdstat"};
-    for (int array = 0; array < count; ++array) {
+    for (int array = 0; array < array_count; ++array) {
         commands.push_back("/sbin/mdadm --detail /dev/" + array_name(array));
     }
     commands.insert(commands.end(), disk_list.begin(), disk_list.end());
     commands.emplace_back("cat /proc/mdstat");
     commands.insert(commands.end(), disk_list.begin(), disk_list.end());
+    return commands;
+}
+
+/// The disk list, then for each disk its summary and its attributes; disks in the directory's
+/// order.
+Commands health_commands() {
+    Commands commands = disk_list_commands(health_count);
+    for (int disk = 0; disk < health_count; ++disk) {
+        commands.push_back(smartctl + "-Hi /dev/" + disk_name(disk));
+        commands.push_back(smartctl + "-Hi --attributes /dev/" + disk_name(disk));
+    }
+    std::ranges::sort(commands);
     return commands;
 }
 
@@ -76,28 +107,41 @@ Commands with_sorted_files(Commands commands) {
     return commands;
 }
 
-void furnish(Machine& machine, bool crowded) {
-    machine.disks(count);
-    for (int number = 0; number < count; ++number) {
+void furnish_arrays(Machine& machine, bool crowded) {
+    machine.disks(array_count);
+    for (int number = 0; number < array_count; ++number) {
         test::MachineArray array = {.name = array_name(number), .level = "raid5"};
-        for (int disk = 0; disk < (crowded ? count : 1); ++disk) {
+        for (int disk = 0; disk < (crowded ? array_count : 1); ++disk) {
             array.members.push_back({.name = disk_name(crowded ? disk : number)});
         }
         machine.array(array);
     }
 }
 
-/// The commands of one display, as the shell would get them.
-Commands record_commands(Machine& machine) {
-    const test::Result result = machine.run({"mdmanage", "--display"});
-    if (result.exit_status != 0 || std::ranges::count(result.out, '\n') != count + 2) {
-        throw std::runtime_error("mdmanage --display does not list the arrays:\n" + result.out);
+/// Sixteen disks on the main controller, the others in a box.
+void furnish_health(Machine& machine) {
+    machine.disks(16);
+    for (int disk = 16; disk < health_count; ++disk) {
+        machine.disk({.name = disk_name(disk), .channel = disk - 15, .device = "1"});
     }
-    const Commands seen = with_sorted_files(result.commands_without_redirection());
-    const Commands expected = expected_commands();
-    print({"outside commands of mdmanage --display", static_cast<double>(seen.size()), "",
-           static_cast<double>(expected.size()),
-           seen == expected ? "one by one those of the steps" : "not one by one those of the steps",
+    const auto output = read_file(BENCH_CAPTURES "/qemu_smartctl_Hi_attr.txt");
+    machine.tool("/usr/local/sbin/smartctl").any().prints(output.value_or(""));
+}
+
+/// The commands of one listing, as the shell would get them.
+Commands record_commands(Machine& machine, const Listing& listing) {
+    const test::Result result = machine.run(listing.command);
+    if (result.exit_status != 0 || std::ranges::count(result.out, '\n') < listing.lines) {
+        throw std::runtime_error(listing.name + " does not list everything:\n" + result.out);
+    }
+    Commands seen = with_sorted_files(result.commands_without_redirection());
+    if (listing.command.front() == "disksmart") {
+        std::ranges::sort(seen);
+    }
+    print({"outside commands of " + listing.name, static_cast<double>(seen.size()), "",
+           static_cast<double>(listing.expected.size()),
+           seen == listing.expected ? "one by one those of the steps"
+                                    : "not one by one those of the steps",
            true});
     return result.commands;
 }
@@ -125,6 +169,7 @@ void use_fast_tools(Machine& machine, const Commands& commands) {
     machine.bind(answer, "/bin/cat");
     machine.bind(answer, "/sbin/mdadm");
     machine.bind(answer, "/usr/local/bin/hotspare");
+    machine.bind(answer, "/usr/local/sbin/smartctl");
     machine.bind("/bin/dash", "/bin/sh");
 }
 
@@ -141,7 +186,7 @@ Usage run_fresh(const Commands& command) {
 }
 
 /// Inside the root: prints what `pairs` runs of each side took.
-int measure_inside() {
+int measure_inside(const Commands& display) {
     std::vector<double> ratio;
     std::vector<double> wall;
     std::vector<double> script_wall;
@@ -174,15 +219,16 @@ struct Measured {
     double memory_kib = 0;
 };
 
-Measured measure(Machine& machine, const Commands& commands) {
+Measured measure(Machine& machine, const Commands& commands, Commands display) {
+    display.insert(display.begin(), "/usr/bin/zavbox");
     std::string lines;
     for (const std::string& command : commands) {
         lines += command + "\n";
     }
     machine.file("/commands.sh", lines);
     use_fast_tools(machine, commands);
-    const test::Result result =
-        machine.call(measure_inside, {.time_limit = std::chrono::minutes(5)});
+    const test::Result result = machine.call([&display] { return measure_inside(display); },
+                                             {.time_limit = std::chrono::minutes(5)});
     Measured measured;
     if (std::sscanf(result.out.c_str(), "%lf %lf %lf %lf %lf %lf", &measured.cpu_ms,
                     &measured.most_cpu_ms, &measured.ratio, &measured.wall_ms, &measured.script_ms,
@@ -193,22 +239,43 @@ Measured measure(Machine& machine, const Commands& commands) {
     return measured;
 }
 
-void print_figures(const Measured& measured, const std::string& of) {
-    print({"own processor time of mdmanage --display" + of, measured.cpu_ms, "ms", most_cpu_ms,
+void print_figures(const Measured& measured, const Listing& listing) {
+    print({"own processor time of " + listing.name, measured.cpu_ms, "ms", listing.most_cpu_ms,
            format_text("median of %d, largest %.2f ms; its own processor clock", pairs,
                        measured.most_cpu_ms)});
-    print({"wall time beside sh with the same commands" + of, measured.ratio, "x", most_wall_ratio,
+    print({"wall time beside sh of " + listing.name, measured.ratio, "x", most_wall_ratio,
            format_text("median of %d pairs; %.1f ms beside %.1f ms", pairs, measured.wall_ms,
                        measured.script_ms)});
-    print({"peak memory of mdmanage --display" + of, measured.memory_kib / 1024, "MiB",
-           most_memory_mib, "VmHWM"});
+    print({"peak memory of " + listing.name, measured.memory_kib / 1024, "MiB", most_memory_mib,
+           "VmHWM"});
 }
 
-void measure_machine(bool crowded) {
+void measure_listing(const Listing& listing) {
     Machine machine;
-    furnish(machine, crowded);
-    const Commands commands = record_commands(machine);
-    print_figures(measure(machine, commands), crowded ? ", each array on every disk" : "");
+    listing.furnish(machine);
+    const Commands commands = record_commands(machine, listing);
+    print_figures(measure(machine, commands, listing.command), listing);
+}
+
+void measure_all() {
+    measure_listing({"mdmanage --display",
+                     {"mdmanage", "--display"},
+                     [](Machine& machine) { furnish_arrays(machine, false); },
+                     array_commands(),
+                     array_count + 2,
+                     3});
+    measure_listing({"mdmanage --display, each array on every disk",
+                     {"mdmanage", "--display"},
+                     [](Machine& machine) { furnish_arrays(machine, true); },
+                     array_commands(),
+                     array_count + 2,
+                     3});
+    measure_listing({"disksmart --display --detail",
+                     {"disksmart", "--display", "--detail"},
+                     furnish_health,
+                     health_commands(),
+                     12 * health_count + 2,
+                     5});
 }
 
 } // namespace
@@ -217,8 +284,7 @@ void measure_machine(bool crowded) {
 
 int main() {
     try {
-        zav::bench::measure_machine(false);
-        zav::bench::measure_machine(true);
+        zav::bench::measure_all();
     } catch (const std::exception& error) {
         std::fprintf(stderr, "display_bench: %s\n", error.what());
         return EXIT_FAILURE;

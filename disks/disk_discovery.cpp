@@ -19,7 +19,6 @@ namespace {
 constexpr const char* controller_directory = "/proc/scsi/mvSata/";
 constexpr std::size_t longest_status_name = 2;
 constexpr const char* partitions_file = "/proc/partitions";
-constexpr std::size_t attribute_size = 256;
 
 constexpr char controller_status_command[] = "cat /proc/scsi/mvSata/%s > %s";
 constexpr char hotspare_list_command[] = "/usr/local/bin/hotspare --list > %s";
@@ -44,7 +43,7 @@ int add_port_group(const std::string& name, disk_list& list) {
 /// An attribute file's text without its line end; nothing when it cannot be read.
 std::optional<std::string> read_attribute(const disk_info& disk, const char* attribute) {
     const std::string path = format_text("/sys/block/%s/%s", disk.name.c_str(), attribute);
-    auto text = read_file(path.c_str(), attribute_size);
+    auto text = read_attribute_file(path.c_str());
     if (text) {
         text->resize(trim_right(*text).size());
     }

@@ -8,20 +8,31 @@
 #include <cerrno>
 #include <dirent.h>
 #include <fcntl.h>
-#include <limits>
 #include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace zav {
 
 namespace {
 
 constexpr std::size_t read_chunk = 4096;
+constexpr std::size_t attribute_size = 256;
 
 struct CloseDirectory {
     void operator()(DIR* directory) const { ::closedir(directory); }
 };
+
+/// read(2), again when a signal came in between.
+template <std::size_t Size>
+ssize_t read_some(int fd, std::array<char, Size>& buffer) {
+    ssize_t count = 0;
+    do {
+        count = ::read(fd, buffer.data(), buffer.size());
+    } while (count < 0 && errno == EINTR);
+    return count;
+}
 
 struct flock whole_file(short type) {
     struct flock lock = {};
@@ -69,33 +80,27 @@ bool FileDescriptor::close() {
     return fd < 0 || ::close(fd) == 0;
 }
 
-std::optional<std::string> read_rest(int fd, std::size_t limit) {
+std::optional<std::string> read_rest(int fd) {
     std::string text;
     std::array<char, read_chunk> chunk = {};
-    while (text.size() < limit) {
-        const std::size_t wanted = std::min(chunk.size(), limit - text.size());
-        const ssize_t count = ::read(fd, chunk.data(), wanted);
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count < 0) {
-            return std::nullopt;
-        }
-        if (count == 0) {
-            break;
-        }
+    ssize_t count = 0;
+    while ((count = read_some(fd, chunk)) > 0) {
         text.append(chunk.data(), static_cast<std::size_t>(count));
     }
-    return text;
-}
-
-std::optional<std::string> read_file(const char* path, std::size_t limit) {
-    const FileDescriptor fd = FileDescriptor::open(path, O_RDONLY);
-    return fd ? read_rest(fd.get(), limit) : std::nullopt;
+    return count == 0 ? std::optional(std::move(text)) : std::nullopt;
 }
 
 std::optional<std::string> read_file(const char* path) {
-    return read_file(path, std::numeric_limits<std::size_t>::max());
+    const FileDescriptor fd = FileDescriptor::open(path, O_RDONLY);
+    return fd ? read_rest(fd.get()) : std::nullopt;
+}
+
+std::optional<std::string> read_attribute_file(const char* path) {
+    const FileDescriptor fd = FileDescriptor::open(path, O_RDONLY);
+    std::array<char, attribute_size> text = {};
+    const ssize_t count = fd ? read_some(fd.get(), text) : -1;
+    return count >= 0 ? std::optional<std::string>(std::in_place, text.data(), count)
+                      : std::nullopt;
 }
 
 bool write_all(int fd, std::string_view text) {

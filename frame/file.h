@@ -40,11 +40,12 @@ class FileDescriptor {
 /// Everything the file holds. Nothing when it cannot be opened or read; errno says why.
 std::optional<std::string> read_file(const char* path);
 
-/// At most `limit` bytes of it.
-std::optional<std::string> read_file(const char* path, std::size_t limit);
+/// What is left to read from `fd`.
+std::optional<std::string> read_rest(int fd);
 
-/// What is left to read from `fd`, at most `limit` bytes.
-std::optional<std::string> read_rest(int fd, std::size_t limit);
+/// At most 256 bytes of a file that the kernel gives in one piece, as those under /sys. Nothing
+/// when it cannot be opened or read; errno says why.
+std::optional<std::string> read_attribute_file(const char* path);
 
 /// False on a write error; errno says why.
 bool write_all(int fd, std::string_view text);

@@ -159,7 +159,7 @@ int read_text(const char* path, std::string& text) {
     if (!fd) {
         return key_value_error::not_opened;
     }
-    auto content = read_rest(fd.get(), std::string::npos);
+    auto content = read_rest(fd.get());
     if (!content) {
         return key_value_error::unread;
     }

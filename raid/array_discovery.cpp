@@ -20,7 +20,6 @@ namespace {
 
 constexpr const char* mdstat_template = "/tmp/mdstat.XXXXXX";
 constexpr const char* partitions_file = "/proc/partitions";
-constexpr std::size_t attribute_size = 256;
 constexpr std::string_view member_entry_prefix = "dev-sd";
 constexpr std::size_t shortest_member_entry = 6;
 constexpr std::size_t member_name_start = 4; // behind "dev-"
@@ -63,7 +62,7 @@ void read_details(std::string_view detail, mdinfo& array) {
 /// A member attribute's text without white space at its end. Nothing, printed and logged, when it
 /// cannot be read.
 std::optional<std::string> read_attribute(const char* path, int value_if_unread, LogSite reader) {
-    auto text = read_file(path, attribute_size);
+    auto text = read_attribute_file(path);
     if (!text) {
         std::printf("cannot cat %s\n", path);
         log_errno(value_if_unread, reader);

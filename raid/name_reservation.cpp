@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <fcntl.h>
-#include <limits>
 #include <optional>
 #include <string>
 #include <sys/stat.h>
@@ -43,7 +42,7 @@ LockResult lock_in_attempts(int fd) {
 }
 
 std::optional<std::string> read_names(const FileDescriptor& fd) {
-    return read_rest(fd.get(), std::numeric_limits<std::size_t>::max());
+    return read_rest(fd.get());
 }
 
 /// The lines that do not begin with the name, as they are.

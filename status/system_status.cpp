@@ -74,7 +74,7 @@ int get_identity(char* buffer, std::size_t size, const char* section, const char
 int get_first_line(const char* path, char* buffer, std::size_t size, int error_code,
                    LogSite getter) {
     const FileDescriptor fd = FileDescriptor::open(path, O_RDWR);
-    const auto text = fd ? read_rest(fd.get(), std::string::npos) : std::nullopt;
+    const auto text = fd ? read_rest(fd.get()) : std::nullopt;
     const auto line = text ? get_line(*text, nullptr, 0, "", first_line_room) : std::nullopt;
     if (!line || !is_usable(buffer, size)) {
         return fail_with_errno(error_code, getter);
