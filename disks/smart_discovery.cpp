@@ -18,14 +18,17 @@ constexpr char attributes_command[] =
     "/usr/local/sbin/smartctl -d marvell -T permissive -Hi --attributes /dev/%s > %s";
 constexpr char controller_attributes_command[] = "/usr/local/bin/vexadm --misc -s -i %d > %s";
 
-/// Runs a command about a disk into its capture. Not run, but logged, for a name that is none.
-int run_for_disk(const char* disk, const Capture& capture, const std::string& command) {
+constexpr char summary_template[] = "/tmp/smart_%s.XXXXXX";
+constexpr char attributes_template[] = "/tmp/smart_%s_detail.XXXXXX";
+
+/// Whether a disk's name is one. For another, `command` is logged as if it had failed.
+bool has_name(const char* disk, const std::string& command) {
     constexpr int not_started = -1;
-    if (!is_disk_name(disk)) {
-        log_command_failure(command, not_started);
-        return not_started;
+    if (is_disk_name(disk)) {
+        return true;
     }
-    return capture.run(command);
+    log_command_failure(command, not_started);
+    return false;
 }
 
 template <class Parse>
@@ -68,18 +71,24 @@ int fill_smart(disk_list& list, SmartMode mode) {
 }
 
 int get_smart(const char* disk, smart_summary& summary) {
-    Capture capture(format_text("/tmp/smart_%s.XXXXXX", disk));
-    const int status =
-        run_for_disk(disk, capture, format_text(summary_command, disk, capture.path()));
+    const std::string path = format_text(summary_template, disk);
+    if (!has_name(disk, format_text(summary_command, disk, path.c_str()))) {
+        return 0;
+    }
+    Capture capture(path);
+    const int status = capture.run(format_text(summary_command, disk, capture.path()));
     return read_output(capture, status, error::smart_unread, [&summary](std::string_view output) {
         summary = parse_smart_summary(output);
     });
 }
 
 int get_smart_detail(const char* disk, smart_attribute_list& list) {
-    Capture capture(format_text("/tmp/smart_%s_detail.XXXXXX", disk));
-    const int status =
-        run_for_disk(disk, capture, format_text(attributes_command, disk, capture.path()));
+    const std::string path = format_text(attributes_template, disk);
+    if (!has_name(disk, format_text(attributes_command, disk, path.c_str()))) {
+        return 0;
+    }
+    Capture capture(path);
+    const int status = capture.run(format_text(attributes_command, disk, capture.path()));
     return read_output(capture, status, error::smart_attributes_unread,
                        [&list](std::string_view output) { parse_smart_attributes(output, list); });
 }

@@ -117,6 +117,21 @@ TEST(NamesDisk, ForNoTextOfANamelessDisk) {
     EXPECT_FALSE(names_disk("", disk_info()));
 }
 
+TEST(PlainDiskName, IsLettersAndDigits) {
+    for (const char* name : {"sda", "SDA", "sdaa12", "a", "0", "azAZ09"}) {
+        EXPECT_TRUE(is_disk_name(name)) << name;
+    }
+}
+
+TEST(PlainDiskName, IsNothingElse) {
+    for (const char* name :
+         {"", " ", "sda ", " sda", "sd a", "sd_a", "sd-a", "sd.a", "sd/a", "sda;", "$sda", "sda\n",
+          "sd@", "sd[", "sd`", "sd{", "sd:", "s\xc3\xa4"}) {
+        EXPECT_FALSE(is_disk_name(name)) << name;
+    }
+    EXPECT_FALSE(is_disk_name(std::string_view("sda\0", 4)));
+}
+
 /// What a function prints.
 std::string printed_by(const std::function<void()>& print) {
     PrivateRoot root;
@@ -171,6 +186,40 @@ TEST(DiskShow, PrintsNegativeChannels) {
         disk_show(add_disk(list, "sda", -15));
     });
     EXPECT_THAT(text, testing::StartsWith("'sda'\t'-15'\t'0'\t"));
+}
+
+TEST(DiskShow, OfAVirtualDiskPrintsTheRecordOnly) {
+    const std::string text = printed_by([] {
+        disk_list list;
+        disk_info& disk = add_disk(list, "sda", 3, "5");
+        fill(disk);
+        disk.model = "VIRTUAL-DISK";
+        disk_show(disk);
+    });
+    EXPECT_EQ(text, "'sda'\t'3'\t'931'\t'running'\t'VIRTUAL-DISK'\t'RAID md0'\t'5'\t'1'\n");
+}
+
+TEST(DiskShow, TakesOnlyTheExactModelForAVirtualDisk) {
+    for (const char* model : {"VIRTUAL-DISK2", "virtual-disk", "VIRTUAL"}) {
+        const std::string text = printed_by([model] {
+            disk_info disk;
+            disk.model = model;
+            disk_show(disk);
+        });
+        EXPECT_EQ(text,
+                  std::string("''\t'0'\t'0'\t''\t'") + model + "'\t''\t''\t'0'\n" + empty_smart);
+    }
+}
+
+TEST(DiskShow, OfItsPlaceIsOneLine) {
+    const std::string text = printed_by([] {
+        disk_list list;
+        fill(add_disk(list, "sda", -15, "4"));
+        disk_place_show(*list.begin());
+        disk_place_show(disk_info());
+    });
+    EXPECT_EQ(text, "disk : ch = -15, devcie = 4, name = sda\n"
+                    "disk : ch = 0, devcie = , name = \n");
 }
 
 TEST(DiskShow, OfAListPrintsEachDisk) {
