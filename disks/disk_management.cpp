@@ -10,7 +10,6 @@
 #include "raid/array_operations.h"
 
 #include <cstdio>
-#include <utility>
 
 namespace zav {
 

@@ -14,7 +14,7 @@ namespace zav {
 
 /// The tags that tell where a disk hangs. Channels count anew behind each.
 namespace disk_device {
-inline constexpr std::string_view main_controller = "0";
+inline constexpr const char* main_controller = "0";
 /// A disk that only the partition table knows; real disks lose this tag once their model is read.
 inline constexpr std::string_view partition_table = "5";
 } // namespace disk_device

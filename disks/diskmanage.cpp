@@ -23,7 +23,7 @@ enum : std::uint32_t {
 struct Arguments {
     std::uint32_t mode = 0;
     const char* channel = nullptr;
-    const char* device = disk_device::main_controller.data();
+    const char* device = disk_device::main_controller;
 };
 
 /// In the name of the command; support knows its failures by these numbers.

@@ -23,7 +23,7 @@ int fail(int code, int number) {
 
 int disksmart_main(int argc, char** argv) {
     const char* channel = nullptr;
-    const char* device = disk_device::main_controller.data();
+    const char* device = disk_device::main_controller;
     const std::uint32_t mode =
         zav_getopt(argc, argv, applet_options("disksmart"), {&channel, &device});
     if ((mode & display_bit) == 0) {

@@ -18,11 +18,10 @@ constexpr int first_attribute_line = 18;
 struct AttributeName {
     std::string_view smartctl;
     std::string_view controller;
-    bool is_taken;
+    bool is_shown;
 };
 
-/// The attributes that both tools know, in their two spellings. An administrator is shown the ones
-/// that tell of a disk's wear.
+/// The attributes that both tools know, in their two spellings, and which of them are shown.
 constexpr std::array<AttributeName, 18> attribute_names = {{
     {"Raw_Read_Error_Rate", "Raw Read Error Rate", true},
     {"Spin_Up_Time", "Spin Up Time", true},
@@ -47,7 +46,7 @@ constexpr std::array<AttributeName, 18> attribute_names = {{
 
 bool is_taken(std::string_view name, std::string_view AttributeName::*spelling) {
     return std::ranges::any_of(attribute_names, [&](const AttributeName& known) {
-        return known.is_taken && known.*spelling == name;
+        return known.is_shown && known.*spelling == name;
     });
 }
 

@@ -32,7 +32,7 @@ constexpr std::array<Applet, 8> table = {{
     {"mdmanage", mdmanage_main, usr_bin, 0},
     {"netmanage", not_available_main, usr_bin, 0},
     {"sharemanage", not_available_main, usr_bin, 0},
-    {"vgmanage", not_available_main, usr_bin, 0},
+    {"vgmanage", vgmanage_main, usr_bin, 0},
 }};
 
 // One run is one applet.

@@ -52,5 +52,6 @@ int fail_command(int code, LogSite site = LogSite::here());
 int diskmanage_main(int argc, char** argv);
 int disksmart_main(int argc, char** argv);
 int mdmanage_main(int argc, char** argv);
+int vgmanage_main(int argc, char** argv);
 
 } // namespace zav

@@ -21,8 +21,16 @@ inline constexpr int no_disk_list = -205;
 inline constexpr int hotspare_unchanged = -206;
 inline constexpr int no_smart_data = -207;
 
-// Volume groups.
+// Volume groups, as vgmanage reports them.
+inline constexpr int bad_volume_list = -122;
+inline constexpr int bad_group_name = -123;
+inline constexpr int group_not_deleted = -301; ///< not brought back before, or still there after
+inline constexpr int group_not_created = -302; ///< printed only
+inline constexpr int no_such_group = -303;
 inline constexpr int no_group_list = -304;
+
+// LVM's backups.
+inline constexpr int backup_directory_unread = -614;
 
 // The file of reserved array names.
 inline constexpr int reservation_unread = -401;
@@ -82,6 +90,16 @@ inline constexpr int array_carries_group = -2035;
 inline constexpr int disk_not_faulty = -2036;
 inline constexpr int level_without_change = -2037; ///< the level takes and gives up no disks
 inline constexpr int unknown_array = -2038;
+
+// Checks of the group operations.
+inline constexpr int group_name_missing = -2040;
+inline constexpr int group_name_used = -2041;
+inline constexpr int no_such_volume_disk = -2042;
+inline constexpr int volume_disk_used = -2043;
+inline constexpr int no_such_volume_array = -2044;
+inline constexpr int volume_used = -2045;
+inline constexpr int unknown_group = -2046;
+inline constexpr int group_has_pools = -2047;
 
 inline constexpr int command_failed = -11000;
 inline constexpr int group_model_unread = -11001;

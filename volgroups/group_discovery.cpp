@@ -9,6 +9,7 @@
 #include "frame/text.h"
 #include "raid/array_discovery.h"
 #include "status/system_status.h"
+#include "volgroups/group_commands.h"
 #include "volgroups/group_sources.h"
 
 #include <cstdio>
@@ -16,13 +17,6 @@
 namespace zav {
 
 namespace {
-
-constexpr const char* vgdisplay_template = "/tmp/vgdisplay.XXXXXX";
-constexpr const char* pvdisplay_template = "/tmp/pvdisplay.XXXXXX";
-
-constexpr char vgdisplay_command[] = "/sbin/vgdisplay -c > %s";
-constexpr char vgdisplay_group_command[] = "/sbin/vgdisplay -c %s > %s";
-constexpr char pvdisplay_command[] = "/sbin/pvdisplay -c > %s";
 
 /// What a tool printed, for `pass`. 0 or error::group_output_unread.
 int read_output(const Capture& capture, std::string& text, LogSite pass) {

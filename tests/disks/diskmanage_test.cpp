@@ -11,7 +11,6 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::IsSupersetOf;
 using testing::MatchesRegex;
 
 const std::string header =
@@ -79,6 +78,36 @@ TEST_F(DiskManageDisplay, OfChannel0ListsEveryDisk) {
 TEST_F(DiskManageDisplay, TakesTheFirstNumberOfAList) {
     EXPECT_EQ(diskmanage({"-S", "-n", "3,1"}), 0);
     EXPECT_EQ(run.out, header + row("sdc", 3, "''\t'0'\t'NH'"));
+}
+
+TEST_F(DiskManageDisplay, OfACommaBeforeANumberListsEveryDisk) {
+    for (const char* channel : {",3", ","}) {
+        EXPECT_EQ(diskmanage({"-S", "-n", channel}), 0);
+        EXPECT_EQ(std::ranges::count(run.out, '\n'), 6);
+    }
+}
+
+TEST_F(DiskManageDisplay, ComesBeforeHotSpares) {
+    EXPECT_EQ(diskmanage({"-H", "-a", "3", "-S"}), 0);
+    EXPECT_TRUE(run.out.starts_with(header));
+    EXPECT_THAT(changes(run), IsEmpty());
+}
+
+TEST_F(DiskManageDisplay, BehindTheRaidControllerShowsWhatTheControllerSays) {
+    DiskMachine behind_controller("VEL7205U");
+    behind_controller.tool("/usr/local/bin/vexadm")
+        .any()
+        .prints("0 /DISK/931/OK/Free\n1 /N.A./0/N.A./N.A.\n2 /DISK/931/OK/Hot Spare\n");
+    const Result result = behind_controller.run({"diskmanage", "-S"});
+    EXPECT_EQ(result.exit_status, 0);
+    EXPECT_EQ(result.out, header + "''\t'1'\t'931'\t'OK'\t'DISK'\t'Free'\t'0'\t''\t'0'\t'NH'\n"
+                                   "''\t'3'\t'931'\t'OK'\t'DISK'\t'Hot Spare'\t'0'\t''\t'0'\t"
+                                   "'H'\n");
+}
+
+TEST_F(DiskManageDisplay, TakesADeviceOf8Characters) {
+    diskmanage({"-S", "-n", "1", "-d", "12345678"});
+    expect_failure(machine, run, -202, "diskmanage_main[770]");
 }
 
 TEST_F(DiskManageDisplay, OfAnotherDeviceFindsItsDisks) {
@@ -158,6 +187,58 @@ TEST_F(DiskManageHotspare, TakesTheLastChannelOfWhateverOption) {
     EXPECT_THAT(changes(run), Contains("/usr/local/bin/hotspare -a /dev/sdc"));
 }
 
+TEST_F(DiskManageHotspare, IsRemovedWhenBothAreAskedFor) {
+    machine.hotspares({"sdc"});
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"-H", "-a", "3", "-r", "3"}, {"-H", "-r", "3", "-a", "3"}}) {
+        EXPECT_EQ(diskmanage(arguments), 0);
+        EXPECT_THAT(changes(run), ElementsAre("/usr/local/bin/hotspare -r /dev/sdc"));
+    }
+}
+
+TEST_F(DiskManageHotspare, TakesTheFirstNumberOfAList) {
+    EXPECT_EQ(diskmanage({"-H", "-a", "3,4"}), 0);
+    EXPECT_THAT(changes(run), ElementsAre("/usr/local/bin/diskformat /dev/sdc",
+                                          "/usr/local/bin/hotspare -a /dev/sdc"));
+}
+
+// An unknown option ends the options: neither -a nor -r is read then.
+TEST_F(DiskManageHotspare, WithoutAModeIsMinus204) {
+    diskmanage({"-H", "-n", "3", "--bogus"});
+    EXPECT_EQ(run.out, "for errno '-204'\n");
+    EXPECT_EQ(run.exit_status, -204 & 0xff);
+    EXPECT_THAT(changes(run), IsEmpty());
+}
+
+TEST_F(DiskManageHotspare, WithoutAChannelIsMinus111) {
+    diskmanage({"-H", "--bogus"});
+    EXPECT_EQ(run.out, "for errno '-111'\n");
+    EXPECT_THAT(run.commands, IsEmpty());
+}
+
+TEST_F(DiskManageHotspare, NeverGivesANamelessDiskToATool) {
+    DiskMachine behind_controller("VEL7205U");
+    behind_controller.tool("/usr/local/bin/vexadm")
+        .any()
+        .prints("0 /DISK/931/OK/Free\n1 /DISK/931/OK/Hot Spare\n");
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"diskmanage", "-H", "-a", "1"},
+          {"diskmanage", "-H", "-r", "2"}}) {
+        const Result result = behind_controller.run(arguments);
+        EXPECT_EQ(result.exit_status, 0);
+        EXPECT_EQ(result.out, "");
+        EXPECT_THAT(changes(result), IsEmpty());
+    }
+    const auto not_run = [](const std::string& command) {
+        return testing::StartsWith("system(\"" + command +
+                                   " /dev/\") return unnormal with exit(255) for '");
+    };
+    EXPECT_THAT(behind_controller.messages(),
+                testing::IsSupersetOf({not_run("/usr/local/bin/diskformat"),
+                                       not_run("/usr/local/bin/hotspare -a"),
+                                       not_run("/usr/local/bin/hotspare -r")}));
+}
+
 TEST_F(DiskManageHotspare, OfADiskInUseIsMinus201) {
     machine.with_array().mounted({"/dev/sdc1 100 50 50 50% /mnt"});
     for (const std::vector<std::string>& arguments :
@@ -171,8 +252,11 @@ TEST_F(DiskManageHotspare, OfADiskInUseIsMinus201) {
 
 TEST_F(DiskManageHotspare, OfAUsedHotSpareIsMinus201) {
     machine.with_array().hotspares({"sda"});
-    diskmanage({"-H", "-a", "1"});
-    expect_failure(machine, run, -201, "diskmanage_main[828]");
+    for (const char* option : {"-a", "-r"}) {
+        diskmanage({"-H", option, "1"});
+        expect_failure(machine, run, -201, "diskmanage_main[828]");
+        EXPECT_THAT(changes(run), IsEmpty());
+    }
 }
 
 TEST_F(DiskManageHotspare, OfAHotSpareIsMinus203) {
@@ -249,6 +333,18 @@ TEST_F(DiskManageInit, ShowsTheDiskAndFormatsIt) {
         EXPECT_THAT(changes(run), ElementsAre("/usr/local/bin/diskformat /dev/sdd"));
     }
     EXPECT_THAT(machine.messages(), IsEmpty());
+}
+
+TEST_F(DiskManageInit, TakesTheFirstNumberOfAList) {
+    EXPECT_EQ(diskmanage({"-I", "-n", "3,4"}), 0);
+    EXPECT_THAT(changes(run), ElementsAre("/usr/local/bin/diskformat /dev/sdc"));
+}
+
+TEST_F(DiskManageInit, ComesBeforeTheOtherModes) {
+    EXPECT_EQ(diskmanage({"--display", "--init", "-n", "4"}), 0);
+    EXPECT_EQ(run.out, "disk : ch = 4, devcie = 0, name = sdd\n");
+    EXPECT_EQ(diskmanage({"--hotspare", "-a", "4", "--init"}), 0);
+    EXPECT_EQ(run.out, "disk : ch = 4, devcie = 0, name = sdd\n");
 }
 
 TEST_F(DiskManageInit, MarksAMemberFaultyFirst) {

@@ -132,6 +132,11 @@ TEST_F(DiskSmart, ShowsEveryDiskWithoutAChannel) {
     }
 }
 
+TEST_F(DiskSmart, TakesTheFirstNumberOfAList) {
+    EXPECT_EQ(disksmart({"-S", "-n", "2,3"}), 0);
+    EXPECT_EQ(run.out, header + row("sdb", 2) + block);
+}
+
 TEST_F(DiskSmart, ShowsAttributesWithTheDetail) {
     EXPECT_EQ(disksmart({"-S", "--detail", "-n", "1"}), 0);
     EXPECT_EQ(run.out, header + row("sda", 1) + block +

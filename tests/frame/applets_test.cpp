@@ -45,8 +45,7 @@ TEST(Applets, InstallLocationsAreFive) {
 class MissingApplet : public testing::TestWithParam<const char*> {};
 
 INSTANTIATE_TEST_SUITE_P(Each, MissingApplet,
-                         testing::Values("fsmanage", "lvmanage", "netmanage", "sharemanage",
-                                         "vgmanage"),
+                         testing::Values("fsmanage", "lvmanage", "netmanage", "sharemanage"),
                          [](const auto& test) { return std::string(test.param); });
 
 TEST_P(MissingApplet, SaysSoAndEndsWithStatus70) {
@@ -106,10 +105,10 @@ TEST(AppletRun, ShowsTheUsageForHelpAlone) {
 }
 
 TEST(AppletRun, HelpWithAnotherWordIsAnUnknownOption) {
-    const Result result = run_applet({"vgmanage", "--help", "x"});
+    const Result result = run_applet({"sharemanage", "--help", "x"});
     EXPECT_EQ(result.exit_status, 70);
     EXPECT_EQ(result.out, "");
-    EXPECT_THAT(result.err, StartsWith("vgmanage: unrecognized option '--help'\n"));
+    EXPECT_THAT(result.err, StartsWith("sharemanage: unrecognized option '--help'\n"));
 }
 
 TEST(AppletRun, EndsTheProcessWithWhatTheAppletReturns) {

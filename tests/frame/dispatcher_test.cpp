@@ -158,8 +158,7 @@ TEST_P(AppletNotAvailable, ComplainsAboutItsOptionsBefore) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Dispatcher, AppletNotAvailable,
-                         testing::Values("fsmanage", "lvmanage", "netmanage", "sharemanage",
-                                         "vgmanage"),
+                         testing::Values("fsmanage", "lvmanage", "netmanage", "sharemanage"),
                          [](const auto& name) { return std::string(name.param); });
 
 } // namespace
