@@ -7,6 +7,7 @@
 #include "frame/file.h"
 #include "frame/models.h"
 #include "frame/text.h"
+#include "frame/units.h"
 #include "status/product_model.h"
 
 #include <algorithm>
@@ -48,13 +49,6 @@ std::optional<std::string> read_attribute(const disk_info& disk, const char* att
         text->resize(trim_right(*text).size());
     }
     return text;
-}
-
-/// GiB of a number of 512-byte sectors, rounded to the nearest.
-std::uint64_t sectors_to_gib(std::uint64_t sectors) {
-    constexpr std::uint64_t half = std::uint64_t{1} << 20;
-    constexpr int shift = 21;
-    return sectors > UINT64_MAX - half ? UINT64_MAX >> shift : (sectors + half) >> shift;
 }
 
 void read_attributes(disk_info& disk) {

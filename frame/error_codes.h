@@ -9,6 +9,7 @@ namespace zav::error {
 // Arguments of a command.
 inline constexpr int bad_channel = -111;
 inline constexpr int bad_device = -121;
+inline constexpr int bad_pool_name = -126;  ///< also: no such pool, in look-ups by path
 inline constexpr int bad_array_name = -127; ///< also: no array of that name, in look-ups by name
 inline constexpr int bad_raid_level = -130;
 
@@ -28,6 +29,9 @@ inline constexpr int group_not_deleted = -301; ///< not brought back before, or 
 inline constexpr int group_not_created = -302; ///< printed only
 inline constexpr int no_such_group = -303;
 inline constexpr int no_group_list = -304;
+
+// Pools.
+inline constexpr int pools_unread = -326; ///< printed where a name is looked up
 
 // LVM's backups.
 inline constexpr int backup_directory_unread = -614;
@@ -77,6 +81,8 @@ inline constexpr int array_key_missing = -1031;
 inline constexpr int array_directory_unread = -1032;
 inline constexpr int array_status_unread = -1033;
 inline constexpr int group_output_unread = -1040;
+inline constexpr int pool_output_unread = -1050;
+inline constexpr int pool_tool_failed = -1051; ///< what it printed is read all the same
 inline constexpr int smart_unread = -1070;
 inline constexpr int smart_attributes_unread = -1071;
 

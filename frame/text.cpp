@@ -172,7 +172,7 @@ bool equal_ignoring_case(std::string_view left, std::string_view right) {
 }
 
 bool is_plain_name(std::string_view text) {
-    return !text.empty() && is_letter_or_digit(text.front()) &&
+    return !text.empty() && text.front() != '-' && text != "." && text != ".." &&
            std::ranges::all_of(text, [](char c) {
                return is_letter_or_digit(c) || c == '_' || c == '-' || c == '.' || c == '+';
            });

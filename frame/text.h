@@ -63,7 +63,7 @@ bool starts_with_ignoring_case(std::string_view text, std::string_view start);
 bool equal_ignoring_case(std::string_view left, std::string_view right);
 
 /// Whether a text that the kernel or a tool printed may become part of a command or of a file's
-/// name: letters, digits, "_", "-", "." and "+", beginning with a letter or a digit.
+/// name: letters, digits, "_", "-", "." and "+", not beginning with "-", and neither "." nor "..".
 bool is_plain_name(std::string_view text);
 
 /// The lines of a text as a line buffer of 256 bytes gives them: pieces of at most 255 characters,

@@ -153,6 +153,11 @@ int vg_raid_resume(const char* group) {
 }
 
 int raid_restore(std::string_view backup, const char* group) {
+    if (!is_plain_name(group)) {
+        // Nothing is given up for a group that could not be restored in the end.
+        log_command_failure(format_text(restore_command, group), not_started);
+        return volume_gone;
+    }
     mdinfo_list arrays;
     if (const int result = get_mdinfo(arrays); result != 0) {
         log_return(result);
@@ -178,7 +183,7 @@ int raid_restore(std::string_view backup, const char* group) {
     }
     std::printf("vg restore: %s\n", restored ? "yes" : "no");
     if (restored) {
-        run_with_name(group, format_text(restore_command, group));
+        run_and_log(format_text(restore_command, group));
     }
     return result;
 }

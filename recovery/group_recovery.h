@@ -23,8 +23,8 @@ int vg_raid_resume(const char* group);
 
 /// The work of both, on the text of a backup. Prints "vg restore: %s\n" with whether anything was
 /// restored. Runs pvdisplay; for an array that broke mdadm -f and dd; pvcreate and vgcfgrestore.
-/// 0; -1 when the volumes of now are unknown; -2 when a volume has moved or its array is gone; -3
-/// when there is no RAM disk for it.
+/// 0; -1 when the volumes of now are unknown; -2 when a volume has moved, its array is gone, or
+/// the group's name can be in no command; -3 when there is no RAM disk for it.
 int raid_restore(std::string_view backup, const char* group);
 
 } // namespace zav

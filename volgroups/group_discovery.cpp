@@ -51,6 +51,21 @@ void get_lists(disk_list& disks, mdinfo_list& arrays, LogSite pass) {
     }
 }
 
+/// Adds the physical volumes to their groups, each located by `locate`, for `pass`.
+template <class Locate>
+int add_volumes(vginfo_list& list, const Locate& locate, LogSite pass) {
+    disk_list disks;
+    mdinfo_list arrays;
+    get_lists(disks, arrays, pass);
+    std::string output;
+    if (const int result = run_pvdisplay(output, pass); result != 0) {
+        return result;
+    }
+    parse_pvdisplay(output, list,
+                    [&](pvinfo& volume, vginfo& group) { locate(volume, group, disks, arrays); });
+    return 0;
+}
+
 } // namespace
 
 int get_vginfo(vginfo_list& list) {
@@ -79,31 +94,21 @@ int get_vginfo_from_vgdisplay(vginfo_list& list) {
 }
 
 int get_vginfo_from_pvdisplay(vginfo_list& list) {
-    disk_list disks;
-    mdinfo_list arrays;
-    get_lists(disks, arrays, LogSite::here());
-    std::string output;
-    if (const int result = run_pvdisplay(output, LogSite::here()); result != 0) {
-        return result;
-    }
-    parse_pvdisplay(output, list, [&](pvinfo& volume, vginfo& group) {
-        locate_on_disks(volume, group, disks, arrays);
-    });
-    return 0;
+    return add_volumes(
+        list,
+        [](pvinfo& volume, vginfo& group, const disk_list& disks, mdinfo_list& arrays) {
+            locate_on_disks(volume, group, disks, arrays);
+        },
+        LogSite::here());
 }
 
 int get_vginfo_from_vexadm(vginfo_list& list) {
-    disk_list disks;
-    mdinfo_list arrays;
-    get_lists(disks, arrays, LogSite::here());
-    std::string output;
-    if (const int result = run_pvdisplay(output, LogSite::here()); result != 0) {
-        return result;
-    }
-    parse_pvdisplay(output, list, [&](pvinfo& volume, vginfo& group) {
-        locate_on_controller(volume, group, arrays);
-    });
-    return 0;
+    return add_volumes(
+        list,
+        [](pvinfo& volume, vginfo& group, const disk_list&, mdinfo_list& arrays) {
+            locate_on_controller(volume, group, arrays);
+        },
+        LogSite::here());
 }
 
 int check_vgdisplay(const char* name) {

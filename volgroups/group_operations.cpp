@@ -21,6 +21,12 @@ namespace {
 constexpr std::string_view disk_prefix = "sd";
 constexpr int not_started = -1;
 
+/// For a command that must not be run: it is logged as if it had failed.
+int refuse(const std::string& command) {
+    log_command_failure(command, not_started);
+    return error::command_failed;
+}
+
 bool is_channel_list(std::string_view name) {
     return std::ranges::all_of(name, [](char c) { return is_digit(c) || c == ','; });
 }
@@ -92,10 +98,13 @@ int run_create_group(const vginfo& group) {
     }
     const std::string command =
         format_text(create_group_command, group.name.c_str(), volumes.c_str());
-    if (!is_run_whole(command)) {
-        // A cut list can name another device.
-        log_command_failure(command, not_started);
-        return error::command_failed;
+    const bool has_names = is_plain_name(group.name) &&
+                           std::ranges::all_of(group.physical_volumes, [](const pvinfo& volume) {
+                               return is_plain_name(volume.name);
+                           });
+    // A cut list can name another device; behind the RAID controller disks have no name at all.
+    if (!has_names || !is_run_whole(command)) {
+        return refuse(command);
     }
     for (const pvinfo& volume : group.physical_volumes) {
         if (const int result = create_volume(volume); result != 0) {
@@ -112,12 +121,7 @@ int remove_volume(const pvinfo& volume, const disk_list& disks) {
         ch_to_disks(disks, name, volume.device, 1);
     }
     const std::string command = format_text(remove_volume_command, name.c_str());
-    int result = error::command_failed;
-    if (is_plain_name(name)) {
-        result = run_or_fail(command);
-    } else {
-        log_command_failure(command, not_started);
-    }
+    const int result = is_plain_name(name) ? run_or_fail(command) : refuse(command);
     if (result != 0) {
         std::printf("cannot del %s\n", name.c_str());
     }
@@ -184,26 +188,30 @@ int create_group(vginfo& group) {
     return run_create_group(group);
 }
 
-int delete_group(const char* name) {
-    vginfo_list groups;
+int find_group_to_delete(const char* name, vginfo_list& groups, const vginfo*& group) {
     if (const int result = get_vginfo(groups); result != 0) {
         return log_return(result);
     }
-    const vginfo* group = find_group(groups, name);
+    group = find_group(groups, name);
     if (group == nullptr) {
         return error::unknown_group;
     }
-    if (group->usedsize != 0) {
-        return error::group_has_pools;
-    }
+    return group->usedsize != 0 ? error::group_has_pools : 0;
+}
+
+int remove_group(const vginfo& group) {
     disk_list disks;
     const bool has_disks = std::ranges::any_of(
-        group->physical_volumes, [](const pvinfo& volume) { return is_channel_list(volume.name); });
+        group.physical_volumes, [](const pvinfo& volume) { return is_channel_list(volume.name); });
     if (has_disks && get_disk_list(disks) != 0) {
         return log_return(error::no_disk_list);
     }
-    int result = run_or_fail(format_text(remove_group_command, name));
-    for (const pvinfo& volume : group->physical_volumes) {
+    const std::string command = format_text(remove_group_command, group.name.c_str());
+    if (!is_plain_name(group.name)) {
+        return refuse(command);
+    }
+    int result = run_or_fail(command);
+    for (const pvinfo& volume : group.physical_volumes) {
         // The last result counts: a group that is gone all the same is a success.
         result = remove_volume(volume, disks);
         if (result != 0) {
@@ -213,9 +221,20 @@ int delete_group(const char* name) {
     return result;
 }
 
+int delete_group(const char* name) {
+    vginfo_list groups;
+    const vginfo* group = nullptr;
+    const int result = find_group_to_delete(name, groups, group);
+    return result == 0 ? remove_group(*group) : result;
+}
+
 int extend_group(const char* group, const char* volume) {
+    const std::string command = format_text(extend_group_command, group, volume);
+    if (!is_plain_name(group) || !is_plain_name(volume)) {
+        return refuse(command);
+    }
     const int result = run_or_fail(format_text(create_volume_command, volume));
-    return result == 0 ? run_or_fail(format_text(extend_group_command, group, volume)) : result;
+    return result == 0 ? run_or_fail(command) : result;
 }
 
 int extend_group_checked(const char* group, std::string volume, std::string_view device) {

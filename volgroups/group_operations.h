@@ -28,9 +28,15 @@ int check_new_volume(const disk_list& disks, std::string& name, std::string_view
 /// is run, when the last command would not reach the shell whole.
 int create_group(vginfo& group);
 
-/// Deletes a group without pools and releases its physical volumes. Runs vgremove, pvremove. 0,
-/// also when vgremove failed and every pvremove worked, error::unknown_group,
-/// error::group_has_pools, error::command_failed, error::no_disk_list or the code of get_vginfo().
+/// Finds a group that may be deleted in a fresh list of all. 0, error::unknown_group,
+/// error::group_has_pools or the code of get_vginfo().
+int find_group_to_delete(const char* name, vginfo_list& groups, const vginfo*& group);
+
+/// Removes a group, unchecked, and releases its physical volumes. Runs vgremove, pvremove. 0, also
+/// when vgremove failed and every pvremove worked, error::command_failed or error::no_disk_list.
+int remove_group(const vginfo& group);
+
+/// Both.
 int delete_group(const char* name);
 
 /// Adds a physical volume to a group. Runs pvcreate, vgextend. 0 or error::command_failed.

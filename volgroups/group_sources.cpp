@@ -2,6 +2,7 @@
 #include "volgroups/group_sources.h"
 
 #include "frame/text.h"
+#include "frame/units.h"
 
 #include <algorithm>
 #include <string>
@@ -12,7 +13,6 @@ namespace zav {
 namespace {
 
 constexpr int kilobytes_to_gigabytes_shift = 20;
-constexpr int sectors_to_gigabytes_shift = 21;
 
 /// Calls `use` with the first piece of every line.
 template <class Use>
@@ -62,7 +62,6 @@ std::string_view short_name(std::string_view line) {
 }
 
 void read_volume(std::string_view line, pvinfo& volume) {
-    constexpr std::uint64_t half_gigabyte_of_sectors = std::uint64_t{1} << 20;
     constexpr std::uint64_t half_gigabyte_of_kilobytes = std::uint64_t{1} << 19;
     const std::uint64_t extent_size = number(line, 7);
     const std::uint64_t total = number(line, 8);
@@ -70,7 +69,7 @@ void read_volume(std::string_view line, pvinfo& volume) {
     const std::uint64_t allocated = number(line, 10);
     volume.allocatable = allocatable_text(total, free);
     // Rounded half up, while a group's sizes are rounded down: listings have always shown it so.
-    volume.size = (number(line, 2) + half_gigabyte_of_sectors) >> sectors_to_gigabytes_shift;
+    volume.size = sectors_to_gib(number(line, 2));
     volume.used = extents_to_gigabytes(allocated, extent_size, half_gigabyte_of_kilobytes);
 }
 

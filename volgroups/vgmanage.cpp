@@ -99,14 +99,20 @@ int display(const Arguments& arguments) {
     return 0;
 }
 
-int remove_group(const Arguments& arguments) {
+int delete_named(const Arguments& arguments) {
     if (check_name32(arguments.name) != 0) {
         return fail(error::bad_group_name);
     }
     if (vg_raid_resume(arguments.name) != 0) {
         return fail(error::group_not_deleted);
     }
-    const int result = delete_group(arguments.name);
+    vginfo_list groups;
+    const vginfo* group = nullptr;
+    if (const int result = find_group_to_delete(arguments.name, groups, group); result != 0) {
+        // The tool that lists the groups failed: the group is still there.
+        return fail(result == error::command_failed ? error::group_not_deleted : result);
+    }
+    const int result = remove_group(*group);
     if (result != error::command_failed) {
         return result == 0 ? 0 : fail(result);
     }
@@ -131,7 +137,7 @@ int vgmanage_main(int argc, char** argv) {
         return display(arguments);
     }
     if ((arguments.mode & delete_bit) != 0) {
-        return remove_group(arguments);
+        return delete_named(arguments);
     }
     // An unknown option came before any mode.
     return 0;

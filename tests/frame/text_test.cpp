@@ -290,10 +290,16 @@ TEST(IsPlainName, TakesNamesOfDisksArraysAndGroups) {
     }
 }
 
+TEST(IsPlainName, TakesSignsAtTheBeginning) {
+    for (const char* name : {"_x", "+x", ".x", "...", "x-", "1"}) {
+        EXPECT_TRUE(is_plain_name(name)) << name;
+    }
+}
+
 TEST(IsPlainName, RefusesWhatAShellOrAPathWouldRead) {
-    for (const char* name : {"",    "-f",  ".x",   "..",   "_x",       "+x",       "a b", "a/b",
-                             "a;b", "a$b", "a`b",  "a'b",  "a\"b",     "a|b",      "a&b", "a>b",
-                             "a*",  "a?",  "a\nb", "a\\b", "\xc3\xa4", "a\xc3\xa4"}) {
+    for (const char* name :
+         {"",     "-f",  ".",   "..",  "a b", "a/b", "a;b",  "a$b",  "a`b",      "a'b",
+          "a\"b", "a|b", "a&b", "a>b", "a*",  "a?",  "a\nb", "a\\b", "\xc3\xa4", "a\xc3\xa4"}) {
         EXPECT_FALSE(is_plain_name(name)) << name;
     }
     EXPECT_FALSE(is_plain_name(std::string_view("a\0b", 3)));

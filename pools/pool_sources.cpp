@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+#include "pools/pool_sources.h"
+
+#include "frame/text.h"
+#include "frame/units.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+namespace zav {
+
+namespace {
+
+/// Whether an integer is not 0, whatever its sign.
+bool is_set(std::string_view integer) {
+    integer.remove_prefix(integer.starts_with('-') ? 1 : 0);
+    return decimal(integer) != 0;
+}
+
+} // namespace
+
+void parse_lvdisplay(std::string_view output, const vginfo_list& groups, pool_list& list) {
+    std::unordered_map<std::string_view, std::string_view> devices;
+    for (const vginfo& group : groups) {
+        devices.emplace(group.name.view(), group.device.view()); // of namesakes the first
+    }
+    LinePieces pieces(output);
+    std::string_view line;
+    while (pieces.next(line)) {
+        line.remove_prefix(std::min(line.find_first_not_of(white_space), line.size()));
+        if (!line.starts_with("/dev/") || line.find(':') == std::string_view::npos) {
+            continue; // a remark of the tool
+        }
+        pool_info& pool = list.append();
+        pool.name = cut_at(line, ":");
+        pool.status = is_set(field(line, ":", 3)) ? "available" : "not available";
+        pool.vgname = field(line, ":", 1);
+        pool.allsize = sectors_to_gib(decimal(field(line, ":", 6)));
+        if (const auto device = devices.find(pool.vgname); device != devices.end()) {
+            pool.device = device->second;
+        }
+    }
+}
+
+} // namespace zav
