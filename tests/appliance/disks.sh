@@ -102,6 +102,6 @@ test_disks_without_health_data_have_empty_fields() {
     expect_line "Device Model:     "
     expect_line "Serial Number:    "
     expect_line "=== START OF READ SMART DATA SECTION ==="
-    [ "$(wc -l <<<"$output")" -eq 13 ] || fail "there are attributes"
+    [ "$(wc -l <<<"$output")" -eq 14 ] || fail "there are attributes"
     expect_no_log
 }
