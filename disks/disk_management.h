@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 /// \file
 /// What diskmanage and disksmart do. A disk is named by its channel, counted from 1, and the device
-/// it hangs on; device::main_controller unless the user says otherwise. Each builds the disk list
-/// and gives error::no_disk_list when that fails.
+/// it hangs on; disk_device::main_controller unless the user says otherwise. Each builds the disk
+/// list and gives error::no_disk_list when that fails.
 #pragma once
 
 namespace zav {

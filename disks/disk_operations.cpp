@@ -18,9 +18,12 @@ constexpr char format_command[] = "/usr/local/bin/diskformat /dev/%s";
 /// Runs a command about a disk. The result is that of the log call, which is 0, and so is success:
 /// a failed command is not reported further.
 int run_for_disk(std::string_view disk, const std::string& command) {
-    constexpr int not_started = -1;
-    const int status = is_disk_name(disk) ? run_command(command) : not_started;
-    return status == 0 ? 0 : log_command_failure(command, status);
+    if (!is_disk_name(disk)) {
+        refuse_command(command);
+    } else if (const int status = run_command(command); status != 0) {
+        return log_command_failure(command, status);
+    }
+    return 0;
 }
 
 } // namespace

@@ -23,11 +23,10 @@ constexpr char attributes_template[] = "/tmp/smart_%s_detail.XXXXXX";
 
 /// Whether a disk's name is one. For another, `command` is logged as if it had failed.
 bool has_name(const char* disk, const std::string& command) {
-    constexpr int not_started = -1;
     if (is_disk_name(disk)) {
         return true;
     }
-    log_command_failure(command, not_started);
+    refuse_command(command);
     return false;
 }
 

@@ -152,6 +152,12 @@ int log_command_failure(std::string_view command, int status, FailureWording wor
 #pragma GCC diagnostic pop
 }
 
+int refuse_command(std::string_view command, FailureWording wording) {
+    constexpr int not_started = -1;
+    log_command_failure(command, not_started, wording);
+    return not_started;
+}
+
 int run_and_log(std::string_view command, FailureWording wording) {
     const int status = run_command(command);
     if (status != 0) {

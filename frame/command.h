@@ -35,6 +35,10 @@ enum class FailureWording {
 int log_command_failure(std::string_view command, int status,
                         FailureWording wording = FailureWording::standard);
 
+/// For a command that must not be run, since a name in it is none: logs it
+/// as if it had failed. Returns the wait status of what was not started, -1.
+int refuse_command(std::string_view command, FailureWording wording = FailureWording::standard);
+
 /// run_command(), with a line in the log unless it returns 0. Returns the wait status.
 int run_and_log(std::string_view command, FailureWording wording = FailureWording::standard);
 

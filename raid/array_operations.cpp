@@ -17,9 +17,6 @@ namespace zav {
 
 namespace {
 
-/// The wait status of a command that is not run.
-constexpr int not_started = -1;
-
 /// An array and one disk, as adding and removing find them.
 struct MemberChange {
     disk_list disks;
@@ -113,7 +110,7 @@ int add_disk(const char* array, const char* channel) {
         format_text(add_disk_command, change.array->name.c_str(), change.disk.c_str());
     if (!is_disk_name(change.disk)) {
         // Behind the RAID controller disks have no name of the kernel.
-        log_command_failure(command, not_started);
+        refuse_command(command);
         return error::command_failed;
     }
     return run_or_fail(command);
@@ -168,8 +165,7 @@ int delete_array(const char* name) {
 int fail_disk(const char* array, const char* disk) {
     const std::string command = format_text(fail_disk_command, array, disk);
     if (check_name32(array) != 0 || !is_disk_name(disk)) {
-        log_command_failure(command, not_started);
-        return not_started;
+        return refuse_command(command);
     }
     return run_and_log(command);
 }

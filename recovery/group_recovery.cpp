@@ -26,7 +26,6 @@ constexpr char restore_command[] = "/sbin/vgcfgrestore %s";
 constexpr int live_volumes_unknown = -1;
 constexpr int volume_gone = -2;
 constexpr int no_substitute = -3;
-constexpr int not_started = -1;
 
 /// Which of the sixteen RAM disks carry a physical volume.
 class RamDisks {
@@ -58,11 +57,7 @@ class RamDisks {
 /// run_and_log() for text that comes from a backup: only plain names reach a command.
 int run_with_name(std::string_view name, const std::string& command,
                   FailureWording wording = FailureWording::standard) {
-    if (is_plain_name(name)) {
-        return run_and_log(command, wording);
-    }
-    log_command_failure(command, not_started, wording);
-    return not_started;
+    return is_plain_name(name) ? run_and_log(command, wording) : refuse_command(command, wording);
 }
 
 /// Makes the members of an array faulty and wipes its beginning, so that LVM sees no volume on it.
@@ -155,7 +150,7 @@ int vg_raid_resume(const char* group) {
 int raid_restore(std::string_view backup, const char* group) {
     if (!is_plain_name(group)) {
         // Nothing is given up for a group that could not be restored in the end.
-        log_command_failure(format_text(restore_command, group), not_started);
+        refuse_command(format_text(restore_command, group));
         return volume_gone;
     }
     mdinfo_list arrays;

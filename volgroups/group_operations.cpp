@@ -19,11 +19,10 @@ namespace zav {
 namespace {
 
 constexpr std::string_view disk_prefix = "sd";
-constexpr int not_started = -1;
 
-/// For a command that must not be run: it is logged as if it had failed.
+/// refuse_command(), for an operation's result.
 int refuse(const std::string& command) {
-    log_command_failure(command, not_started);
+    refuse_command(command);
     return error::command_failed;
 }
 
