@@ -35,7 +35,7 @@ enum class FailureWording {
 int log_command_failure(std::string_view command, int status,
                         FailureWording wording = FailureWording::standard);
 
-/// For a command that must not be run, since a name in it is none: logs it
+/// For a command that must not be run, since a name in it is none or its end would be cut: logs it
 /// as if it had failed. Returns the wait status of what was not started, -1.
 int refuse_command(std::string_view command, FailureWording wording = FailureWording::standard);
 
