@@ -27,10 +27,10 @@ int not_available_main(int argc, char** argv);
 constexpr std::array<Applet, 8> table = {{
     {"diskmanage", diskmanage_main, usr_bin, 0},
     {"disksmart", disksmart_main, usr_bin, 0},
-    {"fsmanage", not_available_main, usr_bin, 0},
-    {"lvmanage", not_available_main, usr_bin, 0},
+    {"fsmanage", fsmanage_main, usr_bin, 0},
+    {"lvmanage", lvmanage_main, usr_bin, 0},
     {"mdmanage", mdmanage_main, usr_bin, 0},
-    {"netmanage", not_available_main, usr_bin, 0},
+    {"netmanage", netmanage_main, usr_bin, 0},
     {"sharemanage", not_available_main, usr_bin, 0},
     {"vgmanage", vgmanage_main, usr_bin, 0},
 }};

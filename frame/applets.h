@@ -51,7 +51,10 @@ int fail_command(int code, LogSite site = LogSite::here());
 // that it printed as "for errno '%d'", and a few times, as its source says, a number of its own.
 int diskmanage_main(int argc, char** argv);
 int disksmart_main(int argc, char** argv);
+int fsmanage_main(int argc, char** argv);
+int lvmanage_main(int argc, char** argv);
 int mdmanage_main(int argc, char** argv);
+int netmanage_main(int argc, char** argv);
 int vgmanage_main(int argc, char** argv);
 
 } // namespace zav

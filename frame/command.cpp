@@ -57,18 +57,8 @@ std::string text_for_shell(std::string_view command) {
     return text;
 }
 
-constexpr auto plain_characters = [] {
-    std::array<bool, 256> plain = {};
-    for (const char c : std::string_view("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
-                                         "0123456789_-+./:,=@%")) {
-        plain[static_cast<unsigned char>(c)] = true;
-    }
-    return plain;
-}();
-
 bool is_plain_word(std::string_view word) {
-    return std::ranges::all_of(
-        word, [](char c) { return plain_characters[static_cast<unsigned char>(c)]; });
+    return std::ranges::all_of(word, is_plain_character);
 }
 
 bool is_program(std::string_view word) {
@@ -168,6 +158,14 @@ int run_and_log(std::string_view command, FailureWording wording) {
 
 int run_or_fail(std::string_view command) {
     return run_and_log(command) == 0 ? 0 : error::command_failed;
+}
+
+int run_or_fail(std::initializer_list<std::string_view> names, const std::string& command) {
+    if (std::ranges::all_of(names, is_plain_name) && is_run_whole(command)) {
+        return run_or_fail(command);
+    }
+    refuse_command(command);
+    return error::command_failed;
 }
 
 Capture::Capture(std::string path_template) : path_(std::move(path_template)) {

@@ -6,6 +6,7 @@
 
 #include "frame/log.h"
 
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -44,6 +45,10 @@ int run_and_log(std::string_view command, FailureWording wording = FailureWordin
 
 /// The same for the operations: 0, or error::command_failed.
 int run_or_fail(std::string_view command);
+
+/// The same for a command made of names: when one of them is not plain, or the end of the command
+/// would be cut, the command is logged as if it had failed and not run.
+int run_or_fail(std::initializer_list<std::string_view> names, const std::string& command);
 
 /// A file under /tmp for one tool's output, there and empty from the start, removed at the end.
 class Capture {

@@ -8,6 +8,7 @@ namespace zav::error {
 
 // Arguments of a command.
 inline constexpr int bad_channel = -111;
+inline constexpr int bad_size = -113;
 inline constexpr int bad_device = -121;
 inline constexpr int bad_pool_name = -126;  ///< also: no such pool, in look-ups by path
 inline constexpr int bad_array_name = -127; ///< also: no array of that name, in look-ups by name
@@ -30,8 +31,17 @@ inline constexpr int group_not_created = -302; ///< printed only
 inline constexpr int no_such_group = -303;
 inline constexpr int no_group_list = -304;
 
-// Pools.
-inline constexpr int pools_unread = -326; ///< printed where a name is looked up
+// Pools, as lvmanage and fsmanage report them.
+inline constexpr int pool_not_removed = -324; ///< still there after the removal
+inline constexpr int pool_not_created = -325;
+inline constexpr int pools_unread = -326;    ///< printed where a name is looked up
+inline constexpr int pool_name_taken = -327; ///< also by a network disk's label, or in doubt
+
+// File systems on pools and network disks, as fsmanage and netmanage report them.
+inline constexpr int fs_not_repaired = -509; ///< also: not registered
+inline constexpr int fs_not_mounted = -601;
+inline constexpr int fs_not_unmounted = -602;
+inline constexpr int fs_not_made = -603;
 
 // LVM's backups.
 inline constexpr int backup_directory_unread = -614;
@@ -82,7 +92,8 @@ inline constexpr int array_directory_unread = -1032;
 inline constexpr int array_status_unread = -1033;
 inline constexpr int group_output_unread = -1040;
 inline constexpr int pool_output_unread = -1050;
-inline constexpr int pool_tool_failed = -1051; ///< what it printed is read all the same
+inline constexpr int pool_tool_failed = -1051;  ///< what it printed is read all the same
+inline constexpr int register_unopened = -1066; ///< of mounted file systems, or its copy
 inline constexpr int smart_unread = -1070;
 inline constexpr int smart_attributes_unread = -1071;
 
@@ -106,6 +117,13 @@ inline constexpr int no_such_volume_array = -2044;
 inline constexpr int volume_used = -2045;
 inline constexpr int unknown_group = -2046;
 inline constexpr int group_has_pools = -2047;
+
+// Checks of the pool operations.
+inline constexpr int pool_name_missing = -2050; ///< or the group's
+inline constexpr int pool_name_used = -2051;
+inline constexpr int wrong_pool_group = -2052; ///< unknown, or not the pool's
+inline constexpr int size_not_possible = -2053;
+inline constexpr int no_such_pool = -2055;
 
 inline constexpr int command_failed = -11000;
 inline constexpr int group_model_unread = -11001;

@@ -114,6 +114,19 @@ bool write_all(int fd, std::string_view text) {
     return true;
 }
 
+bool append_line(int fd, std::string_view before, std::string_view line) {
+    std::string text = before.empty() || before.ends_with('\n') ? "" : "\n";
+    text.append(line).append("\n");
+    if (write_all(fd, text)) {
+        return true;
+    }
+    const int error = errno;
+    const bool taken_back = ::ftruncate(fd, static_cast<off_t>(before.size())) == 0;
+    (void)taken_back; // the caller learns of the failure either way
+    errno = error;
+    return false;
+}
+
 int copy_file(const char* source, const char* target) {
     const auto text = read_file(source);
     if (!text) {

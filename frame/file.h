@@ -50,6 +50,10 @@ std::optional<std::string> read_attribute_file(const char* path);
 /// False on a write error; errno says why.
 bool write_all(int fd, std::string_view text);
 
+/// Adds a line at the end of a file that held `before`, with a line feed in front of it when the
+/// last line had none. False when it cannot be written; what was written of it is taken back.
+bool append_line(int fd, std::string_view before, std::string_view line);
+
 /// Writes the content of `source` over `target`, which keeps its mode, owner and inode.
 /// 0, or key_value_error::not_created.
 int copy_file(const char* source, const char* target);

@@ -30,11 +30,19 @@ constexpr std::array<Model, 14> models = {{
     {"VEL7205A", 6},
 }};
 
+constexpr std::array<std::string_view, 4> reiserfs_models = {"VEL7205E", "VEL7205P", "KOR7206LB",
+                                                             "VEL7206P"};
+
 } // namespace
 
 std::optional<int> fan_count(std::string_view model) {
     const auto* found = std::ranges::find(models, model, &Model::name);
     return found == models.end() ? std::nullopt : std::optional(found->fans);
+}
+
+std::string_view fs_type_of(std::string_view model) {
+    const bool is_listed = std::ranges::find(reiserfs_models, model) != reiserfs_models.end();
+    return is_listed ? reiserfs_type : xfs_type;
 }
 
 bool is_server_family(std::string_view model) {

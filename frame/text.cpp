@@ -16,6 +16,15 @@ constexpr std::size_t field_work_size = 255;
 constexpr std::size_t piece_size = 255;
 constexpr std::size_t usual_length = 256; // of a formatted text; a longer one takes twice the time
 
+constexpr auto plain_characters = [] {
+    std::array<bool, 256> plain = {};
+    for (const char c : std::string_view("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                         "0123456789_-+./:,=@%")) {
+        plain[static_cast<unsigned char>(c)] = true;
+    }
+    return plain;
+}();
+
 char to_lower(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
@@ -154,6 +163,10 @@ int decimal_int(std::string_view text) {
     return static_cast<int>(std::min<std::uint64_t>(decimal(text), largest));
 }
 
+std::string_view last_component(std::string_view path) {
+    return path.substr(path.rfind('/') + 1);
+}
+
 bool is_digit(char c) {
     return c >= '0' && c <= '9';
 }
@@ -176,6 +189,14 @@ bool is_plain_name(std::string_view text) {
            std::ranges::all_of(text, [](char c) {
                return is_letter_or_digit(c) || c == '_' || c == '-' || c == '.' || c == '+';
            });
+}
+
+bool is_plain_character(char c) {
+    return plain_characters[static_cast<unsigned char>(c)];
+}
+
+bool is_plain_path(std::string_view text) {
+    return text.starts_with('/') && std::ranges::all_of(text, is_plain_character);
 }
 
 bool LinePieces::next(std::string_view& piece) {

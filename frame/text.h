@@ -37,6 +37,9 @@ std::string_view cut_at(std::string_view text, std::string_view separators);
 /// `source` is empty or `size` is 0: the old content then stays.
 void copy_bounded(char* destination, std::size_t size, const char* source);
 
+/// The last part of a path: all behind its last "/".
+std::string_view last_component(std::string_view path);
+
 /// The pieces between separators; a run of separators counts as one, and leading and trailing ones
 /// make no empty piece.
 std::vector<std::string_view> split(std::string_view text, std::string_view separators);
@@ -65,6 +68,14 @@ bool equal_ignoring_case(std::string_view left, std::string_view right);
 /// Whether a text that the kernel or a tool printed may become part of a command or of a file's
 /// name: letters, digits, "_", "-", "." and "+", not beginning with "-", and neither "." nor "..".
 bool is_plain_name(std::string_view text);
+
+/// Whether a path may become part of a command: it begins with "/" and holds nothing that a shell
+/// would expand, quote or join.
+bool is_plain_path(std::string_view text);
+
+/// Whether a character means itself to every shell, wherever in a word it stands: letters, digits
+/// and "_-+./:,=@%".
+bool is_plain_character(char c);
 
 /// The lines of a text as a line buffer of 256 bytes gives them: pieces of at most 255 characters,
 /// line feed included, so that the rest of a longer line comes as the next piece. A NUL ends the

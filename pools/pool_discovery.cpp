@@ -4,23 +4,20 @@
 #include "frame/command.h"
 #include "frame/error_codes.h"
 #include "frame/text.h"
+#include "pools/pool_commands.h"
 #include "pools/pool_sources.h"
 #include "volgroups/group_discovery.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
+#include <string>
 
 namespace zav {
 
-namespace {
-
-/// The blank at the end belongs to the text: logs show it.
-constexpr char lvdisplay_command[] = "/sbin/lvdisplay -c > %s ";
-
-} // namespace
-
 int get_poolinfo_from_lvdisplay(pool_list& list) {
-    Capture capture("/tmp/lvdisplay.XXXXXX");
+    Capture capture(lvdisplay_template);
     const bool failed = capture.run_and_log(format_text(lvdisplay_command, capture.path())) != 0;
     const int result = failed ? error::pool_tool_failed : 0;
     vginfo_list groups;
@@ -50,7 +47,26 @@ int check_lvname(const char* name) {
         return error::pools_unread;
     }
     return std::ranges::any_of(
-        pools, [name](const pool_info& pool) { return pool_short_name(pool.name) == name; });
+        pools, [name](const pool_info& pool) { return last_component(pool.name) == name; });
+}
+
+int check_lvdisplay(const char* group, const char* pool) {
+    Capture capture(lvdisplay_template);
+    const std::string command = format_text(lvdisplay_pool_command, group, pool, capture.path());
+    if (is_plain_name(group) && is_plain_name(pool)) {
+        (void)capture.run_and_log(command);
+    } else {
+        refuse_command(command);
+    }
+    const auto output = capture.read();
+    if (!output) {
+        std::printf("cannot open %s\n", capture.path());
+        const LogSite site = LogSite::here();
+        log_error("%s:[%d] return %d with %s\n", site.function, site.line,
+                  error::group_output_unread, std::strerror(errno));
+        return error::group_output_unread;
+    }
+    return has_pool_line(*output, pool) ? 0 : 1;
 }
 
 } // namespace zav

@@ -18,4 +18,8 @@ int pool_list_get(pool_list& list);
 /// Whether a pool of that name exists in any group: 1, 0, or error::pools_unread, which is printed.
 int check_lvname(const char* name);
 
+/// Whether a group has no pool of that name: 0 when it has, 1 when it has not, or
+/// error::group_output_unread. Runs lvdisplay -c for the pool, whose status is only logged.
+int check_lvdisplay(const char* group, const char* pool);
+
 } // namespace zav

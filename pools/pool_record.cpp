@@ -9,10 +9,6 @@
 
 namespace zav {
 
-std::string_view pool_short_name(std::string_view path) {
-    return path.substr(path.rfind('/') + 1);
-}
-
 void pool_show(pool_info& pool) {
     if (pool.device.empty()) {
         pool.device = "N.A.";

@@ -23,9 +23,6 @@ struct pool_info {
 
 using pool_list = RecordList<pool_info>;
 
-/// What users call the pool with that path: all behind its last "/".
-std::string_view pool_short_name(std::string_view path);
-
 /// Prints a pool's row. An empty device becomes "N.A.".
 void pool_show(pool_info& pool);
 

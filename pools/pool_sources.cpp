@@ -17,6 +17,10 @@ bool is_set(std::string_view integer) {
     return decimal(integer) != 0;
 }
 
+std::string_view trim_left(std::string_view line) {
+    return line.substr(std::min(line.find_first_not_of(white_space), line.size()));
+}
+
 } // namespace
 
 void parse_lvdisplay(std::string_view output, const vginfo_list& groups, pool_list& list) {
@@ -27,7 +31,7 @@ void parse_lvdisplay(std::string_view output, const vginfo_list& groups, pool_li
     LinePieces pieces(output);
     std::string_view line;
     while (pieces.next(line)) {
-        line.remove_prefix(std::min(line.find_first_not_of(white_space), line.size()));
+        line = trim_left(line);
         if (!line.starts_with("/dev/") || line.find(':') == std::string_view::npos) {
             continue; // a remark of the tool
         }
@@ -40,6 +44,18 @@ void parse_lvdisplay(std::string_view output, const vginfo_list& groups, pool_li
             pool.device = device->second;
         }
     }
+}
+
+bool has_pool_line(std::string_view output, std::string_view pool) {
+    LinePieces pieces(output);
+    std::string_view line;
+    while (pieces.next(line)) {
+        // Of a longer line the first piece alone counts.
+        if (pieces.starts_line() && last_component(cut_at(trim_left(line), ":")) == pool) {
+            return true;
+        }
+    }
+    return false;
 }
 
 } // namespace zav

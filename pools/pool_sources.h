@@ -13,4 +13,7 @@ namespace zav {
 /// Adds the pools of lvdisplay -c to the list, each with the device of its group.
 void parse_lvdisplay(std::string_view output, const vginfo_list& groups, pool_list& list);
 
+/// Whether a line of lvdisplay -c names a pool of that name.
+bool has_pool_line(std::string_view output, std::string_view pool);
+
 } // namespace zav

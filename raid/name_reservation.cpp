@@ -59,17 +59,6 @@ std::string lines_without(std::string_view names, std::string_view name) {
     return kept;
 }
 
-/// Adds a line at the end. What could not be written whole is taken back.
-int append_name(const FileDescriptor& fd, const std::string& names, const char* name) {
-    const bool ends_open = !names.empty() && names.back() != '\n';
-    if (write_all(fd.get(), format_text("%s%s\n", ends_open ? "\n" : "", name))) {
-        return 0;
-    }
-    const bool taken_back = ::ftruncate(fd.get(), static_cast<off_t>(names.size())) == 0;
-    (void)taken_back; // the code tells of the failure either way
-    return error::reservation_unwritten;
-}
-
 } // namespace
 
 int add_name(const char* name) {
@@ -93,7 +82,7 @@ int add_name(const char* name) {
     if (std::ranges::find(lines, name) != lines.end()) {
         return error::name_reserved;
     }
-    return append_name(fd, *names, name);
+    return append_line(fd.get(), *names, name) ? 0 : error::reservation_unwritten;
 }
 
 int del_name(const char* name) {

@@ -55,8 +55,7 @@ std::string_view quoted(std::string_view line) {
 /// The last part of the path in the first quotes. LVM writes a remark behind them.
 std::string_view device_name(std::string_view line) {
     line.remove_prefix(std::min(line.find('"') + 1, line.size()));
-    line = cut_at(line, "\"");
-    return line.substr(line.rfind('/') + 1);
+    return last_component(cut_at(line, "\""));
 }
 
 } // namespace

@@ -119,8 +119,7 @@ int remove_volume(const pvinfo& volume, const disk_list& disks) {
     if (is_channel_list(name)) {
         ch_to_disks(disks, name, volume.device, 1);
     }
-    const std::string command = format_text(remove_volume_command, name.c_str());
-    const int result = is_plain_name(name) ? run_or_fail(command) : refuse(command);
+    const int result = run_or_fail({name}, format_text(remove_volume_command, name.c_str()));
     if (result != 0) {
         std::printf("cannot del %s\n", name.c_str());
     }

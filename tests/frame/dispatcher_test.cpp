@@ -157,8 +157,7 @@ TEST_P(AppletNotAvailable, ComplainsAboutItsOptionsBefore) {
     EXPECT_EQ(result.exit_status, 70);
 }
 
-INSTANTIATE_TEST_SUITE_P(Dispatcher, AppletNotAvailable,
-                         testing::Values("fsmanage", "lvmanage", "netmanage", "sharemanage"),
+INSTANTIATE_TEST_SUITE_P(Dispatcher, AppletNotAvailable, testing::Values("sharemanage"),
                          [](const auto& name) { return std::string(name.param); });
 
 } // namespace
