@@ -59,6 +59,16 @@ has_channels() {
     [ "$(column 8 | tr , '\n' | sort | paste -sd, -)" = "$1" ]
 }
 
+# prints TEXT: a line of the last output begins so.
+prints() {
+    awk -v text="$1" 'index($0, text) == 1 { found = 1 } END { exit !found }' "$output"
+}
+
+file_checksum() {
+    echo 3 >/proc/sys/vm/drop_caches
+    sha256sum </mnt/data/pub/file | cut -d' ' -f1
+}
+
 status_is() {
     [ "$(column 3)" = "$1" ]
 }
@@ -113,14 +123,15 @@ check_data() {
     check "$1" test "$read_back" = "$written"
 }
 
-# await_sync: let the kernel finish, and say how far it is.
+# await_sync [ARRAY]: let the kernel finish, and say how far it is.
 await_sync() {
+    array=${1-md1}
     release_rebuild
     uptime_seconds
     begin=$now
     printf '   now at full speed:'
-    until redundant md1; do
-        rebuild_of md1
+    until redundant "$array"; do
+        rebuild_of "$array"
         [ -z "$rebuild" ] || printf ' %s' "$rebuild"
         uptime_seconds
         [ "$now" -lt $((begin + 180)) ] || break
@@ -249,6 +260,94 @@ check "nothing is left of it" is_blank /dev/sdf
 show zavbox disksmart --display -n 6
 check "exit status 0" exits_with 0
 check "what it says about its health" grep -q "^SMART support is: ." "$output"
+
+caption "A new array carries a volume group, and the group a pool with a mounted file system"
+: >/etc/mdfstab
+: >/etc/netfstab
+show zavbox mdmanage --create -n md2 -l 5 -d 0 1,2,3
+check "the array is created, exit status 0" exits_with 0
+show zavbox vgmanage --create -n data -c md2
+check "the group is created, exit status 0" exits_with 0
+show zavbox vgmanage --display
+check "it lies on the array" prints "data	resizable	0	1G	0G	md2"
+show zavbox fsmanage --create -n pub -s 1 -g data
+check "the pool is created, exit status 0" exits_with 0
+show zavbox lvmanage --display
+check "LVM has it" prints "/dev/data/pub	available	1G	0G	data	0"
+show cat /etc/mdfstab
+check "it is registered" prints "/dev/data/pub	/mnt/data/pub	xfs	defaults	0 0"
+head -c 20M /dev/urandom >/mnt/data/pub/file
+written=$(file_checksum)
+echo "   a file of 20 MiB, sha256 $written"
+show zavbox fsmanage --display
+check "the file system is available" prints "/dev/data/pub	/mnt/data/pub	available"
+
+caption "A disk under the pool fails, is taken out and replaced"
+await_sync md2
+show mdadm /dev/md2 -f /dev/sdb
+show zavbox mdmanage -r 2 md2
+check "taken out, exit status 0" exits_with 0
+show zavbox mdmanage -a 5 md2
+check "replaced, exit status 0" exits_with 0
+await_sync md2
+check "the rebuild is complete" redundant md2
+umount /mnt/data/pub
+mount /dev/data/pub /mnt/data/pub
+check "the file is whole" test "$(file_checksum)" = "$written"
+
+caption "The file system breaks off with a dirty log and is repaired"
+echo "a change that only the log has" >/mnt/data/pub/late
+sync /mnt/data/pub/late
+xfs_io -x -c shutdown /mnt/data/pub
+show zavbox fsmanage --display
+check "not available" prints "/dev/data/pub	/mnt/data/pub	not available"
+show zavbox fsmanage --repair -n pub -g data
+check "repaired, exit status 0" exits_with 0
+show zavbox fsmanage --display
+check "available again" prints "/dev/data/pub	/mnt/data/pub	available"
+check "the file is whole" test "$(file_checksum)" = "$written"
+
+caption "A network disk, known by its label"
+show zavbox netmanage --create -n shelf -g sdf
+check "created, exit status 0" exits_with 0
+show zavbox netmanage --display
+check "mounted and available" prints "shelf	/mnt/netdisk/shelf	available"
+show zavbox netmanage --delete -n shelf
+check "deleted, exit status 0" exits_with 0
+check "the disk is clear" is_blank /dev/sdf
+
+caption "Two disks of the array fail: the pool is lost, and LVM's backup lets go of it"
+show mdadm /dev/md2 -f /dev/sda
+show mdadm /dev/md2 -f /dev/sdc
+show zavbox mdmanage --display
+check "the array is inactive" status_is inactive
+show zavbox fsmanage --display
+check "not available" prints "/dev/data/pub	/mnt/data/pub	not available"
+show zavbox fsmanage --delete -n pub -g data
+check "deleted, exit status 0" exits_with 0
+check "a RAM disk took the array's place" prints "vg restore: yes"
+check "no longer registered" test ! -s /etc/mdfstab
+show zavbox vgmanage --display
+check "the group is empty, on a RAM disk" prints "data	resizable		1G	0G	ram2"
+
+caption "The group goes, and the array after it (today's LVM makes no second substitute)"
+show rm /etc/lvm/backup/data
+show zavbox vgmanage --delete -n data
+check "deleted, exit status 0" exits_with 0
+show zavbox mdmanage --delete -n md2
+check "deleted, exit status 0" exits_with 0
+
+caption "The models of another family make ReiserFS"
+sed -i 's/^type = .*/type = KOR7206LB/' /etc/sys_info
+show zavbox mdmanage --create -n md3 -l 0 -d 0 4,6
+show zavbox vgmanage --create -n more -c md3
+show zavbox fsmanage --create -n pub -s 5 -g more
+check "more than the group has room for: -2053" refused -2053
+show zavbox fsmanage --create -n pub -s 1 -g more
+check "created, exit status 0" exits_with 0
+check "ReiserFS is mounted" grep -q "^/dev/mapper/more-pub /mnt/more/pub reiserfs" /proc/mounts
+show zavbox fsmanage --display
+check "available" prints "/dev/more/pub	/mnt/more/pub	available	1023M	32M	more	0"
 
 echo
 if [ "$failures" -eq 0 ]; then

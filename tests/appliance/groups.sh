@@ -5,13 +5,6 @@
 vg_header='vgname	status	device	allsize	usedsize	pvname
 *****************************************************'
 
-# Its label stands inside the array, where no wiping of disks finds it: another array of the same
-# disks would show it again.
-drop_group() {
-    vgremove -qq -f vg1
-    pvs --noheadings -o pv_name | xargs -r pvremove -qq
-}
-
 test_a_group_on_an_array_is_listed_and_deleted() {
     create_array md1 5 1,2,3
     run zavbox vgmanage --create -n vg1 -c md1
@@ -39,7 +32,6 @@ test_a_group_on_single_disks_clears_them() {
     expect_line 'vg1	resizable	0	1G	0G	(1,2|2,1)'
     run zavbox diskmanage --display -n 1
     expect_line "'sda'	'1'	'1'	'running'	'.*'	''	'0'	''	'1'	'NH'"
-    drop_group
 }
 
 test_what_is_used_becomes_no_volume() {
@@ -63,7 +55,6 @@ test_what_is_used_becomes_no_volume() {
     run zavbox vgmanage --display
     expect 0 "$vg_header
 vg1	resizable	0	0G	0G	md1"
-    drop_group
 }
 
 test_a_group_with_pools_is_not_deleted() {
@@ -75,7 +66,6 @@ test_a_group_with_pools_is_not_deleted() {
     expect $((-2047 & 255)) "vg restore: no
 for errno '-2047'"
     expect_that "the pool is there" test -e /dev/vg1/pool
-    drop_group
 }
 
 # The substitute for a volume gets its UUID, which today's LVM refuses while the volume is there.

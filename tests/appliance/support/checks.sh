@@ -119,6 +119,29 @@ create_array() {
     expect 0
 }
 
+empty_registers() {
+    : >/etc/mdfstab
+    : >/etc/netfstab
+}
+
+set_model() {
+    sed -i "s/^type = .*/type = $1/" /etc/sys_info
+}
+
+# create_group [LEVEL CHANNELS]: a group on an array, and empty registers.
+create_group() {
+    empty_registers
+    create_array md1 "${1-0}" "${2-1,2}"
+    run zavbox vgmanage --create -n vg1 -c md1
+    expect 0
+}
+
+# A pool of 1 GiB on that group, mounted.
+create_fs() {
+    run zavbox fsmanage --create -n pool -s 1 -g vg1
+    expect 0
+}
+
 # finish_rebuild ARRAY: at full speed.
 finish_rebuild() {
     release_rebuild
@@ -176,9 +199,15 @@ blank_machine() {
         fi
         slot=$((slot + 1))
     done
-    wipefs --quiet --all /dev/sd?
+    # All of it: what stands inside an array is seen again by the next array of the same disks.
+    for device in /dev/sd? /dev/ram*; do
+        blkdiscard --force --quiet "$device" 2>/dev/null ||
+            dd if=/dev/zero of="$device" bs=1M count=8 status=none
+    done
     rm -rf /var/log/* /tmp/mdname.test /etc/hotspare.list /etc/lvm/backup/* /etc/lvm/archive/*
-    rm -f /etc/mdadm/mdadm.conf
+    rm -f /etc/mdadm/mdadm.conf /etc/mdfstab /etc/netfstab
+    chattr -fR -i /mnt
+    find /mnt -xdev -mindepth 1 -delete
     cp /run/sys_info.first /etc/sys_info
     throttle_rebuild
 }
