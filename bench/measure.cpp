@@ -96,7 +96,9 @@ Usage run_measured(const std::vector<std::string>& command) {
     usage.own_cpu_ms = cpu_ms(pid);
     int status = -1;
     ::waitpid(pid, &status, 0);
-    usage.succeeded = status == 0 && usage.own_cpu_ms >= 0;
+    if (WIFEXITED(status) && usage.own_cpu_ms >= 0) {
+        usage.exit_status = WEXITSTATUS(status);
+    }
     return usage;
 }
 
@@ -117,7 +119,7 @@ long peak_memory_kib(const std::vector<std::string>& command, const std::string&
         }
         ::ptrace(PTRACE_CONT, pid, nullptr, signal);
     }
-    return status == 0 ? peak : 0;
+    return WIFEXITED(status) ? peak : 0;
 }
 
 } // namespace zav::bench

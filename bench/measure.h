@@ -11,7 +11,7 @@ namespace zav::bench {
 struct Usage {
     double wall_ms = 0;
     double own_cpu_ms = 0; ///< user and system time
-    bool succeeded = false;
+    int exit_status = -1;  ///< -1 when it was not measured
 };
 
 /// Runs a program to its end, input and outputs on /dev/null. The processor time is read from the

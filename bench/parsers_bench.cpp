@@ -5,6 +5,10 @@
 #include "figure.h"
 #include "frame/key_value.h"
 #include "frame/text.h"
+#include "netdisk/netfs_sources.h"
+#include "pools/fs_sources.h"
+#include "pools/mount_table.h"
+#include "pools/pool_sources.h"
 #include "raid/array_recovery.h"
 #include "raid/array_sources.h"
 #include "status/usage_figures.h"
@@ -225,9 +229,48 @@ std::vector<Parser> group_parsers() {
     };
 }
 
+std::string pool_line(int number) {
+    return format_text("  /dev/vg%05d/pool:vg%05d:3:1:-1:0:4194304:512:-1:0:-1:254:0\n", number,
+                       number);
+}
+
+std::string register_line(int number) {
+    return format_text("/dev/vg%05d/pool\t/mnt/vg%05d/pool\txfs\tdefaults\t0 0\n", number, number);
+}
+
+std::string mount_line(int number) {
+    return format_text("/dev/mapper/vg%05d-pool /mnt/vg%05d/pool xfs rw,relatime 0 0\n", number,
+                       number);
+}
+
+std::vector<Parser> pool_parsers() {
+    constexpr int pools = 410; // ten times that are 4,100
+    return {
+        {"lvdisplay", pool_line, "",
+         [](const std::string& text) {
+             static const vginfo_list groups;
+             pool_list list;
+             parse_lvdisplay(text, groups, list);
+         },
+         pools},
+        {"lvdisplay, one pool", pool_line, "",
+         [](const std::string& text) { benchmark::DoNotOptimize(has_pool_line(text, "none")); },
+         pools},
+        {"mdfstab", register_line, "", fill<fs_info>(parse_mdfstab), pools},
+        {"netfstab", register_line, "", fill<fs_info>(parse_netfstab), pools},
+        {"mdfstab, a line less", register_line, "/dev/vg/pool /mnt/none xfs\n",
+         [](const std::string& text) {
+             benchmark::DoNotOptimize(register_without(text, "/mnt/none"));
+         },
+         pools},
+        {"mount table", mount_line, "", discard(parse_mounts), pools},
+    };
+}
+
 std::vector<Parser> all_parsers() {
     std::vector<Parser> all;
-    for (const auto part : {text_parsers, disk_parsers, array_parsers, group_parsers}) {
+    for (const auto part :
+         {text_parsers, disk_parsers, array_parsers, group_parsers, pool_parsers}) {
         std::ranges::move(part(), std::back_inserter(all));
     }
     return all;

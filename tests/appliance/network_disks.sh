@@ -48,3 +48,27 @@ test_a_network_disk_of_another_model_has_reiserfs() {
     expect_log "network disk 'disk' is not mounted: its device is not cleared"
     expect_that "the data is there" test -n "$(wipefs --noheadings /dev/sdd)"
 }
+
+test_a_disk_in_use_becomes_no_network_disk() {
+    local model
+    empty_registers
+    create_array md1 1 1,2
+    for model in KOR7206H KOR7206LB; do
+        set_model "$model"
+        run zavbox netmanage --create -n disk -g sda
+        expect_code -603
+        expect_that "the array is whole" grep -q "UU" /proc/mdstat
+        run zavbox netmanage --create -n disk -g sdd
+        expect 0
+        run zavbox netmanage --create -n other -g sdd
+        expect_code -603
+        echo kept >/mnt/netdisk/disk/file
+        umount /mnt/netdisk/disk
+        run zavbox netmanage --repair -n disk
+        mount /dev/sdd /mnt
+        expect_that "the file" grep -qx kept /mnt/file
+        umount /mnt /mnt/netdisk/disk
+        run zavbox netmanage --delete -n disk
+        expect 0
+    done
+}
