@@ -69,6 +69,14 @@ file_checksum() {
     sha256sum </mnt/data/pub/file | cut -d' ' -f1
 }
 
+# add_user NAME: a user of the system and of Samba's, whose password is "secret".
+add_user() {
+    mkdir -p /run/samba /var/lib/samba/private
+    useradd --create-home "$1"
+    echo "$1:secret" | chpasswd
+    printf 'secret\nsecret\n' | smbpasswd -as "$1" >/dev/null
+}
+
 status_is() {
     [ "$(column 3)" = "$1" ]
 }
@@ -348,6 +356,67 @@ check "created, exit status 0" exits_with 0
 check "ReiserFS is mounted" grep -q "^/dev/mapper/more-pub /mnt/more/pub reiserfs" /proc/mounts
 show zavbox fsmanage --display
 check "available" prints "/dev/more/pub	/mnt/more/pub	available	1023M	32M	more	0"
+
+caption "Shares: a folder for anna over Samba"
+show zavbox fsmanage --delete -n pub -g more
+check "the pool is gone, exit status 0" exits_with 0
+sed -i 's/^type = .*/type = KOR7206H/' /etc/sys_info
+add_user anna
+add_user bert
+show zavbox sharemanage --create -n docs -f samba -s 1 -u anna -c "for anna" more
+check "created, exit status 0" exits_with 0
+show zavbox sharemanage --display
+check "in use" prints "docs	samba	/mnt/more/docs	anna	rw	1GB	0.04GB	for anna	md3"
+show testparm -s --section-name docs
+check "Samba takes its configuration" exits_with 0
+echo "hello" >/tmp/up
+show smbclient -U anna%secret //localhost/docs -c "put /tmp/up letter; get letter /tmp/down"
+check "anna's file comes back" cmp /tmp/up /tmp/down
+show smbclient -U bert%secret //localhost/docs -c ls
+check "bert is refused" prints "tree connect failed: NT_STATUS_ACCESS_DENIED"
+
+caption "What runs, and how the appliance is: a C program asks the library"
+show /run/share/status_page
+check "exit status 0" exits_with 0
+check "Samba runs" grep -Eqx 'Samba +running' "$output"
+check "the FTP server does not" grep -Eqx 'FTP +stopped' "$output"
+
+caption "The share is forbidden, and put in use again as it was"
+show zavbox sharemanage --edit -n docs -f samba -b 0
+check "forbidden, exit status 0" exits_with 0
+/etc/init.d/samba stop
+/etc/init.d/samba start
+show smbclient -U anna%secret //localhost/docs -c ls
+check "nobody gets in" prints "tree connect failed: NT_STATUS_BAD_NETWORK_NAME"
+show zavbox sharemanage --edit -n docs -f samba -b 1
+/etc/init.d/samba stop
+/etc/init.d/samba start
+show smbclient -U anna%secret //localhost/docs -c "get letter /tmp/again"
+check "anna's file is there" cmp /tmp/up /tmp/again
+/etc/init.d/samba stop
+show zavbox sharemanage --delete -n docs
+check "deleted, exit status 0" exits_with 0
+
+caption "A folder for this machine over NFS, and one for bert over FTP"
+show zavbox sharemanage --create -n docs -f nfs -s 1 -u 127.0.0.1 more
+check "exported, exit status 0" exits_with 0
+mkdir /tmp/nfs
+show mount -t nfs -o vers=3,nolock,tcp localhost:/mnt/more/docs /tmp/nfs
+cp /tmp/up /tmp/nfs/letter
+check "a file written over NFS is in the pool" cmp /tmp/up /mnt/more/docs/letter
+umount /tmp/nfs
+/etc/init.d/nfs stop
+show zavbox sharemanage --delete -n docs
+check "deleted, exit status 0" exits_with 0
+show zavbox sharemanage --create -n docs -f ftp -s 1 -u bert more
+check "created, exit status 0" exits_with 0
+sleep 0.5
+show busybox ftpput -u bert -p secret 127.0.0.1 letter /tmp/up
+check "a file sent by FTP is in the pool" cmp /tmp/up /home/ftpuser/docs/letter
+show zavbox sharemanage --display
+check "bert's" prints "docs	ftp	/home/ftpuser/docs	bert	rw"
+show zavbox sharemanage --delete -n docs
+check "deleted, exit status 0" exits_with 0
 
 echo
 if [ "$failures" -eq 0 ]; then

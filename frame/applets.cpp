@@ -22,8 +22,6 @@ constexpr std::array<const char*, 5> install_directories = {"", "/bin", "/sbin",
                                                             "/usr/sbin"};
 constexpr char no_help_mark = '\b';
 
-int not_available_main(int argc, char** argv);
-
 constexpr std::array<Applet, 8> table = {{
     {"diskmanage", diskmanage_main, usr_bin, 0},
     {"disksmart", disksmart_main, usr_bin, 0},
@@ -31,7 +29,7 @@ constexpr std::array<Applet, 8> table = {{
     {"lvmanage", lvmanage_main, usr_bin, 0},
     {"mdmanage", mdmanage_main, usr_bin, 0},
     {"netmanage", netmanage_main, usr_bin, 0},
-    {"sharemanage", not_available_main, usr_bin, 0},
+    {"sharemanage", sharemanage_main, usr_bin, 0},
     {"vgmanage", vgmanage_main, usr_bin, 0},
 }};
 
@@ -43,17 +41,6 @@ const Applet* find_applet(const char* name) {
     const auto* found = std::ranges::find_if(
         table, [name](const Applet& applet) { return std::strcmp(applet.name, name) == 0; });
     return found != table.end() ? found : nullptr;
-}
-
-/// An applet that this version announces but does not have yet. Its options are parsed, so that
-/// its usage is shown where it will be.
-int not_available_main(int argc, char** argv) {
-    constexpr int exit_not_available = 70;
-    const char* ignored = nullptr;
-    zav_getopt(argc, argv, applet_options(argv[0]),
-               {&ignored, &ignored, &ignored, &ignored, &ignored, &ignored, &ignored});
-    std::fprintf(stderr, "zavbox: %s is not available yet\n", argv[0]);
-    return exit_not_available;
 }
 
 } // namespace

@@ -55,6 +55,7 @@ int fsmanage_main(int argc, char** argv);
 int lvmanage_main(int argc, char** argv);
 int mdmanage_main(int argc, char** argv);
 int netmanage_main(int argc, char** argv);
+int sharemanage_main(int argc, char** argv);
 int vgmanage_main(int argc, char** argv);
 
 } // namespace zav

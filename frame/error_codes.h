@@ -9,9 +9,15 @@ namespace zav::error {
 // Arguments of a command.
 inline constexpr int bad_channel = -111;
 inline constexpr int bad_size = -113;
+inline constexpr int bad_share_name = -114; ///< also: no such share to show
+inline constexpr int bad_share_mode = -115;
+inline constexpr int bad_host = -116;
+inline constexpr int bad_comment = -118;
 inline constexpr int bad_device = -121;
 inline constexpr int bad_pool_name = -126;  ///< also: no such pool, in look-ups by path
 inline constexpr int bad_array_name = -127; ///< also: no array of that name, in look-ups by name
+inline constexpr int bad_access = -128;
+inline constexpr int bad_state = -129;
 inline constexpr int bad_raid_level = -130;
 
 // Disks.
@@ -42,6 +48,25 @@ inline constexpr int fs_not_repaired = -509; ///< also: not registered
 inline constexpr int fs_not_mounted = -601;
 inline constexpr int fs_not_unmounted = -602;
 inline constexpr int fs_not_made = -603;
+
+// Shares, as sharemanage reports them.
+inline constexpr int no_such_share = -501;
+inline constexpr int share_not_forbidden = -502;
+inline constexpr int share_not_created = -503;
+inline constexpr int share_not_deleted = -504;
+inline constexpr int no_share_list = -505;
+inline constexpr int share_not_used = -506;
+inline constexpr int share_not_edited =
+    -507; ///< one that is forbidden, or moved to another service
+inline constexpr int share_not_restored = -508;
+inline constexpr int share_not_repaired = fs_not_repaired;
+inline constexpr int ftp_user_file_unopened = -511;
+inline constexpr int ftp_user_file_unwritten = -512;
+inline constexpr int home_not_rewritten = -513;
+inline constexpr int share_exists = -514;
+inline constexpr int user_file_unread = -611;
+inline constexpr int passwd_unread = -612;
+inline constexpr int unknown_user = -613; ///< or one that no file can carry
 
 // LVM's backups.
 inline constexpr int backup_directory_unread = -614;
@@ -78,6 +103,7 @@ inline constexpr int hardware_version_unread = -1007;
 inline constexpr int software_version_unread = -1008;
 inline constexpr int fan_speed_unread = -1009;
 inline constexpr int temperature_unread = -1010;
+inline constexpr int service_state_unread = -1011;
 
 // Files of the kernel and output of the tools.
 inline constexpr int partitions_unread = -1020;
@@ -92,8 +118,13 @@ inline constexpr int array_directory_unread = -1032;
 inline constexpr int array_status_unread = -1033;
 inline constexpr int group_output_unread = -1040;
 inline constexpr int pool_output_unread = -1050;
-inline constexpr int pool_tool_failed = -1051;  ///< what it printed is read all the same
+inline constexpr int pool_tool_failed = -1051; ///< what it printed is read all the same
+inline constexpr int exports_unread = -1060;   ///< or the iSCSI volumes
+inline constexpr int targets_unread = -1061;
+inline constexpr int home_unread = -1062;
+inline constexpr int ftp_limits_unread = -1063;
 inline constexpr int register_unopened = -1066; ///< of mounted file systems, or its copy
+inline constexpr int ftp_limits_copy_unopened = -1067;
 inline constexpr int smart_unread = -1070;
 inline constexpr int smart_attributes_unread = -1071;
 
@@ -125,14 +156,27 @@ inline constexpr int wrong_pool_group = -2052; ///< unknown, or not the pool's
 inline constexpr int size_not_possible = -2053;
 inline constexpr int no_such_pool = -2055;
 
+// Steps on the share register and the services' files.
+inline constexpr int share_register_unopened = -2060;
+inline constexpr int service_file_unopened = -2061;
+inline constexpr int file_locked = -2062; ///< by another process; nothing waits
+inline constexpr int share_file_malformed = -2063;
+inline constexpr int share_register_unwritten = -2064;
+inline constexpr int service_file_unwritten = -2065;
+inline constexpr int share_listed = -2066;     ///< there already
+inline constexpr int share_not_listed = -2067; ///< where it was looked for
+inline constexpr int unknown_service = -2068;
+inline constexpr int user_secrets_unread = -2069;
+
 inline constexpr int command_failed = -11000;
 inline constexpr int group_model_unread = -11001;
 
 } // namespace zav::error
 
-namespace zav::key_value_error {
+namespace zav::file_error {
 
-// Results of the sectioned key/value files; callers turn them into codes of their own.
+// Results of reading and writing configuration files; callers turn them into codes of their own.
+// The first two are of sectioned key/value files.
 inline constexpr int no_section = -1;
 inline constexpr int no_key = -2;
 inline constexpr int not_opened = -10;
@@ -142,4 +186,4 @@ inline constexpr int unwritten = -13;
 inline constexpr int malformed = -14;
 inline constexpr int too_long = -22;
 
-} // namespace zav::key_value_error
+} // namespace zav::file_error

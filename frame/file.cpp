@@ -127,19 +127,28 @@ bool append_line(int fd, std::string_view before, std::string_view line) {
     return false;
 }
 
+bool write_copy(const char* copy, std::string_view text, const char* original) {
+    FileDescriptor fd = FileDescriptor::open(copy, O_WRONLY | O_NOFOLLOW);
+    struct stat status = {};
+    const bool written = fd && write_all(fd.get(), text) && ::stat(original, &status) == 0 &&
+                         ::fchown(fd.get(), status.st_uid, status.st_gid) == 0 &&
+                         ::fchmod(fd.get(), status.st_mode & 07777) == 0;
+    return fd.close() && written;
+}
+
 int copy_file(const char* source, const char* target) {
     const auto text = read_file(source);
     if (!text) {
-        return key_value_error::not_created;
+        return file_error::not_created;
     }
     // For reading too: the C library reserves space so on file systems that cannot do it.
     FileDescriptor fd = FileDescriptor::open(target, O_RDWR | O_CREAT, 0644);
     if (!fd || !reserve_space(fd.get(), text->size())) {
-        return key_value_error::not_created;
+        return file_error::not_created;
     }
     const bool copied =
         write_all(fd.get(), *text) && ::ftruncate(fd.get(), static_cast<off_t>(text->size())) == 0;
-    return fd.close() && copied ? 0 : key_value_error::not_created;
+    return fd.close() && copied ? 0 : file_error::not_created;
 }
 
 bool names_open_file(const char* path, int fd) {
@@ -178,6 +187,16 @@ LockResult try_lock(int fd) {
     }
     struct flock lock = whole_file(F_WRLCK);
     return lock_call(fd, F_SETLK, lock) ? LockResult::locked : LockResult::failed;
+}
+
+bool lock_shared(int fd) {
+    // A test for a write lock reports read locks and write locks alike.
+    struct flock test = whole_file(F_WRLCK);
+    if (lock_call(fd, F_GETLK, test) && test.l_type != F_UNLCK) {
+        return false;
+    }
+    struct flock lock = whole_file(F_RDLCK);
+    return lock_call(fd, F_SETLK, lock);
 }
 
 void unlock(int fd) {

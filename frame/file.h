@@ -54,8 +54,12 @@ bool write_all(int fd, std::string_view text);
 /// last line had none. False when it cannot be written; what was written of it is taken back.
 bool append_line(int fd, std::string_view before, std::string_view line);
 
+/// Writes a text into the file `copy`, which gets the mode and the owner of `original`, whose place
+/// it is to take.
+bool write_copy(const char* copy, std::string_view text, const char* original);
+
 /// Writes the content of `source` over `target`, which keeps its mode, owner and inode.
-/// 0, or key_value_error::not_created.
+/// 0, or file_error::not_created.
 int copy_file(const char* source, const char* target);
 
 /// Whether `path` still names the file that `fd` has open.
@@ -72,6 +76,9 @@ bool lock_and_wait(int fd);
 
 /// Write-locks the whole file unless a lock of another process is on it.
 LockResult try_lock(int fd);
+
+/// Read-locks the whole file unless another process has locked it in any way. False otherwise.
+bool lock_shared(int fd);
 
 void unlock(int fd);
 

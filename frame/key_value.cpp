@@ -20,8 +20,6 @@ namespace {
 
 constexpr std::size_t line_size = 512;
 constexpr std::size_t remove_room = 128;
-constexpr char form_feed = 12;
-constexpr char control_z = 26;
 
 /// Where a lookup found what it looked for; lines are counted from 1.
 struct Found {
@@ -32,48 +30,17 @@ struct Found {
     std::string value;
 };
 
-class Lines {
+class Lines : public ByteLines {
   public:
-    explicit Lines(std::string_view file) : rest_(file) {}
-
-    /// The next line, blanks and line ends removed from its end; false at the end of the file.
-    bool next(std::string& line) {
-        if (rest_.empty()) {
-            return false;
-        }
-        ++number_;
-        line.clear();
-        std::size_t used = 0;
-        bool ended = false;
-        while (!ended && used < rest_.size()) {
-            const char c = rest_[used];
-            const bool belongs = c != '\n' && c != '\0' && c != '\r';
-            if (belongs && line.size() == line_size - 1) {
-                break; // the rest is a line of its own
-            }
-            if (belongs) {
-                line += c;
-            }
-            ended = c == '\n' || c == '\0' || c == form_feed || c == control_z;
-            ++used;
-        }
-        rest_.remove_prefix(used);
-        line.resize(trim_right(line).size());
-        return true;
-    }
-    [[nodiscard]] std::size_t number() const { return number_; }
-
-  private:
-    std::string_view rest_;
-    std::size_t number_ = 0;
+    explicit Lines(std::string_view file) : ByteLines(file, line_size) {}
 };
 
 bool is_passed_over(std::string_view content) {
     return content.empty() || content.front() == ';';
 }
 
-/// Reads on to the section's header. 0 or a code.
-int find_section(Lines& lines, std::string_view section) {
+/// Reads on to the next section's header. 0 or a code.
+int next_section(Lines& lines, std::string& section) {
     std::string line;
     while (lines.next(line)) {
         std::string_view content = skip_blanks(line);
@@ -83,15 +50,24 @@ int find_section(Lines& lines, std::string_view section) {
         // A header of two characters is taken without its bracket: "[x" is section "x".
         if (content.size() > 2) {
             if (content.back() != ']') {
-                return key_value_error::malformed;
+                return file_error::malformed;
             }
             content.remove_suffix(1);
         }
-        if (content.substr(1) == section) {
-            return 0;
-        }
+        section = content.substr(1);
+        return 0;
     }
-    return key_value_error::no_section;
+    return file_error::no_section;
+}
+
+/// Reads on to the header of that section. 0 or a code.
+int find_section(Lines& lines, std::string_view section) {
+    std::string found;
+    int code = next_section(lines, found);
+    while (code == 0 && found != section) {
+        code = next_section(lines, found);
+    }
+    return code;
 }
 
 /// Joins the lines that `line` goes on on. Adds how many there were to `count`; 0 or a code.
@@ -108,7 +84,7 @@ int join_continuations(Lines& lines, std::string& line, std::size_t& count) {
         // What was joined may still end in a "+" of its own: only the line just read counts.
         goes_on = next.ends_with('+');
         if (line.size() > line_size) {
-            return key_value_error::too_long;
+            return file_error::too_long;
         }
     }
     return 0;
@@ -122,7 +98,7 @@ int find_key(Lines& lines, std::string_view key, Found& found) {
             continue;
         }
         if (skip_blanks(line).front() == '[') {
-            return key_value_error::no_key;
+            return file_error::no_key;
         }
         found.key_line = lines.number();
         found.key_lines = 1;
@@ -131,7 +107,7 @@ int find_key(Lines& lines, std::string_view key, Found& found) {
         }
         const std::size_t equals = line.find('=');
         if (equals == std::string::npos) {
-            return key_value_error::malformed;
+            return file_error::malformed;
         }
         const std::string_view content = line;
         if (trim_right(skip_blanks(content.substr(0, equals))) == key) {
@@ -139,7 +115,7 @@ int find_key(Lines& lines, std::string_view key, Found& found) {
             return 0;
         }
     }
-    return key_value_error::no_key;
+    return file_error::no_key;
 }
 
 Found lookup(std::string_view file, const char* section, const char* key) {
@@ -157,11 +133,11 @@ Found lookup(std::string_view file, const char* section, const char* key) {
 int read_text(const char* path, std::string& text) {
     const FileDescriptor fd = FileDescriptor::open(path, O_RDONLY);
     if (!fd) {
-        return key_value_error::not_opened;
+        return file_error::not_opened;
     }
     auto content = read_rest(fd.get());
     if (!content) {
-        return key_value_error::unread;
+        return file_error::unread;
     }
     text = std::move(*content);
     return 0;
@@ -176,7 +152,7 @@ int append_section(const char* path, std::string_view text, const char* section,
                    const char* value) {
     FileDescriptor fd = FileDescriptor::open(path, O_WRONLY | O_APPEND | O_CREAT, 0644);
     if (!fd) {
-        return key_value_error::not_created;
+        return file_error::not_created;
     }
     std::string added;
     if (!text.empty() && text.back() != '\n') {
@@ -187,9 +163,9 @@ int append_section(const char* path, std::string_view text, const char* section,
     if (!write_all(fd.get(), added)) {
         // Half a section would be worse than none.
         [[maybe_unused]] const int result = ::ftruncate(fd.get(), size);
-        return key_value_error::unwritten;
+        return file_error::unwritten;
     }
-    return fd.close() ? 0 : key_value_error::unwritten;
+    return fd.close() ? 0 : file_error::unwritten;
 }
 
 /// The file's text with the key's line in its new place.
@@ -221,10 +197,10 @@ int replace_file(const char* path, std::string_view text) {
     char temporary[] = "/tmp/keyvalue.XXXXXX";
     FileDescriptor fd(::mkostemp(temporary, O_CLOEXEC));
     if (!fd) {
-        return key_value_error::not_created;
+        return file_error::not_created;
     }
     const bool written = write_all(fd.get(), text);
-    int code = fd.close() && written ? 0 : key_value_error::unwritten;
+    int code = fd.close() && written ? 0 : file_error::unwritten;
     if (code == 0) {
         code = copy_file(temporary, path);
     }
@@ -267,6 +243,26 @@ int key_value_get(char* value, std::size_t room, const char* path, const char* s
     return key_value_get(path, section, key, value, room);
 }
 
+KeyValueIndex::KeyValueIndex(std::string_view file) {
+    Lines lines(file);
+    std::string section;
+    // Behind a malformed header no section is found.
+    while (next_section(lines, section) == 0) {
+        sections_.emplace(section, lines.rest());
+    }
+}
+
+std::optional<std::string> KeyValueIndex::get(const std::string& section,
+                                              std::string_view key) const {
+    const auto at = sections_.find(section);
+    if (at == sections_.end()) {
+        return std::nullopt;
+    }
+    Lines lines(at->second);
+    Found found;
+    return find_key(lines, key, found) == 0 ? std::optional(found.value) : std::nullopt;
+}
+
 int key_value_set(const char* path, const char* section, const char* key, const char* value) {
     std::string text;
     Found found;
@@ -275,10 +271,10 @@ int key_value_set(const char* path, const char* section, const char* key, const 
         found = lookup(text, section, key);
     }
     switch (found.code) {
-    case key_value_error::not_opened:
-    case key_value_error::no_section:
+    case file_error::not_opened:
+    case file_error::no_section:
         return append_section(path, text, section, key, value);
-    case key_value_error::no_key:
+    case file_error::no_key:
     case 0:
         return replace_file(path, replaced_text(text, found, key, value));
     default:

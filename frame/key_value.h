@@ -8,11 +8,15 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
 
 namespace zav {
 
 /// Reads a value: whole when it is shorter than `room`, else its first `room` - 1 characters.
-/// 0, or a code of key_value_error; then `value` is as it was.
+/// 0, or a code of file_error; then `value` is as it was.
 int key_value_get(const char* path, const char* section, const char* key, char* value,
                   std::size_t room);
 
@@ -20,14 +24,27 @@ int key_value_get(const char* path, const char* section, const char* key, char* 
 int key_value_get(char* value, std::size_t room, const char* path, const char* section,
                   const char* key);
 
+/// The lookups of key_value_get() in a text that is read once. The text has to outlive it.
+class KeyValueIndex {
+  public:
+    explicit KeyValueIndex(std::string_view file);
+
+    /// The value that key_value_get() reads, whole; nothing where it gives a code.
+    [[nodiscard]] std::optional<std::string> get(const std::string& section,
+                                                 std::string_view key) const;
+
+  private:
+    std::unordered_map<std::string, std::string_view> sections_; ///< what stands behind each header
+};
+
 /// Sets a key in its place, or directly after the section's header when the section lacks it. A
 /// missing section, or file, is appended. The file keeps its mode and owner, and its content when
-/// it cannot be written whole. 0, or a code of key_value_error.
+/// it cannot be written whole. 0, or a code of file_error.
 int key_value_set(const char* path, const char* section, const char* key, const char* value);
 
 /// Takes `item` out of a value of at most 127 characters. An item that begins with a letter or a
 /// digit only ever empties a value that equals it; otherwise its first character is the separator
-/// of the list, and the rest the element to drop. 0, or a code of key_value_error.
+/// of the list, and the rest the element to drop. 0, or a code of file_error.
 int key_value_remove(const char* item, const char* path, const char* section, const char* key);
 
 } // namespace zav

@@ -83,6 +83,12 @@ class RecordList {
         return *added;
     }
 
+    /// Destroys one record of the list, and with it its own lists.
+    void remove(Record& record) {
+        record.link.unlink();
+        const std::unique_ptr<Record> removed(&record);
+    }
+
     /// Destroys every record, and with each its own lists.
     void clear() {
         while (!empty()) {

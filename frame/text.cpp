@@ -212,6 +212,33 @@ bool LinePieces::next(std::string_view& piece) {
     return true;
 }
 
+bool ByteLines::next(std::string& line) {
+    constexpr char form_feed = 12;
+    constexpr char control_z = 26;
+    if (rest_.empty()) {
+        return false;
+    }
+    ++number_;
+    line.clear();
+    std::size_t used = 0;
+    bool ended = false;
+    while (!ended && used < rest_.size()) {
+        const char c = rest_[used];
+        const bool belongs = c != '\n' && c != '\0' && c != '\r';
+        if (belongs && line.size() == size_ - 1) {
+            break; // the rest is a line of its own
+        }
+        if (belongs) {
+            line += c;
+        }
+        ended = c == '\n' || c == '\0' || c == form_feed || c == control_z;
+        ++used;
+    }
+    rest_.remove_prefix(used);
+    line.resize(trim_right(line).size());
+    return true;
+}
+
 bool CountedLines::next(std::string_view& line) {
     std::string_view piece;
     while (pieces_.next(piece)) {
@@ -222,6 +249,17 @@ bool CountedLines::next(std::string_view& line) {
         }
     }
     return false;
+}
+
+std::vector<std::string> content_lines(std::string_view file) {
+    std::vector<std::string> lines;
+    for (const std::string_view whole : split(file, "\n")) {
+        const std::string_view line = trim_right(skip_blanks(whole));
+        if (!line.empty() && !line.starts_with('#')) {
+            lines.emplace_back(line);
+        }
+    }
+    return lines;
 }
 
 std::optional<std::string_view> get_line(std::string_view file, const char* key,

@@ -96,6 +96,28 @@ class LinePieces {
     bool next_starts_line_ = true;
 };
 
+/// The lines of a text as they are read byte by byte: carriage returns are dropped, a line feed or
+/// NUL ends a line, a form feed or Ctrl-Z ends it and belongs to it, and after `size` - 1
+/// characters a new line begins. Blanks and line ends are removed from a line's end.
+class ByteLines {
+  public:
+    ByteLines(std::string_view file, std::size_t size) : rest_(file), size_(size) {}
+
+    /// False at the end of the text.
+    bool next(std::string& line);
+
+    /// Of the line just read, counted from 1.
+    [[nodiscard]] std::size_t number() const { return number_; }
+
+    /// What has not been read yet.
+    [[nodiscard]] std::string_view rest() const { return rest_; }
+
+  private:
+    std::string_view rest_;
+    std::size_t size_;
+    std::size_t number_ = 0;
+};
+
 /// The counted lines of a text: its pieces without leading white space and without trailing blanks
 /// and line ends, those that are then empty left out.
 class CountedLines {
@@ -106,6 +128,10 @@ class CountedLines {
   private:
     LinePieces pieces_;
 };
+
+/// The lines of a file without blanks around them, without empty lines and those that begin with
+/// "#". A line has any length, so that a file can be written back from them.
+std::vector<std::string> content_lines(std::string_view file);
 
 /// A counted line of the file, cut to `room` - 1 characters: with a key the `occurrence`-th (from
 /// 0) whose first field, trimmed at both ends, is the key; without one (null) the `occurrence`-th

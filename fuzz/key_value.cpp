@@ -87,7 +87,7 @@ void check_set(MemoryFile& file, const Item& item, bool has_cut_lines) {
     const std::string untouched = file.text();
     const int set =
         key_value_set(file.path(), item.section.c_str(), item.key.c_str(), item.value.c_str());
-    require((set == 0) == (before >= key_value_error::no_key), "a key is set when it can be read");
+    require((set == 0) == (before >= file_error::no_key), "a key is set when it can be read");
     if (set != 0) {
         require(file.text() == untouched, "a key that is not set leaves the file as it was");
         return;
@@ -119,13 +119,17 @@ void run(std::string_view input) {
     MemoryFile file(input);
     int code = 0;
     const std::string value = get(file, item, code);
-    require(code <= 0 && code >= key_value_error::too_long, "a result is one of the codes");
+    require(code <= 0 && code >= file_error::too_long, "a result is one of the codes");
     if (code == 0) {
         require(value.size() <= longest_line + 1, "a value fits the longest line");
         const std::size_t last = input.find_last_not_of(std::string_view(" \r\n\0", 4));
-        require(!value.ends_with('+') || input[last] == '+', "a line that ends in + goes on");
+        const bool has_plus = input[last] == '+' || input.find("++") != input.npos;
+        require(!value.ends_with('+') || has_plus, "a line that ends in + goes on");
         check_room(file, item, value);
     }
+    const auto indexed = KeyValueIndex(input).get(item.section, item.key);
+    require(indexed.has_value() == (code == 0) && indexed.value_or("") == value,
+            "an index of the text finds what is read from the file");
     check_set(file, item, has_cut_line(input));
     MemoryFile other(input);
     key_value_remove(item.value.c_str(), other.path(), item.section.c_str(), item.key.c_str());

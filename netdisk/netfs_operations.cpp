@@ -66,8 +66,7 @@ int netfstab_remove(const char* mntpoint) {
 }
 
 int create_netfs(const char* label, const char* device) {
-    if (const int result = netfs_make(label, device); result != 0) {
-        log_return(result);
+    if (netfs_make(label, device) != 0) {
         return error::fs_not_made;
     }
     const std::string mntpoint = netfs_mount_point(label);

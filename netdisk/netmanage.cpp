@@ -73,6 +73,9 @@ int netmanage_main(int argc, char** argv) {
     Arguments arguments;
     const std::uint32_t mode =
         zav_getopt(argc, argv, applet_options("netmanage"), {&arguments.label, &arguments.device});
+    if ((mode & create_bit) != 0) {
+        return create(arguments);
+    }
     if ((mode & delete_bit) != 0) {
         return delete_labelled(arguments);
     }
@@ -81,9 +84,6 @@ int netmanage_main(int argc, char** argv) {
     }
     if ((mode & display_bit) != 0) {
         return display();
-    }
-    if ((mode & create_bit) != 0) {
-        return create(arguments);
     }
     // An unknown option came before any mode.
     return 0;

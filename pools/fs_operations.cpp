@@ -12,7 +12,6 @@
 #include "pools/mount_table.h"
 #include "pools/pool_commands.h"
 
-#include <algorithm>
 #include <sys/utsname.h>
 
 namespace zav {
@@ -46,7 +45,9 @@ int run_on_path_or_fail(std::string_view path, const std::string& command,
 
 /// "/dev/data/pool" or "-L label".
 bool is_plain_source(std::string_view source) {
-    return std::ranges::all_of(source, [](char c) { return c == ' ' || is_plain_character(c); });
+    constexpr std::string_view by_label = "-L ";
+    return source.starts_with(by_label) ? is_plain_name(source.substr(by_label.size()))
+                                        : is_plain_path(source);
 }
 
 /// mount_source() for a pool.
@@ -76,22 +77,25 @@ int fs_mount_typed(const char* mntpoint, const char* group, const char* pool,
     return mount_pool(mntpoint, group, pool, type, "/bin/mount");
 }
 
+std::string mount_text(const char* mntpoint, const std::string& source, std::string_view type,
+                       const char* reiserfs_mount, std::string_view release) {
+    if (type == reiserfs_type) {
+        return format_text(mount_command, reiserfs_mount, reiserfs_type.data(), source.c_str(),
+                           mntpoint);
+    }
+    return has_inode64(release)
+               ? format_text(mount_with_option_command, xfs_type.data(), "inode64", source.c_str(),
+                             mntpoint)
+               : format_text(mount_command, "mount", xfs_type.data(), source.c_str(), mntpoint);
+}
+
 int mount_source(const char* mntpoint, const std::string& source, std::string_view type,
                  const char* reiserfs_mount) {
     utsname kernel = {};
     if (::uname(&kernel) != 0) {
         return error::command_failed;
     }
-    std::string command;
-    if (type == reiserfs_type) {
-        command = format_text(mount_command, reiserfs_mount, reiserfs_type.data(), source.c_str(),
-                              mntpoint);
-    } else if (has_inode64(kernel.release)) {
-        command = format_text(mount_with_option_command, xfs_type.data(), "inode64", source.c_str(),
-                              mntpoint);
-    } else {
-        command = format_text(mount_command, "mount", xfs_type.data(), source.c_str(), mntpoint);
-    }
+    const std::string command = mount_text(mntpoint, source, type, reiserfs_mount, kernel.release);
     if (!is_plain_source(source)) {
         refuse_command(command);
         return error::command_failed;
@@ -159,7 +163,9 @@ int fs_repair(const char* pool, const char* group, std::string_view type) {
 }
 
 int check_mount_point(const char* mntpoint) {
-    if (is_plain_path(mntpoint)) {
+    // One that fills its field may have been longer.
+    const bool is_whole = std::string_view(mntpoint).size() < BoundedText<128>::capacity;
+    if (is_whole && is_plain_path(mntpoint)) {
         return 0;
     }
     log_error("no command takes the mount point '%s'", mntpoint);

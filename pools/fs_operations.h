@@ -26,8 +26,12 @@ int fs_mount(const char* mntpoint, const char* group, const char* pool);
 int fs_mount_typed(const char* mntpoint, const char* group, const char* pool,
                    std::string_view type);
 
-/// The work of every mount: `source` is what stands for the device in the command, `reiserfs_mount`
-/// the program that mounts ReiserFS.
+/// The command of a mount under a kernel of that release: `source` is what stands for the device,
+/// `reiserfs_mount` the program that mounts ReiserFS. Any other type is XFS.
+std::string mount_text(const char* mntpoint, const std::string& source, std::string_view type,
+                       const char* reiserfs_mount, std::string_view release);
+
+/// The work of every mount, under the kernel of now. `source` is a path or "-L " and a label.
 int mount_source(const char* mntpoint, const std::string& source, std::string_view type,
                  const char* reiserfs_mount);
 

@@ -16,7 +16,8 @@ std::string_view trimmed(std::string_view line) {
 }
 
 bool has_mount_point(std::string_view line, std::string_view mntpoint) {
-    return field(line, blanks, 1) == mntpoint;
+    const auto word = get_field(line, blanks, 1);
+    return word && cut_at(*word, blanks) == mntpoint;
 }
 
 } // namespace
@@ -72,6 +73,13 @@ std::optional<std::string> register_without(std::string_view text, std::string_v
         }
     }
     return found ? std::optional(kept) : std::nullopt;
+}
+
+void set_sizes(const struct statfs& figures, fs_info& fs) {
+    constexpr std::uint64_t kibibyte = 1024;
+    const std::uint64_t block = static_cast<std::uint64_t>(figures.f_bsize) / kibibyte;
+    fs.allsize = figures.f_blocks * block / kibibyte;
+    fs.usedsize = (figures.f_blocks - figures.f_bavail) * block / kibibyte;
 }
 
 } // namespace zav

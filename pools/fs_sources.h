@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 /// \file
-/// The parsers of the registers of mounted file systems: /etc/mdfstab and, in the same layout,
-/// /etc/netfstab. They take text and give records or text.
+/// The parsers of what tells about file systems: the registers /etc/mdfstab and, in the same
+/// layout, /etc/netfstab, and the kernel's figures. They take those and give records or text.
 #pragma once
 
 #include "pools/fs_record.h"
@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <sys/statfs.h>
 
 namespace zav {
 
@@ -28,5 +29,9 @@ bool register_has(std::string_view text, std::string_view mntpoint);
 /// A register without the lines of that mount point, without comments and empty lines; nothing when
 /// there is no such line.
 std::optional<std::string> register_without(std::string_view text, std::string_view mntpoint);
+
+/// Sets the sizes by the kernel's figures. Blocks of less than 1 KiB count for nothing; what only
+/// root may use counts as used.
+void set_sizes(const struct statfs& figures, fs_info& fs);
 
 } // namespace zav

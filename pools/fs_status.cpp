@@ -4,6 +4,7 @@
 #include "frame/file.h"
 #include "frame/text.h"
 #include "pools/fs_discovery.h"
+#include "pools/fs_sources.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -38,22 +39,19 @@ bool can_write(std::string_view directory) {
         return false;
     }
     const bool written = write_all(fd.get(), test_text);
-    const bool closed = fd.close();
-    ::unlink(path.c_str());
-    return written && closed;
+    if (names_open_file(path.c_str(), fd.get())) {
+        ::unlink(path.c_str()); // still ours
+    }
+    return fd.close() && written;
 }
 
 /// Sets the sizes. False when there is no file system to measure.
 bool measure(fs_info& fs) {
-    constexpr std::uint64_t kibibyte = 1024;
     struct statfs figures = {};
     if (::statfs(fs.mntpoint.c_str(), &figures) != 0) {
         return false;
     }
-    // Blocks of less than 1 KiB count for nothing; what only root may use counts as used.
-    const std::uint64_t block = static_cast<std::uint64_t>(figures.f_bsize) / kibibyte;
-    fs.allsize = figures.f_blocks * block / kibibyte;
-    fs.usedsize = (figures.f_blocks - figures.f_bavail) * block / kibibyte;
+    set_sizes(figures, fs);
     return true;
 }
 

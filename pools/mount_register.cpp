@@ -13,7 +13,6 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace zav {
@@ -40,15 +39,6 @@ FileDescriptor open_to_read(const char* path) {
     return fd || errno == ENOENT ? std::move(fd) : FileDescriptor::open(path, O_RDONLY);
 }
 
-/// Writes the new content of the register that `old` has open, with the mode and the owner of now.
-bool write_copy(FileDescriptor& copy, const std::string& content, int old) {
-    struct stat status = {};
-    const bool written = write_all(copy.get(), content) && ::fstat(old, &status) == 0 &&
-                         ::fchown(copy.get(), status.st_uid, status.st_gid) == 0 &&
-                         ::fchmod(copy.get(), status.st_mode & 07777) == 0;
-    return copy.close() && written;
-}
-
 int fail_to_copy(const char* path) {
     log_error("cannot open %s or tmpfile for %s", path, std::strerror(errno));
     return error::register_unopened;
@@ -58,9 +48,8 @@ int fail_to_copy(const char* path) {
 int replace_register(const MountRegister& mounts, const char* mntpoint) {
     const Capture copy(mounts.copy_template);
     const FileDescriptor old = open_to_read(mounts.path);
-    FileDescriptor target =
-        old ? FileDescriptor::open(copy.path(), O_WRONLY | O_NOFOLLOW) : FileDescriptor();
-    const auto text = target ? read_rest(old.get()) : std::nullopt;
+    const bool has_both = old && ::access(copy.path(), F_OK) == 0;
+    const auto text = has_both ? read_rest(old.get()) : std::nullopt;
     if (!text) {
         return fail_to_copy(mounts.path);
     }
@@ -68,7 +57,7 @@ int replace_register(const MountRegister& mounts, const char* mntpoint) {
     if (!kept) {
         return 0;
     }
-    if (!write_copy(target, *kept, old.get())) {
+    if (!write_copy(copy.path(), *kept, mounts.path)) {
         return fail_to_copy(mounts.path);
     }
     return run_or_fail(format_text(move_command, copy.path(), mounts.path));

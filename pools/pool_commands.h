@@ -10,6 +10,8 @@ namespace zav {
 inline constexpr const char* lvdisplay_template = "/tmp/lvdisplay.XXXXXX";
 // The blank at the end belongs to the text: logs show it.
 inline constexpr char lvdisplay_command[] = "/sbin/lvdisplay -c > %s ";
+// The same for shares.
+inline constexpr char lvdisplay_plain_command[] = "/sbin/lvdisplay -c > %s";
 inline constexpr char lvdisplay_pool_command[] = "/sbin/lvdisplay -c %s/%s > %s"; // group, pool
 
 // Pools: size in GiB, pool, group; size, group, pool; group, pool.

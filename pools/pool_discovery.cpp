@@ -53,7 +53,7 @@ int check_lvname(const char* name) {
 int check_lvdisplay(const char* group, const char* pool) {
     Capture capture(lvdisplay_template);
     const std::string command = format_text(lvdisplay_pool_command, group, pool, capture.path());
-    if (is_plain_name(group) && is_plain_name(pool)) {
+    if (is_plain_name(group) && is_plain_name(pool) && is_run_whole(command)) {
         (void)capture.run_and_log(command);
     } else {
         refuse_command(command);

@@ -75,7 +75,7 @@ int pool_name_check(const char* pool, const char* group) {
     return error::pool_name_used;
 }
 
-int vg_space_check(const char* group, std::uint64_t size) {
+int vg_room(const char* group, std::uint64_t& room) {
     vginfo_list groups;
     if (const int result = get_vginfo(groups); result != 0) {
         log_return(result);
@@ -86,7 +86,15 @@ int vg_space_check(const char* group, std::uint64_t size) {
         log_error("Cannot find vg '%s'!", group);
         return error::wrong_pool_group;
     }
-    const std::uint64_t room = found->allsize - std::min(found->usedsize, found->allsize);
+    room = found->allsize - std::min(found->usedsize, found->allsize);
+    return 0;
+}
+
+int vg_space_check(const char* group, std::uint64_t size) {
+    std::uint64_t room = 0;
+    if (const int result = vg_room(group, room); result != 0) {
+        return result;
+    }
     return size != 0 && size <= room ? 0 : error::size_not_possible;
 }
 

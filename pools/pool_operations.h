@@ -19,6 +19,9 @@ int pool_check(const char* pool, const char* group, std::int32_t size);
 /// error::pool_name_used.
 int pool_name_check(const char* pool, const char* group);
 
+/// How much of a group is not allocated. 0 or error::wrong_pool_group.
+int vg_room(const char* group, std::uint64_t& room);
+
 /// Whether the group has room for `size`, which is not 0. 0, error::wrong_pool_group or
 /// error::size_not_possible.
 int vg_space_check(const char* group, std::uint64_t size);

@@ -79,6 +79,12 @@ bool find_pool_in_backups(std::string_view pool, GroupName& group, std::string& 
     return false;
 }
 
+int vgname_from_backup(const char* pool, GroupName& group) {
+    std::string backup;
+    find_pool_in_backups(pool, group, backup, LogSite::here());
+    return 0;
+}
+
 int get_idpv_from_pvdisplay(live_pv_list& list) {
     Capture capture(pvdisplay_template);
     // With volumes missing the tool may well fail: what it prints is what counts.

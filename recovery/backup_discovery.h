@@ -32,6 +32,9 @@ int get_vg_from_backup(std::vector<GroupName>& names, std::size_t max);
 bool find_pool_in_backups(std::string_view pool, GroupName& group, std::string& backup,
                           LogSite reader);
 
+/// Copies the name of the group that had a pool of that name, by the backups. Always 0.
+int vgname_from_backup(const char* pool, GroupName& group);
+
 /// The physical volumes that LVM sees. Runs pvdisplay -c, whose status is only logged. 0 or
 /// error::group_output_unread.
 int get_idpv_from_pvdisplay(live_pv_list& list);

@@ -111,12 +111,6 @@ int restore_volume(const backup_pv& volume, const live_pv_list& live, mdinfo_lis
 
 } // namespace
 
-int vgname_from_backup(const char* pool, GroupName& group) {
-    std::string backup;
-    find_pool_in_backups(pool, group, backup, LogSite::here());
-    return 0;
-}
-
 int handle_abnorm_raid(const char* pool, GroupName& group) {
     std::string backup;
     if (!find_pool_in_backups(pool, group, backup, LogSite::here())) {

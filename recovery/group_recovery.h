@@ -11,9 +11,6 @@
 
 namespace zav {
 
-/// Copies the name of the group that had a pool of that name, by the backups. Always 0.
-int vgname_from_backup(const char* pool, GroupName& group);
-
 /// Finds the group that had the pool, copies its name and brings it back. 0, also when no backup
 /// has the pool and `group` stays as it was; error::array_inactive when it cannot be brought back.
 int handle_abnorm_raid(const char* pool, GroupName& group);

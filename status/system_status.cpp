@@ -56,7 +56,7 @@ bool is_usable(const char* buffer, std::size_t size) {
 /// A value of the identity files, for `getter`.
 int get_identity(char* buffer, std::size_t size, const char* section, const char* key,
                  int error_code, LogSite getter) {
-    int result = key_value_error::not_opened;
+    int result = file_error::not_opened;
     if (is_usable(buffer, size)) {
         buffer[0] = '\0';
         // The second file only when the text is empty, whatever the first one's result.

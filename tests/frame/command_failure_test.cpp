@@ -159,5 +159,54 @@ TEST(RunOrFail, FailsForAKilledTool) {
     EXPECT_EQ(root.call([] { return run_or_fail("/sbin/tool"); }).returned, error::command_failed);
 }
 
+TEST(RunOrFail, RunsACommandOfPlainNames) {
+    RealToolsRoot root;
+    root.script("/sbin/tool", "exit $1");
+    const auto run = [&root](const char* status) {
+        return root
+            .call([=] {
+                return run_or_fail({"data", "po-ol.1"}, std::string("/sbin/tool ") + status);
+            })
+            .returned;
+    };
+    EXPECT_EQ(run("0"), 0);
+    EXPECT_THAT(root.log(), IsEmpty());
+    EXPECT_EQ(run("3"), -11000);
+    EXPECT_THAT(logged(root),
+                testing::ElementsAre("system(\"/sbin/tool 3\") return normal with exit(3) for '"));
+}
+
+TEST(RunOrFail, RunsNothingWhenOneNameIsNotPlain) {
+    for (const char* name : {"a;b", "a b", "", "-f", "..", "a/b", "$a"}) {
+        RealToolsRoot root;
+        root.script("/sbin/tool", "echo > /tmp/ran");
+        const auto first = [=] { return run_or_fail({name, "pool"}, "/sbin/tool x"); };
+        const auto last = [=] { return run_or_fail({"data", name}, "/sbin/tool y"); };
+        EXPECT_EQ(root.call(first).returned, -11000) << name;
+        EXPECT_EQ(root.call(last).returned, -11000) << name;
+        EXPECT_FALSE(root.exists("/tmp/ran")) << name;
+        EXPECT_THAT(
+            logged(root),
+            testing::ElementsAre("system(\"/sbin/tool x\") return unnormal with exit(255) for '",
+                                 "system(\"/sbin/tool y\") return unnormal with exit(255) for "
+                                 "'"));
+    }
+}
+
+TEST(RunOrFail, RunsNothingWhoseEndWouldBeDamaged) {
+    RealToolsRoot root;
+    root.script("/sbin/tool", "echo > /tmp/ran");
+    const auto run = [&root](std::size_t length) {
+        const std::string start = "/sbin/tool ";
+        const std::string command = start + std::string(length - start.size(), 'x');
+        return root.call([&] { return run_or_fail({"name"}, command); }).returned;
+    };
+    EXPECT_EQ(run(253), -11000); // "2" would be an argument
+    EXPECT_EQ(run(256), -11000);
+    EXPECT_FALSE(root.exists("/tmp/ran"));
+    EXPECT_EQ(run(241), 0);
+    EXPECT_TRUE(root.exists("/tmp/ran"));
+}
+
 } // namespace
 } // namespace zav

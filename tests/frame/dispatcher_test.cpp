@@ -148,17 +148,5 @@ TEST_P(AppletOfTheTable, ParsesItsOptionsWhenHelpIsNotAlone) {
 INSTANTIATE_TEST_SUITE_P(Dispatcher, AppletOfTheTable, testing::ValuesIn(names),
                          [](const auto& name) { return name.param; });
 
-class AppletNotAvailable : public testing::TestWithParam<const char*> {};
-
-TEST_P(AppletNotAvailable, ComplainsAboutItsOptionsBefore) {
-    const Result result = run({GetParam(), "--display", "--bogus"});
-    EXPECT_EQ(result.err, std::string(GetParam()) + ": unrecognized option '--bogus'\nzavbox: " +
-                              GetParam() + " is not available yet\n");
-    EXPECT_EQ(result.exit_status, 70);
-}
-
-INSTANTIATE_TEST_SUITE_P(Dispatcher, AppletNotAvailable, testing::Values("sharemanage"),
-                         [](const auto& name) { return std::string(name.param); });
-
 } // namespace
 } // namespace zav

@@ -218,6 +218,39 @@ TEST(Write, TellsThatTheDiskIsFull) {
     EXPECT_TRUE(write_all(full.get(), "")); // nothing to write
 }
 
+// A line added to a file that held `before`, with the file as it is then.
+std::pair<bool, std::string> append_to(const std::string& before, const std::string& line,
+                                       const test::RunOptions& options = {}) {
+    PrivateRoot root;
+    root.file(path, before);
+    const auto append = [&] {
+        const FileDescriptor fd = FileDescriptor::open(path, O_RDWR | O_APPEND);
+        errno = 0;
+        const bool appended = append_line(fd.get(), before, line);
+        EXPECT_EQ(errno, appended ? 0 : EFBIG);
+        return appended ? 1 : 0;
+    };
+    const bool appended = root.call(append, options).returned == 1;
+    return {appended, root.read(path)};
+}
+
+TEST(AppendedLine, StandsOnALineOfItsOwn) {
+    EXPECT_EQ(append_to("", "new"), std::pair(true, std::string("new\n")));
+    EXPECT_EQ(append_to("one\n", "new"), std::pair(true, std::string("one\nnew\n")));
+    EXPECT_EQ(append_to("one", "new"), std::pair(true, std::string("one\nnew\n")));
+    EXPECT_EQ(append_to("one\n\n", ""), std::pair(true, std::string("one\n\n\n")));
+}
+
+TEST(AppendedLine, ThatDoesNotFitIsTakenBack) {
+    for (const std::string& before : {std::string("one\n"), std::string("one")}) {
+        for (const rlim_t room : {3U, 4U, 6U}) {
+            const test::RunOptions full = {.limits = {{RLIMIT_FSIZE, room}},
+                                           .ignored_signals = {SIGXFSZ}};
+            EXPECT_EQ(append_to(before, "new", full), std::pair(false, before)) << room;
+        }
+    }
+}
+
 TEST(Copy, MakesAMissingTarget) {
     PrivateRoot root;
     root.file("/tmp/source", std::string("one\0two\n", 8));
@@ -275,7 +308,7 @@ TEST(Copy, FailsWithoutADirectoryForTheTarget) {
     PrivateRoot root;
     root.file("/tmp/source", "new\n");
     EXPECT_EQ(root.call([] { return copy_file("/tmp/source", "/missing/file"); }).returned,
-              key_value_error::not_created);
+              file_error::not_created);
 }
 
 TEST(Copy, FailsWhereTheTargetCannotBeWritten) {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <optional>
+#include <set>
 #include <string_view>
 
 namespace zav::test {
@@ -51,6 +52,20 @@ TEST(ServerFamily, IsNothingElse) {
     EXPECT_FALSE(is_server_family("KO"));
     EXPECT_FALSE(is_server_family("kor7206L"));
     EXPECT_FALSE(is_server_family("XKOR7206L"));
+}
+
+TEST(FileSystemType, IsReiserfsOnFourModelsAndXfsOnAllOthers) {
+    const std::set<std::string_view> reiserfs = {"VEL7205E", "VEL7205P", "KOR7206LB", "VEL7206P"};
+    for (const Model& model : models) {
+        EXPECT_EQ(fs_type_of(model.name), reiserfs.contains(model.name) ? "reiserfs" : "xfs")
+            << model.name;
+    }
+}
+
+TEST(FileSystemType, OfAnUnknownModelIsXfs) {
+    for (const char* model : {"", "VEL7205", "vel7205e", "VEL7205EX", " VEL7206P", "VEL7206P "}) {
+        EXPECT_EQ(fs_type_of(model), "xfs") << model;
+    }
 }
 
 TEST(ControllerModel, IsVEL7205U) {

@@ -267,6 +267,11 @@ TEST(Characters, DigitsAndLettersAreThoseOfAscii) {
     EXPECT_EQ(characters_for_which(is_letter_or_digit), letters_and_digits);
 }
 
+TEST(Characters, ThatAreNothingButThemselvesToAShell) {
+    EXPECT_EQ(characters_for_which(is_plain_character),
+              "%+,-./0123456789:=@ABCDEFGHIJKLMNOPQRSTUVWXYZ_abcdefghijklmnopqrstuvwxyz");
+}
+
 TEST(EqualIgnoringCase, ComparesAsciiLettersOnly) {
     EXPECT_TRUE(equal_ignoring_case("SdA", "sDa"));
     EXPECT_FALSE(equal_ignoring_case("sda", "sdaa"));
@@ -282,6 +287,39 @@ TEST(StartsWithIgnoringCase, TakesThePrefix) {
     EXPECT_TRUE(starts_with_ignoring_case("sda", ""));
     EXPECT_FALSE(starts_with_ignoring_case("sd", "sda"));
     EXPECT_FALSE(starts_with_ignoring_case("xsda", "sda"));
+}
+
+TEST(LastComponent, IsAllBehindTheLastSlash) {
+    EXPECT_EQ(last_component("/dev/data/pool"), "pool");
+    EXPECT_EQ(last_component("data/pool"), "pool");
+    EXPECT_EQ(last_component("pool"), "pool");
+    EXPECT_EQ(last_component("/pool"), "pool");
+    EXPECT_EQ(last_component("/mnt/pool/"), "");
+    EXPECT_EQ(last_component("/"), "");
+    EXPECT_EQ(last_component(""), "");
+}
+
+TEST(IsPlainPath, TakesPathsOfPlainCharacters) {
+    for (const char* path : {"/", "/mnt/data/pool", "/dev/md0", "/mnt/a_b-c+d.e:f,g=h@i%j",
+                             "/mnt/../x", "//", "/-rf"}) {
+        EXPECT_TRUE(is_plain_path(path)) << path;
+    }
+}
+
+TEST(IsPlainPath, RefusesWhatDoesNotBeginAtTheRoot) {
+    for (const char* path : {"", "mnt/data", "-/mnt", "./x", " /mnt", "~/x"}) {
+        EXPECT_FALSE(is_plain_path(path)) << path;
+    }
+}
+
+TEST(IsPlainPath, RefusesWhatAShellWouldRead) {
+    for (const char* path :
+         {"/a b", "/a\tb", "/a;b", "/a$b", "/a`b", "/a'b",  "/a\"b",     "/a|b",
+          "/a&b", "/a>b",  "/a<b", "/a*",  "/a?",  "/a[b]", "/a\nb",     "/a\\b",
+          "/a(b", "/a{b",  "/a#",  "/a!",  "/~",   "/a^",   "/\xc3\xa4", "/a "}) {
+        EXPECT_FALSE(is_plain_path(path)) << path;
+    }
+    EXPECT_FALSE(is_plain_path(std::string_view("/a\0b", 4)));
 }
 
 TEST(IsPlainName, TakesNamesOfDisksArraysAndGroups) {

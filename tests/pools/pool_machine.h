@@ -8,6 +8,7 @@
 
 #include <gmock/gmock.h>
 #include <string>
+#include <sys/utsname.h>
 #include <vector>
 
 namespace zav::test {
@@ -160,6 +161,14 @@ inline Texts changes(const Result& result) {
                command.find("display -c") != std::string::npos;
     });
     return commands;
+}
+
+// The command that mounts XFS under the kernel that runs the test. Releases are compared as texts.
+inline std::string xfs_mount(const std::string& source, const std::string& directory) {
+    utsname kernel = {};
+    ::uname(&kernel);
+    const std::string option = std::string(kernel.release) < "2.6.30" ? "" : "-o inode64 ";
+    return "mount -t xfs " + option + source + " " + directory + " > /dev/null";
 }
 
 // The log's line about a command that failed.

@@ -142,6 +142,29 @@ create_fs() {
     expect 0
 }
 
+# Users of the system, and of Samba's: anna and bert, whose password is "secret".
+create_users() {
+    local user
+    mkdir -p /run/samba /var/lib/samba/private
+    for user in anna bert; do
+        id "$user" >/dev/null 2>&1 || useradd --create-home "$user"
+        echo "$user:secret" | chpasswd
+        printf 'secret\nsecret\n' | smbpasswd -as "$user" >/dev/null
+    done
+}
+
+# expect_listed TYPE PATH USER ACCESS COMMENT: the share "pub" is listed so, on a mounted pool.
+expect_listed() {
+    run zavbox sharemanage --display
+    expect_status 0
+    expect_line "pub	$1	$2	$3	$4	1GB	0\.[0-9]{2}GB	$5	md1"
+}
+
+restart() {
+    "/etc/init.d/$1" stop
+    "/etc/init.d/$1" start
+}
+
 # finish_rebuild ARRAY: at full speed.
 finish_rebuild() {
     release_rebuild
@@ -173,6 +196,18 @@ progress='[0-9.]+%\([0-9]+\.00MB/s\)'
 # --- the machine between two tests ---------------------------------------------------------------
 
 first_disks=$(cd /sys/block && echo sd*)
+
+# The sharing services as they were at first, none of them running.
+restore_services() {
+    local service
+    for service in samba nfs vsftpd; do
+        "/etc/init.d/$service" stop
+    done
+    cp -a /run/etc.first/. /etc/
+    rm -f /etc/vsftpd_user.xml
+    find /etc/vsftpd -type f ! -name ftpuser -delete
+    find /home/ftpuser -xdev -mindepth 1 -delete
+}
 
 blank_machine() {
     local device mount
@@ -206,9 +241,10 @@ blank_machine() {
     done
     rm -rf /var/log/* /tmp/mdname.test /etc/hotspare.list /etc/lvm/backup/* /etc/lvm/archive/*
     rm -f /etc/mdadm/mdadm.conf /etc/mdfstab /etc/netfstab
-    chattr -fR -i /mnt
+    chattr -fR -i /mnt /home/ftpuser
     find /mnt -xdev -mindepth 1 -delete
     cp /run/sys_info.first /etc/sys_info
+    restore_services
     throttle_rebuild
 }
 

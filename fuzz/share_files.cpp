@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: MIT
+// The share register and the services' files: what is read and written again is the same.
+#include "frame/error_codes.h"
+#include "frame/text.h"
+#include "fuzz/fuzz.h"
+#include "shares/share_sources.h"
+#include "shares/share_texts.h"
+
+#include <algorithm>
+#include <functional>
+#include <string>
+
+namespace zav::fuzz {
+
+namespace {
+
+using Parse = int (*)(std::string_view text, share_list& list);
+
+std::string joined(const share_list& list,
+                   const std::function<Lines(const share_info&)>& lines_of) {
+    std::string text;
+    for (const share_info& share : list) {
+        for (const std::string& line : lines_of(share)) {
+            text += line;
+        }
+    }
+    return text;
+}
+
+/// Whether every line that is written is short enough to be read as one.
+bool has_short_lines(std::string_view text) {
+    return std::ranges::all_of(split(text, "\n"),
+                               [](std::string_view line) { return line.size() < 255; });
+}
+
+/// Text that was written from records that were read gives the same text again.
+void check_round_trip(std::string_view input, Parse parse,
+                      const std::function<Lines(const share_info&)>& lines_of) {
+    share_list list;
+    const int result = parse(input, list);
+    require(result == 0 || result == file_error::malformed, "a result is one of the codes");
+    const std::string once = joined(list, lines_of);
+    if (!has_short_lines(once)) {
+        return;
+    }
+    share_list again;
+    if (parse(once, again) != 0) {
+        return; // a name or a comment that the file cannot carry: never written by a command
+    }
+    const std::string twice = joined(again, lines_of);
+    share_list third;
+    if (parse(twice, third) == 0) {
+        require(joined(third, lines_of) == twice, "writing again what was read changes nothing");
+    }
+}
+
+} // namespace
+
+void run(std::string_view input) {
+    check_round_trip(input, parse_register_sections, register_lines);
+    check_round_trip(input, parse_samba,
+                     [](const share_info& share) { return samba_lines(share, "writable"); });
+    check_round_trip(input, parse_exports, export_line);
+    check_round_trip(input, parse_targets, [](const share_info& share) {
+        return target_lines(share, 0, [](std::string_view) { return std::string("secret"); });
+    });
+    require(samba_global_size(input) <= input.size(), "the global part is in the file");
+    const std::string line(input.substr(0, input.find('\n')));
+    require(std::ranges::count(with_home(line, "/h"), ':') == std::ranges::count(line, ':'),
+            "a home is one field");
+    secret_of_user(input, "anna");
+}
+
+} // namespace zav::fuzz

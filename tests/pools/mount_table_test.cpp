@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: MIT
+// The kernel's mount table: what is mounted where, in which order, and questions asked of it.
+#include "frame/text.h"
+#include "pool_machine.h"
+#include "pools/mount_table.h"
+
+namespace zav::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+// Every mount as "device|directory".
+Texts parse(const std::string& table) {
+    Texts mounts;
+    for (const zav::Mount& mount : parse_mounts(table)) {
+        mounts.push_back(mount.device + "|" + mount.directory);
+    }
+    return mounts;
+}
+
+TEST(MountTable, HoldsDevicesAndDirectoriesInItsOrder) {
+    EXPECT_THAT(
+        parse("/dev/vda1 / ext4 rw,relatime 0 0\n"
+              "/dev/mapper/data-pool /mnt/data/pool xfs rw 0 0\n"
+              "none /mnt/data/pool tmpfs rw 0 0\n"),
+        ElementsAre("/dev/vda1|/", "/dev/mapper/data-pool|/mnt/data/pool", "none|/mnt/data/pool"));
+    EXPECT_THAT(parse(""), IsEmpty());
+}
+
+TEST(MountTable, ReadsOctalEscapes) {
+    EXPECT_THAT(parse("/dev/a\\040b /mnt/one\\040two\\011three\\012four\\134five xfs rw 0 0\n"),
+                ElementsAre("/dev/a b|/mnt/one two\tthree\nfour\\five"));
+}
+
+TEST(MountTable, SkipsCommentsAndEmptyLines) {
+    EXPECT_THAT(parse("# comment /mnt/x xfs\n\n \t\n  # more\n/dev/a /mnt/a xfs rw 0 0\n"),
+                ElementsAre("/dev/a|/mnt/a"));
+}
+
+TEST(MountTable, NeedsNoLineFeedAtItsEnd) {
+    EXPECT_THAT(parse("/dev/a /mnt/a xfs rw 0 0\n/dev/b /mnt/b xfs rw 0 0"),
+                ElementsAre("/dev/a|/mnt/a", "/dev/b|/mnt/b"));
+}
+
+TEST(MountTable, TakesALineOfMoreThan4096CharactersForOneMount) {
+    const std::string options(6000, 'o');
+    EXPECT_THAT(parse("/dev/a /mnt/a overlay " + options + " 0 0\n/dev/b /mnt/b xfs rw 0 0\n"),
+                ElementsAre("/dev/a|/mnt/a", "/dev/b|/mnt/b"));
+    EXPECT_THAT(parse("/dev/a /" + std::string(5000, 'd') + " xfs rw 0 0\n/dev/b /b xfs rw 0 0\n"),
+                ElementsAre(testing::StartsWith("/dev/a|/dddd"), "/dev/b|/b"));
+}
+
+TEST(MountTable, TakesALineThatEndsEarly) {
+    EXPECT_THAT(parse("/dev/a\n/dev/b /mnt/b\n"), ElementsAre("/dev/a|", "/dev/b|/mnt/b"));
+}
+
+TEST(MountNamed, IsTheFirstWhoseDirectoryEndsInTheName) {
+    const MountTable mounts = parse_mounts("/dev/a /mnt/pool/x xfs rw 0 0\n"
+                                           "/dev/b /mnt/data/xpool xfs rw 0 0\n"
+                                           "/dev/c /mnt/data/pool xfs rw 0 0\n"
+                                           "/dev/d /mnt/more/pool xfs rw 0 0\n");
+    ASSERT_NE(find_mount_named(mounts, "pool"), nullptr);
+    EXPECT_EQ(find_mount_named(mounts, "pool")->device, "/dev/c");
+    for (const char* name : {"data", "data/pool", "poo", "Pool", "/mnt/data/pool", ""}) {
+        EXPECT_EQ(find_mount_named(mounts, name), nullptr) << name;
+    }
+}
+
+// Calls that look at /proc/mounts of a machine.
+class Mounts : public testing::Test {
+  protected:
+    Result is_mounted(const std::string& directory) {
+        return machine.operation([&] { return fs_is_mounted(directory); });
+    }
+    PoolMachine machine;
+};
+
+TEST_F(Mounts, AreOnExactlyTheirDirectory) {
+    machine.mounts({"/dev/data/a /mnt/data/a", "/dev/data/b /mnt/b\\040c"});
+    EXPECT_EQ(is_mounted("/mnt/data/a").returned, 0);
+    EXPECT_EQ(is_mounted("/mnt/b c").returned, 0);
+    for (const char* directory :
+         {"/mnt/data", "/mnt/data/a/", "/mnt/data/aa", "a", "/dev/data/a", "/mnt/b\\040c", ""}) {
+        EXPECT_EQ(is_mounted(directory).returned, -1) << directory;
+    }
+}
+
+TEST_F(Mounts, AreNoneWithoutTheTable) {
+    machine.remove("/proc/mounts");
+    const Result result = is_mounted("/proc");
+    EXPECT_EQ(result.returned, -1);
+    EXPECT_EQ(result.out, "");
+    machine.call([] {
+        EXPECT_EQ(read_mounts(), std::nullopt);
+        EXPECT_THAT(mounted_directories(), IsEmpty());
+        return 0;
+    });
+}
+
+TEST_F(Mounts, OfAnEmptyTableAreNone) {
+    machine.file("/proc/mounts", "");
+    machine.call([] {
+        EXPECT_THAT(read_mounts().value(), IsEmpty());
+        return 0;
+    });
+}
+
+TEST_F(Mounts, AreKnownByTheirDirectories) {
+    machine.mounts({"/dev/data/a /mnt/data/a", "/dev/data/b /mnt/data/a"});
+    machine.call([] {
+        EXPECT_THAT(mounted_directories(), UnorderedElementsAre("/proc", "/mnt/data/a"));
+        return 0;
+    });
+}
+
+TEST_F(Mounts, ThatCannotBeReadArePrintedWhereThatMatters) {
+    const auto read = [] { return read_mounts_or_print() ? 0 : -1; };
+    const Result good = machine.call(read);
+    EXPECT_EQ(good.returned, 0);
+    EXPECT_EQ(good.out, "");
+    machine.remove("/proc/mounts");
+    const Result bad = machine.call(read);
+    EXPECT_EQ(bad.returned, -1);
+    EXPECT_EQ(bad.out, "setmntent '/proc/mounts' fail\n");
+    EXPECT_THAT(machine.logged(), IsEmpty());
+}
+
+} // namespace
+} // namespace zav::test
