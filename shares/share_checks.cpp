@@ -61,14 +61,16 @@ bool can_be_carried(std::string_view mode, std::string_view users) {
     const bool is_samba = is_mode(mode, share_type::samba);
     const std::size_t longest = is_samba ? longest_samba_users : BoundedText<256>::capacity;
     return users.size() <= longest && is_line_text(users) &&
+           users.find_first_of(blanks) == std::string_view::npos &&
            (users.empty() || !is_mode(mode, share_type::ftp) || is_ftp_user(users));
 }
 
 } // namespace
 
 int check_share_name(const char* name) {
-    return check_name32(name) == 0 && !equal_ignoring_case(name, "global") ? 0
-                                                                           : error::bad_share_name;
+    const bool is_well =
+        check_name32(name) == 0 && *name != '-' && !equal_ignoring_case(name, "global");
+    return is_well ? 0 : error::bad_share_name;
 }
 
 std::string_view service_of_mode(const char* mode) {

@@ -10,8 +10,8 @@
 
 namespace zav {
 
-/// Whether a name is a share's. "global" in whatever case would be no share of Samba's. 0 or
-/// error::bad_share_name.
+/// Whether a name can be a new share's: "global" in whatever case would be no share of Samba's, and
+/// one that begins with "-" can be in no command. 0 or error::bad_share_name.
 int check_share_name(const char* name);
 
 /// The service that a mode on the command line means, in the caller's spelling but for "cifs",

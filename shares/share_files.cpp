@@ -165,8 +165,7 @@ int OpenServiceFile::open(const ServiceFile& file) {
 }
 
 int OpenServiceFile::write() {
-    const bool has_file = file_->path != nullptr;
-    return !has_file || file_->write(fd_.get(), shares_) == 0 ? 0 : error::service_file_unwritten;
+    return !has_file() || file_->write(fd_.get(), shares_) == 0 ? 0 : error::service_file_unwritten;
 }
 
 int OpenRegister::open() {

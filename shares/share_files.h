@@ -44,6 +44,9 @@ class OpenServiceFile {
 
     [[nodiscard]] share_list& shares() { return shares_; }
 
+    /// Whether the service has a file of its own at all.
+    [[nodiscard]] bool has_file() const { return file_->path != nullptr; }
+
     /// Rewrites the file and hands it to the configuration tool. 0 or
     /// error::service_file_unwritten, which leaves it short.
     int write();

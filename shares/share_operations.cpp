@@ -216,14 +216,14 @@ int forbid_use_share(share_info& share, std::string_view current_user) {
 
 int mod_use_share(const share_info& share) {
     const int result = apply_share(share);
-    return result == 0 || result == error::share_not_listed ? 0
+    return result == 0 || result == error::share_not_listed ? result
                                                             : fail(result, error::share_not_used);
 }
 
 // The name is known so: logs have it.
 int mod_forbiden_share(share_info& share) {
     const int result = edit_forbidden_share(share);
-    return result == 0 || result == error::share_not_listed ? 0
+    return result == 0 || result == error::share_not_listed ? result
                                                             : fail(result, error::share_not_edited);
 }
 

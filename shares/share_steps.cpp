@@ -146,7 +146,7 @@ int apply_share(const share_info& share) {
     if (const int result = service_conf_open(live, share.type); result != 0) {
         return result;
     }
-    const bool was_listed = apply(share, live.shares());
+    const bool was_listed = apply(share, live.shares()) || !live.has_file();
     const int result = live.write();
     return result != 0 || was_listed ? result : error::share_not_listed;
 }

@@ -119,8 +119,8 @@ int user_of_path(std::string_view path, std::string& user) {
     std::vector<std::string> names;
     get_user(names, user_slots, user_slot_length);
     for (const std::string& name : names) {
-        const auto file = read_file(ftp_user_path(name).c_str());
-        const auto line = get_line(file.value_or(""), "local_root", 0, "=");
+        const std::string file = read_file(ftp_user_path(name).c_str()).value_or("");
+        const auto line = get_line(file, "local_root", 0, "=");
         if (line && line->substr(line->rfind('=') + 1) == path) {
             user = name;
             return 0;

@@ -124,8 +124,10 @@ int restore_share_arg_check(const Arguments& arguments, share_info& share) {
 }
 
 int delete_share_arg_check(const Arguments& arguments) {
-    const int result = check_share_name(arguments.name);
-    return result == 0 ? 0 : log_return(result, LogSite::numbered(1797));
+    // Whatever has got into the register can be taken out of it.
+    return check_name32(arguments.name) == 0
+               ? 0
+               : log_return(error::bad_share_name, LogSite::numbered(1797));
 }
 
 int edit_share_arg_check(const Arguments& arguments, share_info& share) {

@@ -125,7 +125,7 @@ test_a_share_without_its_configuration_is_restored_and_repaired() {
     expect_listed samba /mnt/vg1/pub anna rw '\(Null\)'
     umount /mnt/vg1/pub
     run zavbox sharemanage --display
-    expect_line 'pub	samba	/mnt/vg1/pub	anna	rw	1GB	0.00GB	Filesystem umounted	md1'
+    expect_line 'pub	samba	/mnt/vg1/pub	anna	rw	0GB	0.00GB	Filesystem umounted	md1'
     run zavbox sharemanage --repair -n pub -f samba vg1
     expect 0
     expect_that "the data" grep -qx kept /mnt/vg1/pub/file

@@ -200,9 +200,11 @@ first_disks=$(cd /sys/block && echo sd*)
 # The sharing services as they were at first, none of them running.
 restore_services() {
     local service
-    for service in samba nfs vsftpd; do
-        "/etc/init.d/$service" stop
-    done
+    if busybox pidof smbd nmbd vsftpd nfsd rpc.mountd >/dev/null; then
+        for service in samba nfs vsftpd; do
+            "/etc/init.d/$service" stop
+        done
+    fi
     cp -a /run/etc.first/. /etc/
     rm -f /etc/vsftpd_user.xml
     find /etc/vsftpd -type f ! -name ftpuser -delete
@@ -234,10 +236,10 @@ blank_machine() {
         fi
         slot=$((slot + 1))
     done
+    wipefs --quiet --all /dev/sd?
     # All of it: what stands inside an array is seen again by the next array of the same disks.
-    for device in /dev/sd? /dev/ram*; do
-        blkdiscard --force --quiet "$device" 2>/dev/null ||
-            dd if=/dev/zero of="$device" bs=1M count=8 status=none
+    for device in /dev/sd? /dev/ram2 /dev/ram3; do
+        dd if=/dev/zero of="$device" bs=1M count=8 status=none
     done
     rm -rf /var/log/* /tmp/mdname.test /etc/hotspare.list /etc/lvm/backup/* /etc/lvm/archive/*
     rm -f /etc/mdadm/mdadm.conf /etc/mdfstab /etc/netfstab
