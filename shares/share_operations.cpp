@@ -283,6 +283,9 @@ int repair_share(const char* name, std::string_view type, const char* group) {
     if (const int result = find_share(name, share); result != 0) {
         return log_return(result);
     }
+    if (is_type(share, share_type::iscsi)) {
+        return 0; // what is on the device is not ours, whatever the caller takes it for
+    }
     if (share.type.empty()) {
         share.type = type;
     }

@@ -19,6 +19,14 @@ void append_copy(share_list& list, const share_info& share) {
     list.append(std::make_unique<share_info>(share));
 }
 
+/// A registered share with the users and the access that are given for it.
+share_info with_given(const share_info& entry, const share_info& share) {
+    share_info given = entry;
+    copy_given(given.users, share.users);
+    given.write = share.write;
+    return given;
+}
+
 /// Brings the file of the share's service in line with the registered shares.
 int update_live_file(const share_info& share, const share_list& registered) {
     OpenServiceFile live;
@@ -31,7 +39,8 @@ int update_live_file(const share_info& share, const share_list& registered) {
             copy_given(member->users, entry.users);
             copy_given(member->comment, entry.comment);
         } else if (entry.type == share.type) {
-            append_copy(live.shares(), entry);
+            // The register has no users: without those given this share would be everybody's.
+            append_copy(live.shares(), entry.name == share.name ? with_given(entry, share) : entry);
         }
     }
     return live.write();

@@ -201,6 +201,30 @@ TEST(KeyValueReference, BothReadersAgree) {
     EXPECT_GT(seen[22], 0);
 }
 
+TEST(KeyValueReference, IndexFindsWhatTheReaderFinds) {
+    int found = 0;
+    int missed = 0;
+    for (unsigned seed = 0; seed < cases / 4; ++seed) {
+        std::mt19937 random(seed);
+        const std::string text = (seed % 2 == 0 ? "[s]\n" : "") + random_file(random);
+        const MemoryFile file(text);
+        const KeyValueIndex index(text);
+        for (const char* section : {"s", "t", "a", "", "]", "k"}) {
+            for (const char* key : {"k", "x", "a", ""}) {
+                std::array<char, 600> value = {};
+                const int code =
+                    key_value_get(file.path(), section, key, value.data(), value.size());
+                const auto indexed = index.get(section, key);
+                ASSERT_EQ(indexed.has_value(), code == 0) << "seed " << seed << "\n" << text;
+                ASSERT_EQ(indexed.value_or(""), value.data()) << "seed " << seed << "\n" << text;
+                ++(code == 0 ? found : missed);
+            }
+        }
+    }
+    EXPECT_GT(found, 500);
+    EXPECT_GT(missed, 500);
+}
+
 TEST(KeyValueReference, BothWritersAgree) {
     int replaced = 0;
     int inserted = 0;

@@ -111,6 +111,31 @@ TEST(RecordList, IsARing) {
     EXPECT_EQ(head->next, &first.link);
 }
 
+TEST(RecordList, RemovesOneRecordAndItsOwnLists) {
+    DiskList list;
+    fill(list, {1, 2, 3});
+    Disk& second = *std::next(list.begin());
+    second.attributes.append().id = 5;
+    list.remove(second);
+    EXPECT_THAT(channels_of(list), ElementsAre(1, 3));
+    EXPECT_EQ(Disk::alive, 2);
+    EXPECT_EQ(Attribute::alive, 0);
+}
+
+TEST(RecordList, RemovesItsFirstItsLastAndItsOnlyRecord) {
+    DiskList list;
+    fill(list, {1, 2, 3});
+    list.remove(*list.begin());
+    EXPECT_THAT(channels_of(list), ElementsAre(2, 3));
+    list.remove(*std::next(list.begin()));
+    EXPECT_THAT(channels_of(list), ElementsAre(2));
+    list.remove(*list.begin());
+    EXPECT_TRUE(list.empty());
+    EXPECT_EQ(Disk::alive, 0);
+    fill(list, {4});
+    EXPECT_THAT(channels_of(list), ElementsAre(4)) << "it goes on being a ring";
+}
+
 TEST(RecordList, ClearDestroysEveryRecordAndItsOwnLists) {
     DiskList list;
     fill(list, {1, 2});
