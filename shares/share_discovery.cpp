@@ -71,7 +71,7 @@ int find_one_user(const std::string& user, const FtpPlaces& places, int share_co
     }
     int result = 0;
     for (const std::string& entry : *entries) {
-        if (!is_directory(home + "/" + entry)) {
+        if (!is_directory(std::string(home).append("/").append(entry))) {
             continue;
         }
         const auto found = places.find(entry);

@@ -18,10 +18,10 @@ namespace zav {
 
 namespace {
 
-/// Logs a step's code, and the operation's in its place.
-int fail(int code, int result, LogSite site = LogSite::here()) {
-    log_return(code, site);
-    return result;
+/// Logs why a step failed, and gives the operation's code in its place.
+int fail(int cause, int code, LogSite site = LogSite::here()) {
+    log_return(cause, site);
+    return code;
 }
 
 /// Makes the pool. A failed command is a success when the pool is there all the same.

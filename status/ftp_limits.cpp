@@ -10,7 +10,7 @@
 
 #include <algorithm>
 #include <array>
-#include <fcntl.h>
+#include <optional>
 #include <string>
 
 namespace zav {
@@ -26,6 +26,27 @@ constexpr std::array<std::string_view, 3> limits = {"local_max_rate", "max_clien
 /// The place of a line's key among the limits, or their number.
 std::size_t limit_of(std::string_view line) {
     return static_cast<std::size_t>(std::ranges::find(limits, cut_at(line, "=")) - limits.begin());
+}
+
+using Values = std::array<std::optional<unsigned long>, 3>;
+
+/// The limits that the file has; of several lines the last one counts.
+Values parse_limits(std::string_view text) {
+    Values values;
+    for (const std::string& line : content_lines(text)) {
+        const std::size_t limit = limit_of(line);
+        const std::size_t equals = line.find('=');
+        if (limit < limits.size() && equals != std::string::npos) {
+            values.at(limit) = decimal(std::string_view(line).substr(equals + 1));
+        }
+    }
+    return values;
+}
+
+void store(const std::optional<unsigned long>& value, unsigned long* output) {
+    if (value && output != nullptr) {
+        *output = *value;
+    }
 }
 
 std::string with_limits(std::string_view text, const std::array<int, 3>& values) {
@@ -61,14 +82,10 @@ int ftp_limits_get(unsigned long* local_max_rate, unsigned long* max_clients,
     if (!text) {
         return fail_with_errno(error::ftp_limits_unread);
     }
-    const std::array<unsigned long*, 3> outputs = {local_max_rate, max_clients, max_per_ip};
-    for (const std::string& line : content_lines(*text)) {
-        const std::size_t limit = limit_of(line);
-        const std::size_t equals = line.find('=');
-        if (limit < limits.size() && equals != std::string::npos && outputs.at(limit) != nullptr) {
-            *outputs.at(limit) = decimal(std::string_view(line).substr(equals + 1));
-        }
-    }
+    const Values values = parse_limits(*text);
+    store(values[0], local_max_rate);
+    store(values[1], max_clients);
+    store(values[2], max_per_ip);
     return 0;
 }
 

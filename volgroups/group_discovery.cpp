@@ -105,7 +105,7 @@ int get_vginfo_from_pvdisplay(vginfo_list& list) {
 int get_vginfo_from_vexadm(vginfo_list& list) {
     return add_volumes(
         list,
-        [](pvinfo& volume, vginfo& group, const disk_list&, mdinfo_list& arrays) {
+        [](pvinfo& volume, vginfo& group, const disk_list&, const mdinfo_list& arrays) {
             locate_on_controller(volume, group, arrays);
         },
         LogSite::here());
