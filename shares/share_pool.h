@@ -26,8 +26,8 @@ int mount_share(const share_info& share, const char* group);
 /// mounted on a directory of the share's name it is only registered.
 int mount_missing_share(const share_info& share, const char* group);
 
-/// The same for restoring: the mount point is made even so, and chattr then protects the root of what
-/// is mounted there.
+/// The same for restoring: the mount point is made even so, and chattr then protects the root of
+/// what is mounted there.
 int mount_again(const share_info& share, const char* group);
 
 /// Takes the mount point out of the register and removes it. Nothing without a group, which is
