@@ -237,10 +237,12 @@ blank_machine() {
         slot=$((slot + 1))
     done
     wipefs --quiet --all /dev/sd?
-    # All of it: what stands inside an array is seen again by the next array of the same disks.
-    for device in /dev/sd? /dev/ram2 /dev/ram3; do
-        dd if=/dev/zero of="$device" bs=1M count=8 status=none
-    done
+    # What a group left inside an array is seen again by the next array of the same disks.
+    if find /etc/lvm/archive /etc/lvm/backup -type f | grep -q .; then
+        for device in /dev/sd? /dev/ram2 /dev/ram3; do
+            dd if=/dev/zero of="$device" bs=1M count=8 status=none
+        done
+    fi
     rm -rf /var/log/* /tmp/mdname.test /etc/hotspare.list /etc/lvm/backup/* /etc/lvm/archive/*
     rm -f /etc/mdadm/mdadm.conf /etc/mdfstab /etc/netfstab
     chattr -fR -i /mnt /home/ftpuser
