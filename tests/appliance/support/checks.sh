@@ -237,12 +237,10 @@ blank_machine() {
         slot=$((slot + 1))
     done
     wipefs --quiet --all /dev/sd?
-    # What a group left inside an array is seen again by the next array of the same disks.
-    if find /etc/lvm/archive /etc/lvm/backup -type f | grep -q .; then
-        for device in /dev/sd? /dev/ram2 /dev/ram3; do
-            dd if=/dev/zero of="$device" bs=1M count=8 status=none
-        done
-    fi
+    # What a test left inside an array is seen again by the next array of the same disks.
+    for device in /dev/sd? /dev/ram2 /dev/ram3; do
+        dd if=/dev/zero of="$device" bs=1M count=8 status=none
+    done
     rm -rf /var/log/* /tmp/mdname.test /etc/hotspare.list /etc/lvm/backup/* /etc/lvm/archive/*
     rm -f /etc/mdadm/mdadm.conf /etc/mdfstab /etc/netfstab
     chattr -fR -i /mnt /home/ftpuser
