@@ -7,9 +7,9 @@
 // The commands come from a run with the test harness's stand-in tools, which write a journal. What
 // those answered is then given by a small static program in place of every tool, started without a
 // shell in between as real tools are.
+#include "base/file.h"
+#include "base/text.h"
 #include "figure.h"
-#include "frame/file.h"
-#include "frame/text.h"
 #include "machine.h"
 #include "measure.h"
 #include "standin/places.h"

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "measure.h"
 
-#include "frame/file.h"
-#include "frame/text.h"
+#include "base/file.h"
+#include "base/text.h"
 
 #include <cerrno>
 #include <chrono>

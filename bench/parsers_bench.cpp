@@ -1,18 +1,27 @@
 // SPDX-License-Identifier: MIT
 // Every parser over a text and over one of ten times its lines: the times' ratio tells whether it
 // is linear.
-#include "disks/disk_sources.h"
+#include "actions/arrays/recovery.h"
+#include "base/file.h"
+#include "base/key_value.h"
+#include "base/text.h"
 #include "figure.h"
-#include "frame/key_value.h"
-#include "frame/text.h"
-#include "netdisk/netfs_sources.h"
-#include "pools/fs_sources.h"
-#include "pools/mount_table.h"
-#include "pools/pool_sources.h"
-#include "raid/array_recovery.h"
-#include "raid/array_sources.h"
-#include "status/usage_figures.h"
-#include "volgroups/group_sources.h"
+#include "inventory/groups.h"
+#include "records/array.h"
+#include "sources/df.h"
+#include "sources/fstab.h"
+#include "sources/hotspare.h"
+#include "sources/lvm.h"
+#include "sources/mdadm.h"
+#include "sources/mdfstab.h"
+#include "sources/mdstat.h"
+#include "sources/meminfo.h"
+#include "sources/mounts.h"
+#include "sources/mvsata.h"
+#include "sources/netfstab.h"
+#include "sources/partitions.h"
+#include "sources/share_lines.h"
+#include "sources/vexadm.h"
 
 #include <benchmark/benchmark.h>
 #include <climits>

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: MIT */
 /* status_page - prints the appliance's status page: what a front end shows first. It uses nothing
  * but the library's C interface; what cannot be told is shown with its code. */
-#include "status/zav_status.h"
+#include "zav/zav_status.h"
 
 #include <stdio.h>
 

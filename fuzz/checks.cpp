@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // What the checks of arguments let through holds only what it may.
-#include "frame/checks.h"
+#include "base/checks.h"
 
-#include "fuzz/fuzz.h"
+#include "fuzz.h"
 
 #include <algorithm>
 #include <string>

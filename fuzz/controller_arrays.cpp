@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The RAID controller's scan of its arrays.
-#include "frame/text.h"
-#include "fuzz/fuzz.h"
-#include "raid/array_sources.h"
+#include "base/text.h"
+#include "fuzz.h"
+#include "sources/vexadm.h"
 
 namespace zav::fuzz {
 

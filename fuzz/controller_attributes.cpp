@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The attributes of a disk as the RAID controller's tool prints them.
-#include "disks/smart_sources.h"
-#include "fuzz/fuzz.h"
+#include "fuzz.h"
+#include "sources/vexadm.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The RAID controller's scan of its disks.
-#include "disks/disk_sources.h"
-#include "fuzz/fuzz.h"
+#include "fuzz.h"
+#include "sources/vexadm.h"
 
 #include <algorithm>
 

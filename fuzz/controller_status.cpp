@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Status files of the disk controller.
-#include "disks/disk_sources.h"
-#include "frame/text.h"
-#include "fuzz/fuzz.h"
+#include "base/text.h"
+#include "fuzz.h"
+#include "sources/mvsata.h"
 
 namespace zav::fuzz {
 

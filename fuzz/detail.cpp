@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Values of mdadm's details.
-#include "frame/text.h"
-#include "fuzz/fuzz.h"
-#include "raid/array_sources.h"
+#include "base/text.h"
+#include "base/units.h"
+#include "fuzz.h"
+#include "sources/mdadm.h"
 
 namespace zav::fuzz {
 
@@ -19,7 +20,7 @@ void run(std::string_view input) {
         require(value->empty() || white_space.find(value->front()) == white_space.npos,
                 "a value begins without white space");
         const std::uint64_t kilobytes = decimal(*value);
-        require(kilobytes_to_gigabytes(kilobytes) - (kilobytes >> 20) <= 1,
+        require(kibibytes_to_gib(kilobytes) - (kilobytes >> 20) <= 1,
                 "gigabytes are rounded to the nearest");
         is_rebuilding(*value);
     }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "fuzz/fuzz.h"
+#include "fuzz.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The list of the hot-spare tool.
-#include "disks/disk_sources.h"
-#include "fuzz/fuzz.h"
+#include "fuzz.h"
+#include "sources/hotspare.h"
 
 namespace zav::fuzz {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The kernel's release text as a number.
-#include "fuzz/fuzz.h"
-#include "raid/array_creation.h"
+#include "fuzz.h"
+#include "sources/kernel_release.h"
 
 namespace zav::fuzz {
 

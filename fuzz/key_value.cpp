@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Sectioned key/value files, in memory. Input: section, key, value, then the file's text.
-#include "frame/key_value.h"
+#include "base/key_value.h"
 
-#include "frame/error_codes.h"
-#include "frame/file.h"
-#include "frame/text.h"
-#include "fuzz/fuzz.h"
+#include "base/codes.h"
+#include "base/file.h"
+#include "base/text.h"
+#include "fuzz.h"
 
 #include <cstring>
 #include <string>

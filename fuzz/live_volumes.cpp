@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // What pvdisplay prints, and how the volumes of a backup stand to it.
-#include "frame/text.h"
-#include "fuzz/fuzz.h"
-#include "recovery/backup_sources.h"
+#include "base/text.h"
+#include "fuzz.h"
+#include "sources/lvm.h"
 
 #include <string>
 

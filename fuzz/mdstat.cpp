@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 // /proc/mdstat: the names of the arrays, and their progress against a plain search.
-#include "frame/text.h"
-#include "fuzz/fuzz.h"
-#include "raid/array_sources.h"
+#include "sources/mdstat.h"
+
+#include "base/text.h"
+#include "fuzz.h"
 
 #include <string>
 #include <vector>

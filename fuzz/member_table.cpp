@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The device table that an array is created from again, and that of a superblock.
-#include "frame/text.h"
-#include "fuzz/fuzz.h"
-#include "raid/array_recovery.h"
+#include "base/text.h"
+#include "fuzz.h"
+#include "sources/mdadm.h"
 
 #include <algorithm>
 

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The kernel's mount table.
-#include "pools/mount_table.h"
-
-#include "frame/text.h"
-#include "fuzz/fuzz.h"
+#include "base/text.h"
+#include "fuzz.h"
+#include "sources/mounts.h"
 
 namespace zav::fuzz {
 

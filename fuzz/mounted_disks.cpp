@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The output of df.
-#include "disks/disk_sources.h"
-#include "frame/text.h"
-#include "fuzz/fuzz.h"
+#include "base/text.h"
+#include "fuzz.h"
+#include "sources/df.h"
 
 namespace zav::fuzz {
 

@@ -2,9 +2,9 @@
 // The option parser, with rules and arguments of every kind. The rules that end the process when
 // they are broken are left out. Input: the rules as pairs of a kind and letters, then the
 // arguments, one a line.
-#include "frame/options.h"
+#include "applets/options.h"
 
-#include "fuzz/fuzz.h"
+#include "fuzz.h"
 
 #include <algorithm>
 #include <array>

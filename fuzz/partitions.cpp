@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 // The kernel's partition table.
-#include "disks/disk_sources.h"
-#include "frame/text.h"
-#include "fuzz/fuzz.h"
-#include "raid/array_sources.h"
+#include "sources/partitions.h"
+
+#include "base/text.h"
+#include "fuzz.h"
+#include "sources/mdstat.h"
 
 #include <set>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // What is started without a shell must mean to a shell just what its words say.
-#include "frame/command.h"
-#include "frame/text.h"
-#include "fuzz/fuzz.h"
+#include "base/command.h"
+#include "base/text.h"
+#include "fuzz.h"
 
 namespace zav::fuzz {
 

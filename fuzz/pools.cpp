@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 // What lvdisplay prints, of all pools and of one.
-#include "frame/text.h"
-#include "fuzz/fuzz.h"
-#include "pools/pool_sources.h"
+#include "base/bounded_text.h"
+#include "base/text.h"
+#include "fuzz.h"
+#include "records/group.h"
+#include "records/pool.h"
+#include "sources/lvm.h"
 
 namespace zav::fuzz {
 

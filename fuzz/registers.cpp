@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 // The registers of mounted file systems: the first line of the input is a mount point to look for.
-#include "frame/text.h"
-#include "fuzz/fuzz.h"
-#include "netdisk/netfs_sources.h"
-#include "pools/fs_sources.h"
+#include "base/text.h"
+#include "fuzz.h"
+#include "sources/fstab.h"
+#include "sources/mdfstab.h"
+#include "sources/netfstab.h"
 
 #include <algorithm>
 
@@ -35,7 +36,8 @@ void run(std::string_view input) {
     if (!kept) {
         return;
     }
-    require(kept->size() <= input.size() + std::ranges::count(input, '\n') + input.size() / 255 + 1,
+    const auto feeds = static_cast<std::size_t>(std::ranges::count(input, '\n'));
+    require(kept->size() <= input.size() + feeds + input.size() / 255 + 1,
             "a register only grows by line ends");
     require(kept->empty() || kept->ends_with('\n'), "its last line has an end");
     require(!register_has(*kept, mntpoint) || mntpoint.empty(), "the mount point is gone");

@@ -1,10 +1,17 @@
 // SPDX-License-Identifier: MIT
 // The share register and the services' files: what is read and written again is the same.
-#include "frame/error_codes.h"
-#include "frame/text.h"
-#include "fuzz/fuzz.h"
-#include "shares/share_sources.h"
-#include "shares/share_texts.h"
+#include "base/codes.h"
+#include "base/file.h"
+#include "base/text.h"
+#include "fuzz.h"
+#include "records/share.h"
+#include "sources/exports.h"
+#include "sources/ietd_conf.h"
+#include "sources/nas_users.h"
+#include "sources/passwd.h"
+#include "sources/share_lines.h"
+#include "sources/share_register.h"
+#include "sources/smb_conf.h"
 
 #include <algorithm>
 #include <functional>

@@ -1,9 +1,17 @@
 // SPDX-License-Identifier: MIT
 // Collecting shares: the same text as the register and as every service's file.
-#include "shares/share_scan.h"
-
-#include "frame/text.h"
-#include "fuzz/fuzz.h"
+#include "base/text.h"
+#include "fuzz.h"
+#include "inventory/shares.h"
+#include "records/share.h"
+#include "sources/exports.h"
+#include "sources/iet_volumes.h"
+#include "sources/ietd_conf.h"
+#include "sources/lvm.h"
+#include "sources/mounts.h"
+#include "sources/share_register.h"
+#include "sources/smb_conf.h"
+#include "sources/vsftpd.h"
 
 #include <algorithm>
 

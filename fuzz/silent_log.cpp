@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The log of a fuzzer: nowhere. Stands in for frame/log.cpp, so that no run touches the machine's.
-#include "frame/log.h"
+#include "base/log.h"
 
 namespace zav {
 

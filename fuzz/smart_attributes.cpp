@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The table of attributes that smartctl prints.
-#include "disks/smart_sources.h"
-#include "fuzz/fuzz.h"
+#include "fuzz.h"
+#include "sources/smartctl.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // A disk's identity and health as smartctl prints them.
-#include "disks/smart_sources.h"
-#include "fuzz/fuzz.h"
+#include "fuzz.h"
+#include "sources/smartctl.h"
 
 namespace zav::fuzz {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Fields, trimming and numbers of one text. Input: separators, text.
-#include "frame/text.h"
-#include "fuzz/fuzz.h"
+#include "base/text.h"
+#include "fuzz.h"
 
 #include <cerrno>
 #include <climits>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Lines of a text: pieces, counted lines, look-ups by key. Input: key, separators, text.
-#include "frame/text.h"
-#include "fuzz/fuzz.h"
+#include "base/text.h"
+#include "fuzz.h"
 
 #include <string>
 #include <vector>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // /proc/meminfo and the output of vmstat.
-#include "status/usage_figures.h"
-
-#include "fuzz/fuzz.h"
+#include "fuzz.h"
+#include "sources/meminfo.h"
+#include "sources/vmstat.h"
 
 #include <cmath>
 

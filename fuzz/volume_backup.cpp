@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // LVM's backup of a volume group. Input: the name of a pool, then the backup.
-#include "frame/text.h"
-#include "fuzz/fuzz.h"
-#include "recovery/backup_sources.h"
+#include "base/text.h"
+#include "fuzz.h"
+#include "sources/lvm_backup.h"
 
 namespace zav::fuzz {
 

@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: MIT
+// vgmanage: lists, creates and deletes volume groups.
+#include "actions/groups/groups.h"
+#include "actions/groups/recovery.h"
+#include "applets/applets.h"
+#include "base/checks.h"
+#include "base/codes.h"
+#include "base/text.h"
+#include "inventory/groups.h"
+#include "records/disk.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+namespace zav {
+
+namespace {
+
+// The bits of the options, by their places in the option string.
+enum : std::uint32_t { create_bit = 0x1, display_bit = 0x2, delete_bit = 0x4 };
+
+struct Arguments {
+    std::uint32_t mode = 0;
+    const char* name = nullptr;
+    const char* volumes = nullptr;
+    const char* device = nullptr;
+};
+
+/// In the name of the command, from the line that calls this.
+int fail(int code, int line = __builtin_LINE()) {
+    return fail_command(code, {"vgmanage_main", line});
+}
+
+void fill_group(const Arguments& arguments, vginfo& group) {
+    group.name = arguments.name;
+    group.device = arguments.device != nullptr ? arguments.device : disk_device::main_controller;
+    for (const std::string_view name : split(arguments.volumes, ",")) {
+        pvinfo& volume = group.physical_volumes.append();
+        volume.name = name;
+        volume.device = group.device;
+    }
+}
+
+int create(const Arguments& arguments) {
+    if (check_name32(arguments.name) != 0) {
+        return fail(error::bad_group_name);
+    }
+    if (check_name_list(arguments.volumes) != 0) {
+        return fail(error::bad_volume_list);
+    }
+    if (arguments.device != nullptr && check_name8(arguments.device) != 0) {
+        return fail(error::bad_device);
+    }
+    vginfo group;
+    fill_group(arguments, group);
+    const int result = create_group(group);
+    if (result != error::command_failed) {
+        return result == 0 ? 0 : fail(result);
+    }
+    if (check_vgdisplay(arguments.name) != 1) {
+        fail(error::group_not_created);
+    }
+    return 0; // the output alone tells of the failure: front ends rely on the status
+}
+
+void show_group(const vginfo& group) {
+    std::string volumes;
+    for (const pvinfo& volume : group.physical_volumes) {
+        volumes.append(volumes.empty() ? "" : ",").append(volume.name);
+    }
+    std::printf("%s\t%s\t%s\t%lldG\t%lldG\t%s\n", group.name.c_str(), group.status.c_str(),
+                group.device.c_str(), static_cast<long long>(group.allsize),
+                static_cast<long long>(group.usedsize), volumes.c_str());
+}
+
+int display(const Arguments& arguments) {
+    vginfo_list groups;
+    if (get_vginfo(groups) != 0) {
+        return fail(error::no_group_list);
+    }
+    if (arguments.name != nullptr && check_name32(arguments.name) != 0) {
+        return fail(error::bad_group_name);
+    }
+    const auto is_shown = [&arguments](const vginfo& group) {
+        return arguments.name == nullptr || group.name == arguments.name;
+    };
+    if (arguments.name != nullptr && std::ranges::none_of(groups, is_shown)) {
+        return fail(error::no_such_group);
+    }
+    std::puts("vgname\tstatus\tdevice\tallsize\tusedsize\tpvname");
+    std::puts("*****************************************************");
+    for (const vginfo& group : groups) {
+        if (is_shown(group)) {
+            show_group(group);
+        }
+    }
+    return 0;
+}
+
+int delete_named(const Arguments& arguments) {
+    if (check_name32(arguments.name) != 0) {
+        return fail(error::bad_group_name);
+    }
+    if (vg_raid_resume(arguments.name) != 0) {
+        return fail(error::group_not_deleted);
+    }
+    vginfo_list groups;
+    const vginfo* group = nullptr;
+    if (const int result = find_group_to_delete(arguments.name, groups, group); result != 0) {
+        // The tool that lists the groups failed: the group is still there.
+        return fail(result == error::command_failed ? error::group_not_deleted : result);
+    }
+    const int result = remove_group(*group);
+    if (result != error::command_failed) {
+        return result == 0 ? 0 : fail(result);
+    }
+    // LVM may have failed after the group was gone.
+    const int known = check_vgdisplay(arguments.name);
+    if (known == 0) {
+        return 0;
+    }
+    return fail(known == 1 ? error::group_not_deleted : known);
+}
+
+} // namespace
+
+int vgmanage_main(int argc, char** argv) {
+    Arguments arguments;
+    arguments.mode = zav_getopt(argc, argv, applet_options("vgmanage"),
+                                {&arguments.name, &arguments.volumes, &arguments.device});
+    if ((arguments.mode & create_bit) != 0) {
+        return create(arguments);
+    }
+    if ((arguments.mode & display_bit) != 0) {
+        return display(arguments);
+    }
+    if ((arguments.mode & delete_bit) != 0) {
+        return delete_named(arguments);
+    }
+    // An unknown option came before any mode.
+    return 0;
+}
+
+} // namespace zav

@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: MIT
+#include "actions/netdisks/netdisks.h"
+
+#include "actions/disks/disks.h"
+#include "actions/filesystems/filesystems.h"
+#include "actions/filesystems/mount_register.h"
+#include "base/codes.h"
+#include "base/command.h"
+#include "base/log.h"
+#include "base/text.h"
+#include "inventory/filesystems.h"
+#include "inventory/netdisks.h"
+#include "platform/models.h"
+#include "sources/mkfs.h"
+#include "sources/netfstab.h"
+
+#include <algorithm>
+
+namespace zav {
+
+namespace {
+
+constexpr MountRegister netfstab = {netfstab_path, netfstab_copy_template};
+
+std::string label_source(const char* label) {
+    return format_text("-L %s", label);
+}
+
+} // namespace
+
+std::string netfs_mount_point(const char* label) {
+    return format_text("/mnt/%s/%s", "netdisk", label);
+}
+
+int netfs_make(const char* label, const char* device) {
+    const bool is_reiserfs = product_fs_type() == reiserfs_type;
+    return run_or_fail({label, device},
+                       is_reiserfs ? format_text(make_labelled_reiserfs_command, label, device)
+                                   : format_text(make_labelled_xfs_command, label, device));
+}
+
+int netfs_mount(const char* mntpoint, const char* label) {
+    return mount_source(mntpoint, label_source(label), product_fs_type(), "mount");
+}
+
+int netfs_mount_typed(const char* mntpoint, const char* label, std::string_view type) {
+    return mount_source(mntpoint, label_source(label), type, "/bin/mount");
+}
+
+int netfs_repair(const std::string& device, std::string_view type) {
+    return repair_device(device, type);
+}
+
+int netfstab_add(const char* mntpoint, const char* label) {
+    return register_add(netfstab, mntpoint,
+                        format_text(netfstab_line, label, mntpoint, product_fs_type().data()));
+}
+
+int netfstab_remove(const char* mntpoint) {
+    return register_remove(netfstab, mntpoint);
+}
+
+int create_netfs(const char* label, const char* device) {
+    if (netfs_make(label, device) != 0) {
+        return error::fs_not_made;
+    }
+    const std::string mntpoint = netfs_mount_point(label);
+    netfstab_add(mntpoint.c_str(), label);
+    mntdir_create(mntpoint.c_str());
+    return netfs_mount(mntpoint.c_str(), label) == 0 ? 0 : error::fs_not_mounted;
+}
+
+int delete_netfs(const char* label) {
+    const std::string mntpoint = netfs_mount_point(label);
+    const std::string device = mounted_device(label);
+    if (check_umount(label) != 0) {
+        return error::fs_not_unmounted;
+    }
+    mntdir_remove(mntpoint.c_str());
+    netfstab_remove(mntpoint.c_str());
+    if (device.empty()) {
+        log_error("network disk '%s' is not mounted: its device is not cleared", label);
+        return 0;
+    }
+    disk_format(device.c_str());
+    return 0;
+}
+
+int repair_kor_netfs(const char* label) {
+    std::string device = mounted_device(label);
+    if (check_umount(label) != 0) {
+        return log_return(error::fs_not_unmounted);
+    }
+    fs_list disks;
+    netfstab_read(disks);
+    const auto disk =
+        std::ranges::find_if(disks, [label](const fs_info& fs) { return fs.name == label; });
+    if (disk == disks.end()) {
+        return log_return(error::fs_not_repaired);
+    }
+    const char* mntpoint = disk->mntpoint.c_str();
+    if (const int result = check_mount_point(mntpoint); result != 0) {
+        return log_return(result);
+    }
+    if (device.empty()) {
+        device = labelled_device(label);
+    }
+    const int repaired = netfs_repair(device, disk->fstype);
+    if (repaired != 0) {
+        log_return(repaired);
+    }
+    const int mounted = mount_repaired(
+        label, mntpoint, [&] { return netfs_mount_typed(mntpoint, label, disk->fstype); });
+    if (mounted != 0) {
+        return log_return(mounted);
+    }
+    netfstab_add(mntpoint, label);
+    return repaired;
+}
+
+} // namespace zav

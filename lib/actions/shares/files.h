@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// The share register and the services' files, each read and rewritten under a lock of the whole
+/// file. Nobody waits for a lock.
+#pragma once
+
+#include "base/file.h"
+#include "records/share.h"
+
+#include <string_view>
+
+namespace zav {
+
+/// Opens a file, made when it is not there, and locks it. 0, file_error::not_opened, or
+/// error::file_locked. The lock ends when `fd` is closed; no other descriptor of the file may be
+/// closed until then.
+int file_lock_open(const char* path, FileDescriptor& fd);
+
+/// Adds the shares of the register to the list. 0, file_error::unread or file_error::malformed.
+int share_list_read(const FileDescriptor& fd, share_list& list);
+
+/// Rewrites the register and hands it to the configuration tool. 0 or file_error::unwritten, which
+/// leaves it short.
+int share_list_write(const FileDescriptor& fd, const share_list& list);
+
+/// One service's file of shares in use, or of forbidden ones.
+struct ServiceFile {
+    std::string_view service;
+    const char* path; ///< null for a service without a file of its own
+    int (*parse)(std::string_view text, share_list& list);
+    int (*write)(int fd, const share_list& list);
+};
+
+/// The live file of a service, or the recycle file that keeps its forbidden shares; null for a
+/// service that has none. The case does not matter.
+const ServiceFile* live_file(std::string_view service);
+const ServiceFile* recycle_file(std::string_view service);
+
+/// A service's file with its lock and its shares.
+class OpenServiceFile {
+  public:
+    /// 0; error::service_file_unopened, error::file_locked, error::share_file_malformed.
+    int open(const ServiceFile& file);
+
+    [[nodiscard]] share_list& shares() { return shares_; }
+
+    /// Whether the service has a file of its own at all.
+    [[nodiscard]] bool has_file() const { return file_->path != nullptr; }
+
+    /// Rewrites the file and hands it to the configuration tool. 0 or
+    /// error::service_file_unwritten, which leaves it short.
+    int write();
+
+  private:
+    const ServiceFile* file_ = nullptr;
+    FileDescriptor fd_;
+    share_list shares_;
+};
+
+/// The register in the same way: 0; error::share_register_unopened, error::file_locked,
+/// error::share_file_malformed; write() gives error::share_register_unwritten.
+class OpenRegister {
+  public:
+    int open();
+    [[nodiscard]] share_list& shares() { return shares_; }
+    int write();
+
+  private:
+    FileDescriptor fd_;
+    share_list shares_;
+};
+
+/// live_file() or recycle_file(), opened. Also error::unknown_service.
+int service_conf_open(OpenServiceFile& file, std::string_view service);
+int recy_conf_open(OpenServiceFile& file, std::string_view service);
+
+/// Reads a file of exports: 0, error::service_file_unopened, error::file_locked or
+/// error::share_file_malformed.
+int read_exports_file(const char* path, share_list& list);
+
+} // namespace zav

@@ -1,0 +1,214 @@
+// SPDX-License-Identifier: MIT
+#include "base/command.h"
+
+#include "base/codes.h"
+#include "base/file.h"
+#include "base/process.h"
+#include "base/text.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace zav {
+
+namespace {
+
+constexpr std::size_t longest_command = 255;
+constexpr std::size_t longest_path_variable = 255;
+constexpr std::string_view error_redirection = " 2>> /dev/null";
+constexpr const char* tool_directories =
+    "/bin:/sbin:/usr/bin:/usr/sbin:/usr/local/bin:/usr/local/sbin";
+
+/// A bare word may be a shell's builtin, or mean something to it; these are programs everywhere.
+constexpr std::array<std::string_view, 1> bare_programs = {"cat"};
+
+/// PATH with the tools' directories in front, for the life of one command.
+class ToolPath {
+  public:
+    ToolPath() {
+        const char* current = std::getenv("PATH");
+        saved_ = current != nullptr ? current : "";
+        set(std::string(tool_directories) + ":" + saved_);
+    }
+    ToolPath(const ToolPath&) = delete;
+    ToolPath& operator=(const ToolPath&) = delete;
+    /// What was unset is empty afterwards, what was longer is cut.
+    ~ToolPath() { set(saved_); }
+
+  private:
+    static void set(std::string value) {
+        value.resize(std::min(value.size(), longest_path_variable));
+        ::setenv("PATH", value.c_str(), 1);
+    }
+    std::string saved_;
+};
+
+std::string text_for_shell(std::string_view command) {
+    std::string text(command);
+    text += error_redirection;
+    text.resize(std::min(text.size(), longest_command));
+    return text;
+}
+
+bool is_plain_word(std::string_view word) {
+    return std::ranges::all_of(word, is_plain_character);
+}
+
+bool is_program(std::string_view word) {
+    if (word.find('=') != std::string_view::npos) {
+        return false;
+    }
+    return word.find('/') != std::string_view::npos ||
+           std::ranges::find(bare_programs, word) != bare_programs.end();
+}
+
+const char* failure_format(FailureWording wording) {
+    switch (wording) {
+    case FailureWording::no_blank_before_for:
+        return "system(\"%s\") return %s with exit(%d)for '%s'\n";
+    case FailureWording::no_blanks_around_for:
+        return "system(\"%s\") return %s with exit(%d)for'%s'\n";
+    case FailureWording::no_blank_before_return:
+        return "system(\"%s\")return %s with exit(%d) for '%s'\n";
+    case FailureWording::standard:
+        break;
+    }
+    return "system(\"%s\") return %s with exit(%d) for '%s'\n";
+}
+
+} // namespace
+
+std::optional<PlainCommand> parse_plain_command(std::string_view text) {
+    PlainCommand command;
+    std::optional<PlainCommand::Redirection> redirection;
+    for (const std::string_view word : split(text, " ")) {
+        if (word == ">" || word == "2>>") {
+            if (redirection) {
+                return std::nullopt;
+            }
+            redirection = {word == ">" ? STDOUT_FILENO : STDERR_FILENO, word == "2>>", ""};
+        } else if (!is_plain_word(word)) {
+            return std::nullopt;
+        } else if (redirection) {
+            redirection->path = word;
+            command.redirections.push_back(*std::exchange(redirection, std::nullopt));
+        } else {
+            command.words.emplace_back(word);
+        }
+    }
+    if (redirection || command.words.empty() || !is_program(command.words.front())) {
+        return std::nullopt;
+    }
+    return command;
+}
+
+int run_command(std::string_view command) {
+    const ToolPath path;
+    const std::string text = text_for_shell(command);
+    // A plain command is started without a shell in between, which halves the cost of a small
+    // tool. Whatever that fails on, the shell is asked, and its status stands.
+    if (const auto plain = parse_plain_command(text)) {
+        if (const auto status = run_program(*plain)) {
+            return *status;
+        }
+    }
+    return run_program({{"/bin/sh", "-c", text}, {}}).value_or(-1);
+}
+
+bool is_run_whole(std::string_view command) {
+    if (command.size() > longest_command) {
+        return false;
+    }
+    // What is left of the redirection: nothing or a blank, a file instead of /dev/null, or the
+    // whole of it are harmless; "2" would be one more argument, the rest the shell refuses.
+    const std::size_t left = longest_command - command.size();
+    return left <= 1 || left == 7 || left == 8 || (left >= 11);
+}
+
+int log_command_failure(std::string_view command, int status, FailureWording wording) {
+    constexpr int signal_mask = 0x7f;
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    return log_error(failure_format(wording), std::string(command).c_str(),
+                     (status & signal_mask) == 0 ? "normal" : "unnormal", (status >> 8) & 0xff,
+                     std::strerror(errno));
+#pragma GCC diagnostic pop
+}
+
+int refuse_command(std::string_view command, FailureWording wording) {
+    constexpr int not_started = -1;
+    log_command_failure(command, not_started, wording);
+    return not_started;
+}
+
+int run_and_log(std::string_view command, FailureWording wording) {
+    const int status = run_command(command);
+    if (status != 0) {
+        log_command_failure(command, status, wording);
+    }
+    return status;
+}
+
+int run_or_fail(std::string_view command) {
+    return run_and_log(command) == 0 ? 0 : error::command_failed;
+}
+
+int run_or_fail(std::initializer_list<std::string_view> names, const std::string& command) {
+    if (std::ranges::all_of(names, is_plain_name) && is_run_whole(command)) {
+        return run_or_fail(command);
+    }
+    refuse_command(command);
+    return error::command_failed;
+}
+
+Capture::Capture(std::string path_template) : path_(std::move(path_template)) {
+    // The shell writes into it by name; the descriptor is of no further use.
+    made_ = bool(FileDescriptor(::mkostemp(path_.data(), O_CLOEXEC)));
+}
+
+Capture::~Capture() {
+    if (made_ && !kept_) {
+        ::unlink(path());
+    }
+}
+
+int Capture::run(std::string_view command) const {
+    return made_ ? run_command(command) : -1;
+}
+
+int Capture::run_and_log(std::string_view command, FailureWording wording) const {
+    const int status = run(command);
+    if (status != 0) {
+        log_command_failure(command, status, wording);
+    }
+    return status;
+}
+
+int Capture::read_or_fail(std::string& text, int status, int unread, LogSite site) {
+    struct stat file = {};
+    if (::stat(path(), &file) != 0) {
+        log_error("cannot stat %s for '%s'\n", path(), std::strerror(errno));
+        return error::command_failed;
+    }
+    auto content = read();
+    if (!content) {
+        log_errno(status, site);
+        keep();
+        return unread;
+    }
+    text = std::move(*content);
+    return 0;
+}
+
+std::optional<std::string> Capture::read() const {
+    return made_ ? read_file(path()) : std::nullopt;
+}
+
+} // namespace zav

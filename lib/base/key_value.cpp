@@ -1,0 +1,299 @@
+// SPDX-License-Identifier: MIT
+#include "base/key_value.h"
+
+#include "base/codes.h"
+#include "base/file.h"
+#include "base/text.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <string>
+#include <string_view>
+#include <unistd.h>
+
+namespace zav {
+
+namespace {
+
+constexpr std::size_t line_size = 512;
+constexpr std::size_t remove_room = 128;
+
+/// Where a lookup found what it looked for; lines are counted from 1.
+struct Found {
+    int code = 0;
+    std::size_t header_line = 0;
+    std::size_t key_line = 0;
+    std::size_t key_lines = 0; ///< the key's own line and those it goes on on
+    std::string value;
+};
+
+class Lines : public ByteLines {
+  public:
+    explicit Lines(std::string_view file) : ByteLines(file, line_size) {}
+};
+
+bool is_passed_over(std::string_view content) {
+    return content.empty() || content.front() == ';';
+}
+
+/// Reads on to the next section's header. 0 or a code.
+int next_section(Lines& lines, std::string& section) {
+    std::string line;
+    while (lines.next(line)) {
+        std::string_view content = skip_blanks(line);
+        if (is_passed_over(content) || content.front() != '[') {
+            continue;
+        }
+        // A header of two characters is taken without its bracket: "[x" is section "x".
+        if (content.size() > 2) {
+            if (content.back() != ']') {
+                return file_error::malformed;
+            }
+            content.remove_suffix(1);
+        }
+        section = content.substr(1);
+        return 0;
+    }
+    return file_error::no_section;
+}
+
+/// Reads on to the header of that section. 0 or a code.
+int find_section(Lines& lines, std::string_view section) {
+    std::string found;
+    int code = next_section(lines, found);
+    while (code == 0 && found != section) {
+        code = next_section(lines, found);
+    }
+    return code;
+}
+
+/// Joins the lines that `line` goes on on. Adds how many there were to `count`; 0 or a code.
+int join_continuations(Lines& lines, std::string& line, std::size_t& count) {
+    std::string next;
+    bool goes_on = line.ends_with('+');
+    while (goes_on) {
+        line.pop_back();
+        if (!lines.next(next)) {
+            break;
+        }
+        ++count;
+        line += next;
+        // What was joined may still end in a "+" of its own: only the line just read counts.
+        goes_on = next.ends_with('+');
+        if (line.size() > line_size) {
+            return file_error::too_long;
+        }
+    }
+    return 0;
+}
+
+/// Reads the section's lines up to the key. 0 or a code.
+int find_key(Lines& lines, std::string_view key, Found& found) {
+    std::string line;
+    while (lines.next(line)) {
+        if (is_passed_over(skip_blanks(line))) {
+            continue;
+        }
+        if (skip_blanks(line).front() == '[') {
+            return file_error::no_key;
+        }
+        found.key_line = lines.number();
+        found.key_lines = 1;
+        if (const int code = join_continuations(lines, line, found.key_lines); code != 0) {
+            return code;
+        }
+        const std::size_t equals = line.find('=');
+        if (equals == std::string::npos) {
+            return file_error::malformed;
+        }
+        const std::string_view content = line;
+        if (trim_right(skip_blanks(content.substr(0, equals))) == key) {
+            found.value = skip_blanks(content.substr(equals + 1));
+            return 0;
+        }
+    }
+    return file_error::no_key;
+}
+
+Found lookup(std::string_view file, const char* section, const char* key) {
+    Found found;
+    Lines lines(file);
+    found.code = find_section(lines, section);
+    if (found.code == 0) {
+        found.header_line = lines.number();
+        found.code = find_key(lines, key, found);
+    }
+    return found;
+}
+
+/// The file's text; a code when it cannot be opened or read.
+int read_text(const char* path, std::string& text) {
+    const FileDescriptor fd = FileDescriptor::open(path, O_RDONLY);
+    if (!fd) {
+        return file_error::not_opened;
+    }
+    auto content = read_rest(fd.get());
+    if (!content) {
+        return file_error::unread;
+    }
+    text = std::move(*content);
+    return 0;
+}
+
+std::string key_line_text(const char* key, const char* value) {
+    return format_text("\t%s = %s\n", key, value);
+}
+
+/// Adds the section with its first key at the end of the file.
+int append_section(const char* path, std::string_view text, const char* section, const char* key,
+                   const char* value) {
+    FileDescriptor fd = FileDescriptor::open(path, O_WRONLY | O_APPEND | O_CREAT, 0644);
+    if (!fd) {
+        return file_error::not_created;
+    }
+    std::string added;
+    if (!text.empty() && text.back() != '\n') {
+        added = "\n"; // else the header would be part of the last line
+    }
+    added += format_text("%c%s%c\n", '[', section, ']') + key_line_text(key, value);
+    const off_t size = ::lseek(fd.get(), 0, SEEK_END);
+    if (!write_all(fd.get(), added)) {
+        // Half a section would be worse than none.
+        [[maybe_unused]] const int result = ::ftruncate(fd.get(), size);
+        return file_error::unwritten;
+    }
+    return fd.close() ? 0 : file_error::unwritten;
+}
+
+/// The file's text with the key's line in its new place.
+std::string replaced_text(std::string_view text, const Found& found, const char* key,
+                          const char* value) {
+    const bool has_key = found.code == 0;
+    const std::size_t last_before = has_key ? found.key_line - 1 : found.header_line;
+    const std::size_t skipped = has_key ? found.key_lines : 0;
+    std::string result;
+    std::string line;
+    Lines lines(text);
+    bool placed = false;
+    while (true) {
+        if (!placed && lines.number() == last_before) {
+            result += key_line_text(key, value);
+            placed = true;
+        }
+        if (!lines.next(line)) {
+            return result;
+        }
+        if (lines.number() <= last_before || lines.number() > last_before + skipped) {
+            result += line + "\n";
+        }
+    }
+}
+
+/// Writes the text beside, then copies it over the file: a write that fails leaves the original.
+int replace_file(const char* path, std::string_view text) {
+    char temporary[] = "/tmp/keyvalue.XXXXXX";
+    FileDescriptor fd(::mkostemp(temporary, O_CLOEXEC));
+    if (!fd) {
+        return file_error::not_created;
+    }
+    const bool written = write_all(fd.get(), text);
+    int code = fd.close() && written ? 0 : file_error::unwritten;
+    if (code == 0) {
+        code = copy_file(temporary, path);
+    }
+    ::unlink(temporary);
+    return code;
+}
+
+std::string without_element(std::string_view value, char separator, std::string_view dropped) {
+    std::string result;
+    for (const std::string_view element : split(value, std::string_view(&separator, 1))) {
+        if (element != dropped) {
+            result.append(element) += separator;
+        }
+    }
+    if (!result.empty()) {
+        result.pop_back();
+    }
+    return result;
+}
+
+} // namespace
+
+int key_value_get(const char* path, const char* section, const char* key, char* value,
+                  std::size_t room) {
+    std::string text;
+    if (const int code = read_text(path, text); code != 0) {
+        return code;
+    }
+    const Found found = lookup(text, section, key);
+    if (found.code == 0 && room > 0) {
+        const std::size_t count = std::min(found.value.size(), room - 1);
+        std::memcpy(value, found.value.data(), count);
+        value[count] = '\0';
+    }
+    return found.code;
+}
+
+int key_value_get(char* value, std::size_t room, const char* path, const char* section,
+                  const char* key) {
+    return key_value_get(path, section, key, value, room);
+}
+
+KeyValueIndex::KeyValueIndex(std::string_view file) {
+    Lines lines(file);
+    std::string section;
+    // Behind a malformed header no section is found.
+    while (next_section(lines, section) == 0) {
+        sections_.emplace(section, lines.rest());
+    }
+}
+
+std::optional<std::string> KeyValueIndex::get(const std::string& section,
+                                              std::string_view key) const {
+    const auto at = sections_.find(section);
+    if (at == sections_.end()) {
+        return std::nullopt;
+    }
+    Lines lines(at->second);
+    Found found;
+    return find_key(lines, key, found) == 0 ? std::optional(found.value) : std::nullopt;
+}
+
+int key_value_set(const char* path, const char* section, const char* key, const char* value) {
+    std::string text;
+    Found found;
+    found.code = read_text(path, text);
+    if (found.code == 0) {
+        found = lookup(text, section, key);
+    }
+    switch (found.code) {
+    case file_error::not_opened:
+    case file_error::no_section:
+        return append_section(path, text, section, key, value);
+    case file_error::no_key:
+    case 0:
+        return replace_file(path, replaced_text(text, found, key, value));
+    default:
+        return found.code;
+    }
+}
+
+int key_value_remove(const char* item, const char* path, const char* section, const char* key) {
+    char value[remove_room] = "";
+    if (const int code = key_value_get(path, section, key, value, sizeof value); code != 0) {
+        return code;
+    }
+    std::string rest = value;
+    if (!is_letter_or_digit(item[0])) {
+        rest = item[0] == '\0' ? rest : without_element(rest, item[0], item + 1);
+    } else if (rest == item) {
+        rest.clear();
+    }
+    return key_value_set(path, section, key, rest.c_str());
+}
+
+} // namespace zav

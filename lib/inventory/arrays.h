@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// The array list. Discovery changes nothing: it runs commands that only read, and reads files of
+/// the kernel.
+#pragma once
+
+#include "base/bounded_text.h"
+#include "records/array.h"
+#include "records/disk.h"
+#include "sources/sys_block.h"
+
+#include <cstddef>
+#include <string_view>
+
+namespace zav {
+
+/// Builds the list of all arrays from the sources that the product model has. On failure the list
+/// may hold records that are filled in part. 0, or the code of the source that failed; other rooms
+/// report error::no_array_list.
+int get_mdinfo(mdinfo_list& list);
+
+/// The names of all arrays. Runs cat on /proc/mdstat. 0, error::command_failed or
+/// error::array_status_unread.
+int get_mdinfo_from_proc(mdinfo_list& list);
+
+/// Level, size and state. Runs mdadm --detail on each array; one that fails is logged and keeps its
+/// defaults, and the others are read all the same. 0 or error::array_output_unread.
+int get_mdinfo_from_mdadm(mdinfo_list& list);
+
+/// Members, device and whether the array can run. Builds the disk list and reads
+/// /sys/block/<array>/md. 0 or error::array_directory_unread, which ends it at that array.
+int get_mdinfo_from_sysblock(mdinfo_list& list);
+
+/// The progress of rebuilds. Runs cat on /proc/mdstat. 0, error::command_failed or
+/// error::array_status_unread.
+int get_mdinfo_from_mdstat(mdinfo_list& list);
+
+/// The arrays of the RAID controller. Runs vexadm --display --scan. 0, error::command_failed or
+/// error::array_output_unread.
+int get_mdinfo_from_vexadm(mdinfo_list& list);
+
+/// The names of all arrays in /proc/partitions, a source for systems without /proc/mdstat. 0 or
+/// error::partitions_unread.
+int get_mdinfo_from_partitions(mdinfo_list& list);
+
+/// Copies at most `capacity` - 1 characters of a value of mdadm's details. 0, or
+/// error::array_key_missing, logged.
+int get_mdinfo_type(std::string_view detail, char* destination, std::size_t capacity,
+                    const char* key);
+
+/// Reads a member's state file.
+DiskState get_disk_state(const char* path);
+
+/// The number in the file; 0 when it cannot be read.
+int get_raid_disks(const char* path);
+
+/// Rewrites members and spare of every array from kernel names to channels. 0 or
+/// error::no_disk_list.
+int disks_to_ch(mdinfo_list& list);
+
+/// 0 for an array that runs, error::array_inactive, error::bad_array_name when there is none of
+/// that name, error::no_array_list.
+int check_raid_state(const char* name);
+
+/// Copies the type of an array. 0, error::bad_array_name, error::no_array_list.
+int get_raid_type(const char* name, BoundedText<8>& type);
+
+/// Copies the member disks of an array, or of all arrays for a null name, to the list. 0,
+/// error::no_array_list, error::no_such_array, error::no_disk_list.
+int get_disks_from_md(const char* name, disk_list& members);
+
+} // namespace zav

@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: MIT
+#include "inventory/backups.h"
+
+#include "base/codes.h"
+#include "base/command.h"
+#include "base/file.h"
+#include "base/text.h"
+#include "sources/lvm.h"
+#include "sources/lvm_backup.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <sys/stat.h>
+
+namespace zav {
+
+namespace {
+
+constexpr std::size_t most_backups = 32;
+
+bool is_regular(const std::string& path) {
+    struct stat status = {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+} // namespace
+
+bool has_backup_directory() {
+    struct stat status = {};
+    if (::stat(backup_directory, &status) == 0 && S_ISDIR(status.st_mode)) {
+        return true;
+    }
+    std::printf("'%s' not exist\n", backup_directory);
+    return false;
+}
+
+int get_vg_from_backup(std::vector<GroupName>& names, std::size_t max) {
+    if (!has_backup_directory()) {
+        return 0;
+    }
+    const auto entries = directory_entries(backup_directory);
+    if (!entries) {
+        std::printf("cannot open '%s'\n", backup_directory);
+        return error::backup_directory_unread;
+    }
+    for (const std::string& entry : *entries) {
+        if (names.size() < max && is_regular(backup_path(entry))) {
+            names.emplace_back(entry);
+        }
+    }
+    return static_cast<int>(names.size());
+}
+
+bool find_pool_in_backups(std::string_view pool, GroupName& group, std::string& backup,
+                          LogSite reader) {
+    std::vector<GroupName> names;
+    const int count = get_vg_from_backup(names, most_backups);
+    if (count <= 0) {
+        log_error("%s[%d]: with %d", reader.function, reader.line, count);
+        return false;
+    }
+    for (const GroupName& name : names) {
+        const std::string path = backup_path(name);
+        auto text = read_file(path.c_str());
+        if (!text) {
+            std::printf("file '%s' cannot open\n", path.c_str());
+            log_error("%s[%d]: %s", reader.function, reader.line, std::strerror(errno));
+        } else if (backup_has_pool(*text, pool)) {
+            group = name;
+            backup = std::move(*text);
+            return true;
+        }
+    }
+    return false;
+}
+
+int vgname_from_backup(const char* pool, GroupName& group) {
+    std::string backup;
+    find_pool_in_backups(pool, group, backup, LogSite::here());
+    return 0;
+}
+
+int get_idpv_from_pvdisplay(live_pv_list& list) {
+    Capture capture(pvdisplay_template);
+    // With volumes missing the tool may well fail: what it prints is what counts.
+    const int status = capture.run_and_log(format_text(pvdisplay_command, capture.path()));
+    const auto output = capture.read();
+    if (!output) {
+        std::printf("cannot open %s\n", capture.path());
+        log_errno(status);
+        return error::group_output_unread;
+    }
+    parse_live_volumes(*output, list);
+    return 0;
+}
+
+} // namespace zav

@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: MIT
+#include "inventory/filesystems.h"
+
+#include "base/codes.h"
+#include "base/file.h"
+#include "base/log.h"
+#include "base/text.h"
+#include "inventory/mounts.h"
+#include "inventory/pools.h"
+#include "platform/models.h"
+#include "platform/product_model.h"
+#include "sources/mdfstab.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <unordered_map>
+
+namespace zav {
+
+namespace {
+
+constexpr int mebibytes_shift = 10;
+
+void fill_from_pool(const pool_info& pool, fs_info& fs) {
+    fs.status = pool.status;
+    fs.ownername = pool.vgname;
+    fs.device = pool.device;
+    fs.allsize = pool.allsize << mebibytes_shift;
+    fs.usedsize = pool.usedsize << mebibytes_shift;
+}
+
+const fs_info* find_pool(const fs_list& list, std::string_view pool) {
+    const auto found = std::ranges::find_if(
+        list, [pool](const fs_info& fs) { return last_component(fs.name) == pool; });
+    return found != list.end() ? &*found : nullptr;
+}
+
+} // namespace
+
+const char* repair_directory() {
+    return is_server_family(product_model()) ? "/sbin" : "/usr/local/bin";
+}
+
+std::string_view product_fs_type() {
+    return fs_type_of(product_model());
+}
+
+int read_register(const char* path, std::string& text) {
+    auto content = read_file(path);
+    if (!content) {
+        // Of the network disks' register too.
+        log_error("cannot open %s for %s", mdfstab_path, std::strerror(errno));
+        return -1;
+    }
+    text = std::move(*content);
+    return 0;
+}
+
+int mdfstab_read(fs_list& list) {
+    std::string text;
+    const int result = read_register(mdfstab_path, text);
+    parse_mdfstab(text, list);
+    return result;
+}
+
+int mdfstab_has(std::string_view pool) {
+    fs_list list;
+    const int result = mdfstab_read(list);
+    return result == 0 && find_pool(list, pool) != nullptr ? 1 : result;
+}
+
+int mdfstab_lookup(std::string_view pool, std::string_view, BoundedText<16>& type,
+                   BoundedText<128>& mntpoint) {
+    fs_list list;
+    const int result = mdfstab_read(list);
+    if (const fs_info* fs = find_pool(list, pool); fs != nullptr) {
+        type = fs->fstype.view();
+        mntpoint = fs->mntpoint.view();
+    }
+    return result;
+}
+
+void set_sizes(const struct statfs& figures, fs_info& fs) {
+    constexpr std::uint64_t kibibyte = 1024;
+    const std::uint64_t block = static_cast<std::uint64_t>(figures.f_bsize) / kibibyte;
+    fs.allsize = figures.f_blocks * block / kibibyte;
+    fs.usedsize = (figures.f_blocks - figures.f_bavail) * block / kibibyte;
+}
+
+int mountfs_get(fs_list& list) {
+    pool_list pools;
+    if (const int result = pool_list_get(pools); result != 0 && result != error::pool_tool_failed) {
+        log_return(result);
+        return error::pool_output_unread;
+    }
+    std::unordered_map<std::string_view, const pool_info*> pool_of;
+    for (const pool_info& pool : pools) {
+        pool_of.emplace(pool.name.view(), &pool);
+    }
+    const auto mounted = mounted_directories();
+    for (fs_info& fs : list) {
+        const auto pool = pool_of.find(fs.name.view());
+        if (pool != pool_of.end()) {
+            fill_from_pool(*pool->second, fs);
+        }
+        if (!mounted.contains(fs.mntpoint.c_str())) {
+            fs.status = fs_unmounted;
+        } else if (pool == pool_of.end()) {
+            fs.status = fs_not_available;
+        }
+    }
+    return 0;
+}
+
+} // namespace zav

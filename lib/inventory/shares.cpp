@@ -1,0 +1,304 @@
+// SPDX-License-Identifier: MIT
+#include "inventory/shares.h"
+
+#include "base/codes.h"
+#include "base/command.h"
+#include "base/file.h"
+#include "base/log.h"
+#include "base/text.h"
+#include "inventory/arrays.h"
+#include "inventory/disks.h"
+#include "inventory/groups.h"
+#include "inventory/mounts.h"
+#include "inventory/share_users.h"
+#include "records/share_index.h"
+#include "sources/exports.h"
+#include "sources/iet_volumes.h"
+#include "sources/ietd_conf.h"
+#include "sources/lvm.h"
+#include "sources/share_register.h"
+#include "sources/smb_conf.h"
+#include "sources/vsftpd.h"
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <sys/stat.h>
+#include <sys/statfs.h>
+#include <unistd.h>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+namespace zav {
+
+namespace {
+
+constexpr std::size_t user_slots = 32;
+constexpr std::size_t user_length = 32;
+constexpr int pool_output_unread = -321;
+
+constexpr const char* iscsi_capture = "/tmp/iscsi.XXXXXX";
+
+bool exists(const char* path) {
+    return ::access(path, F_OK) == 0;
+}
+
+bool is_directory(const std::string& path) {
+    struct stat status = {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+/// Where each FTP share stands in the list; of namesakes the first.
+using FtpPlaces = std::unordered_map<std::string_view, std::pair<int, share_info*>>;
+
+FtpPlaces ftp_places(share_list& list) {
+    FtpPlaces places;
+    int place = 0;
+    for (share_info& share : list) {
+        if (is_type(share, share_type::ftp)) {
+            places.emplace(share.name, std::pair(place, &share));
+        }
+        ++place;
+    }
+    return places;
+}
+
+/// Gives a user the FTP shares that have a directory in its home. The result counts, negatively,
+/// the shares that stand before that of the last directory, and so decides whether later users are
+/// looked at: front ends know users by it.
+int find_one_user(const std::string& user, const FtpPlaces& places, int share_count) {
+    const std::string home = "/home/" + user;
+    const auto entries = directory_entries(home.c_str());
+    if (!entries) {
+        return fail_with_errno(error::home_unread);
+    }
+    int result = 0;
+    for (const std::string& entry : *entries) {
+        if (!is_directory(std::string(home).append("/").append(entry))) {
+            continue;
+        }
+        const auto found = places.find(entry);
+        result = -(found != places.end() ? found->second.first : share_count);
+        if (found != places.end()) {
+            found->second.second->write = 1;
+            found->second.second->users = user;
+        }
+    }
+    return result;
+}
+
+void get_ftp_users(share_list& list) {
+    std::vector<std::string> users;
+    get_user(users, user_slots, user_length);
+    const FtpPlaces places = ftp_places(list);
+    const int share_count = static_cast<int>(list.size());
+    std::ranges::find_if(users, [&](const std::string& user) {
+        return find_one_user(user, places, share_count) == 0;
+    });
+    for (const std::string& user : users) {
+        if (user == default_ftp_user) {
+            continue;
+        }
+        if (const auto file = read_file(ftp_user_path(user).c_str())) {
+            scan_ftp_user(*file, user, list);
+        }
+    }
+}
+
+int get_shareinfo_from_exportfs(share_list& list) {
+    if (!exists(exports_path)) {
+        return 0;
+    }
+    const auto text = read_file(exports_path);
+    if (!text) {
+        return fail_with_errno(error::exports_unread);
+    }
+    scan_exports(*text, list);
+    return 0;
+}
+
+void measure_shares(share_list& list) {
+    constexpr std::uint64_t kibibyte = 1024;
+    for (share_info& share : list) {
+        struct statfs figures = {};
+        if (is_type(share, share_type::iscsi) || share.path.empty() ||
+            share.comment == unmounted_comment || ::statfs(share.path.c_str(), &figures) != 0) {
+            continue;
+        }
+        const std::uint64_t block = static_cast<std::uint64_t>(figures.f_bsize) / kibibyte;
+        const std::uint64_t size = figures.f_blocks * block;
+        const std::uint64_t used = (figures.f_blocks - figures.f_bavail) * block;
+        // Half a GiB, and half of 10 MiB, are rounded up.
+        share.size = static_cast<std::int64_t>((size + 524288) >> 20);
+        share.usedsize = static_cast<std::int64_t>((used + 5120) / 10240);
+    }
+}
+
+int get_shareinfo_from_iSCSI(share_list& list) {
+    if (!exists(volumes_path)) {
+        return 0;
+    }
+    const Capture capture(iscsi_capture);
+    (void)capture.run_and_log(format_text(volumes_command, capture.path()));
+    const auto output = capture.read();
+    if (!output) {
+        return fail_with_errno(error::exports_unread);
+    }
+    scan_iscsi_volumes(*output, list);
+    return 0;
+}
+
+int get_shareinfo_from_ietd(share_list& list) {
+    const Capture capture(iscsi_capture);
+    if (capture.run_and_log(format_text(targets_command, capture.path())) != 0) {
+        return fail_with_errno(error::command_failed);
+    }
+    const auto output = capture.read();
+    if (!output) {
+        return fail_with_errno(error::targets_unread);
+    }
+    scan_iscsi_targets(*output, list);
+    return 0;
+}
+
+/// What lvdisplay tells of all pools, for `reader`. 0 or pool_output_unread.
+int read_pools(std::string& output, LogSite reader) {
+    const Capture capture(lvdisplay_template);
+    const bool failed =
+        capture.run_and_log(format_text(lvdisplay_plain_command, capture.path())) != 0;
+    auto text = capture.read();
+    if (!text) {
+        log_errno(failed ? error::pool_tool_failed : 0, reader);
+        return pool_output_unread;
+    }
+    output = std::move(*text);
+    return 0;
+}
+
+/// What a group lies on: an array's name, or that of a disk, which the group lists by its channel.
+std::string device_of(const vginfo& group, const disk_list& disks) {
+    if (group.physical_volumes.empty()) {
+        return "";
+    }
+    const pvinfo& volume = *group.physical_volumes.begin();
+    const std::string_view name = volume.name;
+    if (name.empty() || !std::ranges::all_of(name, is_digit)) {
+        return std::string(name);
+    }
+    const auto disk = std::ranges::find_if(disks, [&](const disk_info& candidate) {
+        return candidate.channel == decimal_int(name) && candidate.device == volume.device;
+    });
+    return disk != disks.end() ? disk->name.c_str() : std::string(name);
+}
+
+} // namespace
+
+void scan_mounts(const MountTable& mounts, share_list& list) {
+    const auto shares = first_shares(
+        list, [](const share_info& share) { return !is_type(share, share_type::iscsi); }, name_of);
+    std::unordered_set<const share_info*> found;
+    for (const Mount& mount : mounts) {
+        if (share_info* share = find(shares, last_component(mount.directory))) {
+            share->path = mount.directory;
+            found.insert(share);
+        }
+    }
+    for (share_info& share : list) {
+        const bool is_found =
+            is_type(share, share_type::iscsi) ? !mounts.empty() : found.contains(&share);
+        share.usedsize = is_found ? -1 : 0; // the mark stays where nothing is measured
+        if (!is_found) {
+            share.comment = unmounted_comment;
+        }
+    }
+}
+
+int collect_shares(share_list& list) {
+    scan_register(read_file(share_register_path).value_or(""), list);
+    scan_samba(read_file(samba_path).value_or(""), list);
+    get_ftp_users(list);
+    if (const int result = get_shareinfo_from_exportfs(list); result != 0) {
+        return result;
+    }
+    if (const auto mounts = read_mounts()) {
+        scan_mounts(*mounts, list);
+    }
+    measure_shares(list);
+    const int result = get_shareinfo_from_iSCSI(list);
+    return result != 0 ? result : get_shareinfo_from_ietd(list);
+}
+
+int find_share(const char* name, share_info& share) {
+    share_list list;
+    if (collect_shares(list) != 0) {
+        return error::no_share_list;
+    }
+    const share_info* found = find_by_name(list, name);
+    if (found == nullptr) {
+        return error::no_such_share;
+    }
+    share = *found;
+    return 0;
+}
+
+int check_share(const char* name) {
+    share_info share;
+    switch (find_share(name, share)) {
+    case 0:
+        return error::share_exists;
+    case error::no_such_share:
+        return 0;
+    default:
+        return log_return(error::no_share_list);
+    }
+}
+
+int get_vgname_from_lvdisplay(const char* share, GroupName& group) {
+    std::string output;
+    if (const int result = read_pools(output, LogSite::numbered(192)); result != 0) {
+        return result;
+    }
+    const GroupsByPool groups = groups_of_pools(output);
+    const auto found = groups.find(share);
+    if (found == groups.end()) {
+        return error::no_such_group;
+    }
+    group = found->second;
+    return 0;
+}
+
+void get_share_dev(share_list& list) {
+    if (list.empty()) {
+        return;
+    }
+    std::string output;
+    read_pools(output, LogSite::here());
+    const GroupsByPool pools = groups_of_pools(output);
+    vginfo_list groups;
+    if (const int result = get_vginfo(groups); result != 0) {
+        log_return(result);
+    }
+    disk_list disks;
+    get_disk_list(disks);
+    std::unordered_map<std::string_view, std::string> devices;
+    for (const vginfo& group : groups) {
+        devices.emplace(group.name, device_of(group, disks));
+    }
+    for (share_info& share : list) {
+        GroupName name;
+        if (const auto pool = pools.find(share.name.view()); pool != pools.end()) {
+            name = pool->second;
+        } else {
+            vgname_from_backup(share.name.c_str(), name);
+        }
+        const auto device = devices.find(name.view());
+        if (device == devices.end()) {
+            log_return(error::no_such_group);
+            continue;
+        }
+        share.device = device->second;
+    }
+}
+
+} // namespace zav

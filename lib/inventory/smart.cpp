@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: MIT
+#include "inventory/smart.h"
+
+#include "base/codes.h"
+#include "base/command.h"
+#include "base/text.h"
+#include "platform/models.h"
+#include "platform/product_model.h"
+#include "sources/smartctl.h"
+#include "sources/vexadm.h"
+
+namespace zav {
+
+namespace {
+
+constexpr char summary_template[] = "/tmp/smart_%s.XXXXXX";
+constexpr char attributes_template[] = "/tmp/smart_%s_detail.XXXXXX";
+
+/// Whether a disk's name is one. For another, `command` is logged as if it had failed.
+bool has_name(const char* disk, const std::string& command) {
+    if (is_disk_name(disk)) {
+        return true;
+    }
+    refuse_command(command);
+    return false;
+}
+
+template <class Parse>
+int read_output(Capture& capture, int status, int unread, Parse parse,
+                LogSite reader = LogSite::here()) {
+    std::string output;
+    const int result = capture.read_or_fail(output, status, unread, reader);
+    if (result == 0) {
+        parse(output);
+    }
+    return result;
+}
+
+int fill_disk(disk_info& disk, SmartMode mode, bool behind_controller) {
+    // The RAID controller's disks have no names to ask smartctl for.
+    const bool has_summary = !behind_controller || !disk.name.empty();
+    const int result = has_summary ? get_smart(disk.name.c_str(), disk.smart) : 0;
+    if (mode == SmartMode::summary) {
+        return result;
+    }
+    const int detail_result = behind_controller
+                                  ? get_smart_from_vexadm(disk.channel, disk.smart_attributes)
+                                  : get_smart_detail(disk.name.c_str(), disk.smart_attributes);
+    return result != 0 ? result : detail_result;
+}
+
+} // namespace
+
+int fill_smart(disk_list& list, SmartMode mode) {
+    const bool behind_controller = product_model() == controller_model;
+    int first_failure = 0;
+    for (disk_info& disk : list) {
+        if (disk.model == virtual_disk_model) {
+            continue;
+        }
+        const int result = fill_disk(disk, mode, behind_controller);
+        first_failure = first_failure != 0 ? first_failure : result;
+    }
+    return first_failure;
+}
+
+int get_smart(const char* disk, smart_summary& summary) {
+    const std::string path = format_text(summary_template, disk);
+    if (!has_name(disk, format_text(smart_summary_command, disk, path.c_str()))) {
+        return 0;
+    }
+    Capture capture(path);
+    const int status = capture.run(format_text(smart_summary_command, disk, capture.path()));
+    return read_output(capture, status, error::smart_unread, [&summary](std::string_view output) {
+        summary = parse_smart_summary(output);
+    });
+}
+
+int get_smart_detail(const char* disk, smart_attribute_list& list) {
+    const std::string path = format_text(attributes_template, disk);
+    if (!has_name(disk, format_text(smart_attributes_command, disk, path.c_str()))) {
+        return 0;
+    }
+    Capture capture(path);
+    const int status = capture.run(format_text(smart_attributes_command, disk, capture.path()));
+    return read_output(capture, status, error::smart_attributes_unread,
+                       [&list](std::string_view output) { parse_smart_attributes(output, list); });
+}
+
+int get_smart_from_vexadm(int channel, smart_attribute_list& list) {
+    Capture capture(format_text("/tmp/smart_%d_detail.XXXXXX", channel));
+    const int status =
+        capture.run(format_text(controller_attributes_command, channel - 1, capture.path()));
+    return read_output(
+        capture, status, error::smart_attributes_unread,
+        [&list](std::string_view output) { parse_controller_attributes(output, list); });
+}
+
+} // namespace zav

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// The record of a registered file system, on a pool or on a network disk.
+#pragma once
+
+#include "base/bounded_text.h"
+#include "base/lists.h"
+
+#include <cstdint>
+#include <string_view>
+
+namespace zav {
+
+struct fs_info {
+    BoundedText<128> name; ///< a pool's device path, or a network disk's label
+    BoundedText<128> mntpoint;
+    BoundedText<16> fstype;
+    BoundedText<32> status;     ///< "available", "not available" or "umount"
+    std::uint64_t allsize = 0;  ///< MiB
+    std::uint64_t usedsize = 0; ///< MiB
+    BoundedText<33> ownername;  ///< the pool's group
+    BoundedText<8> device;      ///< the pool's
+    ListLink link;
+};
+
+/// The types that appliances make.
+inline constexpr std::string_view reiserfs_type = "reiserfs";
+inline constexpr std::string_view xfs_type = "xfs";
+
+using fs_list = RecordList<fs_info>;
+
+inline constexpr const char* fs_available = "available";
+inline constexpr const char* fs_not_available = "not available";
+inline constexpr const char* fs_unmounted = "umount";
+
+/// Prints a file system's row. Empty texts become "N.A.", and the use of a file system without a
+/// size becomes 0 once it is printed.
+void fs_show(fs_info& fs);
+
+/// Prints a row for every file system.
+void fs_list_show(fs_list* list);
+
+/// Prints the head of the table and every row.
+void fs_table_show(fs_list& list);
+
+/// Empties the list. 0, or -1 and a message for no list.
+int fs_list_destroy(fs_list* list);
+
+} // namespace zav

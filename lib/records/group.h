@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// The volume-group record and, within it, the physical-volume record.
+#pragma once
+
+#include "base/bounded_text.h"
+#include "base/lists.h"
+
+#include <cstdint>
+
+namespace zav {
+
+/// One physical volume of a group.
+struct pvinfo {
+    /// Of the array, such as md0; of a single disk its channel; behind the RAID controller that of
+    /// the controller's array.
+    BoundedText<32> name;
+    BoundedText<32> allocatable;
+    BoundedText<8> device;
+    std::uint64_t size = 0; ///< GiB
+    std::uint64_t used = 0; ///< GiB
+    BoundedText<32> vgname;
+    ListLink link;
+};
+
+using pvinfo_list = RecordList<pvinfo>;
+
+/// One volume group.
+struct vginfo {
+    BoundedText<33> name;
+    BoundedText<32> status;
+    BoundedText<8> device;        ///< of the last physical volume that has one
+    std::uint64_t allsize = 0;    ///< GiB
+    std::uint64_t usedsize = 0;   ///< GiB
+    pvinfo_list physical_volumes; ///< in the order of the tool's output
+    ListLink link;
+};
+
+using vginfo_list = RecordList<vginfo>;
+
+/// Prints a group's row and below it a row for each of its physical volumes.
+void vginfo_display(const vginfo& group);
+
+/// Prints every group so.
+void vginfo_list_display(const vginfo_list* list);
+
+/// Empties the list. 0, or -1 and a message for no list.
+int vginfo_list_destroy(vginfo_list* list);
+
+} // namespace zav

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// The pool record. A pool is a logical volume; users name it by the last part of its path.
+#pragma once
+
+#include "base/bounded_text.h"
+#include "base/lists.h"
+
+#include <cstdint>
+#include <string_view>
+
+namespace zav {
+
+struct pool_info {
+    BoundedText<128> name;      ///< the device's path, such as /dev/data/pool
+    BoundedText<32> status;     ///< "available" or "not available"
+    std::uint64_t allsize = 0;  ///< GiB
+    std::uint64_t usedsize = 0; ///< GiB; nothing tells it
+    BoundedText<33> vgname;
+    BoundedText<8> device; ///< of its group
+    ListLink link;
+};
+
+using pool_list = RecordList<pool_info>;
+
+/// Prints a pool's row. An empty device becomes "N.A.".
+void pool_show(pool_info& pool);
+
+/// Prints a row for every pool.
+void pool_list_show(pool_list* list);
+
+/// Empties the list. 0, or -1 and a message for no list.
+int pool_list_destroy(pool_list* list);
+
+/// Adds a copy of the pool with that path to `target`. 0 or error::bad_pool_name.
+int pool_list_copy_one(const pool_list& source, pool_list& target, std::string_view name);
+
+} // namespace zav

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+#include "sources/df.h"
+
+#include "base/text.h"
+
+namespace zav {
+
+std::vector<std::string_view> parse_mounted_disks(std::string_view df_output) {
+    constexpr std::string_view directory = "/dev/";
+    std::vector<std::string_view> names;
+    LinePieces pieces(df_output);
+    std::string_view line;
+    while (pieces.next(line)) {
+        const std::string_view device = field(line, blanks, 0);
+        if (device.starts_with("/dev/sd")) {
+            names.push_back(device.substr(directory.size()));
+        }
+    }
+    return names;
+}
+
+} // namespace zav

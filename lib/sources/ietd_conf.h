@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// The file of the iSCSI target daemon: a block for each share.
+#pragma once
+
+#include "records/share.h"
+#include "sources/share_lines.h"
+
+#include <ctime>
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace zav {
+
+inline constexpr const char* targets_path = "/etc/ietd.conf";
+
+/// The captured output's path.
+inline constexpr char targets_command[] = "cat /etc/ietd.conf > %s";
+
+/// For changes: adds a record for every target. Never malformed.
+int parse_targets(std::string_view text, share_list& list);
+
+/// For listings: the users of the iSCSI shares, from /etc/ietd.conf.
+void scan_iscsi_targets(std::string_view output, share_list& list);
+
+/// Its block in /etc/ietd.conf. A name without a "." gets the time `now`; `secret_of` tells a
+/// user's secret.
+Lines target_lines(const share_info& share, std::time_t now,
+                   const std::function<std::string(std::string_view user)>& secret_of);
+
+} // namespace zav

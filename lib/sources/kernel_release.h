@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// Releases of the kernel.
+#pragma once
+
+#include <string_view>
+
+namespace zav {
+
+/// major * 1,000,000 + minor * 1,000 + patch of a kernel release such as 6.1.0-13-amd64; -1 for a
+/// text of another form.
+long kernel_version(std::string_view release);
+
+} // namespace zav

@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: MIT
+#include "sources/mdadm.h"
+
+#include "base/text.h"
+#include "records/raid_level.h"
+
+#include <algorithm>
+
+namespace zav {
+
+namespace {
+
+// From the next kernel on the bitmap of a RAID-5 is safe to use.
+constexpr long last_kernel_without_bitmap = 2006029;
+
+constexpr std::string_view device_directory = "/dev/";
+constexpr int last_slot = 16;
+constexpr std::size_t table_words = 9;
+
+/// sda,sdb as /dev/sda /dev/sdb.
+std::string device_list(std::string_view disks) {
+    std::string devices;
+    for (const std::string_view disk : split(disks, ",")) {
+        devices.append(devices.empty() ? "/dev/" : " /dev/").append(disk);
+    }
+    return devices;
+}
+
+bool is_device_path(std::string_view path) {
+    return path.starts_with(device_directory) &&
+           is_plain_name(path.substr(device_directory.size()));
+}
+
+/// The device that a line of the table names among its first words; empty when it names none.
+std::string_view device_of(std::string_view line) {
+    auto words = split(line, blanks);
+    words.resize(std::min(words.size(), table_words));
+    const auto found = std::ranges::find_if(
+        words, [](std::string_view word) { return word.starts_with(device_directory); });
+    return found != words.end() ? *found : "";
+}
+
+bool is_slot_line(std::string_view line) {
+    return std::ranges::all_of(cut_at(line, blanks), is_digit);
+}
+
+} // namespace
+
+int count_items(std::string_view list) {
+    return static_cast<int>(split(list, ",").size());
+}
+
+std::string create_command_text(const mdinfo& array, std::string_view disks, long kernel) {
+    const char* name = array.name.c_str();
+    const int count = count_items(disks);
+    const RaidLevel* known = find_raid_level(array.type);
+    const int level = known != nullptr ? known->number : 0;
+    const std::string devices = device_list(disks);
+    const bool foreground = equal_ignoring_case(array.status, foreground_status);
+    if (array.type == raid_type::linear) {
+        return format_text(create_linear_command, name, "linear", count, devices.c_str());
+    }
+    if (array.type != raid_type::raid5) {
+        return foreground
+                   ? format_text(create_foreground_command, name, level, count, devices.c_str())
+                   : format_text(create_other_command, name, level, count, devices.c_str());
+    }
+    if (kernel <= last_kernel_without_bitmap) {
+        return foreground
+                   ? format_text(create_foreground_command, name, level, count, devices.c_str())
+                   : format_text(create_command, name, level, count, devices.c_str());
+    }
+    return foreground
+               ? format_text(create_with_bitmap_foreground_command, name, level, count,
+                             devices.c_str())
+               : format_text(create_with_bitmap_command, name, level, count, devices.c_str());
+}
+
+std::string recreate_command_text(std::string_view name, int level, std::string_view disks) {
+    return format_text(create_command, std::string(name).c_str(), level, count_items(disks),
+                       device_list(disks).c_str());
+}
+
+std::optional<std::string_view> parse_detail_value(std::string_view detail, const char* key) {
+    const auto line = get_line(detail, key, 0, ":");
+    if (!line) {
+        return std::nullopt;
+    }
+    return field(*line, ":", 1);
+}
+
+bool is_rebuilding(std::string_view status) {
+    return std::ranges::any_of(split(status, " ,"), [](std::string_view word) {
+        word = word.substr(0, word.rfind('('));
+        return word == "recovering" || word == "resyncing";
+    });
+}
+
+std::optional<MemberTable> parse_member_table(std::string_view detail) {
+    const auto count = parse_detail_value(detail, detail_key::raid_devices);
+    if (!count) {
+        return std::nullopt;
+    }
+    MemberTable table;
+    table.raid_devices = decimal(*count);
+    for (int slot = 0; slot <= last_slot; ++slot) {
+        const auto line = get_line(detail, std::to_string(slot).c_str(), 0, blanks);
+        if (!line) {
+            continue;
+        }
+        const std::string_view path = device_of(*line);
+        if (path.empty()) {
+            table.hole = table.members.size() + 1;
+        } else if (is_device_path(path)) {
+            table.members.emplace_back(path);
+        } else {
+            return std::nullopt; // it would become part of commands
+        }
+    }
+    return table;
+}
+
+void close_hole(MemberTable& table) {
+    if (table.hole == 0 || table.members.size() != table.raid_devices) {
+        return;
+    }
+    // A hole behind the last member has it in place already.
+    if (table.hole < table.members.size()) {
+        const auto place = table.members.begin() + static_cast<std::ptrdiff_t>(table.hole - 1);
+        std::rotate(place, table.members.end() - 1, table.members.end());
+    }
+    table.hole = 0;
+}
+
+bool superblock_names_one_of(std::string_view examination,
+                             const std::vector<std::string>& members) {
+    CountedLines lines(examination);
+    std::string_view line;
+    while (lines.next(line)) {
+        if (is_slot_line(line) && std::ranges::find(members, device_of(line)) != members.end()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace zav

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// /proc/mdstat: the arrays that the kernel runs, and their rebuilds.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace zav {
+
+/// The captured output's path.
+inline constexpr char mdstat_command[] = "cat /proc/mdstat > %s";
+
+/// The names of the arrays.
+std::vector<std::string> parse_mdstat_names(std::string_view mdstat);
+
+/// Whether a line begins with that array's name.
+bool mdstat_lists(std::string_view mdstat, std::string_view array);
+
+/// The progress of the rebuilds under way, by array.
+class RebuildProgress {
+  public:
+    explicit RebuildProgress(std::string_view mdstat);
+
+    /// Such as 12.6%(12.00MB/s); empty when none is shown for the array.
+    [[nodiscard]] std::string of(std::string_view array) const;
+
+  private:
+    std::unordered_map<std::string_view, std::string_view> progress_lines_;
+};
+
+} // namespace zav

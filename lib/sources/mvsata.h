@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// The SATA controller: a status file for each group of ports.
+#pragma once
+
+#include "records/disk.h"
+
+#include <string_view>
+
+namespace zav {
+
+inline constexpr const char* controller_directory = "/proc/scsi/mvSata/";
+
+/// The name of a file there, the captured output's path.
+inline constexpr char controller_status_command[] = "cat /proc/scsi/mvSata/%s > %s";
+
+/// Adds the disks of one port group's status file to the list. A file without a usable "PCI
+/// location" line, and a line without a plain disk name, add nothing.
+void parse_controller_status(std::string_view file, disk_list& list);
+
+} // namespace zav

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// pidof.
+#pragma once
+
+#include <string_view>
+
+namespace zav {
+
+/// Process, the captured output's path.
+inline constexpr char pidof_command[] = "/bin/busybox pidof %s > %s";
+
+/// Whether the first line of the output begins with the number of a process.
+bool parse_is_running(std::string_view output);
+
+} // namespace zav

@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: MIT
+#include "sources/share_register.h"
+
+#include "base/codes.h"
+#include "base/key_value.h"
+#include "base/text.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <utility>
+
+namespace zav {
+
+namespace {
+
+constexpr std::size_t shortest_line = 3;
+
+constexpr std::array<std::string_view, 4> services = {share_type::samba, share_type::nfs,
+                                                      share_type::ftp, share_type::iscsi};
+
+/// The service keys of the register, with the names that listings show for them.
+constexpr std::array<std::pair<std::string_view, std::string_view>, 4> shown_services = {{
+    {share_type::samba, share_type::samba},
+    {share_type::nfs, share_type::nfs},
+    {share_type::ftp, share_type::ftp},
+    {share_type::iscsi, shown_iscsi},
+}};
+
+/// What a signed number of 32 bits holds of it: larger sizes do not survive the register.
+std::int64_t size_of(std::string_view value) {
+    return static_cast<std::int32_t>(std::strtoll(std::string(value).c_str(), nullptr, 10));
+}
+
+void take_register_key(const KeyValue& pair, share_info& share) {
+    if (pair.key == "sharename") {
+        fill(share.name, pair.value.substr(0, share_name_length));
+    } else if (pair.key == "comment") {
+        fill(share.comment, pair.value);
+    } else if (pair.key == "path") {
+        fill(share.path, pair.value);
+    } else if (pair.key == "size") {
+        share.size = size_of(pair.value);
+    } else if (std::ranges::find(services, pair.key) != services.end() && pair.value == "1") {
+        fill(share.type, pair.key);
+    }
+}
+
+} // namespace
+
+int parse_register_sections(std::string_view text, share_list& list) {
+    ShareLines lines(text, shortest_line);
+    std::string_view line;
+    share_info* share = nullptr;
+    while (lines.next(line)) {
+        KeyValue pair;
+        if (is_malformed_header(line) || has_second(line, '=')) {
+            return file_error::malformed;
+        }
+        if (line.starts_with('[')) {
+            share = &list.append();
+        } else if (!split_key(line, pair)) {
+            return file_error::malformed;
+        } else if (share != nullptr) {
+            take_register_key(pair, *share);
+        }
+    }
+    return 0;
+}
+
+void scan_register(std::string_view text, share_list& list) {
+    const KeyValueIndex sections(text);
+    CountedLines lines(text);
+    std::string_view line;
+    while (lines.next(line)) {
+        if (!line.starts_with('[')) {
+            continue;
+        }
+        line.remove_prefix(1);
+        line.remove_suffix(line.ends_with(']') ? 1 : 0);
+        const std::string section(line);
+        share_info& share = list.append();
+        share.name = sections.get(section, "sharename").value_or("").substr(0, share_name_length);
+        share.comment = sections.get(section, "comment").value_or("");
+        share.path = sections.get(section, "path").value_or("");
+        share.size = static_cast<std::int64_t>(decimal(sections.get(section, "size").value_or("")));
+        for (const auto& [key, shown] : shown_services) {
+            if (sections.get(section, key) == "1") {
+                share.type.append(share.type.empty() ? "" : ",").append(shown);
+            }
+        }
+    }
+}
+
+Lines register_lines(const share_info& share) {
+    Lines lines = {format_text("[%s]\n", share.name.c_str()), key_line("sharename", share.name),
+                   key_line("path", share.path), key_line("size", std::to_string(share.size))};
+    for (const std::string_view service : services) {
+        lines.push_back(key_line(service, is_type(share, service) ? "1" : "0"));
+    }
+    lines.push_back(key_line("comment", share.comment));
+    return lines;
+}
+
+} // namespace zav

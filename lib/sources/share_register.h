@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// The share register: a section for each share, of whatever service.
+#pragma once
+
+#include "records/share.h"
+#include "sources/share_lines.h"
+
+#include <string_view>
+
+namespace zav {
+
+inline constexpr const char* share_register_path = "/etc/sharefolder.conf";
+
+/// For changes: adds a record for every section. Lines before the first one are passed over. 0, or
+/// file_error::malformed with the records up to the line that is none.
+int parse_register_sections(std::string_view text, share_list& list);
+
+/// For listings: adds the shares of the register, malformed or not. Of several services a share has
+/// their names joined by commas.
+void scan_register(std::string_view text, share_list& list);
+
+/// Its section in /etc/sharefolder.conf.
+Lines register_lines(const share_info& share);
+
+} // namespace zav

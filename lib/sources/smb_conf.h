@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// The files of Samba: a section for each share.
+#pragma once
+
+#include "records/share.h"
+#include "sources/share_lines.h"
+
+#include <cstddef>
+#include <string_view>
+
+namespace zav {
+
+/// The shares in use, behind a global section, and the forbidden ones.
+inline constexpr const char* samba_path = "/etc/samba/smb.conf";
+inline constexpr const char* samba_recycle_path = "/etc/samba/smb_recy.conf";
+
+/// For changes: adds a record for every section but "global". 0, or file_error::malformed with the
+/// records up to the line that is none.
+int parse_samba(std::string_view text, share_list& list);
+
+/// For listings: access and users of the Samba shares, from smb.conf.
+void scan_samba(std::string_view text, share_list& list);
+
+/// How much of smb.conf is not the shares': all up to the second "[", wherever it stands.
+std::size_t samba_global_size(std::string_view text);
+
+/// Its section in a Samba file; `access_key` is the key of the access, which the two files spell
+/// differently.
+Lines samba_lines(const share_info& share, std::string_view access_key);
+
+} // namespace zav

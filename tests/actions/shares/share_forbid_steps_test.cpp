@@ -1,0 +1,348 @@
+// SPDX-License-Identifier: MIT
+// The steps of forbidden shares: into the recycle files, changed there, out of them.
+#include "actions/shares/steps.h"
+#include "fixtures/share_operation.h"
+
+namespace zav::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+
+const std::string path = "/mnt/data/pub";
+constexpr auto recycle_item = "/etc/exports_recy.conf";
+
+std::string recycled(const std::string& name, const std::string& users = "",
+                     const std::string& comment = "", const std::string& access = "yes") {
+    return samba_section(name, "/mnt/data/" + name, users, comment, "writeable = " + access);
+}
+
+class RecycleSteps : public ShareOperation {
+  protected:
+    // Also prints the record's service afterwards, which is to be none.
+    Result change(int (*step)(share_info&), share_info share) {
+        Result result = operate([=] {
+            share_info changed = share;
+            const int code = step(changed);
+            std::printf("%s", changed.type.c_str());
+            return code;
+        });
+        EXPECT_EQ(result.out, "");
+        return result;
+    }
+    Result forbid(const share_info& share) { return change(forbid_share, share); }
+    Result edit(const share_info& share) { return change(edit_forbidden_share, share); }
+};
+
+using ForbidStep = RecycleSteps;
+using UnmountStep = RecycleSteps;
+using EditForbiddenStep = RecycleSteps;
+using RemoveForbiddenStep = RecycleSteps;
+using RecycleRemovalStep = RecycleSteps;
+using RecallStep = RecycleSteps;
+using ForbiddenSharesMerge = RecycleSteps;
+
+TEST_F(ForbidStep, MovesASambaShareIntoItsRecycleFile) {
+    machine.shares({{.name = "a"}, {.comment = "old"}});
+    machine.file(smb_conf, samba_global + samba_section("pub", path, "anna", "old") +
+                               samba_section("a", "/a"));
+    machine.file(smb_recycle, recycled("b"));
+    const Result result = forbid(read_only(share_of("samba", "bert", "new")));
+    EXPECT_EQ(result.returned, 0);
+    EXPECT_EQ(machine.read(share_register),
+              register_section({.name = "a"}) +
+                  register_section({.service = "", .comment = "new"}));
+    EXPECT_EQ(machine.read(smb_conf), samba_global + samba_section("a", "/a"));
+    EXPECT_EQ(machine.read(smb_recycle), recycled("b") + recycled("pub", "bert", "new", "no"));
+    EXPECT_THAT(outside(result),
+                ElementsAre(saved(share_register), saved(smb_conf), saved(smb_recycle)));
+    EXPECT_THAT(machine.logged(), IsEmpty());
+}
+
+TEST_F(ForbidStep, MovesAnExport) {
+    machine.shares({{.service = "nfs"}});
+    machine.file(exports, export_of(path, "10.0.0.1") + export_of("/mnt/data/a"));
+    const Result result = forbid(share_of("nfs"));
+    EXPECT_EQ(result.returned, 0);
+    EXPECT_EQ(machine.read(share_register), forbidden_section());
+    EXPECT_EQ(machine.read(exports), export_of("/mnt/data/a"));
+    EXPECT_EQ(machine.read(exports_recycle), export_of(path, "10.0.0.1"));
+    EXPECT_THAT(outside(result),
+                ElementsAre(saved(share_register), saved(exports), saved(recycle_item)));
+}
+
+TEST_F(ForbidStep, KeepsTheUsersAndTheCommentThatAreNotGiven) {
+    machine.shares({{}}).file(smb_conf, samba_global + samba_section("pub", path, "anna", "mine"));
+    EXPECT_EQ(forbid(share_of("samba")).returned, 0);
+    EXPECT_EQ(machine.read(smb_recycle), recycled("pub", "anna", "mine"));
+}
+
+TEST_F(ForbidStep, OnlyTakesTheTargetOfAnIscsiShare) {
+    machine.shares({{"pub", "iscsi", "/dev/data/pub"}});
+    machine.file(targets, target_of("pub.20240502140305", "/dev/data/pub"));
+    const Result result = forbid(share_of("iscsi"));
+    EXPECT_EQ(result.returned, 0);
+    EXPECT_EQ(machine.read(share_register), register_section({"pub", "", "/dev/data/pub"}));
+    EXPECT_EQ(machine.read(targets), "");
+    EXPECT_THAT(outside(result), ElementsAre(saved(share_register), saved(targets)));
+}
+
+TEST_F(ForbidStep, RecyclesAShareThatWasNotInUse) {
+    machine.shares({{}});
+    EXPECT_EQ(forbid(share_of("samba", "anna")).returned, -2067);
+    EXPECT_EQ(machine.read(smb_recycle), recycled("pub", "anna"));
+    EXPECT_EQ(machine.read(share_register), forbidden_section());
+}
+
+TEST_F(ForbidStep, RegistersAShareThatWasNotRegistered) {
+    machine.file(exports, export_of(path));
+    EXPECT_EQ(forbid(share_of("nfs")).returned, 0);
+    EXPECT_EQ(machine.read(share_register), register_section({.service = "", .size = "0"}));
+    EXPECT_EQ(machine.read(exports_recycle), export_of(path));
+}
+
+TEST_F(ForbidStep, LeavesAShareThatIsRecycledAlready) {
+    machine.shares({{}}).file(smb_conf, samba_global + samba_section("pub", path));
+    machine.file(smb_recycle, recycled("pub", "anna"));
+    EXPECT_EQ(forbid(share_of("samba", "bert")).returned, -2066);
+    EXPECT_EQ(machine.read(smb_recycle), recycled("pub", "anna"));
+    EXPECT_EQ(machine.read(smb_conf), samba_global);
+}
+
+TEST_F(UnmountStep, UnmountsRemovesAndUnregisters) {
+    const std::string directory = "/home/ftpuser/pub";
+    machine.shares({{"pub", "ftp", directory}}).file(mdfstab, mdfstab_line(directory));
+    const Result result = operate([] {
+        share_info share = share_of("ftp", "anna", "c");
+        const int code = unmount_and_unregister(share, "/home/ftpuser/pub");
+        EXPECT_TRUE(share.type.empty());
+        return code;
+    });
+    EXPECT_EQ(result.returned, 0);
+    EXPECT_THAT(outside(result),
+                ElementsAreArray(joined({{unmounting(directory)},
+                                         removing_directory(directory),
+                                         {"mv /tmp/mdfstab.XXXXXX /etc/mdfstab > /dev/null",
+                                          saved(mdfstab), saved(share_register)}})));
+    EXPECT_EQ(machine.read(mdfstab), "");
+    EXPECT_EQ(machine.read(share_register), register_section({"pub", "", directory, "5", "c"}));
+}
+
+TEST_F(UnmountStep, StopsAtWhatStaysMounted) {
+    machine.shares({{.service = "ftp"}});
+    fails(pool_tool::umount, "umount ");
+    const Result result = operate([] {
+        share_info share = share_of("ftp");
+        return unmount_and_unregister(share, "/home/ftpuser/pub");
+    });
+    EXPECT_EQ(result.returned, -11000);
+    EXPECT_THAT(outside(result), ElementsAre(unmounting("/home/ftpuser/pub")));
+    EXPECT_EQ(machine.read(share_register), register_section({.service = "ftp"}));
+}
+
+TEST_F(EditForbiddenStep, ChangesTheRegisterAndTheRecycleFile) {
+    has_forbidden_share(smb_recycle, recycled("a", "u") + recycled("pub", "anna", "old"));
+    const Result result = edit(read_only(share_of("samba", "bert", "new")));
+    EXPECT_EQ(result.returned, 0);
+    EXPECT_EQ(machine.read(share_register), register_section({.service = "", .comment = "new"}));
+    EXPECT_EQ(machine.read(smb_recycle), recycled("a", "u") + recycled("pub", "bert", "new", "no"));
+    EXPECT_THAT(outside(result), ElementsAre(saved(share_register), saved(smb_recycle)));
+}
+
+TEST_F(EditForbiddenStep, KeepsWhatIsNotGiven) {
+    has_forbidden_share(exports_recycle, export_of(path, "10.0.0.1"));
+    const Result result = edit(read_only(share_of("nfs")));
+    EXPECT_EQ(result.returned, 0);
+    EXPECT_EQ(machine.read(exports_recycle), export_of(path, "10.0.0.1", "ro"));
+    EXPECT_THAT(outside(result), ElementsAre(saved(share_register), saved(recycle_item)));
+}
+
+TEST_F(EditForbiddenStep, TakesTheServiceOffTheRegister) {
+    machine.shares({{}}).file(smb_recycle, recycled("pub"));
+    EXPECT_EQ(edit(share_of("samba")).returned, 0);
+    EXPECT_EQ(machine.read(share_register), forbidden_section());
+}
+
+TEST_F(EditForbiddenStep, AddsWhatIsMissing) {
+    has_forbidden_share();
+    EXPECT_EQ(edit(share_of("samba", "anna")).returned, -2067) << "not in the recycle file";
+    EXPECT_EQ(machine.read(smb_recycle), recycled("pub", "anna"));
+    machine.file(share_register, "");
+    EXPECT_EQ(edit(share_of("samba")).returned, -2067) << "not in the register";
+    EXPECT_EQ(machine.read(share_register), register_section({.service = "", .size = "0"}));
+    EXPECT_EQ(machine.read(smb_recycle), recycled("pub", "anna"));
+}
+
+TEST_F(EditForbiddenStep, OnlyChangesTheRegisterForFtp) {
+    machine.shares({{.service = ""}});
+    const Result result = edit(share_of("FTP", "anna", "c"));
+    EXPECT_EQ(result.returned, 0);
+    EXPECT_EQ(machine.read(share_register), register_section({.service = "", .comment = "c"}));
+    EXPECT_THAT(outside(result), ElementsAre(saved(share_register)));
+    machine.file(share_register, "");
+    EXPECT_EQ(edit(share_of("ftp")).returned, -2067);
+}
+
+TEST_F(EditForbiddenStep, KnowsNoRecycleFileOfIscsi) {
+    machine.shares({{.service = ""}});
+    EXPECT_EQ(edit(share_of("iscsi")).returned, -2068);
+}
+
+TEST_F(RemoveForbiddenStep, TakesTheShareOutOfAllThreeFiles) {
+    machine.shares({{.name = "a"}, {.service = ""}});
+    machine.file(smb_recycle, recycled("pub") + recycled("a"));
+    machine.file(exports_recycle, export_of("/mnt/data/a") + export_of(path));
+    const Result result = operate([] { return remove_forbidden_share(share_of("")); });
+    EXPECT_EQ(result.returned, 0);
+    EXPECT_EQ(machine.read(share_register), register_section({.name = "a"}));
+    EXPECT_EQ(machine.read(smb_recycle), recycled("a"));
+    EXPECT_EQ(machine.read(exports_recycle), export_of("/mnt/data/a"));
+    EXPECT_THAT(outside(result),
+                ElementsAre(saved(smb_recycle), saved(recycle_item), saved(share_register)));
+}
+
+TEST_F(RemoveForbiddenStep, NeedsTheShareInOneFileOnly) {
+    const auto remove = [] { return remove_forbidden_share(share_of("")); };
+    machine.shares({{.service = ""}});
+    EXPECT_EQ(result_of(remove), 0);
+    EXPECT_EQ(machine.read(share_register), "");
+    machine.file(smb_recycle, recycled("pub"));
+    EXPECT_EQ(result_of(remove), 0);
+    EXPECT_EQ(machine.read(smb_recycle), "");
+    machine.file(exports_recycle, export_of(path));
+    EXPECT_EQ(result_of(remove), 0);
+    EXPECT_EQ(machine.read(exports_recycle), "");
+    machine.shares({{.name = "a"}});
+    EXPECT_EQ(result_of(remove), -2067);
+    EXPECT_EQ(machine.read(share_register), register_section({.name = "a"}));
+}
+
+TEST_F(RecycleRemovalStep, GoesByBothFiles) {
+    machine.file(smb_recycle, recycled("pub") + recycled("a"));
+    machine.file(exports_recycle, export_of(path) + export_of("/mnt/data/a"));
+    const Result result = operate([] { return remove_from_recycle_files(share_of("nfs")); });
+    EXPECT_EQ(result.returned, 0);
+    EXPECT_EQ(machine.read(smb_recycle), recycled("a"));
+    EXPECT_EQ(machine.read(exports_recycle), export_of("/mnt/data/a"));
+    EXPECT_THAT(outside(result), ElementsAre(saved(smb_recycle), saved(recycle_item)));
+}
+
+TEST_F(RecycleRemovalStep, TellsOfTheExportsOnly) {
+    const auto remove = [] { return remove_from_recycle_files(share_of("samba")); };
+    machine.file(smb_recycle, recycled("pub"));
+    const Result result = operate(remove);
+    EXPECT_EQ(result.returned, -2067);
+    EXPECT_EQ(machine.read(smb_recycle), "");
+    EXPECT_THAT(outside(result), ElementsAre(saved(smb_recycle), saved(recycle_item)));
+    machine.file(exports_recycle, export_of(path));
+    EXPECT_EQ(result_of(remove), 0);
+}
+
+TEST_F(RecallStep, FillsInWhatIsNotGiven) {
+    machine.file(smb_recycle, recycled("a", "x", "y") + recycled("pub", "anna", "mine"));
+    machine.file(exports_recycle, export_of(path, "10.0.0.1"));
+    operate([] {
+        share_info share = share_of("samba");
+        recall_texts(share);
+        EXPECT_EQ(share.users, "anna");
+        EXPECT_EQ(share.comment, "mine");
+        share_info given = share_of("samba", "bert", "new");
+        recall_texts(given);
+        EXPECT_EQ(given.users, "bert");
+        EXPECT_EQ(given.comment, "new");
+        share_info exported = share_of("nfs");
+        recall_texts(exported);
+        EXPECT_EQ(exported.users, "10.0.0.1");
+        return 0;
+    });
+}
+
+TEST_F(RecallStep, FindsNothingOfOthers) {
+    machine.file(smb_recycle, recycled("other", "anna")).file(exports_recycle, export_of("/a(b"));
+    operate([] {
+        for (const char* type : {"samba", "nfs", "ftp", "iscsi"}) {
+            share_info share = share_of(type);
+            recall_texts(share);
+            EXPECT_EQ(share.users, "") << type;
+        }
+        return 0;
+    });
+}
+
+TEST_F(ForbiddenSharesMerge, FillsInTheForbiddenSharesOfAList) {
+    machine.file(smb_recycle, recycled("pub", "anna", "comment", "no") + recycled("new"));
+    machine.file(exports_recycle, export_of("/mnt/data/n", "host") + export_of("/mnt/data/s"));
+    operate([] {
+        share_list list;
+        list.append().name = "pub";
+        share_info& exported = list.append();
+        exported.name = "n";
+        exported.path = "/registered";
+        share_info& in_use = list.append();
+        in_use.name = "s";
+        in_use.type = "samba";
+        merge_forbidden_shares(list);
+        EXPECT_EQ(list.size(), 3U) << "none is added";
+        const share_info& forbidden = *list.begin();
+        EXPECT_EQ(forbidden.users, "anna");
+        EXPECT_EQ(forbidden.write, 0);
+        EXPECT_EQ(forbidden.path, "/mnt/data/pub");
+        EXPECT_EQ(forbidden.type, "");
+        EXPECT_EQ(forbidden.comment, "");
+        EXPECT_EQ(exported.users, "host");
+        EXPECT_EQ(exported.path, "/registered");
+        EXPECT_EQ(in_use.users, "");
+        EXPECT_EQ(in_use.path, "");
+        return 0;
+    });
+    EXPECT_THAT(machine.logged(), IsEmpty());
+}
+
+TEST_F(ForbiddenSharesMerge, MeansTheFirstOfNamesakes) {
+    machine.file(smb_recycle, recycled("pub", "anna"));
+    operate([] {
+        share_list list;
+        list.append().name = "pub";
+        list.append().name = "pub";
+        merge_forbidden_shares(list);
+        EXPECT_EQ(list.begin()->users, "anna");
+        EXPECT_EQ(std::next(list.begin())->users, "");
+        return 0;
+    });
+}
+
+TEST_F(ForbiddenSharesMerge, FillsInAThousandShares) {
+    std::string text;
+    for (int number = 0; number < 1000; ++number) {
+        const std::string name = "s" + std::to_string(number);
+        text += samba_section(name, "/mnt/" + name, name + "user", "", "writeable = no");
+    }
+    machine.file(smb_recycle, text);
+    operate([] {
+        share_list list;
+        for (int number = 999; number >= 0; --number) {
+            list.append().name = "s" + std::to_string(number);
+        }
+        merge_forbidden_shares(list);
+        for (const share_info& share : list) {
+            EXPECT_EQ(std::string(share.users.view()), std::string(share.name.view()) + "user");
+        }
+        return 0;
+    });
+}
+
+TEST_F(ForbiddenSharesMerge, GoesOnBehindAFileThatCannotBeRead) {
+    machine.file(smb_recycle, "[broken\n").file(exports_recycle, export_of(path, "host"));
+    operate([] {
+        share_list list;
+        list.append().name = "pub";
+        merge_forbidden_shares(list);
+        EXPECT_EQ(list.begin()->users, "host");
+        return 0;
+    });
+    EXPECT_THAT(machine.logged(), ElementsAre(returned("merge_forbidden_shares", -2063)));
+}
+
+} // namespace
+} // namespace zav::test

@@ -1,0 +1,263 @@
+// SPDX-License-Identifier: MIT
+// What the steps tell when a file of theirs is locked, cannot be opened, read or written, and what
+// they leave then.
+#include "actions/shares/steps.h"
+#include "fixtures/share_operation.h"
+
+namespace zav::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+// A step on the Samba share "pub" and the files that it opens, in their order.
+struct Step {
+    std::string name;
+    std::function<int()> run;
+    std::string first;
+    std::string second;
+    std::string third = "";
+    bool writes_each = true; ///< before it opens the next one
+};
+
+template <class Function>
+std::function<int()> on_share(Function step) {
+    return [step] {
+        share_info share = share_of("samba", "anna");
+        return step(share);
+    };
+}
+
+const std::vector<Step>& steps() {
+    static const std::vector<Step> all = {
+        {"add", on_share(add_share), share_register, smb_conf},
+        {"apply", on_share(apply_share), share_register, smb_conf},
+        {"remove", on_share(remove_share), share_register, smb_conf},
+        {"forbid", on_share(forbid_share), share_register, smb_conf, smb_recycle},
+        {"edit forbidden", on_share(edit_forbidden_share), share_register, smb_recycle},
+        {"remove forbidden", on_share(remove_forbidden_share), share_register, smb_recycle,
+         exports_recycle, false},
+        {"remove from recycle files", on_share(remove_from_recycle_files), smb_recycle,
+         exports_recycle}};
+    return all;
+}
+
+class ShareStepFaults : public ShareOperation {
+  protected:
+    // Before every step.
+    void prepare() {
+        machine.remove(share_register);
+        machine.shares({{.name = "other", .service = "ftp"}});
+        for (const char* path : {smb_recycle, exports_recycle, smb_conf}) {
+            machine.remove(path).file(path, path == std::string(smb_conf) ? samba_global : "");
+        }
+    }
+    // Runs a step after something was done to a file, and gives its code. The commands tell how
+    // many files were written in front.
+    int run(const Step& step, std::size_t written, const RunOptions& options = {}) {
+        const Result result = operate(step.run, options);
+        EXPECT_EQ(result.commands.size(), written) << step.name;
+        return result.returned;
+    }
+    using Lock = std::unique_ptr<LockedFile>;
+    void each_file_gives(const std::function<Lock(const std::string&)>& make_fault,
+                         int register_code, int service_code) {
+        for (const Step& step : steps()) {
+            std::size_t written = 0;
+            for (const std::string& file : {step.first, step.second, step.third}) {
+                if (file.empty()) {
+                    continue;
+                }
+                SCOPED_TRACE(step.name + " " + file);
+                prepare();
+                const Lock lock = make_fault(file);
+                EXPECT_EQ(run(step, written),
+                          file == share_register ? register_code : service_code);
+                written += step.writes_each ? 1 : 0;
+            }
+        }
+    }
+};
+
+TEST_F(ShareStepFaults, ALockedFileGivesItsCodeAtOnce) {
+    each_file_gives(
+        [this](const std::string& file) {
+            return std::make_unique<LockedFile>(machine.host_path(file));
+        },
+        -2062, -2062);
+}
+
+TEST_F(ShareStepFaults, AFileThatIsReadUnderALockGivesItToo) {
+    each_file_gives(
+        [this](const std::string& file) {
+            return std::make_unique<LockedFile>(machine.host_path(file), 0, 1, F_RDLCK);
+        },
+        -2062, -2062);
+}
+
+TEST_F(ShareStepFaults, AFileThatCannotBeOpenedGivesItsCode) {
+    each_file_gives(
+        [this](const std::string& file) {
+            machine.remove(file).directory(file);
+            return nullptr;
+        },
+        -2060, -2061);
+}
+
+TEST_F(ShareStepFaults, AMalformedFileGivesItsCode) {
+    each_file_gives(
+        [this](const std::string& file) {
+            machine.file(file,
+                         file == exports_recycle ? "/mnt/data/pub a(rw) b(rw)\n" : "[broken\n");
+            return nullptr;
+        },
+        -2063, -2063);
+}
+
+TEST_F(ShareStepFaults, AMalformedFileStaysAsItIs) {
+    machine.shares({{.comment = "a=b"}});
+    const std::string before = machine.read(share_register);
+    EXPECT_EQ(result_of(on_share(add_share)), -2063);
+    EXPECT_EQ(machine.read(share_register), before);
+    machine.shares({}).file(smb_conf, "[global]\n[a]\nnonsense\n");
+    EXPECT_EQ(result_of(on_share(add_share)), -2063);
+    EXPECT_EQ(machine.read(smb_conf), "[global]\n[a]\nnonsense\n");
+    EXPECT_EQ(machine.read(share_register), register_section({})) << "nothing is taken back";
+}
+
+TEST_F(ShareStepFaults, MissingFilesAreMade) {
+    for (const char* path : {share_register, smb_conf, smb_recycle}) {
+        machine.remove(path);
+    }
+    EXPECT_EQ(result_of(on_share(add_share)), 0);
+    EXPECT_EQ(machine.read(smb_conf), samba_section("pub", "/mnt/data/pub", "anna"));
+    EXPECT_EQ(machine.mode(smb_conf), 0700);
+    EXPECT_EQ(machine.mode(share_register), 0700);
+    machine.remove(smb_conf);
+    EXPECT_EQ(result_of(on_share(forbid_share)), -2067);
+    EXPECT_EQ(machine.mode(smb_recycle), 0700);
+}
+
+// Files cannot grow beyond 4 KiB.
+class ShareStepWriting : public ShareStepFaults {
+  protected:
+    static std::string shares(const std::string& name, int count) {
+        std::string text;
+        for (int number = 0; number < count; ++number) {
+            text += register_section({.name = name + std::to_string(number), .service = ""});
+        }
+        return text;
+    }
+    static std::string recycled(int count) {
+        std::string text;
+        for (int number = 0; number < count; ++number) {
+            text += samba_section("s" + std::to_string(number), "/p", "", "", "writeable = no");
+        }
+        return text;
+    }
+    int run_on_full_disk(const std::function<int()>& step) {
+        return result_of(step, {.limits = {{RLIMIT_FSIZE, 4096}}, .ignored_signals = {SIGXFSZ}});
+    }
+    const std::string long_global = "[global]\n" + std::string(5000, '#') + "\n";
+};
+
+TEST_F(ShareStepWriting, ARegisterThatCannotBeWrittenGivesItsCode) {
+    for (const auto& step : {on_share(add_share), on_share(apply_share), on_share(forbid_share),
+                             on_share(edit_forbidden_share)}) {
+        machine.file(share_register, shares("s", 50));
+        EXPECT_EQ(run_on_full_disk(step), -2064);
+        EXPECT_EQ(machine.read(share_register), shares("s", 50).substr(0, 4096))
+            << "short, up to where it failed";
+        EXPECT_EQ(machine.read(smb_conf), samba_global);
+        EXPECT_EQ(machine.read(smb_recycle), "");
+    }
+}
+
+TEST_F(ShareStepWriting, ARegisterThatCannotBeWrittenStopsRemovals) {
+    machine.file(share_register, register_section({}) + shares("s", 50));
+    EXPECT_EQ(run_on_full_disk(on_share(remove_share)), -2064);
+    machine.file(share_register, register_section({}) + shares("s", 50));
+    machine.file(smb_recycle, samba_section("pub", "/p", "", "", "writeable = no"));
+    EXPECT_EQ(run_on_full_disk(on_share(remove_forbidden_share)), -2064);
+    EXPECT_EQ(machine.read(smb_recycle), "") << "written before";
+}
+
+TEST_F(ShareStepWriting, AServiceFileThatCannotBeWrittenGivesItsCode) {
+    for (const auto& step : {on_share(add_share), on_share(apply_share)}) {
+        machine.file(share_register, "").file(smb_conf, long_global);
+        EXPECT_EQ(run_on_full_disk(step), -2065);
+        EXPECT_EQ(machine.read(share_register), register_section({})) << "nothing is taken back";
+        EXPECT_EQ(machine.read(smb_conf), long_global);
+    }
+}
+
+TEST_F(ShareStepWriting, AServiceFileThatCannotBeWrittenEndsTheForbidding) {
+    machine.shares({{}}).file(smb_conf,
+                              long_global + samba_section("pub", "/p") + samba_section("a", "/a"));
+    EXPECT_EQ(run_on_full_disk(on_share(forbid_share)), -2065);
+    EXPECT_EQ(machine.read(share_register), forbidden_section());
+    EXPECT_EQ(machine.read(smb_conf), long_global);
+    EXPECT_EQ(machine.read(smb_recycle), "") << "not recycled either";
+}
+
+TEST_F(ShareStepWriting, AServiceFileThatCannotBeWrittenEndsTheRemoval) {
+    machine.shares({{}}).file(smb_conf, long_global + samba_section("a", "/a"));
+    EXPECT_EQ(run_on_full_disk(on_share(remove_share)), -2065) << "not that it was not there";
+    EXPECT_EQ(machine.read(share_register), "");
+}
+
+TEST_F(ShareStepWriting, ARecycleFileThatCannotBeWrittenGivesItsCode) {
+    for (const auto& step : {on_share(forbid_share), on_share(edit_forbidden_share),
+                             on_share(remove_from_recycle_files)}) {
+        machine.shares({{}}).file(smb_recycle, recycled(40));
+        EXPECT_EQ(run_on_full_disk(step), -2065);
+    }
+}
+
+TEST_F(ShareStepWriting, ARecycleFileThatCannotBeWrittenKeepsTheOthersOfARemoval) {
+    machine.shares({{.service = ""}}).file(smb_recycle, recycled(40));
+    machine.file(exports_recycle, export_of("/mnt/data/pub"));
+    EXPECT_EQ(run_on_full_disk(on_share(remove_forbidden_share)), -2065);
+    EXPECT_EQ(machine.read(exports_recycle), export_of("/mnt/data/pub"));
+    EXPECT_EQ(machine.read(share_register), forbidden_section());
+}
+
+// A step that waits where it hands over a file.
+class ShareStepsAtOnce : public ShareStepFaults {
+  protected:
+    StartedRun start(const std::string& waits_at, const std::function<int()>& step) {
+        machine.tool(pool_tool::xconf)
+            .on("/usr/local/bin/xconf -s " + waits_at)
+            .does("echo > /var/saving; while ! [ -e /var/go ]; do :; done")
+            .once();
+        return machine.start_call(step);
+    }
+    void go_on() { machine.file("/var/go", ""); }
+};
+
+TEST_F(ShareStepsAtOnce, OneWinsAndTheOtherIsToldSo) {
+    StartedRun first = start(smb_conf, on_share(add_share));
+    ASSERT_TRUE(machine.appears("/var/saving"));
+    const share_info second = share_of("nfs", "", "", "second");
+    EXPECT_EQ(result_of([&] { return add_share(second); }), -2062);
+    go_on();
+    EXPECT_EQ(first.wait().returned, 0);
+    EXPECT_EQ(machine.read(share_register), register_section({}));
+    EXPECT_EQ(machine.read(exports), "");
+    EXPECT_EQ(result_of([&] { return add_share(second); }), 0) << "the locks are gone";
+}
+
+TEST_F(ShareStepsAtOnce, AllFilesOfARemovalAreLockedToTheEnd) {
+    machine.shares({{.service = ""}});
+    StartedRun first = start(share_register, on_share(remove_forbidden_share));
+    ASSERT_TRUE(machine.appears("/var/saving"));
+    for (const char* file : {share_register, smb_recycle, exports_recycle}) {
+        EXPECT_THROW(LockedFile(machine.host_path(file)), std::runtime_error) << file;
+    }
+    go_on();
+    EXPECT_EQ(first.wait().returned, 0);
+}
+
+} // namespace
+} // namespace zav::test

@@ -1,0 +1,491 @@
+// SPDX-License-Identifier: MIT
+// Descriptors, whole reads and writes, copies, directories, whole-file locks.
+#include "base/codes.h"
+#include "base/file.h"
+#include "base/file_locks.h"
+#include "private_root.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstddef>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace zav {
+namespace {
+
+using test::LockedFile;
+using test::PrivateRoot;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+constexpr const char* path = "/tmp/file";
+
+bool is_open(int fd) {
+    return ::fcntl(fd, F_GETFD) >= 0;
+}
+
+TEST(Descriptor, IsNeverInherited) {
+    const FileDescriptor fd = FileDescriptor::open("/dev/null", O_RDONLY);
+    ASSERT_TRUE(fd);
+    EXPECT_EQ(::fcntl(fd.get(), F_GETFD), FD_CLOEXEC);
+}
+
+TEST(Descriptor, ClosesItselfAtTheEnd) {
+    int number = -1;
+    {
+        const FileDescriptor fd = FileDescriptor::open("/dev/null", O_RDONLY);
+        number = fd.get();
+        EXPECT_TRUE(is_open(number));
+    }
+    EXPECT_FALSE(is_open(number));
+}
+
+TEST(Descriptor, IsFalseWhenNothingCouldBeOpened) {
+    errno = 0;
+    const FileDescriptor fd = FileDescriptor::open("/missing/file", O_RDONLY);
+    EXPECT_FALSE(fd);
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_FALSE(FileDescriptor());
+}
+
+TEST(Descriptor, MovesWithItsFile) {
+    FileDescriptor from = FileDescriptor::open("/dev/null", O_RDONLY);
+    const int number = from.get();
+    FileDescriptor to(std::move(from));
+    EXPECT_FALSE(from);
+    EXPECT_EQ(to.get(), number);
+    FileDescriptor last;
+    last = std::move(to);
+    EXPECT_EQ(last.get(), number);
+    EXPECT_TRUE(is_open(number));
+}
+
+TEST(Descriptor, ClosesTheFileThatAnotherReplaces) {
+    FileDescriptor fd = FileDescriptor::open("/dev/null", O_RDONLY);
+    const int number = fd.get();
+    fd = FileDescriptor::open("/dev/zero", O_RDONLY);
+    EXPECT_FALSE(is_open(number));
+    EXPECT_TRUE(is_open(fd.get()));
+}
+
+TEST(Descriptor, TellsWhetherTheCloseFailed) {
+    FileDescriptor good = FileDescriptor::open("/dev/null", O_RDONLY);
+    EXPECT_TRUE(good.close());
+    EXPECT_FALSE(good);
+    EXPECT_TRUE(good.close()); // nothing left to lose
+    FileDescriptor bad = FileDescriptor::open("/dev/null", O_RDONLY);
+    ::close(bad.get());
+    EXPECT_FALSE(bad.close());
+}
+
+TEST(Read, GivesAllBytesOfAFile) {
+    PrivateRoot root;
+    const std::string text = std::string("a\0b\r\n", 5) + std::string(1000000, 'x');
+    root.file(path, text);
+    EXPECT_EQ(read_file(root.host_path(path).c_str()), text);
+}
+
+TEST(Read, GivesAnEmptyTextForAnEmptyFile) {
+    PrivateRoot root;
+    root.file(path, "");
+    EXPECT_EQ(read_file(root.host_path(path).c_str()), "");
+}
+
+TEST(Read, GivesNothingForAFileThatIsMissingOrNoFile) {
+    errno = 0;
+    EXPECT_EQ(read_file("/missing/file"), std::nullopt);
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(read_file("/"), std::nullopt);
+    EXPECT_EQ(errno, EISDIR);
+}
+
+TEST(Read, GoesOnFromWhereTheDescriptorStands) {
+    PrivateRoot root;
+    root.file(path, "0123456789");
+    const FileDescriptor fd = FileDescriptor::open(root.host_path(path).c_str(), O_RDONLY);
+    ::lseek(fd.get(), 4, SEEK_SET);
+    EXPECT_EQ(read_rest(fd.get()), "456789");
+    EXPECT_EQ(read_rest(fd.get()), "");
+    EXPECT_EQ(read_rest(-1), std::nullopt);
+}
+
+TEST(Attribute, IsTheFirst256BytesOfItsFile) {
+    PrivateRoot root;
+    const std::string real = root.host_path(path);
+    root.file(path, "running\n");
+    EXPECT_EQ(read_attribute_file(real.c_str()), "running\n");
+    root.file(path, std::string(256, 'x') + "y");
+    EXPECT_EQ(read_attribute_file(real.c_str()), std::string(256, 'x'));
+    root.file(path, "");
+    EXPECT_EQ(read_attribute_file(real.c_str()), "");
+}
+
+TEST(Attribute, IsNothingWhenItsFileIsMissingOrNoFile) {
+    errno = 0;
+    EXPECT_EQ(read_attribute_file("/missing/file"), std::nullopt);
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(read_attribute_file("/"), std::nullopt);
+    EXPECT_EQ(errno, EISDIR);
+}
+
+// A pipe that a child empties, or fills, with a signal for the test in between.
+struct Pipe {
+    Pipe() { EXPECT_EQ(::pipe(ends.data()), 0); }
+    ~Pipe() {
+        ::close(ends[0]);
+        ::close(ends[1]);
+    }
+    std::array<int, 2> ends = {};
+};
+
+std::array<int, 2> arrived = {}; // a byte for each signal
+
+// From now on a signal interrupts what waits, in this process and its children.
+void take_signals() {
+    EXPECT_EQ(::pipe(arrived.data()), 0);
+    struct sigaction note = {};
+    note.sa_handler = [](int) {
+        const int before = errno;
+        write_all(arrived[1], "s");
+        errno = before;
+    }; // without SA_RESTART
+    ::sigaction(SIGUSR1, &note, nullptr);
+}
+
+// Sends a signal to a process that waits for something, and waits for its arrival.
+void interrupt(pid_t process) {
+    const std::string status = "/.harness/proc/" + std::to_string(process) + "/stat";
+    while (read_file(status.c_str()).value_or("").find(") S ") == std::string::npos) {
+        ::usleep(100);
+    }
+    ::kill(process, SIGUSR1);
+    char sign = 0;
+    EXPECT_EQ(::read(arrived[0], &sign, 1), 1);
+}
+
+TEST(Read, IsTakenUpAgainAfterASignal) {
+    PrivateRoot root;
+    root.call([] {
+        take_signals();
+        Pipe pipe;
+        if (::fork() == 0) {
+            interrupt(::getppid());
+            write_all(pipe.ends[1], "text");
+            ::_exit(0);
+        }
+        ::close(std::exchange(pipe.ends[1], -1));
+        EXPECT_EQ(read_rest(pipe.ends[0]), "text");
+        return 0;
+    });
+}
+
+TEST(Write, WritesAllOfALongTextThroughSignals) {
+    PrivateRoot root;
+    root.call([] {
+        take_signals();
+        Pipe pipe;
+        const std::string text(1000000, 'x'); // far more than a pipe holds
+        const pid_t writer = ::fork();
+        if (writer == 0) {
+            ::_exit(write_all(pipe.ends[1], text) ? 0 : 1);
+        }
+        ::close(std::exchange(pipe.ends[1], -1));
+        interrupt(writer); // half of the text is written
+        interrupt(writer); // nothing more is
+        EXPECT_EQ(read_rest(pipe.ends[0]), text);
+        int status = -1;
+        ::waitpid(writer, &status, 0);
+        EXPECT_EQ(status, 0);
+        return 0;
+    });
+}
+
+TEST(Write, TellsThatTheDiskIsFull) {
+    const FileDescriptor full = FileDescriptor::open("/dev/full", O_WRONLY);
+    errno = 0;
+    EXPECT_FALSE(write_all(full.get(), "text"));
+    EXPECT_EQ(errno, ENOSPC);
+    EXPECT_TRUE(write_all(full.get(), "")); // nothing to write
+}
+
+// A line added to a file that held `before`, with the file as it is then.
+std::pair<bool, std::string> append_to(const std::string& before, const std::string& line,
+                                       const test::RunOptions& options = {}) {
+    PrivateRoot root;
+    root.file(path, before);
+    const auto append = [&] {
+        const FileDescriptor fd = FileDescriptor::open(path, O_RDWR | O_APPEND);
+        errno = 0;
+        const bool appended = append_line(fd.get(), before, line);
+        EXPECT_EQ(errno, appended ? 0 : EFBIG);
+        return appended ? 1 : 0;
+    };
+    const bool appended = root.call(append, options).returned == 1;
+    return {appended, root.read(path)};
+}
+
+TEST(AppendedLine, StandsOnALineOfItsOwn) {
+    EXPECT_EQ(append_to("", "new"), std::pair(true, std::string("new\n")));
+    EXPECT_EQ(append_to("one\n", "new"), std::pair(true, std::string("one\nnew\n")));
+    EXPECT_EQ(append_to("one", "new"), std::pair(true, std::string("one\nnew\n")));
+    EXPECT_EQ(append_to("one\n\n", ""), std::pair(true, std::string("one\n\n\n")));
+}
+
+TEST(AppendedLine, ThatDoesNotFitIsTakenBack) {
+    for (const std::string& before : {std::string("one\n"), std::string("one")}) {
+        for (const rlim_t room : {3U, 4U, 6U}) {
+            const test::RunOptions full = {.limits = {{RLIMIT_FSIZE, room}},
+                                           .ignored_signals = {SIGXFSZ}};
+            EXPECT_EQ(append_to(before, "new", full), std::pair(false, before)) << room;
+        }
+    }
+}
+
+TEST(Copy, MakesAMissingTarget) {
+    PrivateRoot root;
+    root.file("/tmp/source", std::string("one\0two\n", 8));
+    root.call([] { return copy_file("/tmp/source", path); });
+    EXPECT_EQ(root.read(path), std::string("one\0two\n", 8));
+    EXPECT_EQ(root.mode(path), 0644U);
+}
+
+TEST(Copy, ReplacesTheContentOfALongerTarget) {
+    PrivateRoot root;
+    root.file("/tmp/source", "short\n").file(path, "much longer than the source\n");
+    EXPECT_EQ(root.call([] { return copy_file("/tmp/source", path); }).returned, 0);
+    EXPECT_EQ(root.read(path), "short\n");
+}
+
+TEST(Copy, ReplacesTheContentOfAShorterTarget) {
+    PrivateRoot root;
+    root.file("/tmp/source", "much longer than the target\n").file(path, "short\n");
+    EXPECT_EQ(root.call([] { return copy_file("/tmp/source", path); }).returned, 0);
+    EXPECT_EQ(root.read(path), "much longer than the target\n");
+}
+
+TEST(Copy, OfNothingEmptiesTheTarget) {
+    PrivateRoot root;
+    root.file("/tmp/source", "").file(path, "old\n");
+    EXPECT_EQ(root.call([] { return copy_file("/tmp/source", path); }).returned, 0);
+    EXPECT_EQ(root.read(path), "");
+}
+
+TEST(Copy, LeavesModeOwnerAndInodeOfTheTarget) {
+    PrivateRoot root;
+    root.file("/tmp/source", "new\n", 0644).file(path, "old\n", 0600);
+    const std::string target = root.host_path(path);
+    ASSERT_EQ(::chown(target.c_str(), 12, 34), 0);
+    struct stat before = {};
+    ::stat(target.c_str(), &before);
+    root.call([] { return copy_file("/tmp/source", path); });
+    struct stat after = {};
+    ::stat(target.c_str(), &after);
+    EXPECT_EQ(root.read(path), "new\n");
+    EXPECT_EQ(after.st_ino, before.st_ino);
+    EXPECT_EQ(after.st_mode, before.st_mode);
+    EXPECT_EQ(after.st_uid, 12U);
+    EXPECT_EQ(after.st_gid, 34U);
+}
+
+TEST(Copy, FailsWithoutASourceAndLeavesTheTarget) {
+    PrivateRoot root;
+    root.file(path, "old\n");
+    EXPECT_EQ(root.call([] { return copy_file("/tmp/missing", path); }).returned, -11);
+    EXPECT_EQ(root.read(path), "old\n");
+}
+
+TEST(Copy, FailsWithoutADirectoryForTheTarget) {
+    PrivateRoot root;
+    root.file("/tmp/source", "new\n");
+    EXPECT_EQ(root.call([] { return copy_file("/tmp/source", "/missing/file"); }).returned,
+              file_error::not_created);
+}
+
+TEST(Copy, FailsWhereTheTargetCannotBeWritten) {
+    PrivateRoot root;
+    root.file("/tmp/source", "new\n").bind("/dev/full", "/tmp/full", true);
+    EXPECT_EQ(root.call([] { return copy_file("/tmp/source", "/tmp/full"); }).returned, -11);
+}
+
+TEST(Copy, ThatDoesNotFitLeavesTheTargetAsItWas) {
+    PrivateRoot root;
+    root.file("/tmp/source", std::string(5000, 'n')).file(path, "old\n");
+    const test::Result result =
+        root.call([] { return copy_file("/tmp/source", path); },
+                  {.limits = {{RLIMIT_FSIZE, 4096}}, .ignored_signals = {SIGXFSZ}});
+    EXPECT_EQ(result.returned, -11);
+    EXPECT_EQ(root.read(path), "old\n");
+}
+
+// What fallocate(2) gives on file systems that cannot reserve space.
+bool refuse_fallocate() {
+    std::array<sock_filter, 4> filter = {{
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_fallocate, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EOPNOTSUPP),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    }};
+    const sock_fprog program = {filter.size(), filter.data()};
+    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
+TEST(Copy, WorksOnAFileSystemThatCannotReserveSpace) {
+    PrivateRoot root;
+    root.file("/tmp/source", std::string(20000, 'n')).file(path, std::string(9000, 'o'));
+    const test::Result result = root.call([] {
+        EXPECT_TRUE(refuse_fallocate());
+        return copy_file("/tmp/source", path);
+    });
+    EXPECT_EQ(result.returned, 0);
+    EXPECT_EQ(root.read(path), std::string(20000, 'n'));
+}
+
+TEST(NameOfAnOpenFile, IsItsOwnUntilTheFileIsReplaced) {
+    PrivateRoot root;
+    root.file(path, "");
+    const std::string real = root.host_path(path);
+    const FileDescriptor fd = FileDescriptor::open(real.c_str(), O_RDONLY);
+    EXPECT_TRUE(names_open_file(real.c_str(), fd.get()));
+    std::filesystem::rename(real, real + ".0");
+    EXPECT_FALSE(names_open_file(real.c_str(), fd.get()));
+    root.file(path, "");
+    EXPECT_FALSE(names_open_file(real.c_str(), fd.get()));
+    EXPECT_TRUE(names_open_file((real + ".0").c_str(), fd.get()));
+    EXPECT_FALSE(names_open_file(real.c_str(), -1));
+}
+
+TEST(DirectoryEntries, AreAllButTheDirectoryAndItsParent) {
+    PrivateRoot root;
+    root.file("/tmp/d/b", "")
+        .file("/tmp/d/a", "")
+        .file("/tmp/d/.hidden", "")
+        .file("/tmp/d/...", "");
+    EXPECT_THAT(*directory_entries(root.host_path("/tmp/d").c_str()),
+                UnorderedElementsAre("a", "b", ".hidden", "..."));
+}
+
+TEST(DirectoryEntries, ComeInTheDirectorysOwnOrder) {
+    PrivateRoot root;
+    for (int number = 0; number < 50; ++number) {
+        root.file("/tmp/d/" + std::to_string(number * 7919 % 1000), "");
+    }
+    const std::string real = root.host_path("/tmp/d");
+    std::vector<std::string> order;
+    for (const auto& entry : std::filesystem::directory_iterator(real)) {
+        order.push_back(entry.path().filename());
+    }
+    EXPECT_EQ(*directory_entries(real.c_str()), order);
+}
+
+TEST(DirectoryEntries, OfAnEmptyDirectoryAreNone) {
+    PrivateRoot root;
+    root.directory("/tmp/d");
+    EXPECT_THAT(*directory_entries(root.host_path("/tmp/d").c_str()), IsEmpty());
+}
+
+TEST(DirectoryEntries, OfAMissingDirectoryAreNothing) {
+    errno = 0;
+    EXPECT_EQ(directory_entries("/missing"), std::nullopt);
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(directory_entries("/dev/null"), std::nullopt);
+}
+
+// A root with one file, and what try_lock() says about it in another process.
+class LockRoot : public PrivateRoot {
+  public:
+    LockRoot() { file(path, "content\n"); }
+
+    LockResult tried() {
+        return static_cast<LockResult>(call([] {
+                                           const FileDescriptor fd =
+                                               FileDescriptor::open(path, O_RDWR);
+                                           return static_cast<int>(try_lock(fd.get()));
+                                       }).returned);
+    }
+};
+
+TEST(Lock, IsHadWhenNobodyHasIt) {
+    LockRoot root;
+    EXPECT_EQ(root.tried(), LockResult::locked);
+}
+
+TEST(Lock, IsRefusedWhileAnotherHasIt) {
+    LockRoot root;
+    const LockedFile other(root.host_path(path));
+    EXPECT_EQ(root.tried(), LockResult::held_by_other);
+}
+
+TEST(Lock, IsRefusedWhileAnotherOnlyReads) {
+    LockRoot root;
+    const LockedFile other(root.host_path(path), 0, 0, F_RDLCK);
+    EXPECT_EQ(root.tried(), LockResult::held_by_other);
+}
+
+TEST(Lock, IsOnTheWholeFileAndBeyond) {
+    LockRoot root;
+    const LockedFile other(root.host_path(path), 100000, 1);
+    EXPECT_EQ(root.tried(), LockResult::held_by_other);
+}
+
+TEST(Lock, ShutsOthersOutUntilItIsGivenBack) {
+    LockRoot root;
+    root.call([] {
+        const FileDescriptor fd = FileDescriptor::open(path, O_RDWR);
+        const auto tried_by_child = [] {
+            const pid_t child = ::fork();
+            if (child == 0) {
+                const FileDescriptor other = FileDescriptor::open(path, O_RDWR);
+                ::_exit(static_cast<int>(try_lock(other.get())));
+            }
+            int status = 0;
+            ::waitpid(child, &status, 0);
+            return static_cast<LockResult>(WEXITSTATUS(status));
+        };
+        EXPECT_EQ(try_lock(fd.get()), LockResult::locked);
+        EXPECT_EQ(tried_by_child(), LockResult::held_by_other);
+        unlock(fd.get());
+        EXPECT_EQ(tried_by_child(), LockResult::locked);
+        EXPECT_TRUE(lock_and_wait(fd.get()));
+        EXPECT_EQ(tried_by_child(), LockResult::held_by_other);
+        return 0;
+    });
+}
+
+TEST(Lock, FailsOnADescriptorThatCannotWrite) {
+    LockRoot root;
+    const FileDescriptor fd = FileDescriptor::open(root.host_path(path).c_str(), O_RDONLY);
+    EXPECT_EQ(try_lock(fd.get()), LockResult::failed);
+    EXPECT_FALSE(lock_and_wait(fd.get()));
+    EXPECT_FALSE(lock_and_wait(-1));
+}
+
+TEST(Lock, IsWaitedForThroughASignal) {
+    LockRoot root;
+    LockedFile other(root.host_path(path));
+    test::StartedRun run = root.start_call([] {
+        struct sigaction note = {};
+        note.sa_handler = [](int) { ::close(::open("/tmp/arrived", O_CREAT | O_WRONLY, 0600)); };
+        ::sigaction(SIGUSR1, &note, nullptr); // without SA_RESTART
+        const FileDescriptor fd = FileDescriptor::open(path, O_RDWR);
+        return lock_and_wait(fd.get()) ? 0 : 1;
+    });
+    ASSERT_TRUE(other.is_waited_for());
+    run.signal(SIGUSR1);
+    ASSERT_TRUE(root.appears("/tmp/arrived"));
+    other.unlock();
+    EXPECT_EQ(run.wait().returned, 0);
+}
+
+} // namespace
+} // namespace zav

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+// Which shares are mounted.
+#include "inventory/shares.h"
+
+#include <gtest/gtest.h>
+
+namespace zav::test {
+namespace {
+
+share_info& add(share_list& list, const char* name, const char* type, const char* path = "") {
+    share_info& share = list.append();
+    share.name = name;
+    share.type = type;
+    share.path = path;
+    return share;
+}
+
+class MountScan : public testing::Test {
+  protected:
+    share_list list;
+};
+
+TEST_F(MountScan, MarksWhatIsMountedAndTakesItsDirectory) {
+    share_info& share = add(list, "pub", "samba", "/registered");
+    share.comment = "mine";
+    scan_mounts({{"/dev/data/pub", "/elsewhere/pub"}}, list);
+    EXPECT_EQ(share.path, "/elsewhere/pub");
+    EXPECT_EQ(share.usedsize, -1);
+    EXPECT_EQ(share.comment, "mine");
+}
+
+TEST_F(MountScan, TellsWhatIsNotMounted) {
+    share_info& share = add(list, "pub", "samba", "/mnt/data/pub");
+    share.comment = "mine";
+    share.usedsize = 5;
+    scan_mounts({{"proc", "/proc"}, {"/dev/x", "/mnt/data/public"}}, list);
+    EXPECT_EQ(share.comment, "Filesystem umounted");
+    EXPECT_EQ(share.usedsize, 0);
+    EXPECT_EQ(share.path, "/mnt/data/pub");
+}
+
+TEST_F(MountScan, TakesTheLastOfSeveralDirectories) {
+    const share_info& share = add(list, "pub", "ftp");
+    scan_mounts({{"a", "/one/pub"}, {"b", "/two/pub"}}, list);
+    EXPECT_EQ(share.path, "/two/pub");
+}
+
+TEST_F(MountScan, MeansTheFirstOfNamesakes) {
+    const share_info& first = add(list, "pub", "samba");
+    const share_info& second = add(list, "pub", "nfs");
+    scan_mounts({{"a", "/mnt/pub"}}, list);
+    EXPECT_EQ(first.usedsize, -1);
+    EXPECT_EQ(second.comment, "Filesystem umounted");
+}
+
+TEST_F(MountScan, AsksNoMountOfAnIscsiShare) {
+    const share_info& share = add(list, "disk1", "iSCSI", "/dev/data/disk1");
+    const share_info& other = add(list, "disk1", "samba");
+    scan_mounts({{"a", "/mnt/disk1"}}, list);
+    EXPECT_EQ(share.usedsize, -1);
+    EXPECT_EQ(share.comment, "");
+    EXPECT_EQ(share.path, "/dev/data/disk1");
+    EXPECT_EQ(other.path, "/mnt/disk1") << "the mount is that of its namesake";
+}
+
+TEST_F(MountScan, FindsNoIscsiShareWhereNothingIsMounted) {
+    const share_info& share = add(list, "disk1", "iscsi");
+    scan_mounts({}, list);
+    EXPECT_EQ(share.comment, "Filesystem umounted");
+    EXPECT_EQ(share.usedsize, 0);
+}
+
+TEST_F(MountScan, CountsSharesOfSeveralServicesAsMounted) {
+    const share_info& share = add(list, "pub", "samba,iSCSI");
+    scan_mounts({{"a", "/mnt/pub"}}, list);
+    EXPECT_EQ(share.path, "/mnt/pub");
+}
+
+} // namespace
+} // namespace zav::test

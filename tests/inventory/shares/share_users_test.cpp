@@ -1,0 +1,314 @@
+// SPDX-License-Identifier: MIT
+// The users of shares: secrets, the appliance's and the system's users, the files of the FTP
+// server's users.
+#include "base/file_locks.h"
+#include "fixtures/share_machine.h"
+#include "inventory/share_users.h"
+
+#include <array>
+#include <filesystem>
+
+namespace zav::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class ShareUsers : public testing::Test {
+  protected:
+    // What a look-up of a user returns.
+    int returned_by(int (*function)(std::string_view), const std::string& user) {
+        return machine.operation([=] { return function(user); }).returned;
+    }
+    // The result of reading a file's lines, and the lines.
+    std::pair<int, Texts> lines_of(const std::string& path, const RunOptions& options = {}) {
+        const Result run = machine.operation(
+            [=] {
+                Texts lines;
+                const int result = read_file_lines(path.c_str(), lines);
+                for (const std::string& line : lines) {
+                    std::puts(line.c_str());
+                }
+                return result;
+            },
+            options);
+        Texts lines;
+        for (const std::string_view line : split(run.out, "\n")) {
+            lines.emplace_back(line);
+        }
+        return {run.returned, lines};
+    }
+    // The FTP user of a path; empty when there is none.
+    std::string user_of(const std::string& path) {
+        const Result run = machine.operation([=] {
+            std::string user;
+            const int result = user_of_path(path, user);
+            std::fputs(user.c_str(), stdout);
+            return result;
+        });
+        EXPECT_TRUE(run.has_returned);
+        EXPECT_EQ(run.returned, run.out.empty() ? -1 : 0);
+        return run.out;
+    }
+    // The names of the FTP server's files in the order of their directory.
+    Texts in_directory_order() const {
+        Texts names;
+        for (const auto& entry :
+             std::filesystem::directory_iterator(machine.host_path("/etc/vsftpd"))) {
+            names.push_back(entry.path().filename());
+        }
+        return names;
+    }
+    ShareMachine machine;
+};
+
+TEST_F(ShareUsers, SecretIsReadFromTheAppliancesUserFile) {
+    machine.file(user_file, "bert|1|bertsecret\nanna|1001|annasecret\n");
+    machine.operation([] {
+        std::string secret;
+        EXPECT_EQ(get_user_secret("anna", secret), 0);
+        EXPECT_EQ(secret, "annasecret");
+        EXPECT_EQ(get_user_secret("dora", secret), 0);
+        EXPECT_EQ(secret, "") << "unknown";
+        return 0;
+    });
+}
+
+TEST_F(ShareUsers, SecretOfNobodyIsMinus1) {
+    machine.operation([] {
+        std::string secret = "before";
+        EXPECT_EQ(get_user_secret("", secret), -1);
+        EXPECT_EQ(secret, "before");
+        return 0;
+    });
+}
+
+TEST_F(ShareUsers, SecretWithoutAUserFileIsMinus2069) {
+    machine.remove(user_file);
+    machine.operation([] {
+        std::string secret;
+        EXPECT_EQ(get_user_secret("anna", secret), -2069);
+        EXPECT_EQ(secret, "");
+        return 0;
+    });
+}
+
+TEST_F(ShareUsers, UserIsOneOfTheApplianceOrOfTheSystem) {
+    EXPECT_EQ(returned_by(check_username, "bert"), 0) << "of the appliance";
+    EXPECT_EQ(returned_by(check_username, "carla"), 0) << "of the system";
+    EXPECT_EQ(returned_by(check_username, "dora"), -613);
+    EXPECT_EQ(returned_by(check_username, "carl"), -613);
+    EXPECT_EQ(returned_by(check_username, ""), -613);
+}
+
+TEST_F(ShareUsers, UserInACommentIsNone) {
+    machine.file(user_file, "# dora|1|\n#dora|1|\n\n  emil|1|\n");
+    machine.file(passwd, "#dora:x:1:1::/:\n  franz:x:1:1::/:\n");
+    EXPECT_EQ(returned_by(check_username, "dora"), -613);
+    EXPECT_EQ(returned_by(check_username, "#dora"), -613);
+    EXPECT_EQ(returned_by(check_username, "emil"), 0);
+    EXPECT_EQ(returned_by(check_username, "franz"), 0);
+}
+
+TEST_F(ShareUsers, UserWithoutItsFilesIsMinus611OrMinus612) {
+    machine.remove(passwd);
+    EXPECT_EQ(returned_by(check_username, "bert"), 0) << "found before";
+    EXPECT_EQ(returned_by(check_username, "carla"), -612);
+    machine.remove(user_file);
+    EXPECT_EQ(returned_by(check_username, "bert"), -611);
+}
+
+TEST_F(ShareUsers, LinesAreTrimmedAndWithoutComments) {
+    machine.file("/etc/lines", "one\n\n \t two  \r\n# no\n  # no\n   \nthree # x\nfour");
+    EXPECT_EQ(lines_of("/etc/lines"), std::pair(0, Texts{"one", "two", "three # x", "four"}));
+}
+
+TEST_F(ShareUsers, LinesOfAnyLengthStayWhole) {
+    const std::string text(1000, 'x');
+    machine.file("/etc/lines", text + "\n# " + text + "\n" + text + "y\n");
+    EXPECT_EQ(lines_of("/etc/lines"), std::pair(0, Texts{text, text + "y"}));
+}
+
+TEST_F(ShareUsers, LinesOfAMissingFileAreMinus1) {
+    EXPECT_EQ(lines_of("/etc/missing"), std::pair(-1, Texts{}));
+    EXPECT_EQ(lines_of("/etc"), std::pair(-1, Texts{}));
+    machine.file("/etc/secret", "x\n", 0600);
+    EXPECT_EQ(lines_of("/etc/secret", {.uid = 65534}), std::pair(-1, Texts{}));
+    EXPECT_THAT(machine.log(), IsEmpty());
+}
+
+TEST_F(ShareUsers, LinesOfALockedFileAreMinus1) {
+    for (const short type : {short{F_WRLCK}, short{F_RDLCK}}) {
+        const LockedFile other(machine.host_path(passwd), 0, 0, type);
+        EXPECT_EQ(lines_of(passwd), std::pair(-1, Texts{}));
+    }
+    EXPECT_EQ(lines_of(passwd).first, 0);
+}
+
+TEST_F(ShareUsers, LinesAreAtMost301) {
+    std::string text;
+    for (int number = 0; number < 301; ++number) {
+        text += std::to_string(number) + "\n# a comment\n\n";
+    }
+    machine.file("/etc/lines", text);
+    EXPECT_EQ(lines_of("/etc/lines").first, 0);
+    EXPECT_EQ(lines_of("/etc/lines").second.size(), 301u);
+    EXPECT_THAT(machine.log(), IsEmpty());
+    machine.file("/etc/lines", text + "301\n");
+    EXPECT_EQ(lines_of("/etc/lines").first, -2);
+    EXPECT_THAT(machine.logged(), ElementsAre(returned("read_file", -2)));
+}
+
+TEST_F(ShareUsers, FtpUsersAreTheRegularFiles) {
+    machine.file("/etc/vsftpd/anna", "").file("/etc/vsftpd/.hidden", "");
+    machine.directory("/etc/vsftpd/directory").fifo("/etc/vsftpd/fifo");
+    machine.symlink("missing", "/etc/vsftpd/dangling");
+    const Result run = machine.operation([] {
+        Texts names;
+        const int result = get_user(names, 24, 31);
+        EXPECT_THAT(names, testing::UnorderedElementsAre("anna", "ftpuser", ".hidden"));
+        return result;
+    });
+    EXPECT_EQ(run.returned, 3);
+}
+
+TEST_F(ShareUsers, FtpUsersComeInTheDirectorysOrderUntilTheSlotsAreFull) {
+    for (int number = 0; number < 50; ++number) {
+        machine.file("/etc/vsftpd/user" + std::to_string(number * 7919 % 1000), "");
+    }
+    const Texts all = in_directory_order();
+    machine.operation([&all] {
+        for (const std::size_t slots : {0U, 1U, 24U, 50U, 51U, 60U}) {
+            Texts names;
+            const std::size_t count = std::min(slots, all.size());
+            EXPECT_EQ(get_user(names, slots, 31), static_cast<int>(count));
+            EXPECT_EQ(names, Texts(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(count)));
+        }
+        return 0;
+    });
+}
+
+TEST_F(ShareUsers, FtpUserIsCutToItsSlot) {
+    machine.remove(ftp_template).file("/etc/vsftpd/" + std::string(40, 'u'), "");
+    machine.operation([] {
+        Texts names;
+        EXPECT_EQ(get_user(names, 24, 31), 1);
+        EXPECT_THAT(names, ElementsAre(std::string(31, 'u')));
+        return 0;
+    });
+}
+
+TEST_F(ShareUsers, FtpUsersWithoutTheirDirectoryAreMinus1) {
+    machine.remove("/etc/vsftpd");
+    const auto users = [this] {
+        return machine
+            .operation([] {
+                Texts names;
+                const int result = get_user(names, 24, 31);
+                EXPECT_THAT(names, IsEmpty());
+                return result;
+            })
+            .returned;
+    };
+    EXPECT_EQ(users(), -1);
+    machine.file("/etc/vsftpd", "");
+    EXPECT_EQ(users(), -1);
+    EXPECT_THAT(machine.logged(), ElementsAre("get_user:483 return with No such file or directory",
+                                              "get_user:483 return with Not a directory"));
+}
+
+TEST_F(ShareUsers, FtpUserHasAFileOfThatName) {
+    machine.file("/etc/vsftpd/anna", "").directory("/etc/vsftpd/bert");
+    EXPECT_EQ(returned_by(check_user_from_vsftpd, "anna"), 1);
+    EXPECT_EQ(returned_by(check_user_from_vsftpd, "ftpuser"), 1);
+    for (const char* user : {"ann", "annabel", "Anna", "bert", "", ".", "..", "../passwd"}) {
+        EXPECT_EQ(returned_by(check_user_from_vsftpd, user), -1) << user;
+    }
+    EXPECT_THAT(machine.log(), IsEmpty());
+}
+
+TEST_F(ShareUsers, FtpUserWithoutADirectoryIsMinus1) {
+    machine.remove("/etc/vsftpd");
+    EXPECT_EQ(returned_by(check_user_from_vsftpd, "anna"), -1);
+    machine.file("/etc/vsftpd", "");
+    EXPECT_EQ(returned_by(check_user_from_vsftpd, "anna"), -1);
+    const std::string message = "check_user_from_vsftpd[125]: return with -1";
+    EXPECT_THAT(machine.logged(), ElementsAre(message, message));
+}
+
+TEST_F(ShareUsers, FtpUserInADirectoryThatCannotBeListedIsMinus2) {
+    machine.directory("/etc/vsftpd", 0700).file("/var/log/log.libzav", "", 0666);
+    const Result run =
+        machine.operation([] { return check_user_from_vsftpd("anna"); }, {.uid = 65534});
+    EXPECT_EQ(run.returned, -2);
+    EXPECT_THAT(machine.logged(), ElementsAre("check_user_from_vsftpd[133]: return with -2"));
+}
+
+TEST_F(ShareUsers, UserOfAPathHasItAsItsRoot) {
+    machine.file("/etc/vsftpd/anna", "x=1\nlocal_root=/mnt/a\n");
+    machine.file("/etc/vsftpd/bert", "local_root=/mnt/b\n");
+    EXPECT_EQ(user_of("/mnt/a"), "anna");
+    EXPECT_EQ(user_of("/mnt/b"), "bert");
+    EXPECT_EQ(user_of("/mnt"), "");
+    EXPECT_EQ(user_of("/mnt/a/"), "");
+    EXPECT_EQ(user_of("/mnt/ab"), "");
+}
+
+TEST_F(ShareUsers, UserOfAPathHasItBehindTheLastEqualsSign) {
+    machine.file("/etc/vsftpd/anna", "  local_root = x=/mnt/a  \r\n");
+    EXPECT_EQ(user_of("/mnt/a"), "anna");
+    machine.file("/etc/vsftpd/anna", "local_root = /mnt/a\n");
+    EXPECT_EQ(user_of("/mnt/a"), "") << "a blank is part of the value";
+    EXPECT_EQ(user_of(" /mnt/a"), "anna");
+}
+
+TEST_F(ShareUsers, UserOfAPathIsKnownByItsFirstRoot) {
+    machine.file("/etc/vsftpd/anna", "local_root=/mnt/a\nlocal_root=/mnt/b\n");
+    machine.file("/etc/vsftpd/bert",
+                 "#local_root=/mnt/c\nxlocal_root=/mnt/c\nlocal_roots=/mnt/c\n");
+    EXPECT_EQ(user_of("/mnt/b"), "");
+    EXPECT_EQ(user_of("/mnt/c"), "");
+}
+
+TEST_F(ShareUsers, UserOfAPathIsTheFirstOfTheDirectory) {
+    for (const char* user : {"anna", "bert", "carla", "dora"}) {
+        machine.file(std::string("/etc/vsftpd/") + user, "local_root=/mnt/a\n");
+    }
+    Texts order = in_directory_order();
+    std::erase(order, "ftpuser");
+    EXPECT_EQ(user_of("/mnt/a"), order.front());
+}
+
+TEST_F(ShareUsers, UserOfAPathIsLookedForAmong24Files) {
+    for (int number = 0; number < 40; ++number) {
+        const std::string user = "user" + std::to_string(number);
+        machine.file("/etc/vsftpd/" + user, "local_root=/mnt/" + user + "\n");
+    }
+    const Texts order = in_directory_order();
+    int found = 0;
+    for (std::size_t place : {0U, 1U, 22U, 23U, 24U, 25U, 40U}) {
+        if (order.at(place) != "ftpuser") {
+            EXPECT_EQ(user_of("/mnt/" + order.at(place)), place < 24 ? order.at(place) : "");
+            ++found;
+        }
+    }
+    EXPECT_GE(found, 6);
+}
+
+TEST_F(ShareUsers, UserOfAPathIsNobodyWithoutFiles) {
+    machine.remove(ftp_template);
+    EXPECT_EQ(user_of("/mnt/a"), "");
+    EXPECT_EQ(user_of(""), "");
+    machine.remove("/etc/vsftpd");
+    EXPECT_EQ(user_of("/mnt/a"), "");
+}
+
+TEST_F(ShareUsers, UserOfAPathIsNotOneWithALongerNameThanItsSlot) {
+    machine.file("/etc/vsftpd/" + std::string(32, 'u'), "local_root=/mnt/a\n");
+    EXPECT_EQ(user_of("/mnt/a"), "");
+    machine.file("/etc/vsftpd/" + std::string(31, 'v'), "local_root=/mnt/b\n");
+    EXPECT_EQ(user_of("/mnt/b"), std::string(31, 'v'));
+}
+
+} // namespace
+} // namespace zav::test

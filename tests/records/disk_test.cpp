@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+// The disk record.
+#include "fixtures/disk_root.h"
+
+#include <gtest/gtest.h>
+
+namespace zav::test {
+namespace {
+
+TEST(NamesDisk, WhenATextBeginsWithTheDisksName) {
+    disk_info disk;
+    disk.name = "sda";
+    for (const char* text : {"sda", "sda(F)", "sda1", "sdaa"}) {
+        EXPECT_TRUE(names_disk(text, disk)) << text;
+    }
+    for (const char* text : {"", "sd", "sdb", "SDA", " sda"}) {
+        EXPECT_FALSE(names_disk(text, disk)) << text;
+    }
+}
+
+TEST(NamesDisk, ForNoTextOfANamelessDisk) {
+    EXPECT_FALSE(names_disk("sda", disk_info()));
+    EXPECT_FALSE(names_disk("", disk_info()));
+}
+
+TEST(PlainDiskName, IsLettersAndDigits) {
+    for (const char* name : {"sda", "SDA", "sdaa12", "a", "0", "azAZ09"}) {
+        EXPECT_TRUE(is_disk_name(name)) << name;
+    }
+}
+
+TEST(PlainDiskName, IsNothingElse) {
+    for (const char* name :
+         {"", " ", "sda ", " sda", "sd a", "sd_a", "sd-a", "sd.a", "sd/a", "sda;", "$sda", "sda\n",
+          "sd@", "sd[", "sd`", "sd{", "sd:", "s\xc3\xa4"}) {
+        EXPECT_FALSE(is_disk_name(name)) << name;
+    }
+    EXPECT_FALSE(is_disk_name(std::string_view("sda\0", 4)));
+}
+
+} // namespace
+} // namespace zav::test

@@ -1,0 +1,225 @@
+// SPDX-License-Identifier: MIT
+// The device tables of mdadm's details and of superblocks.
+#include "sources/mdadm.h"
+
+#include <gmock/gmock.h>
+
+namespace zav::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+using Paths = std::vector<std::string>;
+
+// Details of an array of that many devices with these lines in the table.
+std::string details(const std::string& raid_devices, const std::string& table) {
+    return "/dev/md1:\n     Raid Level : raid5\n   Raid Devices : " + raid_devices +
+           "\n          State : clean\n\n    Number   Major   Minor   RaidDevice State\n" + table;
+}
+
+std::string member(int slot, const std::string& path) {
+    return "       " + std::to_string(slot) + "       8        0        0      active sync   " +
+           path + "\n";
+}
+
+std::string removed(int slot) {
+    return "       " + std::to_string(slot) + "       0        0        0      removed\n";
+}
+
+TEST(MemberTable, HasThePathsOfARecordedArray) {
+    const auto table = parse_member_table(recorded("mdadm_D_raid5").text);
+    ASSERT_TRUE(table);
+    // The third member came as the replacement of another and has number 3.
+    EXPECT_THAT(table->members, ElementsAre("/dev/sda", "/dev/sdb", "/dev/sdc"));
+    EXPECT_EQ(table->hole, 0U);
+    EXPECT_EQ(table->raid_devices, 3U);
+}
+
+TEST(MemberTable, OfVersion090HasThePathsToo) {
+    const auto table = parse_member_table(recorded("raid5_v090_clean_detail").text);
+    ASSERT_TRUE(table);
+    EXPECT_THAT(table->members, ElementsAre("/dev/sda", "/dev/sdb", "/dev/sdc"));
+}
+
+// A slot without a number is on no line of its number.
+TEST(MemberTable, HasNoHoleForASlotWithoutANumber) {
+    const auto table = parse_member_table(recorded("v090_two_of_three_detail").text);
+    ASSERT_TRUE(table);
+    EXPECT_THAT(table->members, ElementsAre("/dev/sda", "/dev/sdc"));
+    EXPECT_EQ(table->hole, 0U);
+    EXPECT_EQ(table->raid_devices, 3U);
+}
+
+TEST(MemberTable, HasFaultyMembersByTheirNumbers) {
+    const auto table = parse_member_table(recorded("raid5_one_faulty_detail").text);
+    ASSERT_TRUE(table);
+    EXPECT_THAT(table->members, ElementsAre("/dev/sda", "/dev/sdb", "/dev/sdc"));
+}
+
+TEST(MemberTable, CannotBeReadWithoutTheNumberOfDevices) {
+    EXPECT_FALSE(parse_member_table(recorded("raid5_incremental_two_disks_inactive_detail").text));
+    EXPECT_FALSE(parse_member_table(""));
+    EXPECT_FALSE(parse_member_table(member(0, "/dev/sda")));
+}
+
+TEST(MemberTable, IsInTheOrderOfTheSlots) {
+    const auto table = parse_member_table(
+        details("3", member(2, "/dev/sda") + member(0, "/dev/sdc") + member(1, "/dev/sdb")));
+    ASSERT_TRUE(table);
+    EXPECT_THAT(table->members, ElementsAre("/dev/sdc", "/dev/sdb", "/dev/sda"));
+}
+
+TEST(MemberTable, TakesTheFirstLineOfASlot) {
+    const auto table =
+        parse_member_table(details("1", member(0, "/dev/sda") + member(0, "/dev/sdb")));
+    ASSERT_TRUE(table);
+    EXPECT_THAT(table->members, ElementsAre("/dev/sda"));
+}
+
+TEST(MemberTable, ReadsTheSlotsFrom0To16) {
+    std::string lines;
+    for (int slot = 0; slot <= 17; ++slot) {
+        lines += member(slot, "/dev/sd" + std::string(1, static_cast<char>('a' + slot)));
+    }
+    const auto table = parse_member_table(details("17", lines));
+    ASSERT_TRUE(table);
+    ASSERT_THAT(table->members, SizeIs(17));
+    EXPECT_EQ(table->members.front(), "/dev/sda");
+    EXPECT_EQ(table->members.back(), "/dev/sdq");
+}
+
+TEST(MemberTable, CountsTheHoleFromOne) {
+    const auto first = parse_member_table(details("2", removed(0) + member(1, "/dev/sdb")));
+    ASSERT_TRUE(first);
+    EXPECT_EQ(first->hole, 1U);
+    const auto second = parse_member_table(details("2", member(0, "/dev/sda") + removed(1)));
+    ASSERT_TRUE(second);
+    EXPECT_EQ(second->hole, 2U);
+    EXPECT_THAT(second->members, ElementsAre("/dev/sda"));
+}
+
+TEST(MemberTable, HasTheLastOfSeveralHoles) {
+    const auto table = parse_member_table(
+        details("4", removed(0) + member(1, "/dev/sdb") + removed(2) + member(3, "/dev/sdd")));
+    ASSERT_TRUE(table);
+    EXPECT_EQ(table->hole, 2U);
+}
+
+TEST(MemberTable, HasNoHoleForASlotWithoutALine) {
+    const auto table =
+        parse_member_table(details("3", member(0, "/dev/sda") + member(2, "/dev/sdc")));
+    ASSERT_TRUE(table);
+    EXPECT_EQ(table->hole, 0U);
+}
+
+TEST(MemberTable, TakesThePathFromTheFirstNineWords) {
+    const auto ninth = parse_member_table(details("1", "0 1 2 3 4 5 6 7 /dev/sda\n"));
+    ASSERT_TRUE(ninth);
+    EXPECT_THAT(ninth->members, ElementsAre("/dev/sda"));
+    const auto tenth = parse_member_table(details("1", "0 1 2 3 4 5 6 7 8 /dev/sda\n"));
+    ASSERT_TRUE(tenth);
+    EXPECT_THAT(tenth->members, IsEmpty());
+    EXPECT_EQ(tenth->hole, 1U);
+}
+
+TEST(MemberTable, TakesTheFirstOfSeveralPaths) {
+    const auto table = parse_member_table(details("1", "0 /dev/sda /dev/sdb\n"));
+    ASSERT_TRUE(table);
+    EXPECT_THAT(table->members, ElementsAre("/dev/sda"));
+}
+
+TEST(MemberTable, IsReadWithCarriageReturnsTabsAndWithoutAFinalNewline) {
+    const auto table =
+        parse_member_table("Raid Devices : 2\r\n\t0\t8\t0\t/dev/sda\r\n1 8 /dev/sdb");
+    ASSERT_TRUE(table);
+    EXPECT_THAT(table->members, ElementsAre("/dev/sda", "/dev/sdb"));
+    EXPECT_EQ(table->raid_devices, 2U);
+}
+
+// It would become part of commands.
+TEST(MemberTable, IsRefusedWithAPathThatIsNoneOfAPlainDevice) {
+    for (const char* path : {"/dev/sda;reboot", "/dev/$(reboot)", "/dev/`reboot`", "/dev/a|b",
+                             "/dev/../etc/passwd", "/dev/", "/dev/a'b"}) {
+        EXPECT_FALSE(parse_member_table(details("2", member(0, path)))) << path;
+    }
+}
+
+TEST(Hole, TakesTheLastMemberWhenAllAreThere) {
+    MemberTable table = {{"/dev/sda", "/dev/sdc", "/dev/sdb"}, 2, 3};
+    close_hole(table);
+    EXPECT_THAT(table.members, ElementsAre("/dev/sda", "/dev/sdb", "/dev/sdc"));
+    EXPECT_EQ(table.hole, 0U);
+}
+
+TEST(Hole, AtTheFirstPlaceMovesAllOthers) {
+    MemberTable table = {{"/dev/sdb", "/dev/sdc", "/dev/sda"}, 1, 3};
+    close_hole(table);
+    EXPECT_THAT(table.members, ElementsAre("/dev/sda", "/dev/sdb", "/dev/sdc"));
+}
+
+TEST(Hole, BehindTheLastMemberMovesNothing) {
+    for (const std::size_t hole : {3U, 4U}) {
+        MemberTable table = {{"/dev/sda", "/dev/sdb", "/dev/sdc"}, hole, 3};
+        close_hole(table);
+        EXPECT_THAT(table.members, ElementsAre("/dev/sda", "/dev/sdb", "/dev/sdc"));
+        EXPECT_EQ(table.hole, 0U);
+    }
+}
+
+TEST(Hole, InAnEmptyTableIsClosed) {
+    MemberTable table = {{}, 1, 0};
+    close_hole(table);
+    EXPECT_THAT(table.members, IsEmpty());
+    EXPECT_EQ(table.hole, 0U);
+}
+
+TEST(Hole, StaysWhileAMemberIsMissing) {
+    MemberTable table = {{"/dev/sda", "/dev/sdc"}, 2, 3};
+    close_hole(table);
+    EXPECT_THAT(table.members, ElementsAre("/dev/sda", "/dev/sdc"));
+    EXPECT_EQ(table.hole, 2U);
+}
+
+TEST(Hole, ThatIsNoneMovesNothing) {
+    MemberTable table = {{"/dev/sda", "/dev/sdc", "/dev/sdb"}, 0, 3};
+    close_hole(table);
+    EXPECT_THAT(table.members, ElementsAre("/dev/sda", "/dev/sdc", "/dev/sdb"));
+}
+
+TEST(Superblock, OfVersion090NamesTheOtherMembers) {
+    const std::string examination = recorded("mdadm_E_raid5_v090").text;
+    EXPECT_TRUE(superblock_names_one_of(examination, {"/dev/sdx", "/dev/sdc"}));
+    EXPECT_FALSE(superblock_names_one_of(examination, {"/dev/sdx", "/dev/sdd"}));
+}
+
+TEST(Superblock, OfVersion12NamesNobody) {
+    EXPECT_FALSE(superblock_names_one_of(recorded("mdadm_E_raid5_v12").text,
+                                         {"/dev/sda", "/dev/sdb", "/dev/sdc"}));
+}
+
+TEST(Superblock, IsNotAskedOnItsOwnLine) {
+    EXPECT_FALSE(
+        superblock_names_one_of("this     1       8  active sync   /dev/sdb\n", Paths{"/dev/sdb"}));
+}
+
+TEST(Superblock, NamesADiskByItsWholePath) {
+    const std::string examination = "   0     0       8        0        0      active   /dev/sda\n";
+    EXPECT_TRUE(superblock_names_one_of(examination, {"/dev/sda"}));
+    EXPECT_FALSE(superblock_names_one_of(examination, {"/dev/sdaa"}));
+    EXPECT_FALSE(superblock_names_one_of(examination, {"/dev/sd"}));
+}
+
+TEST(Superblock, NamesADiskInTheFirstNineWordsOnly) {
+    EXPECT_TRUE(superblock_names_one_of("0 1 2 3 4 5 6 7 /dev/sda\n", {"/dev/sda"}));
+    EXPECT_FALSE(superblock_names_one_of("0 1 2 3 4 5 6 7 8 /dev/sda\n", {"/dev/sda"}));
+}
+
+TEST(Superblock, ThatIsNoneNamesNobody) {
+    EXPECT_FALSE(superblock_names_one_of("", {"/dev/sda"}));
+    EXPECT_FALSE(superblock_names_one_of(std::string(100000, 'x'), {"/dev/sda"}));
+}
+
+} // namespace
+} // namespace zav::test
