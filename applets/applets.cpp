@@ -90,10 +90,10 @@ void applet_usage_show() {
     std::exit(0);
 }
 
-int fail_command(int code, LogSite site) {
-    log_return(code, site);
-    std::printf("for errno '%d'\n", code);
-    return code;
+int fail_command(Code code, LogSite site) {
+    log_failure(code, site);
+    std::printf("for errno '%d'\n", number_of(code));
+    return number_of(code);
 }
 
 } // namespace zav

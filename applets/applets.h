@@ -4,6 +4,7 @@
 #pragma once
 
 #include "applets/options.h"
+#include "base/codes.h"
 #include "base/log.h"
 
 #include <cstdint>
@@ -44,8 +45,8 @@ std::string usage_page(const char* name, const char* usage);
 [[noreturn]] void applet_usage_show();
 
 /// How a command ends that fails: logs the code with `site`, prints it for the front end as
-/// "for errno '%d'", and returns it.
-int fail_command(int code, LogSite site = LogSite::here());
+/// "for errno '%d'", and returns its number.
+int fail_command(Code code, LogSite site = LogSite::here());
 
 // The applets. Each takes its own name as the first argument and returns 0 or the negative code
 // that it printed as "for errno '%d'", and a few times, as its source says, a number of its own.

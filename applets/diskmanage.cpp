@@ -2,6 +2,7 @@
 // diskmanage: lists disks, makes them hot spares and back, clears them.
 #include "actions/disks/management.h"
 #include "applets/applets.h"
+#include "applets/standard_output.h"
 #include "base/checks.h"
 #include "base/codes.h"
 #include "base/text.h"
@@ -27,51 +28,52 @@ struct Arguments {
 };
 
 /// In the name of the command; support knows its failures by these numbers.
-int fail(int code, int number) {
+int fail(Code code, int number) {
     return fail_command(code, {"diskmanage_main", number});
 }
 
-int end(int result, int number) {
-    return result == 0 ? 0 : fail(result, number);
+int end(Code result, int number) {
+    return !failed(result) ? 0 : fail(result, number);
 }
 
 int init(const Arguments& arguments) {
-    if (check_name8(arguments.device) != 0) {
-        return fail(error::bad_device, 695);
+    if (failed(check_name8(arguments.device))) {
+        return fail(Code::bad_device, 695);
     }
-    if (check_number_list(arguments.channel) != 0) {
-        return fail(error::bad_channel, 710);
+    if (failed(check_number_list(arguments.channel))) {
+        return fail(Code::bad_channel, 710);
     }
-    return end(zav_disk_init(decimal_int(arguments.channel), arguments.device), 723);
+    return end(zav_disk_init(decimal_int(arguments.channel), arguments.device, standard_output()),
+               723);
 }
 
 int display(const Arguments& arguments) {
-    if (check_name8(arguments.device) != 0) {
-        return fail(error::bad_device, 739);
+    if (failed(check_name8(arguments.device))) {
+        return fail(Code::bad_device, 739);
     }
-    if (arguments.channel != nullptr && check_number_list(arguments.channel) != 0) {
-        return fail(error::bad_channel, 756);
+    if (arguments.channel != nullptr && failed(check_number_list(arguments.channel))) {
+        return fail(Code::bad_channel, 756);
     }
     const int channel = arguments.channel != nullptr ? decimal_int(arguments.channel) : 0;
-    return end(zav_disk_display(channel, arguments.device), 770);
+    return end(zav_disk_display(channel, arguments.device, standard_output()), 770);
 }
 
-int hotspare_mode(std::uint32_t mode) {
+HotspareMode hotspare_mode(std::uint32_t mode) {
     if ((mode & remove_bit) != 0) {
-        return -1;
+        return HotspareMode::remove;
     }
-    return (mode & add_bit) != 0 ? 1 : 0;
+    return (mode & add_bit) != 0 ? HotspareMode::add : HotspareMode::none;
 }
 
 int set_hotspare(const Arguments& arguments) {
-    if (check_name8(arguments.device) != 0) {
-        return fail(error::bad_device, 791);
+    if (failed(check_name8(arguments.device))) {
+        return fail(Code::bad_device, 791);
     }
-    if (check_number_list(arguments.channel) != 0) {
-        return fail(error::bad_channel, 815);
+    if (failed(check_number_list(arguments.channel))) {
+        return fail(Code::bad_channel, 815);
     }
     return end(zav_set_hotspare(decimal_int(arguments.channel), hotspare_mode(arguments.mode),
-                                arguments.device),
+                                arguments.device, standard_output()),
                828);
 }
 

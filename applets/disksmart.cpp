@@ -2,6 +2,7 @@
 // disksmart: lists disks with what they say about their health.
 #include "actions/disks/management.h"
 #include "applets/applets.h"
+#include "applets/standard_output.h"
 #include "base/checks.h"
 #include "base/codes.h"
 #include "base/text.h"
@@ -15,7 +16,7 @@ namespace {
 enum : std::uint32_t { display_bit = 0x1, detail_bit = 0x2 };
 
 /// In the name of the command; support knows its failures by these numbers.
-int fail(int code, int number) {
+int fail(Code code, int number) {
     return fail_command(code, {"disksmart_main", number});
 }
 
@@ -29,15 +30,15 @@ int disksmart_main(int argc, char** argv) {
     if ((mode & display_bit) == 0) {
         return 0;
     }
-    if (channel != nullptr && check_number_list(channel) != 0) {
-        return fail(error::bad_channel, 120);
+    if (channel != nullptr && failed(check_number_list(channel))) {
+        return fail(Code::bad_channel, 120);
     }
-    if (check_name8(device) != 0) {
-        return fail(error::bad_device, 137);
+    if (failed(check_name8(device))) {
+        return fail(Code::bad_device, 137);
     }
-    const int result = zav_disk_smart_display(channel != nullptr ? decimal_int(channel) : 0, device,
-                                              (mode & detail_bit) != 0);
-    return result == 0 ? 0 : fail(result, 156);
+    const Code result = zav_disk_smart_display(channel != nullptr ? decimal_int(channel) : 0,
+                                               device, (mode & detail_bit) != 0, standard_output());
+    return !failed(result) ? 0 : fail(result, 156);
 }
 
 } // namespace zav

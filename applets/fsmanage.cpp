@@ -5,6 +5,7 @@
 #include "actions/groups/recovery.h"
 #include "actions/pools/pools.h"
 #include "applets/applets.h"
+#include "applets/standard_output.h"
 #include "base/checks.h"
 #include "base/codes.h"
 #include "base/text.h"
@@ -28,7 +29,7 @@ struct Arguments {
 };
 
 /// In the name of the command, from the line that calls this.
-int fail(int code, int line = __builtin_LINE()) {
+int fail(Code code, int line = __builtin_LINE()) {
     return fail_command(code, {"fsmanage_main", line});
 }
 
@@ -37,90 +38,97 @@ std::string mount_point(const Arguments& arguments) {
 }
 
 /// Makes the pool. 0 or the code that the command fails with.
-int create_pool(const Arguments& arguments) {
-    const int result = pool_create(arguments.name, arguments.group, decimal(arguments.size));
-    if (result != error::command_failed) {
+Code create_pool(const Arguments& arguments) {
+    const Code result =
+        pool_create(arguments.name, arguments.group, decimal(arguments.size), standard_output());
+    if (result != Code::command_failed) {
         return result;
     }
     // The other way round than lvmanage: of a failed creation only one that left no pool goes on,
     // to fail when the file system is made. Whatever the pool holds is not overwritten so.
-    return check_lvdisplay(arguments.group, arguments.name) == 1 ? 0 : error::pool_not_created;
+    return check_lvdisplay(arguments.group, arguments.name, standard_output()) == Presence::absent
+               ? Code::ok
+               : Code::pool_not_created;
 }
 
 int create(const Arguments& arguments) {
-    if (check_name32(arguments.name) != 0 || check_name32(arguments.group) != 0) {
-        return fail(error::bad_group_name);
+    if (failed(check_name32(arguments.name)) || failed(check_name32(arguments.group))) {
+        return fail(Code::bad_group_name);
     }
-    if (check_number8(arguments.size) != 0) {
-        return fail(error::bad_size);
+    if (failed(check_number8(arguments.size))) {
+        return fail(Code::bad_size);
     }
-    if (mdfstab_has(arguments.name) != 0 || netfs_label_used(arguments.name) == 1) {
-        return fail(error::pool_name_taken);
+    if (mdfstab_has(arguments.name) != Presence::absent ||
+        netfs_label_used(arguments.name) == Presence::present) {
+        return fail(Code::pool_name_taken);
     }
-    if (const int result = create_pool(arguments); result != 0) {
+    if (const Code result = create_pool(arguments); failed(result)) {
         return fail(result);
     }
-    if (fs_make(arguments.name, arguments.group) != 0) {
-        return fail(error::fs_not_made);
+    if (failed(fs_make(arguments.name, arguments.group))) {
+        return fail(Code::fs_not_made);
     }
     const std::string mntpoint = mount_point(arguments);
-    mdfstab_add(mntpoint.c_str(), arguments.group, arguments.name);
-    mntdir_create(mntpoint.c_str());
-    const int result = fs_mount(mntpoint.c_str(), arguments.group, arguments.name);
-    return result == 0 ? 0 : fail(error::fs_not_mounted);
+    ignore(mdfstab_add(mntpoint.c_str(), arguments.group, arguments.name));
+    ignore(mntdir_create(mntpoint.c_str()));
+    const Code result = fs_mount(mntpoint.c_str(), arguments.group, arguments.name);
+    return !failed(result) ? 0 : fail(Code::fs_not_mounted);
 }
 
 /// Removes the pool. What is still listed after a failure counts as removed, what is gone does not:
 /// the other way round than lvmanage, and front ends rely on it.
 int remove_pool(const Arguments& arguments, const char* group) {
-    const int result = pool_remove(arguments.name, group);
-    if (result == 0 || result == error::no_such_pool) {
+    const Code result = pool_remove(arguments.name, group, standard_output());
+    if (!failed(result) || result == Code::no_such_pool) {
         return 0;
     }
-    if (result != error::command_failed) {
+    if (result != Code::command_failed) {
         return fail(result);
     }
-    return check_lvdisplay(group, arguments.name) == 0 ? 0 : fail(error::pool_not_removed);
+    return check_lvdisplay(group, arguments.name, standard_output()) == Presence::present
+               ? 0
+               : fail(Code::pool_not_removed);
 }
 
 int delete_named(const Arguments& arguments) {
-    if (check_name32(arguments.name) != 0 || check_name32(arguments.group) != 0) {
-        return fail(error::bad_group_name);
+    if (failed(check_name32(arguments.name)) || failed(check_name32(arguments.group))) {
+        return fail(Code::bad_group_name);
     }
-    if (const int registered = mdfstab_has(arguments.name); registered != 1) {
-        log_return(registered, {"fsmanage_main", __builtin_LINE()});
+    if (const Presence registered = mdfstab_has(arguments.name); registered != Presence::present) {
+        log_failure(static_cast<Code>(registered), {"fsmanage_main", __builtin_LINE()});
         return 0;
     }
     const std::string mntpoint = mount_point(arguments);
     // LVM's backups know the pool's group better than the command line.
     GroupName group;
-    if (const int result = handle_abnorm_raid(arguments.name, group); result != 0) {
+    if (const Code result = handle_abnorm_raid(arguments.name, group, standard_output());
+        failed(result)) {
         return fail(result);
     }
-    if (check_umount(arguments.name) != 0) {
-        return fail(error::fs_not_unmounted);
+    if (failed(check_umount(arguments.name, standard_output()))) {
+        return fail(Code::fs_not_unmounted);
     }
-    mntdir_remove(mntpoint.c_str());
-    mdfstab_remove(mntpoint.c_str());
+    ignore(mntdir_remove(mntpoint.c_str()));
+    ignore(mdfstab_remove(mntpoint.c_str()));
     return group.empty() ? 0 : remove_pool(arguments, group.c_str());
 }
 
 int repair(const Arguments& arguments) {
-    if (check_name32(arguments.name) != 0) {
-        return fail(error::bad_pool_name);
+    if (failed(check_name32(arguments.name))) {
+        return fail(Code::bad_pool_name);
     }
-    if (check_name32(arguments.group) != 0) {
-        return fail(error::bad_group_name);
+    if (failed(check_name32(arguments.group))) {
+        return fail(Code::bad_group_name);
     }
-    const int result = repair_kor_fs(arguments.name, arguments.group);
-    return result == 0 ? 0 : fail(result);
+    const Code result = repair_kor_fs(arguments.name, arguments.group, standard_output());
+    return !failed(result) ? 0 : fail(result);
 }
 
 int display() {
     fs_list list;
-    fs_list_get(list);
+    ignore(fs_list_get(list, standard_output()));
     fs_table_show(list);
-    return -1; // well or not: front ends do not look at it
+    return -1; // always; callers ignore it
 }
 
 } // namespace

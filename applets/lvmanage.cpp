@@ -3,6 +3,7 @@
 #include "actions/groups/recovery.h"
 #include "actions/pools/pools.h"
 #include "applets/applets.h"
+#include "applets/standard_output.h"
 #include "base/checks.h"
 #include "base/codes.h"
 #include "base/text.h"
@@ -25,30 +26,32 @@ struct Arguments {
 };
 
 /// In the name of the command, from the line that calls this.
-int fail(int code, int line = __builtin_LINE()) {
+int fail(Code code, int line = __builtin_LINE()) {
     return fail_command(code, {"lvmanage_main", line});
 }
 
 int create(const Arguments& arguments) {
-    if (check_name32(arguments.name) != 0) {
-        return fail(error::bad_pool_name);
+    if (failed(check_name32(arguments.name))) {
+        return fail(Code::bad_pool_name);
     }
-    if (check_number8(arguments.size) != 0) {
-        return fail(error::bad_size);
+    if (failed(check_number8(arguments.size))) {
+        return fail(Code::bad_size);
     }
-    if (check_name32(arguments.group) != 0) {
-        return fail(error::bad_group_name);
+    if (failed(check_name32(arguments.group))) {
+        return fail(Code::bad_group_name);
     }
-    if (check_lvname(arguments.name) == 1) {
-        return fail(error::pool_name_taken);
+    if (check_lvname(arguments.name, standard_output()) == Presence::present) {
+        return fail(Code::pool_name_taken);
     }
-    const int result = pool_create(arguments.name, arguments.group, decimal(arguments.size));
-    if (result != error::command_failed) {
-        return result == 0 ? 0 : fail(result);
+    const Code result =
+        pool_create(arguments.name, arguments.group, decimal(arguments.size), standard_output());
+    if (result != Code::command_failed) {
+        return !failed(result) ? 0 : fail(result);
     }
     // LVM may have failed after the pool was there.
-    return check_lvdisplay(arguments.group, arguments.name) == 0 ? 0
-                                                                 : fail(error::pool_not_created);
+    return check_lvdisplay(arguments.group, arguments.name, standard_output()) == Presence::present
+               ? 0
+               : fail(Code::pool_not_created);
 }
 
 void show(pool_list& pools) {
@@ -59,8 +62,8 @@ void show(pool_list& pools) {
 
 int display(const Arguments& arguments) {
     pool_list pools;
-    if (pool_list_get(pools) == error::pool_output_unread) {
-        return fail(error::pools_unread);
+    if (pool_list_get(pools, standard_output()) == Code::pool_output_unread) {
+        return fail(Code::pools_unread);
     }
     if (arguments.name == nullptr) {
         show(pools);
@@ -68,9 +71,9 @@ int display(const Arguments& arguments) {
     }
     const char* slash = std::strrchr(arguments.name, '/');
     pool_list found;
-    if (slash == nullptr || check_name32(slash + 1) != 0 ||
-        pool_list_copy_one(pools, found, arguments.name) != 0) {
-        fail(error::bad_pool_name);
+    if (slash == nullptr || failed(check_name32(slash + 1)) ||
+        failed(pool_list_copy_one(pools, found, arguments.name))) {
+        fail(Code::bad_pool_name);
         return 0; // the output alone tells of the failure: front ends rely on the status
     }
     show(found);
@@ -78,22 +81,23 @@ int display(const Arguments& arguments) {
 }
 
 int delete_named(const Arguments& arguments) {
-    if (check_name32(arguments.name) != 0) {
-        return fail(error::bad_pool_name);
+    if (failed(check_name32(arguments.name))) {
+        return fail(Code::bad_pool_name);
     }
-    if (check_name32(arguments.group) != 0) {
-        return fail(error::bad_group_name);
+    if (failed(check_name32(arguments.group))) {
+        return fail(Code::bad_group_name);
     }
-    if (const int result = vg_raid_resume(arguments.group); result != 0) {
+    if (const Code result = vg_raid_resume(arguments.group, standard_output()); failed(result)) {
         return fail(result);
     }
-    const int result = pool_remove(arguments.name, arguments.group);
-    if (result != error::command_failed) {
-        return result == 0 ? 0 : fail(result);
+    const Code result = pool_remove(arguments.name, arguments.group, standard_output());
+    if (result != Code::command_failed) {
+        return !failed(result) ? 0 : fail(result);
     }
     // LVM may have failed after the pool was gone.
-    return check_lvdisplay(arguments.group, arguments.name) != 0 ? 0
-                                                                 : fail(error::pool_not_removed);
+    return check_lvdisplay(arguments.group, arguments.name, standard_output()) != Presence::present
+               ? 0
+               : fail(Code::pool_not_removed);
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include "actions/disks/disks.h"
 #include "applets/applets.h"
 #include "applets/options.h"
+#include "applets/standard_output.h"
 #include "base/checks.h"
 #include "base/codes.h"
 #include "base/command.h"
@@ -47,14 +48,14 @@ struct Arguments {
 };
 
 /// In the name of the command, from the line that calls this.
-int fail(int code, int line = __builtin_LINE()) {
+int fail(Code code, int line = __builtin_LINE()) {
     return fail_command(code, {"mdmanage_main", line});
 }
 
 /// Whether /proc/mdstat lists the array. Not, when it cannot be read.
 bool is_listed(const char* name) {
     const Capture capture("/tmp/mdstat.XXXXXX");
-    (void)capture.run_and_log(format_text(mdstat_command, capture.path()));
+    ignore(capture.run_and_log(format_text(mdstat_command, capture.path())));
     const auto mdstat = capture.read();
     if (!mdstat) {
         std::printf("cannot open %s\n", capture.path());
@@ -66,13 +67,13 @@ bool is_listed(const char* name) {
 /// A reservation of a name, given back at the end.
 class Reservation {
   public:
-    explicit Reservation(const char* name) : name_(name), made_(add_name(name) == 0) {}
+    explicit Reservation(const char* name) : name_(name), made_(!failed(add_name(name))) {}
     Reservation(const Reservation&) = delete;
     Reservation& operator=(const Reservation&) = delete;
     ~Reservation() {
         // One that was refused is another process's.
         if (made_) {
-            del_name(name_);
+            ignore(del_name(name_));
         }
     }
     explicit operator bool() const { return made_; }
@@ -86,7 +87,7 @@ int create_reserved(const Arguments& arguments, const std::string& type) {
     constexpr int created_with_error = 1;
     const Reservation reservation(arguments.name);
     if (!reservation) {
-        return fail(error::name_not_reserved);
+        return fail(Code::name_not_reserved);
     }
     mdinfo array;
     array.name = arguments.name;
@@ -94,141 +95,146 @@ int create_reserved(const Arguments& arguments, const std::string& type) {
     array.members = arguments.operand;
     array.device = arguments.device != nullptr ? arguments.device : "";
     array.status = (arguments.mode & foreground_bit) != 0 ? foreground_status : "";
-    const int result = create_array(array);
-    if (result == error::command_failed) {
+    const Code result = create_array(array, standard_output());
+    if (result == Code::command_failed) {
         // mdadm may have failed after the array was there.
-        return is_listed(arguments.name) ? created_with_error : fail(error::array_not_created);
+        return is_listed(arguments.name) ? created_with_error : fail(Code::array_not_created);
     }
-    return result == 0 ? 0 : fail(result);
+    return !failed(result) ? 0 : fail(result);
 }
 
 int create(const Arguments& arguments) {
-    if (check_name32(arguments.name) != 0) {
-        return fail(error::bad_array_name);
+    if (failed(check_name32(arguments.name))) {
+        return fail(Code::bad_array_name);
     }
     const std::string type = raid_type_of(arguments.level != nullptr ? arguments.level : "");
     if (type.empty()) {
-        return fail(error::bad_raid_level);
+        return fail(Code::bad_raid_level);
     }
-    if (arguments.device != nullptr && check_name8(arguments.device) != 0) {
-        return fail(error::bad_device);
+    if (arguments.device != nullptr && failed(check_name8(arguments.device))) {
+        return fail(Code::bad_device);
     }
     // A list that the record would cut could end in another channel.
-    if (check_number_list(arguments.operand) != 0 ||
+    if (failed(check_number_list(arguments.operand)) ||
         std::string_view(arguments.operand).size() > decltype(mdinfo::members)::capacity) {
-        return fail(error::bad_channel);
+        return fail(Code::bad_channel);
     }
     return create_reserved(arguments, type);
 }
 
 /// Leaves only the array of that name in the list. 0 or a code.
-int choose_array(mdinfo_list& arrays, const char* name) {
-    if (check_name32(name) != 0) {
-        return error::bad_array_name;
+Code choose_array(mdinfo_list& arrays, const char* name) {
+    if (failed(check_name32(name))) {
+        return Code::bad_array_name;
     }
     const mdinfo* found = find_array(arrays, name);
     if (found == nullptr) {
-        return error::no_such_array;
+        return Code::no_such_array;
     }
     auto chosen = std::make_unique<mdinfo>(*found);
     arrays.clear();
     arrays.append(std::move(chosen));
-    return 0;
+    return Code::ok;
 }
 
 int display(const Arguments& arguments) {
     mdinfo_list arrays;
-    if (get_mdinfo(arrays) != 0) {
-        return fail(error::no_array_list);
+    if (failed(get_mdinfo(arrays, standard_output()))) {
+        return fail(Code::no_array_list);
     }
     if (arguments.name != nullptr) {
-        if (const int result = choose_array(arrays, arguments.name); result != 0) {
+        if (const Code result = choose_array(arrays, arguments.name); failed(result)) {
             return fail(result);
         }
     }
     // The table is printed with kernel names when there are no channels to print.
-    const int result = disks_to_ch(arrays);
+    const Code result = disks_to_ch(arrays, standard_output());
     std::puts("raidname\ttype\tstatus\tprogress\tdevice\tallsize\tusedsize\tchannel\tspare");
     std::puts("*******************************************************");
     mdinfo_list_display(&arrays);
-    return result == 0 ? 0 : fail(result);
+    return !failed(result) ? 0 : fail(result);
 }
 
 /// 0, or the code for an operand or a channel that is none.
-int check_member_arguments(const Arguments& arguments, const char* channel) {
-    if (check_name32(arguments.operand) != 0) {
-        return error::bad_array_name;
+Code check_member_arguments(const Arguments& arguments, const char* channel) {
+    if (failed(check_name32(arguments.operand))) {
+        return Code::bad_array_name;
     }
-    return check_number_list(channel) == 0 ? 0 : error::bad_channel;
+    return !failed(check_number_list(channel)) ? Code::ok : Code::bad_channel;
 }
 
 int add_member(const Arguments& arguments) {
-    if (const int result = check_member_arguments(arguments, arguments.added_channel);
-        result != 0) {
+    if (const Code result = check_member_arguments(arguments, arguments.added_channel);
+        failed(result)) {
         return fail(result);
     }
-    if (const int result = check_raid_state(arguments.operand); result != 0) {
+    if (const Code result = check_raid_state(arguments.operand, standard_output());
+        failed(result)) {
         return fail(result);
     }
-    const int result = add_disk(arguments.operand, arguments.added_channel);
-    if (result == 0) {
+    const Code result = add_disk(arguments.operand, arguments.added_channel, standard_output());
+    if (!failed(result)) {
         return 0;
     }
-    return fail(result == error::command_failed ? error::disk_not_added : result);
+    return fail(result == Code::command_failed ? Code::disk_not_added : result);
 }
 
 int remove_member(const Arguments& arguments) {
-    if (const int result = check_member_arguments(arguments, arguments.removed_channel);
-        result != 0) {
+    if (const Code result = check_member_arguments(arguments, arguments.removed_channel);
+        failed(result)) {
         return fail(result);
     }
-    const int result = remove_disk(arguments.operand, arguments.removed_channel);
-    if (result == 0) {
+    const Code result =
+        remove_disk(arguments.operand, arguments.removed_channel, standard_output());
+    if (!failed(result)) {
         return 0;
     }
-    return fail(result == error::command_failed ? error::disk_not_removed : result);
+    return fail(result == Code::command_failed ? Code::disk_not_removed : result);
 }
 
 int recover(const Arguments& arguments) {
-    BoundedText<8> type;
-    // An array whose level mdadm does not tell would be created again as a stripe.
-    if (check_name32(arguments.name) != 0 || get_raid_type(arguments.name, type) != 0 ||
-        type.empty()) {
-        return fail(error::bad_array_name);
+    if (failed(check_name32(arguments.name))) {
+        return fail(Code::bad_array_name);
     }
-    const int result = raid_recover(arguments.name, type.c_str());
-    return result == 0 ? 0 : fail(result);
+    const auto type = get_raid_type(arguments.name, standard_output());
+    // An array whose level mdadm does not tell would be created again as a stripe.
+    if (!type || type->empty()) {
+        return fail(Code::bad_array_name);
+    }
+    const Code result = raid_recover(arguments.name, type->c_str(), standard_output());
+    return failed(result) ? fail(result) : 0;
 }
 
 /// Clears the disks that an array has left, each found once more by its channel and device.
 void prepare_former_members(const disk_list& members) {
     for (const disk_info& member : members) {
-        disk_place_show(member);
+        disk_place_show(member, standard_output());
         disk_list disks;
         disk_list found;
-        if (get_disk_list(disks) != 0) {
-            log_return(error::no_disk_list);
-        } else if (find_disk(disks, found, member.channel, member.device) == 0) {
+        if (failed(get_disk_list(disks, standard_output()))) {
+            log_failure(Code::no_disk_list);
+        } else if (!failed(find_disk(disks, found, member.channel, member.device))) {
             disk_format(found.begin()->name.c_str());
         }
     }
 }
 
 int remove_array(const Arguments& arguments) {
-    if (check_name32(arguments.name) != 0) {
-        return fail(error::bad_array_name);
+    if (failed(check_name32(arguments.name))) {
+        return fail(Code::bad_array_name);
     }
-    del_name(arguments.name);
+    ignore(del_name(arguments.name));
     disk_list members;
-    if (const int result = get_disks_from_md(arguments.name, members); result != 0) {
+    if (const Code result = get_disks_from_md(arguments.name, members, standard_output());
+        failed(result)) {
         return fail(result);
     }
-    if (const int result = check_delete(arguments.name); result != 0) {
+    if (const Code result = check_delete(arguments.name, standard_output()); failed(result)) {
         // The tool that lists the groups failed: the array runs on.
-        return fail(result == error::command_failed ? error::array_not_stopped : result);
+        return fail(result == Code::command_failed ? Code::array_not_stopped : result);
     }
-    if (stop_array(arguments.name) != 0 && is_listed(arguments.name)) {
-        return fail(error::array_not_stopped);
+    if (failed(stop_array(arguments.name)) && is_listed(arguments.name)) {
+        return fail(Code::array_not_stopped);
     }
     prepare_former_members(members);
     return 0;

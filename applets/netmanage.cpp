@@ -3,6 +3,7 @@
 #include "actions/filesystems/status.h"
 #include "actions/netdisks/netdisks.h"
 #include "applets/applets.h"
+#include "applets/standard_output.h"
 #include "base/checks.h"
 #include "base/codes.h"
 #include "inventory/filesystems.h"
@@ -21,50 +22,52 @@ struct Arguments {
 };
 
 /// In the name of the command, from the line that calls this.
-int fail(int code, int line = __builtin_LINE()) {
+int fail(Code code, int line = __builtin_LINE()) {
     return fail_command(code, {"netmanage_main", line});
 }
 
 /// How the command ends with an operation's result.
-int end(int result, int line = __builtin_LINE()) {
-    return result == 0 ? 0 : fail(result, line);
+int end(Code result, int line = __builtin_LINE()) {
+    return !failed(result) ? 0 : fail(result, line);
 }
 
 int create(const Arguments& arguments) {
-    if (check_name32(arguments.label) != 0 || check_name32(arguments.device) != 0) {
-        return fail(error::bad_group_name);
+    if (failed(check_name32(arguments.label)) || failed(check_name32(arguments.device))) {
+        return fail(Code::bad_group_name);
     }
     // What cannot be looked up counts as taken.
-    if (netfs_label_used(arguments.label) != 0 || mdfstab_has(arguments.label) != 0) {
-        return fail(error::pool_name_taken);
+    if (netfs_label_used(arguments.label) != Presence::absent ||
+        mdfstab_has(arguments.label) != Presence::absent) {
+        return fail(Code::pool_name_taken);
     }
     return end(create_netfs(arguments.label, arguments.device));
 }
 
 int delete_labelled(const Arguments& arguments) {
-    if (check_name32(arguments.label) != 0) {
-        return fail(error::bad_group_name);
+    if (failed(check_name32(arguments.label))) {
+        return fail(Code::bad_group_name);
     }
-    if (const int registered = netfs_label_used(arguments.label); registered != 1) {
-        log_return(registered, {"netmanage_main", __builtin_LINE()});
+    if (const Presence registered = netfs_label_used(arguments.label);
+        registered != Presence::present) {
+        log_failure(static_cast<Code>(registered), {"netmanage_main", __builtin_LINE()});
         return 0;
     }
-    return end(delete_netfs(arguments.label));
+    return end(delete_netfs(arguments.label, standard_output()));
 }
 
 int repair(const Arguments& arguments) {
-    if (check_name32(arguments.label) != 0) {
-        return fail(error::bad_pool_name);
+    if (failed(check_name32(arguments.label))) {
+        return fail(Code::bad_pool_name);
     }
-    return end(repair_kor_netfs(arguments.label));
+    return end(repair_kor_netfs(arguments.label, standard_output()));
 }
 
 int display() {
     fs_list list;
-    netfs_list_get(list);
-    fs_space_check(list);
+    ignore(netfs_list_get(list, standard_output()));
+    ignore(fs_space_check(list, standard_output()));
     fs_table_show(list);
-    return -1; // well or not: front ends do not look at it
+    return -1; // always; callers ignore it
 }
 
 } // namespace

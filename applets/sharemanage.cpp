@@ -5,6 +5,7 @@
 #include "actions/shares/shares.h"
 #include "actions/shares/steps.h"
 #include "applets/applets.h"
+#include "applets/standard_output.h"
 #include "base/checks.h"
 #include "base/codes.h"
 #include "base/text.h"
@@ -40,40 +41,41 @@ struct Arguments {
 };
 
 /// In the name of the command, from the line that calls this.
-int fail(int code, int line = __builtin_LINE()) {
+int fail(Code code, int line = __builtin_LINE()) {
     return fail_command(code, {"sharemanage_main", line});
 }
 
 /// How the command ends with an operation's result.
-int end(int result, int line = __builtin_LINE()) {
-    return result == 0 ? 0 : fail(result, line);
+int end(Code result, int line = __builtin_LINE()) {
+    return !failed(result) ? 0 : fail(result, line);
 }
 
 /// Prints the code of a check that has logged it.
-int refuse(int code) {
-    std::printf("for errno '%d'\n", code);
-    return code;
+int refuse(Code code) {
+    std::printf("for errno '%d'\n", number_of(code));
+    return number_of(code);
 }
 
-/// 0 or error::bad_access.
-int take_access(const char* access, share_info& share) {
+/// 0 or Code::bad_access.
+Code take_access(const char* access, share_info& share) {
     const std::string_view given = access != nullptr ? access : "rw";
     share.write = given == "rw" ? 1 : 0;
-    return given == "rw" || given == "ro" ? 0 : error::bad_access;
+    return given == "rw" || given == "ro" ? Code::ok : Code::bad_access;
 }
 
-int take_size(const char* size, share_info& share) {
-    if (check_number8(size) != 0) {
-        return error::bad_size;
+Code take_size(const char* size, share_info& share) {
+    if (failed(check_number8(size))) {
+        return Code::bad_size;
     }
     share.size = static_cast<std::int64_t>(decimal(size));
-    return 0;
+    return Code::ok;
 }
 
 /// The users, or for NFS the hosts; the FTP user is the default one unless given.
-int take_users(const Arguments& arguments, share_info& share) {
+Code take_users(const Arguments& arguments, share_info& share) {
     if (arguments.users != nullptr) {
-        if (const int result = check_user(share.type, arguments.users); result != 0) {
+        if (const Code result = check_user(share.type, arguments.users, standard_output());
+            failed(result)) {
             return result;
         }
         share.users = arguments.users;
@@ -81,89 +83,89 @@ int take_users(const Arguments& arguments, share_info& share) {
     if (is_type(share, share_type::ftp) && share.users.empty()) {
         share.users = default_ftp_user;
     }
-    return 0;
+    return Code::ok;
 }
 
-using RoomCheck = int (*)(const char* group, std::uint64_t size);
+using RoomCheck = Code (*)(const char* group, std::uint64_t size, Sink& out);
 
 /// The checks of create and restore, in their order; they differ in how they look for room.
-int take_new_share(const Arguments& arguments, share_info& share, RoomCheck has_room) {
-    if (const int result = check_share_name(arguments.name); result != 0) {
+Code take_new_share(const Arguments& arguments, share_info& share, RoomCheck has_room) {
+    if (const Code result = check_share_name(arguments.name); failed(result)) {
         return result;
     }
     share.name = arguments.name;
     share.type = service_of_mode(arguments.mode);
     if (share.type.empty()) {
-        return error::bad_share_mode;
+        return Code::bad_share_mode;
     }
-    int result = take_size(arguments.size, share);
-    result = result == 0 ? take_access(arguments.access, share) : result;
-    result = result == 0 ? check_comment(share.comment, arguments.comment) : result;
-    result = result == 0 ? take_users(arguments, share) : result;
-    if (result != 0) {
+    Code result = take_size(arguments.size, share);
+    result = failed(result) ? result : take_access(arguments.access, share);
+    result = failed(result) ? result : check_comment(share.comment, arguments.comment);
+    result = failed(result) ? result : take_users(arguments, share);
+    if (failed(result)) {
         return result;
     }
     if (is_type(share, share_type::nfs) && share.users.view().starts_with("0.0.0.0")) {
         share.users = "*";
     }
-    if (check_name32(arguments.group) != 0) {
-        return error::bad_group_name;
+    if (failed(check_name32(arguments.group))) {
+        return Code::bad_group_name;
     }
     share.path = share_path(share.type, arguments.group, arguments.name);
-    return has_room(arguments.group, static_cast<std::uint64_t>(share.size));
+    return has_room(arguments.group, static_cast<std::uint64_t>(share.size), standard_output());
 }
 
-int create_share_arg_check(const Arguments& arguments, share_info& share) {
-    const int result = take_new_share(arguments, share, vg_space_check);
-    return result == 0 ? 0 : log_return(result);
+Code create_share_arg_check(const Arguments& arguments, share_info& share) {
+    const Code result = take_new_share(arguments, share, vg_space_check);
+    return !failed(result) ? Code::ok : log_return(result);
 }
 
-int restore_share_arg_check(const Arguments& arguments, share_info& share) {
-    const int result = take_new_share(arguments, share, share_space_check);
-    return result == 0 ? 0 : log_return(result);
+Code restore_share_arg_check(const Arguments& arguments, share_info& share) {
+    const Code result = take_new_share(arguments, share, share_space_check);
+    return !failed(result) ? Code::ok : log_return(result);
 }
 
-int delete_share_arg_check(const Arguments& arguments) {
+Code delete_share_arg_check(const Arguments& arguments) {
     // Whatever has got into the register can be taken out of it.
-    return check_name32(arguments.name) == 0
-               ? 0
-               : log_return(error::bad_share_name, LogSite::numbered(1797));
+    return !failed(check_name32(arguments.name))
+               ? Code::ok
+               : log_return(Code::bad_share_name, LogSite::numbered(1797));
 }
 
-int edit_share_arg_check(const Arguments& arguments, share_info& share) {
-    constexpr int bad_mode = -1; // not the code of the other actions: front ends know it
-    if (const int result = check_share_name(arguments.name); result != 0) {
+Code edit_share_arg_check(const Arguments& arguments, share_info& share) {
+    if (const Code result = check_share_name(arguments.name); failed(result)) {
         return log_return(result);
     }
     share.name = arguments.name;
     share.type = service_of_mode(arguments.mode);
     if (share.type.empty()) {
-        return log_return(bad_mode);
+        return log_return(
+            Code::edit_mode_invalid); // not that of the other actions: front ends know it
     }
-    int result = arguments.size != nullptr ? take_size(arguments.size, share) : 0;
-    result = result == 0 ? take_access(arguments.access, share) : result;
-    result = result == 0 ? check_comment(share.comment, arguments.comment) : result;
-    result = result == 0 ? take_users(arguments, share) : result;
-    return result == 0 ? 0 : log_return(result);
+    Code result = arguments.size != nullptr ? take_size(arguments.size, share) : Code::ok;
+    result = failed(result) ? result : take_access(arguments.access, share);
+    result = failed(result) ? result : check_comment(share.comment, arguments.comment);
+    result = failed(result) ? result : take_users(arguments, share);
+    return !failed(result) ? Code::ok : log_return(result);
 }
 
-int repair_share_arg_check(const Arguments& arguments) {
-    int result = check_share_name(arguments.name);
-    if (result == 0 && check_name32(arguments.group) != 0) {
-        result = error::bad_group_name;
+Code repair_share_arg_check(const Arguments& arguments) {
+    Code result = check_share_name(arguments.name);
+    if (!failed(result) && failed(check_name32(arguments.group))) {
+        result = Code::bad_group_name;
     }
-    if (result == 0 && service_of_mode(arguments.mode).empty()) {
-        result = error::bad_share_mode;
+    if (!failed(result) && service_of_mode(arguments.mode).empty()) {
+        result = Code::bad_share_mode;
     }
-    return result == 0 ? 0 : log_return(result);
+    return !failed(result) ? Code::ok : log_return(result);
 }
 
 int create(const Arguments& arguments) {
     share_info share;
-    if (const int result = create_share_arg_check(arguments, share); result != 0) {
+    if (const Code result = create_share_arg_check(arguments, share); failed(result)) {
         return refuse(result);
     }
-    return end(create_share(share, arguments.group));
+    return end(create_share(share, arguments.group, standard_output()));
 }
 
 /// Leaves the share of that name alone in the list. False when there is none.
@@ -180,58 +182,58 @@ bool narrow(share_list& list, const char* name) {
 
 int display(const Arguments& arguments) {
     share_list list;
-    if (collect_shares(list) != 0) {
-        return fail(error::no_share_list);
+    if (failed(collect_shares(list))) {
+        return fail(Code::no_share_list);
     }
     if (arguments.name != nullptr &&
-        (check_name32(arguments.name) != 0 || !narrow(list, arguments.name))) {
-        return fail(error::bad_share_name);
+        (failed(check_name32(arguments.name)) || !narrow(list, arguments.name))) {
+        return fail(Code::bad_share_name);
     }
     merge_forbidden_shares(list);
-    get_share_dev(list);
+    get_share_dev(list, standard_output());
     share_table_show(list);
     return 0;
 }
 
 int delete_named(const Arguments& arguments) {
-    if (const int result = delete_share_arg_check(arguments); result != 0) {
+    if (const Code result = delete_share_arg_check(arguments); failed(result)) {
         return refuse(result);
     }
-    return end(delete_share(arguments.name));
+    return end(delete_share(arguments.name, standard_output()));
 }
 
 int edit(const Arguments& arguments) {
     share_info share;
-    if (const int result = edit_share_arg_check(arguments, share); result != 0) {
+    if (const Code result = edit_share_arg_check(arguments, share); failed(result)) {
         return refuse(result);
     }
     const std::string_view state = arguments.state != nullptr ? arguments.state : "";
     if (state != "0" && state != "1") {
-        return fail_command(error::bad_state, {"sharemanage_main", 2017});
+        return fail_command(Code::bad_state, {"sharemanage_main", 2017});
     }
     const bool in_use = state == "1" || is_type(share, share_type::iscsi);
-    const int result = edit_share(share, in_use ? 1 : 0);
-    return result == error::share_not_listed ? result : end(result);
+    const Code result = edit_share(share, in_use ? 1 : 0, standard_output());
+    return result == Code::share_not_listed ? number_of(result) : end(result);
 }
 
 int repair(const Arguments& arguments) {
-    if (const int result = repair_share_arg_check(arguments); result != 0) {
+    if (const Code result = repair_share_arg_check(arguments); failed(result)) {
         return refuse(result);
     }
     const std::string_view type = service_of_mode(arguments.mode);
     if (equal_ignoring_case(type, share_type::iscsi)) {
         return 0; // a device has no file system of ours
     }
-    return end(repair_share(arguments.name, type, arguments.group));
+    return end(repair_share(arguments.name, type, arguments.group, standard_output()));
 }
 
 int restore(const Arguments& arguments) {
     share_info share;
-    if (const int result = restore_share_arg_check(arguments, share); result != 0) {
+    if (const Code result = restore_share_arg_check(arguments, share); failed(result)) {
         return refuse(result);
     }
-    const int result = restore_share(share, arguments.group);
-    return result == error::share_listed ? result : end(result);
+    const Code result = restore_share(share, arguments.group);
+    return result == Code::share_listed ? number_of(result) : end(result);
 }
 
 } // namespace

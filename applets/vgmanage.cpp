@@ -3,6 +3,7 @@
 #include "actions/groups/groups.h"
 #include "actions/groups/recovery.h"
 #include "applets/applets.h"
+#include "applets/standard_output.h"
 #include "base/checks.h"
 #include "base/codes.h"
 #include "base/text.h"
@@ -29,7 +30,7 @@ struct Arguments {
 };
 
 /// In the name of the command, from the line that calls this.
-int fail(int code, int line = __builtin_LINE()) {
+int fail(Code code, int line = __builtin_LINE()) {
     return fail_command(code, {"vgmanage_main", line});
 }
 
@@ -44,23 +45,23 @@ void fill_group(const Arguments& arguments, vginfo& group) {
 }
 
 int create(const Arguments& arguments) {
-    if (check_name32(arguments.name) != 0) {
-        return fail(error::bad_group_name);
+    if (failed(check_name32(arguments.name))) {
+        return fail(Code::bad_group_name);
     }
-    if (check_name_list(arguments.volumes) != 0) {
-        return fail(error::bad_volume_list);
+    if (failed(check_name_list(arguments.volumes))) {
+        return fail(Code::bad_volume_list);
     }
-    if (arguments.device != nullptr && check_name8(arguments.device) != 0) {
-        return fail(error::bad_device);
+    if (arguments.device != nullptr && failed(check_name8(arguments.device))) {
+        return fail(Code::bad_device);
     }
     vginfo group;
     fill_group(arguments, group);
-    const int result = create_group(group);
-    if (result != error::command_failed) {
-        return result == 0 ? 0 : fail(result);
+    const Code result = create_group(group, standard_output());
+    if (result != Code::command_failed) {
+        return !failed(result) ? 0 : fail(result);
     }
-    if (check_vgdisplay(arguments.name) != 1) {
-        fail(error::group_not_created);
+    if (check_vgdisplay(arguments.name, standard_output()) != Presence::present) {
+        fail(Code::group_not_created);
     }
     return 0; // the output alone tells of the failure: front ends rely on the status
 }
@@ -77,17 +78,17 @@ void show_group(const vginfo& group) {
 
 int display(const Arguments& arguments) {
     vginfo_list groups;
-    if (get_vginfo(groups) != 0) {
-        return fail(error::no_group_list);
+    if (failed(get_vginfo(groups, standard_output()))) {
+        return fail(Code::no_group_list);
     }
-    if (arguments.name != nullptr && check_name32(arguments.name) != 0) {
-        return fail(error::bad_group_name);
+    if (arguments.name != nullptr && failed(check_name32(arguments.name))) {
+        return fail(Code::bad_group_name);
     }
     const auto is_shown = [&arguments](const vginfo& group) {
         return arguments.name == nullptr || group.name == arguments.name;
     };
     if (arguments.name != nullptr && std::ranges::none_of(groups, is_shown)) {
-        return fail(error::no_such_group);
+        return fail(Code::no_such_group);
     }
     std::puts("vgname\tstatus\tdevice\tallsize\tusedsize\tpvname");
     std::puts("*****************************************************");
@@ -100,28 +101,33 @@ int display(const Arguments& arguments) {
 }
 
 int delete_named(const Arguments& arguments) {
-    if (check_name32(arguments.name) != 0) {
-        return fail(error::bad_group_name);
+    if (failed(check_name32(arguments.name))) {
+        return fail(Code::bad_group_name);
     }
-    if (vg_raid_resume(arguments.name) != 0) {
-        return fail(error::group_not_deleted);
+    if (failed(vg_raid_resume(arguments.name, standard_output()))) {
+        return fail(Code::group_not_deleted);
     }
     vginfo_list groups;
     const vginfo* group = nullptr;
-    if (const int result = find_group_to_delete(arguments.name, groups, group); result != 0) {
+    if (const Code result = find_group_to_delete(arguments.name, groups, group, standard_output());
+        failed(result)) {
         // The tool that lists the groups failed: the group is still there.
-        return fail(result == error::command_failed ? error::group_not_deleted : result);
+        return fail(result == Code::command_failed ? Code::group_not_deleted : result);
     }
-    const int result = remove_group(*group);
-    if (result != error::command_failed) {
-        return result == 0 ? 0 : fail(result);
+    const Code result = remove_group(*group, standard_output());
+    if (result != Code::command_failed) {
+        return !failed(result) ? 0 : fail(result);
     }
     // LVM may have failed after the group was gone.
-    const int known = check_vgdisplay(arguments.name);
-    if (known == 0) {
+    switch (check_vgdisplay(arguments.name, standard_output())) {
+    case Presence::absent:
         return 0;
+    case Presence::present:
+        return fail(Code::group_not_deleted);
+    case Presence::unknown:
+        break;
     }
-    return fail(known == 1 ? error::group_not_deleted : known);
+    return fail(Code::group_output_unread);
 }
 
 } // namespace

@@ -9,9 +9,7 @@ namespace zav {
 
 namespace {
 
-constexpr int wrong_length = -2;
-constexpr int wrong_character = -1;
-constexpr int refused = -1;
+constexpr Check refused = Check::wrong_character; // the one answer of the lists
 constexpr std::size_t name_list_item_length = 32;
 constexpr std::size_t number_list_length = 128;
 
@@ -20,29 +18,29 @@ bool is_name_character(char c) {
 }
 
 template <class Accepts>
-int check(const char* text, std::size_t longest, Accepts accepts) {
+Check check(const char* text, std::size_t longest, Accepts accepts) {
     const std::string_view view = text != nullptr ? text : "";
     if (view.empty() || view.size() > longest) {
-        return wrong_length;
+        return Check::wrong_length;
     }
-    return std::ranges::all_of(view, accepts) ? 0 : wrong_character;
+    return std::ranges::all_of(view, accepts) ? Check::accepted : Check::wrong_character;
 }
 
 } // namespace
 
-int check_name8(const char* text) {
+Check check_name8(const char* text) {
     return check(text, 8, is_name_character);
 }
 
-int check_name32(const char* text) {
+Check check_name32(const char* text) {
     return check(text, 32, is_name_character);
 }
 
-int check_number8(const char* text) {
+Check check_number8(const char* text) {
     return check(text, 8, is_digit);
 }
 
-int check_name_list(const char* text) {
+Check check_name_list(const char* text) {
     if (text == nullptr || *text == '\0' || *text == ',') {
         return refused;
     }
@@ -50,28 +48,28 @@ int check_name_list(const char* text) {
     const bool good = std::ranges::all_of(names, [](std::string_view name) {
         return name.size() <= name_list_item_length && std::ranges::all_of(name, is_name_character);
     });
-    return good ? 0 : refused;
+    return good ? Check::accepted : refused;
 }
 
-int check_number_list(const char* text) {
+Check check_number_list(const char* text) {
     const std::string_view view = text != nullptr ? text : "";
     if (view.empty() || view.size() > number_list_length) {
         return refused;
     }
     const bool good = std::ranges::all_of(view, [](char c) { return is_digit(c) || c == ','; });
-    return good ? 0 : refused;
+    return good ? Check::accepted : refused;
 }
 
-int copy_text128(BoundedText<129>& destination, const char* text) {
+Check copy_text128(BoundedText<129>& destination, const char* text) {
     if (text == nullptr) {
-        return 0;
+        return Check::accepted;
     }
     const std::string_view view = text;
     if (view.empty() || view.size() > BoundedText<129>::capacity) {
         return refused;
     }
     destination = view;
-    return 0;
+    return Check::accepted;
 }
 
 } // namespace zav

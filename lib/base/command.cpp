@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "base/command.h"
 
-#include "base/codes.h"
 #include "base/file.h"
 #include "base/process.h"
 #include "base/text.h"
@@ -109,7 +108,7 @@ std::optional<PlainCommand> parse_plain_command(std::string_view text) {
     return command;
 }
 
-int run_command(std::string_view command) {
+WaitStatus run_command(std::string_view command) {
     const ToolPath path;
     const std::string text = text_for_shell(command);
     // A plain command is started without a shell in between, which halves the cost of a small
@@ -119,7 +118,7 @@ int run_command(std::string_view command) {
             return *status;
         }
     }
-    return run_program({{"/bin/sh", "-c", text}, {}}).value_or(-1);
+    return run_program({{"/bin/sh", "-c", text}, {}}).value_or(WaitStatus::not_started);
 }
 
 bool is_run_whole(std::string_view command) {
@@ -132,40 +131,40 @@ bool is_run_whole(std::string_view command) {
     return left <= 1 || left == 7 || left == 8 || (left >= 11);
 }
 
-int log_command_failure(std::string_view command, int status, FailureWording wording) {
+void log_command_failure(std::string_view command, WaitStatus status, FailureWording wording) {
     constexpr int signal_mask = 0x7f;
+    const int bits = number_of(status);
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-    return log_error(failure_format(wording), std::string(command).c_str(),
-                     (status & signal_mask) == 0 ? "normal" : "unnormal", (status >> 8) & 0xff,
-                     std::strerror(errno));
+    log_error(failure_format(wording), std::string(command).c_str(),
+              (bits & signal_mask) == 0 ? "normal" : "unnormal", (bits >> 8) & 0xff,
+              std::strerror(errno));
 #pragma GCC diagnostic pop
 }
 
-int refuse_command(std::string_view command, FailureWording wording) {
-    constexpr int not_started = -1;
-    log_command_failure(command, not_started, wording);
-    return not_started;
+WaitStatus refuse_command(std::string_view command, FailureWording wording) {
+    log_command_failure(command, WaitStatus::not_started, wording);
+    return WaitStatus::not_started;
 }
 
-int run_and_log(std::string_view command, FailureWording wording) {
-    const int status = run_command(command);
-    if (status != 0) {
+WaitStatus run_and_log(std::string_view command, FailureWording wording) {
+    const WaitStatus status = run_command(command);
+    if (failed(status)) {
         log_command_failure(command, status, wording);
     }
     return status;
 }
 
-int run_or_fail(std::string_view command) {
-    return run_and_log(command) == 0 ? 0 : error::command_failed;
+Code run_or_fail(std::string_view command) {
+    return failed(run_and_log(command)) ? Code::command_failed : Code::ok;
 }
 
-int run_or_fail(std::initializer_list<std::string_view> names, const std::string& command) {
+Code run_or_fail(std::initializer_list<std::string_view> names, const std::string& command) {
     if (std::ranges::all_of(names, is_plain_name) && is_run_whole(command)) {
         return run_or_fail(command);
     }
-    refuse_command(command);
-    return error::command_failed;
+    ignore(refuse_command(command));
+    return Code::command_failed;
 }
 
 Capture::Capture(std::string path_template) : path_(std::move(path_template)) {
@@ -179,23 +178,23 @@ Capture::~Capture() {
     }
 }
 
-int Capture::run(std::string_view command) const {
-    return made_ ? run_command(command) : -1;
+WaitStatus Capture::run(std::string_view command) const {
+    return made_ ? run_command(command) : WaitStatus::not_started;
 }
 
-int Capture::run_and_log(std::string_view command, FailureWording wording) const {
-    const int status = run(command);
-    if (status != 0) {
+WaitStatus Capture::run_and_log(std::string_view command, FailureWording wording) const {
+    const WaitStatus status = run(command);
+    if (failed(status)) {
         log_command_failure(command, status, wording);
     }
     return status;
 }
 
-int Capture::read_or_fail(std::string& text, int status, int unread, LogSite site) {
+Code Capture::read_or_fail(std::string& text, WaitStatus status, Code unread, LogSite site) {
     struct stat file = {};
     if (::stat(path(), &file) != 0) {
         log_error("cannot stat %s for '%s'\n", path(), std::strerror(errno));
-        return error::command_failed;
+        return Code::command_failed;
     }
     auto content = read();
     if (!content) {
@@ -204,7 +203,7 @@ int Capture::read_or_fail(std::string& text, int status, int unread, LogSite sit
         return unread;
     }
     text = std::move(*content);
-    return 0;
+    return Code::ok;
 }
 
 std::optional<std::string> Capture::read() const {

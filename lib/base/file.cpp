@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "base/file.h"
 
-#include "base/codes.h"
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -136,19 +134,19 @@ bool write_copy(const char* copy, std::string_view text, const char* original) {
     return fd.close() && written;
 }
 
-int copy_file(const char* source, const char* target) {
+FileCode copy_file(const char* source, const char* target) {
     const auto text = read_file(source);
     if (!text) {
-        return file_error::not_created;
+        return FileCode::not_created;
     }
     // For reading too: the C library reserves space so on file systems that cannot do it.
     FileDescriptor fd = FileDescriptor::open(target, O_RDWR | O_CREAT, 0644);
     if (!fd || !reserve_space(fd.get(), text->size())) {
-        return file_error::not_created;
+        return FileCode::not_created;
     }
     const bool copied =
         write_all(fd.get(), *text) && ::ftruncate(fd.get(), static_cast<off_t>(text->size())) == 0;
-    return fd.close() && copied ? 0 : file_error::not_created;
+    return fd.close() && copied ? FileCode::ok : FileCode::not_created;
 }
 
 bool names_open_file(const char* path, int fd) {

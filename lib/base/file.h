@@ -3,6 +3,8 @@
 /// Files: descriptors that close themselves and are never inherited, whole-file locks, whole reads.
 #pragma once
 
+#include "base/codes.h"
+
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -59,8 +61,8 @@ bool append_line(int fd, std::string_view before, std::string_view line);
 bool write_copy(const char* copy, std::string_view text, const char* original);
 
 /// Writes the content of `source` over `target`, which keeps its mode, owner and inode.
-/// 0, or file_error::not_created.
-int copy_file(const char* source, const char* target);
+/// FileCode::ok or FileCode::not_created.
+FileCode copy_file(const char* source, const char* target);
 
 /// Whether `path` still names the file that `fd` has open.
 bool names_open_file(const char* path, int fd);

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "base/key_value.h"
 
-#include "base/codes.h"
 #include "base/file.h"
 #include "base/text.h"
 
@@ -23,10 +22,10 @@ constexpr std::size_t remove_room = 128;
 
 /// Where a lookup found what it looked for; lines are counted from 1.
 struct Found {
-    int code = 0;
+    FileCode code = FileCode::ok;
     std::size_t header_line = 0;
     std::size_t key_line = 0;
-    std::size_t key_lines = 0; ///< the key's own line and those it goes on on
+    std::size_t key_lines = 0; ///< the key's own line and its continuations
     std::string value;
 };
 
@@ -39,8 +38,8 @@ bool is_passed_over(std::string_view content) {
     return content.empty() || content.front() == ';';
 }
 
-/// Reads on to the next section's header. 0 or a code.
-int next_section(Lines& lines, std::string& section) {
+/// Reads on to the next section's header.
+FileCode next_section(Lines& lines, std::string& section) {
     std::string line;
     while (lines.next(line)) {
         std::string_view content = skip_blanks(line);
@@ -50,31 +49,31 @@ int next_section(Lines& lines, std::string& section) {
         // A header of two characters is taken without its bracket: "[x" is section "x".
         if (content.size() > 2) {
             if (content.back() != ']') {
-                return file_error::malformed;
+                return FileCode::malformed;
             }
             content.remove_suffix(1);
         }
         section = content.substr(1);
-        return 0;
+        return FileCode::ok;
     }
-    return file_error::no_section;
+    return FileCode::no_section;
 }
 
-/// Reads on to the header of that section. 0 or a code.
-int find_section(Lines& lines, std::string_view section) {
+/// Reads on to the header of that section.
+FileCode find_section(Lines& lines, std::string_view section) {
     std::string found;
-    int code = next_section(lines, found);
-    while (code == 0 && found != section) {
+    FileCode code = next_section(lines, found);
+    while (!failed(code) && found != section) {
         code = next_section(lines, found);
     }
     return code;
 }
 
-/// Joins the lines that `line` goes on on. Adds how many there were to `count`; 0 or a code.
-int join_continuations(Lines& lines, std::string& line, std::size_t& count) {
+/// Joins the continuations of `line` to it, and adds their number to `count`.
+FileCode join_continuations(Lines& lines, std::string& line, std::size_t& count) {
     std::string next;
-    bool goes_on = line.ends_with('+');
-    while (goes_on) {
+    bool continues = line.ends_with('+');
+    while (continues) {
         line.pop_back();
         if (!lines.next(next)) {
             break;
@@ -82,47 +81,47 @@ int join_continuations(Lines& lines, std::string& line, std::size_t& count) {
         ++count;
         line += next;
         // What was joined may still end in a "+" of its own: only the line just read counts.
-        goes_on = next.ends_with('+');
+        continues = next.ends_with('+');
         if (line.size() > line_size) {
-            return file_error::too_long;
+            return FileCode::too_long;
         }
     }
-    return 0;
+    return FileCode::ok;
 }
 
-/// Reads the section's lines up to the key. 0 or a code.
-int find_key(Lines& lines, std::string_view key, Found& found) {
+/// Reads the section's lines up to the key.
+FileCode find_key(Lines& lines, std::string_view key, Found& found) {
     std::string line;
     while (lines.next(line)) {
         if (is_passed_over(skip_blanks(line))) {
             continue;
         }
         if (skip_blanks(line).front() == '[') {
-            return file_error::no_key;
+            return FileCode::no_key;
         }
         found.key_line = lines.number();
         found.key_lines = 1;
-        if (const int code = join_continuations(lines, line, found.key_lines); code != 0) {
+        if (const FileCode code = join_continuations(lines, line, found.key_lines); failed(code)) {
             return code;
         }
         const std::size_t equals = line.find('=');
         if (equals == std::string::npos) {
-            return file_error::malformed;
+            return FileCode::malformed;
         }
         const std::string_view content = line;
         if (trim_right(skip_blanks(content.substr(0, equals))) == key) {
             found.value = skip_blanks(content.substr(equals + 1));
-            return 0;
+            return FileCode::ok;
         }
     }
-    return file_error::no_key;
+    return FileCode::no_key;
 }
 
 Found lookup(std::string_view file, const char* section, const char* key) {
     Found found;
     Lines lines(file);
     found.code = find_section(lines, section);
-    if (found.code == 0) {
+    if (!failed(found.code)) {
         found.header_line = lines.number();
         found.code = find_key(lines, key, found);
     }
@@ -130,17 +129,17 @@ Found lookup(std::string_view file, const char* section, const char* key) {
 }
 
 /// The file's text; a code when it cannot be opened or read.
-int read_text(const char* path, std::string& text) {
+FileCode read_text(const char* path, std::string& text) {
     const FileDescriptor fd = FileDescriptor::open(path, O_RDONLY);
     if (!fd) {
-        return file_error::not_opened;
+        return FileCode::not_opened;
     }
     auto content = read_rest(fd.get());
     if (!content) {
-        return file_error::unread;
+        return FileCode::unread;
     }
     text = std::move(*content);
-    return 0;
+    return FileCode::ok;
 }
 
 std::string key_line_text(const char* key, const char* value) {
@@ -148,11 +147,11 @@ std::string key_line_text(const char* key, const char* value) {
 }
 
 /// Adds the section with its first key at the end of the file.
-int append_section(const char* path, std::string_view text, const char* section, const char* key,
-                   const char* value) {
+FileCode append_section(const char* path, std::string_view text, const char* section,
+                        const char* key, const char* value) {
     FileDescriptor fd = FileDescriptor::open(path, O_WRONLY | O_APPEND | O_CREAT, 0644);
     if (!fd) {
-        return file_error::not_created;
+        return FileCode::not_created;
     }
     std::string added;
     if (!text.empty() && text.back() != '\n') {
@@ -163,15 +162,15 @@ int append_section(const char* path, std::string_view text, const char* section,
     if (!write_all(fd.get(), added)) {
         // Half a section would be worse than none.
         [[maybe_unused]] const int result = ::ftruncate(fd.get(), size);
-        return file_error::unwritten;
+        return FileCode::unwritten;
     }
-    return fd.close() ? 0 : file_error::unwritten;
+    return fd.close() ? FileCode::ok : FileCode::unwritten;
 }
 
 /// The file's text with the key's line in its new place.
 std::string replaced_text(std::string_view text, const Found& found, const char* key,
                           const char* value) {
-    const bool has_key = found.code == 0;
+    const bool has_key = !failed(found.code);
     const std::size_t last_before = has_key ? found.key_line - 1 : found.header_line;
     const std::size_t skipped = has_key ? found.key_lines : 0;
     std::string result;
@@ -193,15 +192,15 @@ std::string replaced_text(std::string_view text, const Found& found, const char*
 }
 
 /// Writes the text beside, then copies it over the file: a write that fails leaves the original.
-int replace_file(const char* path, std::string_view text) {
+FileCode replace_file(const char* path, std::string_view text) {
     char temporary[] = "/tmp/keyvalue.XXXXXX";
     FileDescriptor fd(::mkostemp(temporary, O_CLOEXEC));
     if (!fd) {
-        return file_error::not_created;
+        return FileCode::not_created;
     }
     const bool written = write_all(fd.get(), text);
-    int code = fd.close() && written ? 0 : file_error::unwritten;
-    if (code == 0) {
+    FileCode code = fd.close() && written ? FileCode::ok : FileCode::unwritten;
+    if (!failed(code)) {
         code = copy_file(temporary, path);
     }
     ::unlink(temporary);
@@ -223,14 +222,14 @@ std::string without_element(std::string_view value, char separator, std::string_
 
 } // namespace
 
-int key_value_get(const char* path, const char* section, const char* key, char* value,
-                  std::size_t room) {
+FileCode key_value_get(const char* path, const char* section, const char* key, char* value,
+                       std::size_t room) {
     std::string text;
-    if (const int code = read_text(path, text); code != 0) {
+    if (const FileCode code = read_text(path, text); failed(code)) {
         return code;
     }
     const Found found = lookup(text, section, key);
-    if (found.code == 0 && room > 0) {
+    if (!failed(found.code) && room > 0) {
         const std::size_t count = std::min(found.value.size(), room - 1);
         std::memcpy(value, found.value.data(), count);
         value[count] = '\0';
@@ -238,8 +237,8 @@ int key_value_get(const char* path, const char* section, const char* key, char* 
     return found.code;
 }
 
-int key_value_get(char* value, std::size_t room, const char* path, const char* section,
-                  const char* key) {
+FileCode key_value_get(char* value, std::size_t room, const char* path, const char* section,
+                       const char* key) {
     return key_value_get(path, section, key, value, room);
 }
 
@@ -247,7 +246,7 @@ KeyValueIndex::KeyValueIndex(std::string_view file) {
     Lines lines(file);
     std::string section;
     // Behind a malformed header no section is found.
-    while (next_section(lines, section) == 0) {
+    while (next_section(lines, section) == FileCode::ok) {
         sections_.emplace(section, lines.rest());
     }
 }
@@ -260,31 +259,33 @@ std::optional<std::string> KeyValueIndex::get(const std::string& section,
     }
     Lines lines(at->second);
     Found found;
-    return find_key(lines, key, found) == 0 ? std::optional(found.value) : std::nullopt;
+    return find_key(lines, key, found) == FileCode::ok ? std::optional(found.value) : std::nullopt;
 }
 
-int key_value_set(const char* path, const char* section, const char* key, const char* value) {
+FileCode key_value_set(const char* path, const char* section, const char* key, const char* value) {
     std::string text;
     Found found;
     found.code = read_text(path, text);
-    if (found.code == 0) {
+    if (!failed(found.code)) {
         found = lookup(text, section, key);
     }
     switch (found.code) {
-    case file_error::not_opened:
-    case file_error::no_section:
+    case FileCode::not_opened:
+    case FileCode::no_section:
         return append_section(path, text, section, key, value);
-    case file_error::no_key:
-    case 0:
+    case FileCode::no_key:
+    case FileCode::ok:
         return replace_file(path, replaced_text(text, found, key, value));
     default:
         return found.code;
     }
 }
 
-int key_value_remove(const char* item, const char* path, const char* section, const char* key) {
+FileCode key_value_remove(const char* item, const char* path, const char* section,
+                          const char* key) {
     char value[remove_room] = "";
-    if (const int code = key_value_get(path, section, key, value, sizeof value); code != 0) {
+    if (const FileCode code = key_value_get(path, section, key, value, sizeof value);
+        failed(code)) {
         return code;
     }
     std::string rest = value;

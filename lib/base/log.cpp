@@ -183,17 +183,28 @@ int zavbox_log_error(const char* format, ...) {
 #pragma GCC diagnostic pop
 }
 
-int log_return(int code, LogSite site) {
-    log_error("%s[%d]: return with %d", site.function, site.line, code);
+void log_failure(Code code, LogSite site) {
+    log_error("%s[%d]: return with %d", site.function, site.line, number_of(code));
+}
+
+Code log_return(Code code, LogSite site) {
+    log_failure(code, site);
     return code;
 }
 
-int log_errno(int value, LogSite site) {
-    return log_error("%s:%d return %d with %s\n", site.function, site.line, value,
-                     std::strerror(errno));
+void log_errno(int value, LogSite site) {
+    log_error("%s:%d return %d with %s\n", site.function, site.line, value, std::strerror(errno));
 }
 
-int fail_with_errno(int code, LogSite site) {
+void log_errno(Code code, LogSite site) {
+    log_errno(number_of(code), site);
+}
+
+void log_errno(WaitStatus status, LogSite site) {
+    log_errno(number_of(status), site);
+}
+
+Code fail_with_errno(Code code, LogSite site) {
     log_errno(code, site);
     return code;
 }

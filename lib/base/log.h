@@ -4,6 +4,8 @@
 /// generation kept as log.libzav.0. Standard output is left to the commands' results.
 #pragma once
 
+#include "base/codes.h"
+
 #include <cstddef>
 #include <sys/types.h>
 
@@ -36,15 +38,19 @@ struct LogSite {
 /// Logs "zavbox_log_error[30]:" and the text, read as a format once more.
 [[gnu::format(printf, 1, 2)]] int zavbox_log_error(const char* format, ...);
 
-/// "%s[%d]: return with %d": a command or an operation returns `code`. Returns `code`.
-int log_return(int code, LogSite site = LogSite::here());
+/// "%s[%d]: return with %d": a command or an operation returns `code`.
+/// log_return() gives the code back.
+void log_failure(Code code, LogSite site = LogSite::here());
+Code log_return(Code code, LogSite site = LogSite::here());
 
 /// "%s:%d return %d with %s\n": a library function fails; `value` is what it returns or got, the
-/// text is that of errno. Returns 0.
-int log_errno(int value, LogSite site = LogSite::here());
+/// text is that of errno.
+void log_errno(int value, LogSite site = LogSite::here());
+void log_errno(Code code, LogSite site = LogSite::here());
+void log_errno(WaitStatus status, LogSite site = LogSite::here());
 
 /// The same for a function that returns the code it logs. Returns `code`.
-int fail_with_errno(int code, LogSite site = LogSite::here());
+Code fail_with_errno(Code code, LogSite site = LogSite::here());
 
 /// Writes a finished line to the log, or else the console, or else standard error. Returns 0. A
 /// text that begins with a time as the system log writes it ("Nov 20 10:00:00 ") keeps that time.

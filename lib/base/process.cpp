@@ -132,7 +132,7 @@ int wait_for(pid_t pid) {
 
 } // namespace
 
-std::optional<int> run_program(const PlainCommand& command) {
+std::optional<WaitStatus> run_program(const PlainCommand& command) {
     // What was printed so far must not come after what the tool prints.
     std::fflush(stdout);
     std::vector<char*> words;
@@ -158,7 +158,7 @@ std::optional<int> run_program(const PlainCommand& command) {
     if (status != -1) {
         errno = caller_errno; // as system(3) leaves it; the next line of the log shows its text
     }
-    return started ? std::optional(status) : std::nullopt;
+    return started ? std::optional(static_cast<WaitStatus>(status)) : std::nullopt;
 }
 
 } // namespace zav

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <limits>
@@ -67,13 +66,18 @@ std::size_t token_start(std::string_view text, std::string_view separators, std:
 } // namespace
 
 std::string format_text(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    std::string text = format_text_list(format, arguments);
+    va_end(arguments);
+    return text;
+}
+
+std::string format_text_list(const char* format, va_list arguments) {
     std::array<char, usual_length> buffer = {};
-    va_list first;
     va_list again;
-    va_start(first, format);
-    va_copy(again, first);
-    const int printed = std::vsnprintf(buffer.data(), buffer.size(), format, first);
-    va_end(first);
+    va_copy(again, arguments);
+    const int printed = std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
     const std::size_t length = printed > 0 ? static_cast<std::size_t>(printed) : 0;
     std::string text(buffer.data(), std::min(length, buffer.size() - 1));
     if (length >= buffer.size()) {

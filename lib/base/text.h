@@ -6,6 +6,7 @@
 /// A parameter called `file` is the whole text of a file or of a tool's output.
 #pragma once
 
+#include <cstdarg>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -20,6 +21,7 @@ inline constexpr std::string_view blanks = " \t";
 
 /// printf into a string.
 [[gnu::format(printf, 1, 2)]] std::string format_text(const char* format, ...);
+[[gnu::format(printf, 1, 0)]] std::string format_text_list(const char* format, va_list arguments);
 
 /// Without the blanks, carriage returns and line feeds at its end; a tab stays.
 std::string_view trim_right(std::string_view text);

@@ -5,6 +5,8 @@
 #pragma once
 
 #include "base/bounded_text.h"
+#include "base/codes.h"
+#include "base/sink.h"
 #include "records/array.h"
 #include "records/disk.h"
 #include "sources/sys_block.h"
@@ -16,57 +18,57 @@ namespace zav {
 
 /// Builds the list of all arrays from the sources that the product model has. On failure the list
 /// may hold records that are filled in part. 0, or the code of the source that failed; other rooms
-/// report error::no_array_list.
-int get_mdinfo(mdinfo_list& list);
+/// report Code::no_array_list.
+Code get_mdinfo(mdinfo_list& list, Sink& out);
 
-/// The names of all arrays. Runs cat on /proc/mdstat. 0, error::command_failed or
-/// error::array_status_unread.
-int get_mdinfo_from_proc(mdinfo_list& list);
+/// The names of all arrays. Runs cat on /proc/mdstat. 0, Code::command_failed or
+/// Code::array_status_unread.
+Code get_mdinfo_from_proc(mdinfo_list& list, Sink& out);
 
 /// Level, size and state. Runs mdadm --detail on each array; one that fails is logged and keeps its
-/// defaults, and the others are read all the same. 0 or error::array_output_unread.
-int get_mdinfo_from_mdadm(mdinfo_list& list);
+/// defaults, and the others are read all the same. 0 or Code::array_output_unread.
+Code get_mdinfo_from_mdadm(mdinfo_list& list);
 
 /// Members, device and whether the array can run. Builds the disk list and reads
-/// /sys/block/<array>/md. 0 or error::array_directory_unread, which ends it at that array.
-int get_mdinfo_from_sysblock(mdinfo_list& list);
+/// /sys/block/<array>/md. 0 or Code::array_directory_unread, which ends it at that array.
+Code get_mdinfo_from_sysblock(mdinfo_list& list, Sink& out);
 
-/// The progress of rebuilds. Runs cat on /proc/mdstat. 0, error::command_failed or
-/// error::array_status_unread.
-int get_mdinfo_from_mdstat(mdinfo_list& list);
+/// The progress of rebuilds. Runs cat on /proc/mdstat. 0, Code::command_failed or
+/// Code::array_status_unread.
+Code get_mdinfo_from_mdstat(mdinfo_list& list, Sink& out);
 
-/// The arrays of the RAID controller. Runs vexadm --display --scan. 0, error::command_failed or
-/// error::array_output_unread.
-int get_mdinfo_from_vexadm(mdinfo_list& list);
+/// The arrays of the RAID controller. Runs vexadm --display --scan. 0, Code::command_failed or
+/// Code::array_output_unread.
+Code get_mdinfo_from_vexadm(mdinfo_list& list);
 
 /// The names of all arrays in /proc/partitions, a source for systems without /proc/mdstat. 0 or
-/// error::partitions_unread.
-int get_mdinfo_from_partitions(mdinfo_list& list);
+/// Code::partitions_unread.
+Code get_mdinfo_from_partitions(mdinfo_list& list);
 
 /// Copies at most `capacity` - 1 characters of a value of mdadm's details. 0, or
-/// error::array_key_missing, logged.
-int get_mdinfo_type(std::string_view detail, char* destination, std::size_t capacity,
-                    const char* key);
+/// Code::array_key_missing, logged.
+Code get_mdinfo_type(std::string_view detail, char* destination, std::size_t capacity,
+                     const char* key);
 
 /// Reads a member's state file.
-DiskState get_disk_state(const char* path);
+DiskState get_disk_state(const char* path, Sink& out);
 
 /// The number in the file; 0 when it cannot be read.
-int get_raid_disks(const char* path);
+int get_raid_disks(const char* path, Sink& out);
 
 /// Rewrites members and spare of every array from kernel names to channels. 0 or
-/// error::no_disk_list.
-int disks_to_ch(mdinfo_list& list);
+/// Code::no_disk_list.
+Code disks_to_ch(mdinfo_list& list, Sink& out);
 
-/// 0 for an array that runs, error::array_inactive, error::bad_array_name when there is none of
-/// that name, error::no_array_list.
-int check_raid_state(const char* name);
+/// 0 for an array that runs, Code::array_inactive, Code::bad_array_name when there is none of
+/// that name, Code::no_array_list.
+Code check_raid_state(const char* name, Sink& out);
 
-/// Copies the type of an array. 0, error::bad_array_name, error::no_array_list.
-int get_raid_type(const char* name, BoundedText<8>& type);
+/// The type of an array, or Code::bad_array_name, Code::no_array_list.
+Result<BoundedText<8>> get_raid_type(const char* name, Sink& out);
 
 /// Copies the member disks of an array, or of all arrays for a null name, to the list. 0,
-/// error::no_array_list, error::no_such_array, error::no_disk_list.
-int get_disks_from_md(const char* name, disk_list& members);
+/// Code::no_array_list, Code::no_such_array, Code::no_disk_list.
+Code get_disks_from_md(const char* name, disk_list& members, Sink& out);
 
 } // namespace zav

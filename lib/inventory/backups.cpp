@@ -9,7 +9,6 @@
 #include "sources/lvm_backup.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <sys/stat.h>
 
@@ -26,45 +25,46 @@ bool is_regular(const std::string& path) {
 
 } // namespace
 
-bool has_backup_directory() {
+bool has_backup_directory(Sink& out) {
     struct stat status = {};
     if (::stat(backup_directory, &status) == 0 && S_ISDIR(status.st_mode)) {
         return true;
     }
-    std::printf("'%s' not exist\n", backup_directory);
+    out.print("'%s' not exist\n", backup_directory);
     return false;
 }
 
-int get_vg_from_backup(std::vector<GroupName>& names, std::size_t max) {
-    if (!has_backup_directory()) {
-        return 0;
+Result<std::vector<GroupName>> get_vg_from_backup(std::size_t max, Sink& out) {
+    std::vector<GroupName> names;
+    if (!has_backup_directory(out)) {
+        return names;
     }
     const auto entries = directory_entries(backup_directory);
     if (!entries) {
-        std::printf("cannot open '%s'\n", backup_directory);
-        return error::backup_directory_unread;
+        out.print("cannot open '%s'\n", backup_directory);
+        return Code::backup_directory_unread;
     }
     for (const std::string& entry : *entries) {
         if (names.size() < max && is_regular(backup_path(entry))) {
             names.emplace_back(entry);
         }
     }
-    return static_cast<int>(names.size());
+    return names;
 }
 
 bool find_pool_in_backups(std::string_view pool, GroupName& group, std::string& backup,
-                          LogSite reader) {
-    std::vector<GroupName> names;
-    const int count = get_vg_from_backup(names, most_backups);
-    if (count <= 0) {
-        log_error("%s[%d]: with %d", reader.function, reader.line, count);
+                          LogSite reader, Sink& out) {
+    const auto names = get_vg_from_backup(most_backups, out);
+    if (!names || names->empty()) {
+        // Without a directory, or a backup in it, the code is Code::ok.
+        log_error("%s[%d]: with %d", reader.function, reader.line, number_of(names.code()));
         return false;
     }
-    for (const GroupName& name : names) {
+    for (const GroupName& name : *names) {
         const std::string path = backup_path(name);
         auto text = read_file(path.c_str());
         if (!text) {
-            std::printf("file '%s' cannot open\n", path.c_str());
+            out.print("file '%s' cannot open\n", path.c_str());
             log_error("%s[%d]: %s", reader.function, reader.line, std::strerror(errno));
         } else if (backup_has_pool(*text, pool)) {
             group = name;
@@ -75,24 +75,23 @@ bool find_pool_in_backups(std::string_view pool, GroupName& group, std::string& 
     return false;
 }
 
-int vgname_from_backup(const char* pool, GroupName& group) {
+void vgname_from_backup(const char* pool, GroupName& group, Sink& out) {
     std::string backup;
-    find_pool_in_backups(pool, group, backup, LogSite::here());
-    return 0;
+    find_pool_in_backups(pool, group, backup, LogSite::here(), out);
 }
 
-int get_idpv_from_pvdisplay(live_pv_list& list) {
+Code get_idpv_from_pvdisplay(live_pv_list& list, Sink& out) {
     Capture capture(pvdisplay_template);
     // With volumes missing the tool may well fail: what it prints is what counts.
-    const int status = capture.run_and_log(format_text(pvdisplay_command, capture.path()));
+    const WaitStatus status = capture.run_and_log(format_text(pvdisplay_command, capture.path()));
     const auto output = capture.read();
     if (!output) {
-        std::printf("cannot open %s\n", capture.path());
+        out.print("cannot open %s\n", capture.path());
         log_errno(status);
-        return error::group_output_unread;
+        return Code::group_output_unread;
     }
     parse_live_volumes(*output, list);
-    return 0;
+    return Code::ok;
 }
 
 } // namespace zav

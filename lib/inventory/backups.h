@@ -3,7 +3,9 @@
 /// LVM's backups of its metadata, one file for each group, and the physical volumes of now.
 #pragma once
 
+#include "base/codes.h"
 #include "base/log.h"
+#include "base/sink.h"
 #include "records/backup_volume.h"
 #include "sources/lvm_backup.h"
 
@@ -15,24 +17,23 @@ namespace zav {
 using GroupName = BoundedText<33>;
 
 /// Whether there is such a directory; prints that there is none.
-bool has_backup_directory();
+bool has_backup_directory(Sink& out);
 
-/// The names of the groups that have a backup, at most `max`, in the directory's order. Their
-/// number, 0 after a printed message when there is no such directory, or
-/// error::backup_directory_unread.
-int get_vg_from_backup(std::vector<GroupName>& names, std::size_t max);
+/// The names of the groups that have a backup, at most `max`, in the directory's order: none, after
+/// a printed message, when there is no such directory. Code::backup_directory_unread.
+Result<std::vector<GroupName>> get_vg_from_backup(std::size_t max, Sink& out);
 
 /// Finds the backup, among the first 32, with a logical volume of that name: `group` gets its
 /// group, `backup` its text. False when there is none, which is logged for `reader` when there is
 /// no backup at all. A backup that cannot be opened is printed, logged and passed over.
 bool find_pool_in_backups(std::string_view pool, GroupName& group, std::string& backup,
-                          LogSite reader);
+                          LogSite reader, Sink& out);
 
-/// Copies the name of the group that had a pool of that name, by the backups. Always 0.
-int vgname_from_backup(const char* pool, GroupName& group);
+/// Copies the name of the group that had a pool of that name, by the backups; without one it stays.
+void vgname_from_backup(const char* pool, GroupName& group, Sink& out);
 
 /// The physical volumes that LVM sees. Runs pvdisplay -c, whose status is only logged. 0 or
-/// error::group_output_unread.
-int get_idpv_from_pvdisplay(live_pv_list& list);
+/// Code::group_output_unread.
+Code get_idpv_from_pvdisplay(live_pv_list& list, Sink& out);
 
 } // namespace zav

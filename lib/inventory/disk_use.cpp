@@ -59,57 +59,57 @@ void mark_volume(display_disk_list& listing, const pvinfo& volume) {
 
 } // namespace
 
-int add_disk_list_info(const disk_list& disks, display_disk_list& listing) {
+Code add_disk_list_info(const disk_list& disks, display_disk_list& listing, Sink& out) {
     for (const disk_info& disk : disks) {
         append_display_record(listing, disk);
     }
-    if (const int result = add_disk_list_mdinfo(listing); result != 0) {
-        log_return(result, LogSite::numbered(238));
+    if (const Code result = add_disk_list_mdinfo(listing, out); failed(result)) {
+        log_failure(result, LogSite::numbered(238));
     }
-    if (const int result = add_disk_list_vginfo(listing); result != 0) {
-        log_return(result, LogSite::numbered(244));
+    if (const Code result = add_disk_list_vginfo(listing, out); failed(result)) {
+        log_failure(result, LogSite::numbered(244));
     }
-    if (const int result = get_diskinfo_from_df(listing); result != 0) {
-        log_return(result, LogSite::numbered(250));
+    if (const Code result = get_diskinfo_from_df(listing); failed(result)) {
+        log_failure(result, LogSite::numbered(250));
     }
-    return 0;
+    return Code::ok;
 }
 
-int add_disk_list_mdinfo(display_disk_list& listing) {
+Code add_disk_list_mdinfo(display_disk_list& listing, Sink& out) {
     mdinfo_list arrays;
-    if (const int result = get_mdinfo(arrays); result != 0) {
-        log_return(result, LogSite::numbered(114));
-        return error::no_array_list;
+    if (const Code result = get_mdinfo(arrays, out); failed(result)) {
+        log_failure(result, LogSite::numbered(114));
+        return Code::no_array_list;
     }
     for (const mdinfo& array : arrays) {
         mark_members(listing, array);
     }
-    return 0;
+    return Code::ok;
 }
 
-int add_disk_list_vginfo(display_disk_list& listing) {
+Code add_disk_list_vginfo(display_disk_list& listing, Sink& out) {
     vginfo_list groups;
-    if (const int result = get_vginfo(groups); result != 0) {
-        log_return(result, LogSite::numbered(169));
-        return error::no_group_list;
+    if (const Code result = get_vginfo(groups, out); failed(result)) {
+        log_failure(result, LogSite::numbered(169));
+        return Code::no_group_list;
     }
     for (const vginfo& group : groups) {
         for (const pvinfo& volume : group.physical_volumes) {
             mark_volume(listing, volume);
         }
     }
-    return 0;
+    return Code::ok;
 }
 
-int get_diskinfo_from_df(display_disk_list& listing) {
+Code get_diskinfo_from_df(display_disk_list& listing) {
     Capture capture("/tmp/dfinfo.XXXXXX");
-    if (capture.run_and_log(format_text(mounted_command, capture.path())) != 0) {
-        return error::command_failed;
+    if (failed(capture.run_and_log(format_text(mounted_command, capture.path())))) {
+        return Code::command_failed;
     }
     const auto output = capture.read();
     if (!output) {
         log_errno(0, LogSite::numbered(54));
-        return error::disk_tool_output_unread;
+        return Code::disk_tool_output_unread;
     }
     for (const std::string_view name : parse_mounted_disks(*output)) {
         for (display_disk_info& disk : listing) {
@@ -120,7 +120,7 @@ int get_diskinfo_from_df(display_disk_list& listing) {
     }
     // Support reads the last df of an appliance from /tmp: the file stays.
     capture.keep();
-    return 0;
+    return Code::ok;
 }
 
 } // namespace zav

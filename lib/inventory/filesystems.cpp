@@ -8,7 +8,6 @@
 #include "inventory/mounts.h"
 #include "inventory/pools.h"
 #include "platform/models.h"
-#include "platform/product_model.h"
 #include "sources/mdfstab.h"
 
 #include <algorithm>
@@ -40,41 +39,41 @@ const fs_info* find_pool(const fs_list& list, std::string_view pool) {
 } // namespace
 
 const char* repair_directory() {
-    return is_server_family(product_model()) ? "/sbin" : "/usr/local/bin";
+    return product_model().family->repair_directory;
 }
 
 std::string_view product_fs_type() {
-    return fs_type_of(product_model());
+    return product_model().fs_type;
 }
 
-int read_register(const char* path, std::string& text) {
+Code read_register(const char* path, std::string& text) {
     auto content = read_file(path);
     if (!content) {
         // Of the network disks' register too.
         log_error("cannot open %s for %s", mdfstab_path, std::strerror(errno));
-        return -1;
+        return Code::register_unread;
     }
     text = std::move(*content);
-    return 0;
+    return Code::ok;
 }
 
-int mdfstab_read(fs_list& list) {
+Code mdfstab_read(fs_list& list) {
     std::string text;
-    const int result = read_register(mdfstab_path, text);
+    const Code result = read_register(mdfstab_path, text);
     parse_mdfstab(text, list);
     return result;
 }
 
-int mdfstab_has(std::string_view pool) {
+Presence mdfstab_has(std::string_view pool) {
     fs_list list;
-    const int result = mdfstab_read(list);
-    return result == 0 && find_pool(list, pool) != nullptr ? 1 : result;
+    return failed(mdfstab_read(list)) ? Presence::unknown
+                                      : presence(find_pool(list, pool) != nullptr);
 }
 
-int mdfstab_lookup(std::string_view pool, std::string_view, BoundedText<16>& type,
-                   BoundedText<128>& mntpoint) {
+Code mdfstab_lookup(std::string_view pool, std::string_view, BoundedText<16>& type,
+                    BoundedText<128>& mntpoint) {
     fs_list list;
-    const int result = mdfstab_read(list);
+    const Code result = mdfstab_read(list);
     if (const fs_info* fs = find_pool(list, pool); fs != nullptr) {
         type = fs->fstype.view();
         mntpoint = fs->mntpoint.view();
@@ -89,11 +88,12 @@ void set_sizes(const struct statfs& figures, fs_info& fs) {
     fs.usedsize = (figures.f_blocks - figures.f_bavail) * block / kibibyte;
 }
 
-int mountfs_get(fs_list& list) {
+Code mountfs_get(fs_list& list, Sink& out) {
     pool_list pools;
-    if (const int result = pool_list_get(pools); result != 0 && result != error::pool_tool_failed) {
-        log_return(result);
-        return error::pool_output_unread;
+    if (const Code result = pool_list_get(pools, out);
+        failed(result) && result != Code::pool_tool_failed) {
+        log_failure(result);
+        return Code::pool_output_unread;
     }
     std::unordered_map<std::string_view, const pool_info*> pool_of;
     for (const pool_info& pool : pools) {
@@ -111,7 +111,7 @@ int mountfs_get(fs_list& list) {
             fs.status = fs_not_available;
         }
     }
-    return 0;
+    return Code::ok;
 }
 
 } // namespace zav

@@ -3,6 +3,8 @@
 /// The registered file systems, what is mounted of them, and the type that the appliance makes.
 #pragma once
 
+#include "base/codes.h"
+#include "base/sink.h"
 #include "records/filesystem.h"
 
 #include <string>
@@ -18,26 +20,26 @@ const char* repair_directory();
 /// model cannot be read.
 std::string_view product_fs_type();
 
-/// A register's text for `reader`: 0, or -1, which is logged.
-int read_register(const char* path, std::string& text);
+/// A register's text. Code::register_unread is logged.
+Code read_register(const char* path, std::string& text);
 
-/// Adds every file system of /etc/mdfstab to the list. 0 or -1.
-int mdfstab_read(fs_list& list);
+/// Adds every file system of /etc/mdfstab to the list. Code::register_unread.
+Code mdfstab_read(fs_list& list);
 
-/// Whether a pool of that name, in whatever group, is registered: 1, 0 or -1.
-int mdfstab_has(std::string_view pool);
+/// Whether a pool of that name, in whatever group, is registered.
+Presence mdfstab_has(std::string_view pool);
 
 /// Copies the mount point and the type of the first registered pool of that name; without one they
-/// stay as they are. The group is not compared: a pool has one mount point. 0 or -1.
-int mdfstab_lookup(std::string_view pool, std::string_view group, BoundedText<16>& type,
-                   BoundedText<128>& mntpoint);
+/// stay as they are. The group is not compared: a pool has one mount point.
+Code mdfstab_lookup(std::string_view pool, std::string_view group, BoundedText<16>& type,
+                    BoundedText<128>& mntpoint);
 
 /// Sets the sizes by the kernel's figures. Blocks of less than 1 KiB count for nothing; what only
 /// root may use counts as used.
 void set_sizes(const struct statfs& figures, fs_info& fs);
 
 /// Fills in status, group, device and size by the pools of now and the mount table. 0 or
-/// error::pool_output_unread. Runs what the pool list takes, reads /proc/mounts once.
-int mountfs_get(fs_list& list);
+/// Code::pool_output_unread. Runs what the pool list takes, reads /proc/mounts once.
+Code mountfs_get(fs_list& list, Sink& out);
 
 } // namespace zav

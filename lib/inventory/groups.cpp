@@ -11,30 +11,27 @@
 #include "sources/lvm.h"
 #include "zav/system_status.h"
 
-#include <cstdio>
-
 namespace zav {
 
 namespace {
 
-/// What a tool printed, for `pass`. 0 or error::group_output_unread.
-int read_output(const Capture& capture, std::string& text, LogSite pass) {
+/// What a tool printed, for `pass`, or Code::group_output_unread.
+Result<std::string> read_output(const Capture& capture, LogSite pass, Sink& out) {
     auto output = capture.read();
     if (!output) {
-        std::printf("cannot open %s\n", capture.path());
-        return fail_with_errno(error::group_output_unread, pass);
+        out.print("cannot open %s\n", capture.path());
+        return fail_with_errno(Code::group_output_unread, pass);
     }
-    text = std::move(*output);
-    return 0;
+    return std::move(*output);
 }
 
-/// Runs pvdisplay for `pass`. 0, error::command_failed or error::group_output_unread.
-int run_pvdisplay(std::string& text, LogSite pass) {
+/// What pvdisplay prints, for `pass`; Code::command_failed or Code::group_output_unread.
+Result<std::string> run_pvdisplay(LogSite pass, Sink& out) {
     const Capture capture(pvdisplay_template);
-    if (capture.run_and_log(format_text(pvdisplay_command, capture.path())) != 0) {
-        return error::command_failed;
+    if (failed(capture.run_and_log(format_text(pvdisplay_command, capture.path())))) {
+        return Code::command_failed;
     }
-    return read_output(capture, text, pass);
+    return read_output(capture, pass, out);
 }
 
 /// The group keeps the device of the last volume that has one.
@@ -47,12 +44,12 @@ void set_device(pvinfo& volume, vginfo& group, std::string_view device) {
 
 /// Builds the lists that physical volumes are looked up in, for `pass`. Without one of them only
 /// the devices suffer.
-void get_lists(disk_list& disks, mdinfo_list& arrays, LogSite pass) {
-    if (const int result = get_disk_list(disks); result != 0) {
+void get_lists(disk_list& disks, mdinfo_list& arrays, LogSite pass, Sink& out) {
+    if (const Code result = get_disk_list(disks, out); failed(result)) {
         log_errno(result, pass);
         disks.clear();
     }
-    if (const int result = get_mdinfo(arrays); result != 0) {
+    if (const Code result = get_mdinfo(arrays, out); failed(result)) {
         log_errno(result, pass);
         arrays.clear();
     }
@@ -60,62 +57,62 @@ void get_lists(disk_list& disks, mdinfo_list& arrays, LogSite pass) {
 
 /// Adds the physical volumes to their groups, each located by `locate`, for `pass`.
 template <class Locate>
-int add_volumes(vginfo_list& list, const Locate& locate, LogSite pass) {
+Code add_volumes(vginfo_list& list, const Locate& locate, LogSite pass, Sink& out) {
     disk_list disks;
     mdinfo_list arrays;
-    get_lists(disks, arrays, pass);
-    std::string output;
-    if (const int result = run_pvdisplay(output, pass); result != 0) {
-        return result;
+    get_lists(disks, arrays, pass, out);
+    const auto output = run_pvdisplay(pass, out);
+    if (!output) {
+        return output.code();
     }
-    parse_pvdisplay(output, list,
+    parse_pvdisplay(*output, list,
                     [&](pvinfo& volume, vginfo& group) { locate(volume, group, disks, arrays); });
-    return 0;
+    return Code::ok;
 }
 
 } // namespace
 
-int get_vginfo(vginfo_list& list) {
-    if (const int result = get_vginfo_from_vgdisplay(list); result != 0) {
+Code get_vginfo(vginfo_list& list, Sink& out) {
+    if (const Code result = get_vginfo_from_vgdisplay(list, out); failed(result)) {
         return result;
     }
     char model[32] = "";
     if (devmodel_get(model, sizeof model) != 0) {
-        return fail_with_errno(error::group_model_unread);
+        return fail_with_errno(Code::group_model_unread);
     }
-    return model == controller_model ? get_vginfo_from_vexadm(list)
-                                     : get_vginfo_from_pvdisplay(list);
+    return find_model(model).has_raid_controller ? get_vginfo_from_vexadm(list, out)
+                                                 : get_vginfo_from_pvdisplay(list, out);
 }
 
-int get_vginfo_from_vgdisplay(vginfo_list& list) {
+Code get_vginfo_from_vgdisplay(vginfo_list& list, Sink& out) {
     const Capture capture(vgdisplay_template);
-    if (capture.run_and_log(format_text(vgdisplay_command, capture.path())) != 0) {
-        return error::command_failed;
+    if (failed(capture.run_and_log(format_text(vgdisplay_command, capture.path())))) {
+        return Code::command_failed;
     }
-    std::string output;
-    if (const int result = read_output(capture, output, LogSite::here()); result != 0) {
-        return result;
+    const auto output = read_output(capture, LogSite::here(), out);
+    if (!output) {
+        return output.code();
     }
-    parse_vgdisplay(output, list);
-    return 0;
+    parse_vgdisplay(*output, list);
+    return Code::ok;
 }
 
-int get_vginfo_from_pvdisplay(vginfo_list& list) {
+Code get_vginfo_from_pvdisplay(vginfo_list& list, Sink& out) {
     return add_volumes(
         list,
         [](pvinfo& volume, vginfo& group, const disk_list& disks, mdinfo_list& arrays) {
             locate_on_disks(volume, group, disks, arrays);
         },
-        LogSite::here());
+        LogSite::here(), out);
 }
 
-int get_vginfo_from_vexadm(vginfo_list& list) {
+Code get_vginfo_from_vexadm(vginfo_list& list, Sink& out) {
     return add_volumes(
         list,
         [](pvinfo& volume, vginfo& group, const disk_list&, const mdinfo_list& arrays) {
             locate_on_controller(volume, group, arrays);
         },
-        LogSite::here());
+        LogSite::here(), out);
 }
 
 void locate_on_disks(pvinfo& volume, vginfo& group, const disk_list& disks, mdinfo_list& arrays) {
@@ -145,17 +142,14 @@ void locate_on_controller(pvinfo& volume, vginfo& group, const mdinfo_list& arra
     }
 }
 
-int check_vgdisplay(const char* name) {
-    if (check_name32(name) != 0) {
-        return 0; // no name of a group, and nothing for a command
+Presence check_vgdisplay(const char* name, Sink& out) {
+    if (failed(check_name32(name))) {
+        return Presence::absent; // no name of a group, and nothing for a command
     }
     const Capture capture(vgdisplay_template);
-    (void)capture.run_and_log(format_text(vgdisplay_group_command, name, capture.path()));
-    std::string output;
-    if (const int result = read_output(capture, output, LogSite::here()); result != 0) {
-        return result;
-    }
-    return has_group_line(output, name) ? 1 : 0;
+    ignore(capture.run_and_log(format_text(vgdisplay_group_command, name, capture.path())));
+    const auto output = read_output(capture, LogSite::here(), out);
+    return output ? presence(has_group_line(*output, name)) : Presence::unknown;
 }
 
 } // namespace zav

@@ -3,8 +3,6 @@
 
 #include "base/file.h"
 
-#include <cstdio>
-
 namespace zav {
 
 std::optional<MountTable> read_mounts() {
@@ -12,10 +10,10 @@ std::optional<MountTable> read_mounts() {
     return table ? std::optional(parse_mounts(*table)) : std::nullopt;
 }
 
-std::optional<MountTable> read_mounts_or_print() {
+std::optional<MountTable> read_mounts_or_print(Sink& out) {
     auto mounts = read_mounts();
     if (!mounts) {
-        std::printf("setmntent '%s' fail\n", mounts_path);
+        out.print("setmntent '%s' fail\n", mounts_path);
     }
     return mounts;
 }
@@ -28,8 +26,8 @@ std::unordered_set<std::string> mounted_directories() {
     return directories;
 }
 
-int fs_is_mounted(std::string_view directory) {
-    return mounted_directories().contains(std::string(directory)) ? 0 : -1;
+bool fs_is_mounted(std::string_view directory) {
+    return mounted_directories().contains(std::string(directory));
 }
 
 } // namespace zav

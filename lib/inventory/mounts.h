@@ -3,6 +3,7 @@
 /// What is mounted now.
 #pragma once
 
+#include "base/sink.h"
 #include "sources/mounts.h"
 
 #include <optional>
@@ -16,13 +17,12 @@ namespace zav {
 std::optional<MountTable> read_mounts();
 
 /// The same; prints that it cannot be opened.
-std::optional<MountTable> read_mounts_or_print();
+std::optional<MountTable> read_mounts_or_print(Sink& out);
 
 /// The directories that something is mounted on; none when the table cannot be opened.
 std::unordered_set<std::string> mounted_directories();
 
-/// 0 when something is mounted on exactly that directory, otherwise -1, also when the table cannot
-/// be opened.
-int fs_is_mounted(std::string_view directory);
+/// Whether something is mounted on exactly that directory; not, when the table cannot be opened.
+bool fs_is_mounted(std::string_view directory);
 
 } // namespace zav

@@ -6,7 +6,6 @@
 #include "sources/netfstab.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <memory>
 
@@ -22,23 +21,24 @@ struct Free {
 
 } // namespace
 
-int netfstab_read(fs_list& list) {
+Code netfstab_read(fs_list& list) {
     std::string text;
-    const int result = read_register(netfstab_path, text);
+    const Code result = read_register(netfstab_path, text);
     parse_netfstab(text, list);
     return result;
 }
 
-int netfs_label_used(std::string_view label) {
+Presence netfs_label_used(std::string_view label) {
     fs_list list;
-    if (const int result = netfstab_read(list); result != 0) {
-        return result;
+    if (failed(netfstab_read(list))) {
+        return Presence::unknown;
     }
-    return std::ranges::any_of(list, [label](const fs_info& fs) { return fs.name == label; });
+    return presence(
+        std::ranges::any_of(list, [label](const fs_info& fs) { return fs.name == label; }));
 }
 
-std::string mounted_device(std::string_view label) {
-    const auto mounts = read_mounts_or_print();
+std::string mounted_device(std::string_view label, Sink& out) {
+    const auto mounts = read_mounts_or_print(out);
     const Mount* mount = mounts ? find_mount_named(*mounts, label) : nullptr;
     return mount != nullptr ? mount->device : "";
 }
@@ -49,10 +49,10 @@ std::string labelled_device(std::string_view label) {
     return device ? device.get() : "";
 }
 
-int netfs_list_get(fs_list& list) {
-    const int result = netfstab_read(list);
-    if (result != 0) {
-        std::printf("for errno '%d'\n", result);
+Code netfs_list_get(fs_list& list, Sink& out) {
+    const Code result = netfstab_read(list);
+    if (failed(result)) {
+        out.print("for errno '%d'\n", number_of(result));
         return result;
     }
     const auto mounted = mounted_directories();
@@ -61,7 +61,7 @@ int netfs_list_get(fs_list& list) {
         fs.status = is_mounted ? fs_available : fs_unmounted;
         fs.device = is_mounted ? netdisk_device : "N.A.";
     }
-    return 0;
+    return Code::ok;
 }
 
 } // namespace zav

@@ -3,6 +3,8 @@
 /// Network disks: whole block devices that carry a file system known by its label.
 #pragma once
 
+#include "base/codes.h"
+#include "base/sink.h"
 #include "records/filesystem.h"
 #include "sources/netfstab.h"
 
@@ -11,21 +13,22 @@
 
 namespace zav {
 
-/// Adds every network disk of the register to the list. 0 or -1, which is logged.
-int netfstab_read(fs_list& list);
+/// Adds every network disk of the register to the list. Code::register_unread is logged.
+Code netfstab_read(fs_list& list);
 
-/// Whether a network disk of that label is registered: 1, 0 or -1.
-int netfs_label_used(std::string_view label);
+/// Whether a network disk of that label is registered.
+Presence netfs_label_used(std::string_view label);
 
 /// The device mounted first on a directory whose last component is the label, such as /dev/sdf.
 /// Empty when there is none, or when the mount table cannot be read, which is printed.
-std::string mounted_device(std::string_view label);
+std::string mounted_device(std::string_view label, Sink& out);
 
 /// The device that carries the label, mounted or not; empty when the kernel knows none. Reads
 /// /dev/disk/by-label.
 std::string labelled_device(std::string_view label);
 
-/// Adds the network disks to the list, each as mounted or not. 0, or -1, which is printed.
-int netfs_list_get(fs_list& list);
+/// Adds the network disks to the list, each as mounted or not. Code::register_unread is
+/// printed.
+Code netfs_list_get(fs_list& list, Sink& out);
 
 } // namespace zav

@@ -9,63 +9,62 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <string>
 
 namespace zav {
 
-int get_poolinfo_from_lvdisplay(pool_list& list) {
+Code get_poolinfo_from_lvdisplay(pool_list& list, Sink& out) {
     Capture capture(lvdisplay_template);
-    const bool failed = capture.run_and_log(format_text(lvdisplay_command, capture.path())) != 0;
-    const int result = failed ? error::pool_tool_failed : 0;
+    const WaitStatus status = capture.run_and_log(format_text(lvdisplay_command, capture.path()));
+    const Code result = failed(status) ? Code::pool_tool_failed : Code::ok;
     vginfo_list groups;
-    if (const int group_result = get_vginfo(groups); group_result != 0) {
-        log_return(group_result);
+    if (const Code group_result = get_vginfo(groups, out); failed(group_result)) {
+        log_failure(group_result);
     }
     const auto output = capture.read();
     if (!output) {
-        std::printf("cannot open %s\n", capture.path());
+        out.print("cannot open %s\n", capture.path());
         log_errno(result);
         capture.keep();
-        return error::pool_output_unread;
+        return Code::pool_output_unread;
     }
     parse_lvdisplay(*output, groups, list);
     return result;
 }
 
-int pool_list_get(pool_list& list) {
-    return get_poolinfo_from_lvdisplay(list);
+Code pool_list_get(pool_list& list, Sink& out) {
+    return get_poolinfo_from_lvdisplay(list, out);
 }
 
-int check_lvname(const char* name) {
+Presence check_lvname(const char* name, Sink& out) {
     pool_list pools;
-    if (pool_list_get(pools) == error::pool_output_unread) {
-        log_return(error::pools_unread);
-        std::printf("for errno '%d'\n", error::pools_unread);
-        return error::pools_unread;
+    if (pool_list_get(pools, out) == Code::pool_output_unread) {
+        log_failure(Code::pools_unread);
+        out.print("for errno '%d'\n", number_of(Code::pools_unread));
+        return Presence::unknown;
     }
-    return std::ranges::any_of(
-        pools, [name](const pool_info& pool) { return last_component(pool.name) == name; });
+    return presence(std::ranges::any_of(
+        pools, [name](const pool_info& pool) { return last_component(pool.name) == name; }));
 }
 
-int check_lvdisplay(const char* group, const char* pool) {
-    Capture capture(lvdisplay_template);
+Presence check_lvdisplay(const char* group, const char* pool, Sink& out) {
+    const Capture capture(lvdisplay_template);
     const std::string command = format_text(lvdisplay_pool_command, group, pool, capture.path());
     if (is_plain_name(group) && is_plain_name(pool) && is_run_whole(command)) {
-        (void)capture.run_and_log(command);
+        ignore(capture.run_and_log(command));
     } else {
-        refuse_command(command);
+        ignore(refuse_command(command));
     }
     const auto output = capture.read();
     if (!output) {
-        std::printf("cannot open %s\n", capture.path());
+        out.print("cannot open %s\n", capture.path());
         const LogSite site = LogSite::here();
         log_error("%s:[%d] return %d with %s\n", site.function, site.line,
-                  error::group_output_unread, std::strerror(errno));
-        return error::group_output_unread;
+                  number_of(Code::group_output_unread), std::strerror(errno));
+        return Presence::unknown;
     }
-    return has_pool_line(*output, pool) ? 0 : 1;
+    return presence(has_pool_line(*output, pool));
 }
 
 } // namespace zav

@@ -3,23 +3,26 @@
 /// The list of pools: every pool operation begins with it.
 #pragma once
 
+#include "base/codes.h"
+#include "base/sink.h"
 #include "records/pool.h"
 
 namespace zav {
 
-/// Adds every pool to the list. 0; error::pool_tool_failed, with the list as far as the tool
-/// printed it; error::pool_output_unread. Runs lvdisplay -c and builds the group list, without
+/// Adds every pool to the list. 0; Code::pool_tool_failed, with the list as far as the tool
+/// printed it; Code::pool_output_unread. Runs lvdisplay -c and builds the group list, without
 /// which the pools have no device.
-int get_poolinfo_from_lvdisplay(pool_list& list);
+Code get_poolinfo_from_lvdisplay(pool_list& list, Sink& out);
 
-/// The same, under the name that callers use.
-int pool_list_get(pool_list& list);
+/// Alias of get_poolinfo_from_lvdisplay().
+Code pool_list_get(pool_list& list, Sink& out);
 
-/// Whether a pool of that name exists in any group: 1, 0, or error::pools_unread, which is printed.
-int check_lvname(const char* name);
+/// Whether a pool of that name exists in any group; unknown, which is printed as
+/// Code::pools_unread, when the pools cannot be read.
+Presence check_lvname(const char* name, Sink& out);
 
-/// Whether a group has no pool of that name: 0 when it has, 1 when it has not, or
-/// error::group_output_unread. Runs lvdisplay -c for the pool, whose status is only logged.
-int check_lvdisplay(const char* group, const char* pool);
+/// Whether a group has a pool of that name; unknown when the output cannot be read, which is
+/// printed. Runs lvdisplay -c for the pool, whose status is only logged.
+Presence check_lvdisplay(const char* group, const char* pool, Sink& out);
 
 } // namespace zav

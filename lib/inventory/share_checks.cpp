@@ -6,10 +6,10 @@
 #include "base/log.h"
 #include "base/text.h"
 #include "inventory/share_users.h"
+#include "sources/vsftpd.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
-#include <cstdio>
 #include <string>
 
 namespace zav {
@@ -24,7 +24,7 @@ bool is_mode(std::string_view mode, std::string_view service) {
 }
 
 /// Whether a line of the files can carry a text: nothing in it ends the line or makes it a second
-/// key, and its last character takes in no next line.
+/// key, and its last character does not continue the line.
 bool is_line_text(std::string_view text) {
     const std::string_view end = trim(text); // readers of lines do not see the blanks behind it
     return !end.ends_with('+') && !end.ends_with('\\') &&
@@ -39,22 +39,18 @@ int prefix_length(std::string_view text) {
 }
 
 /// "10.0.0.0", "10.0.0.0/8".
-bool is_host(std::string_view text) {
+bool is_host(std::string_view text, Sink& out) {
     const std::size_t slash = text.find('/');
     const std::string address(text.substr(0, slash));
     in_addr parsed = {};
-    bool is_well = ::inet_pton(AF_INET, address.c_str(), &parsed) == 1;
+    bool is_valid = ::inet_pton(AF_INET, address.c_str(), &parsed) == 1;
     if (slash != std::string_view::npos) {
         const std::string_view digits = text.substr(slash + 1);
         const int length = prefix_length(digits);
-        std::printf("ip:%s %d\n", address.c_str(), length);
-        is_well = is_well && std::ranges::all_of(digits, is_digit) && length >= 1 && length <= 32;
+        out.print("ip:%s %d\n", address.c_str(), length);
+        is_valid = is_valid && std::ranges::all_of(digits, is_digit) && length >= 1 && length <= 32;
     }
-    return is_well;
-}
-
-bool is_ftp_user(std::string_view user) {
-    return is_plain_name(user) && user.find('+') == std::string_view::npos;
+    return is_valid;
 }
 
 bool can_be_carried(std::string_view mode, std::string_view users) {
@@ -62,15 +58,15 @@ bool can_be_carried(std::string_view mode, std::string_view users) {
     const std::size_t longest = is_samba ? longest_samba_users : BoundedText<256>::capacity;
     return users.size() <= longest && is_line_text(users) &&
            users.find_first_of(blanks) == std::string_view::npos &&
-           (users.empty() || !is_mode(mode, share_type::ftp) || is_ftp_user(users));
+           (users.empty() || !is_mode(mode, share_type::ftp) || is_ftp_user_name(users));
 }
 
 } // namespace
 
-int check_share_name(const char* name) {
-    const bool is_well =
-        check_name32(name) == 0 && *name != '-' && !equal_ignoring_case(name, "global");
-    return is_well ? 0 : error::bad_share_name;
+Code check_share_name(const char* name) {
+    const bool is_valid =
+        !failed(check_name32(name)) && *name != '-' && !equal_ignoring_case(name, "global");
+    return is_valid ? Code::ok : Code::bad_share_name;
 }
 
 std::string_view service_of_mode(const char* mode) {
@@ -83,24 +79,25 @@ std::string_view service_of_mode(const char* mode) {
     return is_service ? given : "";
 }
 
-int check_comment(BoundedText<129>& comment, const char* text) {
+Code check_comment(BoundedText<129>& comment, const char* text) {
     const std::string_view given = text != nullptr ? text : "";
-    return is_line_text(given) && copy_text128(comment, text) == 0 ? 0 : error::bad_comment;
+    return is_line_text(given) && !failed(copy_text128(comment, text)) ? Code::ok
+                                                                       : Code::bad_comment;
 }
 
-int check_user(std::string_view mode, const char* users) {
+Code check_user(std::string_view mode, const char* users, Sink& out) {
     if (is_mode(mode, share_type::nfs)) {
-        return is_host(users) ? 0 : log_return(error::bad_host, LogSite::numbered(137));
+        return is_host(users, out) ? Code::ok : log_return(Code::bad_host, LogSite::numbered(137));
     }
     if (!can_be_carried(mode, users)) {
-        return log_return(error::unknown_user);
+        return log_return(Code::unknown_user);
     }
     for (const std::string_view user : split(users, ",")) {
-        if (const int result = check_username(user); result != 0) {
+        if (const Code result = check_username(user); failed(result)) {
             return log_return(result);
         }
     }
-    return 0;
+    return Code::ok;
 }
 
 } // namespace zav

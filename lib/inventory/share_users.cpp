@@ -48,81 +48,80 @@ std::optional<std::vector<std::string>> ftp_users() {
 
 } // namespace
 
-int get_user_secret(std::string_view user, std::string& secret) {
+Result<std::string> get_user_secret(std::string_view user) {
     if (user.empty()) {
-        return -1;
+        return Code::user_missing;
     }
     const auto file = read_file(user_file_path);
-    if (!file) {
-        return error::user_secrets_unread;
-    }
-    secret = secret_of_user(*file, user);
-    return 0;
+    return file ? Result<std::string>(secret_of_user(*file, user)) : Code::user_secrets_unread;
 }
 
-int check_username(std::string_view user) {
+Code check_username(std::string_view user) {
     const auto appliance_users = read_file(user_file_path);
     if (!appliance_users) {
-        return error::user_file_unread;
+        return Code::user_file_unread;
     }
     if (has_appliance_user(*appliance_users, user)) {
-        return 0;
+        return Code::ok;
     }
     const auto system_users = read_file(passwd_path);
     if (!system_users) {
-        return error::passwd_unread;
+        return Code::passwd_unread;
     }
-    return has_system_user(*system_users, user) ? 0 : error::unknown_user;
+    return has_system_user(*system_users, user) ? Code::ok : Code::unknown_user;
 }
 
-int read_file_lines(const char* path, std::vector<std::string>& lines) {
+Result<std::vector<std::string>> read_file_lines(const char* path) {
     const FileDescriptor fd = FileDescriptor::open(path, O_RDONLY);
     const auto text = fd && lock_shared(fd.get()) ? read_rest(fd.get()) : std::nullopt;
     if (!text) {
-        return -1;
+        return Code::lines_unread;
     }
-    lines = content_lines(*text);
-    return lines.size() <= most_lines ? 0 : log_return(-2, {"read_file", __builtin_LINE()});
+    auto lines = content_lines(*text);
+    if (lines.size() > most_lines) {
+        return log_return(Code::too_many_lines, {"read_file", __builtin_LINE()});
+    }
+    return lines;
 }
 
-int get_user(std::vector<std::string>& names, std::size_t count, std::size_t length) {
-    auto found = ftp_users();
-    if (!found) {
+std::optional<std::vector<std::string>> get_user(std::size_t count, std::size_t length) {
+    auto names = ftp_users();
+    if (!names) {
         const LogSite site = LogSite::numbered(483);
         log_error("%s:%d return with %s\n", site.function, site.line, std::strerror(errno));
-        return -1;
+        return std::nullopt;
     }
-    for (std::string& name : *found) {
-        if (names.size() == count) {
-            break;
-        }
-        names.push_back(name.substr(0, length));
+    names->resize(std::min(names->size(), count));
+    for (std::string& name : *names) {
+        name.resize(std::min(name.size(), length));
     }
-    return static_cast<int>(names.size());
+    return names;
 }
 
-int check_user_from_vsftpd(std::string_view user) {
+Presence check_user_from_vsftpd(std::string_view user) {
+    constexpr int no_directory = -1;
+    constexpr int not_listed = -2;
     if (!is_directory(ftp_users_directory)) {
-        return log_return(-1, LogSite::numbered(125));
+        log_failure(static_cast<Code>(no_directory), LogSite::numbered(125));
+        return Presence::unknown;
     }
     const auto names = ftp_users();
     if (!names) {
-        return log_return(-2, LogSite::numbered(133));
+        log_failure(static_cast<Code>(not_listed), LogSite::numbered(133));
+        return Presence::unknown;
     }
-    return std::ranges::find(*names, user) != names->end() ? 1 : -1;
+    return presence(std::ranges::find(*names, user) != names->end());
 }
 
-int user_of_path(std::string_view path, std::string& user) {
-    std::vector<std::string> names;
-    get_user(names, user_slots, user_slot_length);
-    for (const std::string& name : names) {
+std::optional<std::string> user_of_path(std::string_view path) {
+    for (const std::string& name :
+         get_user(user_slots, user_slot_length).value_or(std::vector<std::string>())) {
         const std::string file = read_file(ftp_user_path(name).c_str()).value_or("");
         if (local_root(file) == path) {
-            user = name;
-            return 0;
+            return name;
         }
     }
-    return -1;
+    return std::nullopt;
 }
 
 } // namespace zav

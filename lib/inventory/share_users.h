@@ -3,34 +3,37 @@
 /// The users of shares: the appliance's own, those of the system, those of the FTP server.
 #pragma once
 
+#include "base/codes.h"
+
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace zav {
 
-/// The secret of a user in /etc/nas_userfile.conf; empty for one that has none. 0, -1 for no user,
-/// or error::user_secrets_unread.
-int get_user_secret(std::string_view user, std::string& secret);
+/// The secret of a user in /etc/nas_userfile.conf; empty for one that has none. Code::user_missing
+/// for no user, or Code::user_secrets_unread.
+Result<std::string> get_user_secret(std::string_view user);
 
-/// Whether the appliance or the system has a user. 0, error::user_file_unread,
-/// error::passwd_unread or error::unknown_user.
-int check_username(std::string_view user);
+/// Whether the appliance or the system has a user. Code::user_file_unread, Code::passwd_unread or
+/// Code::unknown_user.
+Code check_username(std::string_view user);
 
 /// The trimmed lines of a file that no other process has locked, without empty ones and comments.
-/// 0; -1 when it is missing, locked or cannot be read; -2 for more than 301 lines.
-int read_file_lines(const char* path, std::vector<std::string>& lines);
+/// Code::lines_unread when it is missing, locked or cannot be read; Code::too_many_lines for more
+/// than 301.
+Result<std::vector<std::string>> read_file_lines(const char* path);
 
 /// The names of the files in /etc/vsftpd, at most `count`, cut at `length` characters, in the
-/// directory's order. Their number, or -1.
-int get_user(std::vector<std::string>& names, std::size_t count, std::size_t length);
+/// directory's order. Nothing when it cannot be listed, which is logged.
+std::optional<std::vector<std::string>> get_user(std::size_t count, std::size_t length);
 
-/// Whether an FTP user has a file: 1; -1 when it has none, or without the directory; -2 when that
-/// cannot be listed.
-int check_user_from_vsftpd(std::string_view user);
+/// Whether an FTP user has a file; unknown, which is logged, when the directory cannot be listed.
+Presence check_user_from_vsftpd(std::string_view user);
 
-/// The FTP user whose files go to `path`. 0 or -1.
-int user_of_path(std::string_view path, std::string& user);
+/// The FTP user whose files go to `path`.
+std::optional<std::string> user_of_path(std::string_view path);
 
 } // namespace zav

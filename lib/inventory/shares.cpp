@@ -36,7 +36,6 @@ namespace {
 
 constexpr std::size_t user_slots = 32;
 constexpr std::size_t user_length = 32;
-constexpr int pool_output_unread = -321;
 
 constexpr const char* iscsi_capture = "/tmp/iscsi.XXXXXX";
 
@@ -64,38 +63,39 @@ FtpPlaces ftp_places(share_list& list) {
     return places;
 }
 
-/// Gives a user the FTP shares that have a directory in its home. The result counts, negatively,
-/// the shares that stand before that of the last directory, and so decides whether later users are
-/// looked at: front ends know users by it.
-int find_one_user(const std::string& user, const FtpPlaces& places, int share_count) {
+/// Gives a user the FTP shares that have a directory in its home. Whether no later user is looked
+/// at: so it is when the last directory is that of the list's first share, or when there is none.
+/// Front ends know users by it.
+bool find_one_user(const std::string& user, const FtpPlaces& places, bool has_shares) {
     const std::string home = "/home/" + user;
     const auto entries = directory_entries(home.c_str());
     if (!entries) {
-        return fail_with_errno(error::home_unread);
+        ignore(fail_with_errno(Code::home_unread));
+        return false;
     }
-    int result = 0;
+    bool is_last = true;
     for (const std::string& entry : *entries) {
         if (!is_directory(std::string(home).append("/").append(entry))) {
             continue;
         }
         const auto found = places.find(entry);
-        result = -(found != places.end() ? found->second.first : share_count);
+        is_last = found != places.end() ? found->second.first == 0 : !has_shares;
         if (found != places.end()) {
             found->second.second->write = 1;
             found->second.second->users = user;
         }
     }
-    return result;
+    return is_last;
 }
 
 void get_ftp_users(share_list& list) {
-    std::vector<std::string> users;
-    get_user(users, user_slots, user_length);
+    const auto users = get_user(user_slots, user_length).value_or(std::vector<std::string>());
     const FtpPlaces places = ftp_places(list);
-    const int share_count = static_cast<int>(list.size());
-    std::ranges::find_if(users, [&](const std::string& user) {
-        return find_one_user(user, places, share_count) == 0;
-    });
+    for (const std::string& user : users) {
+        if (find_one_user(user, places, !list.empty())) {
+            break;
+        }
+    }
     for (const std::string& user : users) {
         if (user == default_ftp_user) {
             continue;
@@ -106,16 +106,16 @@ void get_ftp_users(share_list& list) {
     }
 }
 
-int get_shareinfo_from_exportfs(share_list& list) {
+Code get_shareinfo_from_exportfs(share_list& list) {
     if (!exists(exports_path)) {
-        return 0;
+        return Code::ok;
     }
     const auto text = read_file(exports_path);
     if (!text) {
-        return fail_with_errno(error::exports_unread);
+        return fail_with_errno(Code::exports_unread);
     }
     scan_exports(*text, list);
-    return 0;
+    return Code::ok;
 }
 
 void measure_shares(share_list& list) {
@@ -135,45 +135,44 @@ void measure_shares(share_list& list) {
     }
 }
 
-int get_shareinfo_from_iSCSI(share_list& list) {
+Code get_shareinfo_from_iSCSI(share_list& list) {
     if (!exists(volumes_path)) {
-        return 0;
+        return Code::ok;
     }
     const Capture capture(iscsi_capture);
-    (void)capture.run_and_log(format_text(volumes_command, capture.path()));
+    ignore(capture.run_and_log(format_text(volumes_command, capture.path())));
     const auto output = capture.read();
     if (!output) {
-        return fail_with_errno(error::exports_unread);
+        return fail_with_errno(Code::exports_unread);
     }
     scan_iscsi_volumes(*output, list);
-    return 0;
+    return Code::ok;
 }
 
-int get_shareinfo_from_ietd(share_list& list) {
+Code get_shareinfo_from_ietd(share_list& list) {
     const Capture capture(iscsi_capture);
-    if (capture.run_and_log(format_text(targets_command, capture.path())) != 0) {
-        return fail_with_errno(error::command_failed);
+    if (failed(capture.run_and_log(format_text(targets_command, capture.path())))) {
+        return fail_with_errno(Code::command_failed);
     }
     const auto output = capture.read();
     if (!output) {
-        return fail_with_errno(error::targets_unread);
+        return fail_with_errno(Code::targets_unread);
     }
     scan_iscsi_targets(*output, list);
-    return 0;
+    return Code::ok;
 }
 
-/// What lvdisplay tells of all pools, for `reader`. 0 or pool_output_unread.
-int read_pools(std::string& output, LogSite reader) {
+/// What lvdisplay tells of all pools, for `reader`; Code::share_pools_unread.
+Result<std::string> read_pools(LogSite reader) {
     const Capture capture(lvdisplay_template);
-    const bool failed =
-        capture.run_and_log(format_text(lvdisplay_plain_command, capture.path())) != 0;
-    auto text = capture.read();
-    if (!text) {
-        log_errno(failed ? error::pool_tool_failed : 0, reader);
-        return pool_output_unread;
+    const WaitStatus status =
+        capture.run_and_log(format_text(lvdisplay_plain_command, capture.path()));
+    auto output = capture.read();
+    if (!output) {
+        log_errno(failed(status) ? Code::pool_tool_failed : Code::ok, reader);
+        return Code::share_pools_unread;
     }
-    output = std::move(*text);
-    return 0;
+    return std::move(*output);
 }
 
 /// What a group lies on: an array's name, or that of a disk, which the group lists by its channel.
@@ -214,73 +213,68 @@ void scan_mounts(const MountTable& mounts, share_list& list) {
     }
 }
 
-int collect_shares(share_list& list) {
+Code collect_shares(share_list& list) {
     scan_register(read_file(share_register_path).value_or(""), list);
     scan_samba(read_file(samba_path).value_or(""), list);
     get_ftp_users(list);
-    if (const int result = get_shareinfo_from_exportfs(list); result != 0) {
+    if (const Code result = get_shareinfo_from_exportfs(list); failed(result)) {
         return result;
     }
     if (const auto mounts = read_mounts()) {
         scan_mounts(*mounts, list);
     }
     measure_shares(list);
-    const int result = get_shareinfo_from_iSCSI(list);
-    return result != 0 ? result : get_shareinfo_from_ietd(list);
+    const Code result = get_shareinfo_from_iSCSI(list);
+    return failed(result) ? result : get_shareinfo_from_ietd(list);
 }
 
-int find_share(const char* name, share_info& share) {
+Code find_share(const char* name, share_info& share) {
     share_list list;
-    if (collect_shares(list) != 0) {
-        return error::no_share_list;
+    if (failed(collect_shares(list))) {
+        return Code::no_share_list;
     }
     const share_info* found = find_by_name(list, name);
     if (found == nullptr) {
-        return error::no_such_share;
+        return Code::no_such_share;
     }
     share = *found;
-    return 0;
+    return Code::ok;
 }
 
-int check_share(const char* name) {
+Code check_share(const char* name) {
     share_info share;
     switch (find_share(name, share)) {
-    case 0:
-        return error::share_exists;
-    case error::no_such_share:
-        return 0;
+    case Code::ok:
+        return Code::share_exists;
+    case Code::no_such_share:
+        return Code::ok;
     default:
-        return log_return(error::no_share_list);
+        return log_return(Code::no_share_list);
     }
 }
 
-int get_vgname_from_lvdisplay(const char* share, GroupName& group) {
-    std::string output;
-    if (const int result = read_pools(output, LogSite::numbered(192)); result != 0) {
-        return result;
+Result<GroupName> get_vgname_from_lvdisplay(const char* share) {
+    const auto output = read_pools(LogSite::numbered(192));
+    if (!output) {
+        return output.code();
     }
-    const GroupsByPool groups = groups_of_pools(output);
+    const GroupsByPool groups = groups_of_pools(*output);
     const auto found = groups.find(share);
-    if (found == groups.end()) {
-        return error::no_such_group;
-    }
-    group = found->second;
-    return 0;
+    return found != groups.end() ? Result(GroupName(found->second)) : Code::no_such_group;
 }
 
-void get_share_dev(share_list& list) {
+void get_share_dev(share_list& list, Sink& out) {
     if (list.empty()) {
         return;
     }
-    std::string output;
-    read_pools(output, LogSite::here());
-    const GroupsByPool pools = groups_of_pools(output);
+    const auto output = read_pools(LogSite::here());
+    const GroupsByPool pools = output ? groups_of_pools(*output) : GroupsByPool();
     vginfo_list groups;
-    if (const int result = get_vginfo(groups); result != 0) {
-        log_return(result);
+    if (const Code result = get_vginfo(groups, out); failed(result)) {
+        log_failure(result);
     }
     disk_list disks;
-    get_disk_list(disks);
+    ignore(get_disk_list(disks, out)); // the channels of disks are then shown as they are
     std::unordered_map<std::string_view, std::string> devices;
     for (const vginfo& group : groups) {
         devices.emplace(group.name, device_of(group, disks));
@@ -290,11 +284,11 @@ void get_share_dev(share_list& list) {
         if (const auto pool = pools.find(share.name.view()); pool != pools.end()) {
             name = pool->second;
         } else {
-            vgname_from_backup(share.name.c_str(), name);
+            vgname_from_backup(share.name.c_str(), name, out);
         }
         const auto device = devices.find(name.view());
         if (device == devices.end()) {
-            log_return(error::no_such_group);
+            log_failure(Code::no_such_group);
             continue;
         }
         share.device = device->second;

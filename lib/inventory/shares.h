@@ -3,6 +3,8 @@
 /// The list of all shares, as the register, the services' files and the kernel tell of them.
 #pragma once
 
+#include "base/codes.h"
+#include "base/sink.h"
 #include "inventory/backups.h"
 #include "records/share.h"
 #include "sources/mounts.h"
@@ -11,27 +13,27 @@
 
 namespace zav {
 
-/// Adds every share to the list. 0; the first step that fails ends it: error::exports_unread,
-/// error::targets_unread or error::command_failed. Reads the register, the services' files, FTP
+/// Adds every share to the list. 0; the first step that fails ends it: Code::exports_unread,
+/// Code::targets_unread or Code::command_failed. Reads the register, the services' files, FTP
 /// users' homes, /proc/mounts and /proc/net/iet/volume; measures mounted shares; runs cat.
-int collect_shares(share_list& list);
+Code collect_shares(share_list& list);
 
 /// Marks the shares that are mounted, and gives the others the comment that they are not. Of
 /// namesakes the first is meant; an iSCSI share needs no mount.
 void scan_mounts(const MountTable& mounts, share_list& list);
 
-/// Copies the share of that name. 0, error::no_such_share or error::no_share_list.
-int find_share(const char* name, share_info& share);
+/// Copies the share of that name. 0, Code::no_such_share or Code::no_share_list.
+Code find_share(const char* name, share_info& share);
 
-/// 0 when there is no share of that name, error::share_exists or error::no_share_list.
-int check_share(const char* name);
+/// 0 when there is no share of that name, Code::share_exists or Code::no_share_list.
+Code check_share(const char* name);
 
-/// The group of the pool that a share lies on, by lvdisplay -c. 0; -321 when the tool's output
-/// cannot be read; error::no_such_group.
-int get_vgname_from_lvdisplay(const char* share, GroupName& group);
+/// The group of the pool that a share lies on, by lvdisplay -c; Code::share_pools_unread or
+/// Code::no_such_group.
+Result<GroupName> get_vgname_from_lvdisplay(const char* share);
 
 /// Fills the device of each share with the array, or else the disk, that its group lies on. A share
 /// without a group is logged and passed over.
-void get_share_dev(share_list& list);
+void get_share_dev(share_list& list, Sink& out);
 
 } // namespace zav

@@ -5,7 +5,6 @@
 #include "base/command.h"
 #include "base/text.h"
 #include "platform/models.h"
-#include "platform/product_model.h"
 #include "sources/smartctl.h"
 #include "sources/vexadm.h"
 
@@ -21,78 +20,79 @@ bool has_name(const char* disk, const std::string& command) {
     if (is_disk_name(disk)) {
         return true;
     }
-    refuse_command(command);
+    ignore(refuse_command(command));
     return false;
 }
 
 template <class Parse>
-int read_output(Capture& capture, int status, int unread, Parse parse,
-                LogSite reader = LogSite::here()) {
+Code read_output(Capture& capture, WaitStatus status, Code unread, Parse parse,
+                 LogSite reader = LogSite::here()) {
     std::string output;
-    const int result = capture.read_or_fail(output, status, unread, reader);
-    if (result == 0) {
+    const Code result = capture.read_or_fail(output, status, unread, reader);
+    if (!failed(result)) {
         parse(output);
     }
     return result;
 }
 
-int fill_disk(disk_info& disk, SmartMode mode, bool behind_controller) {
+Code fill_disk(disk_info& disk, SmartMode mode, bool behind_controller) {
     // The RAID controller's disks have no names to ask smartctl for.
     const bool has_summary = !behind_controller || !disk.name.empty();
-    const int result = has_summary ? get_smart(disk.name.c_str(), disk.smart) : 0;
+    const Code result = has_summary ? get_smart(disk.name.c_str(), disk.smart) : Code::ok;
     if (mode == SmartMode::summary) {
         return result;
     }
-    const int detail_result = behind_controller
-                                  ? get_smart_from_vexadm(disk.channel, disk.smart_attributes)
-                                  : get_smart_detail(disk.name.c_str(), disk.smart_attributes);
-    return result != 0 ? result : detail_result;
+    const Code detail_result = behind_controller
+                                   ? get_smart_from_vexadm(disk.channel, disk.smart_attributes)
+                                   : get_smart_detail(disk.name.c_str(), disk.smart_attributes);
+    return failed(result) ? result : detail_result;
 }
 
 } // namespace
 
-int fill_smart(disk_list& list, SmartMode mode) {
-    const bool behind_controller = product_model() == controller_model;
-    int first_failure = 0;
+Code fill_smart(disk_list& list, SmartMode mode) {
+    const bool behind_controller = product_model().has_raid_controller;
+    Code first_failure = Code::ok;
     for (disk_info& disk : list) {
         if (disk.model == virtual_disk_model) {
             continue;
         }
-        const int result = fill_disk(disk, mode, behind_controller);
-        first_failure = first_failure != 0 ? first_failure : result;
+        const Code result = fill_disk(disk, mode, behind_controller);
+        first_failure = failed(first_failure) ? first_failure : result;
     }
     return first_failure;
 }
 
-int get_smart(const char* disk, smart_summary& summary) {
+Code get_smart(const char* disk, smart_summary& summary) {
     const std::string path = format_text(summary_template, disk);
     if (!has_name(disk, format_text(smart_summary_command, disk, path.c_str()))) {
-        return 0;
+        return Code::ok;
     }
     Capture capture(path);
-    const int status = capture.run(format_text(smart_summary_command, disk, capture.path()));
-    return read_output(capture, status, error::smart_unread, [&summary](std::string_view output) {
+    const WaitStatus status = capture.run(format_text(smart_summary_command, disk, capture.path()));
+    return read_output(capture, status, Code::smart_unread, [&summary](std::string_view output) {
         summary = parse_smart_summary(output);
     });
 }
 
-int get_smart_detail(const char* disk, smart_attribute_list& list) {
+Code get_smart_detail(const char* disk, smart_attribute_list& list) {
     const std::string path = format_text(attributes_template, disk);
     if (!has_name(disk, format_text(smart_attributes_command, disk, path.c_str()))) {
-        return 0;
+        return Code::ok;
     }
     Capture capture(path);
-    const int status = capture.run(format_text(smart_attributes_command, disk, capture.path()));
-    return read_output(capture, status, error::smart_attributes_unread,
+    const WaitStatus status =
+        capture.run(format_text(smart_attributes_command, disk, capture.path()));
+    return read_output(capture, status, Code::smart_attributes_unread,
                        [&list](std::string_view output) { parse_smart_attributes(output, list); });
 }
 
-int get_smart_from_vexadm(int channel, smart_attribute_list& list) {
+Code get_smart_from_vexadm(int channel, smart_attribute_list& list) {
     Capture capture(format_text("/tmp/smart_%d_detail.XXXXXX", channel));
-    const int status =
+    const WaitStatus status =
         capture.run(format_text(controller_attributes_command, channel - 1, capture.path()));
     return read_output(
-        capture, status, error::smart_attributes_unread,
+        capture, status, Code::smart_attributes_unread,
         [&list](std::string_view output) { parse_controller_attributes(output, list); });
 }
 

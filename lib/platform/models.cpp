@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/models.h"
 
+#include "zav/system_status.h"
+
 #include <algorithm>
 #include <array>
 
@@ -8,45 +10,55 @@ namespace zav {
 
 namespace {
 
-struct Model {
-    std::string_view name;
-    int fans;
-};
+using enum PowerSource;
+using enum SaveTool;
+using enum ShareRepair;
 
+constexpr std::size_t model_size = 32;
+
+constexpr ModelFamily server = {"KOR", "/var/run/sys_state", "status", "/sbin"};
+constexpr ModelFamily desktop = {"", "/tmp/nas_state.conf", "misc", "/usr/local/bin"};
+
+constexpr const char* one_sensor = "temp";
+constexpr const char* processor_sensor = "temp(cpu)";
+
+// clang-format off
 constexpr std::array<Model, 14> models = {{
-    {"KOR7206LB", 7},
-    {"KOR7206L", 6},
-    {"KOR7206G", 6},
-    {"KOR7206H", 6},
-    {"KOR7206L_BS", 6},
-    {"KOR7206G_BS", 6},
-    {"KOR7206H_BS", 6},
-    {"VEL7206P", 7},
-    {"VEL7206X", 6},
-    {"VEL7205X", 6},
-    {"VEL7205E", 6},
-    {"VEL7205P", 8},
-    {"VEL7205U", 6},
-    {"VEL7205A", 6},
+    {"KOR7206LB",   &server,  7,            one_sensor,       state_file, xconf,   reiserfs_type, system_reiserfsck, false},
+    {"KOR7206L",    &server,  6,            processor_sensor, state_file, xconf,   xfs_type,      xfs_repair,        false},
+    {"KOR7206G",    &server,  6,            processor_sensor, state_file, xconf,   xfs_type,      xfs_repair,        false},
+    {"KOR7206H",    &server,  6,            processor_sensor, state_file, xconf,   xfs_type,      xfs_repair,        false},
+    {"KOR7206L_BS", &server,  6,            processor_sensor, state_file, xconf,   xfs_type,      xfs_repair,        false},
+    {"KOR7206G_BS", &server,  6,            processor_sensor, state_file, xconf,   xfs_type,      xfs_repair,        false},
+    {"KOR7206H_BS", &server,  6,            processor_sensor, state_file, xconf,   xfs_type,      xfs_repair,        false},
+    {"VEL7206P",    &desktop, 7,            processor_sensor, no_source,  xconf,   reiserfs_type, system_reiserfsck, false},
+    {"VEL7206X",    &desktop, 6,            processor_sensor, state_file, nasconf, xfs_type,      xfs_repair,        false},
+    {"VEL7205X",    &desktop, 6,            processor_sensor, state_file, nasconf, xfs_type,      xfs_repair,        false},
+    {"VEL7205E",    &desktop, 6,            processor_sensor, tool,       nasconf, reiserfs_type, local_reiserfsck,  false},
+    {"VEL7205P",    &desktop, 8,            one_sensor,       tool,       nasconf, reiserfs_type, local_reiserfsck,  false},
+    {"VEL7205U",    &desktop, 6,            processor_sensor, state_file, nasconf, xfs_type,      xfs_repair,        true},
+    {"VEL7205A",    &desktop, 6,            processor_sensor, no_source,  nasconf, xfs_type,      xfs_repair,        false},
 }};
 
-constexpr std::array<std::string_view, 4> reiserfs_models = {"VEL7205E", "VEL7205P", "KOR7206LB",
-                                                             "VEL7206P"};
+constexpr Model unknown_server =
+    {"",            &server,  std::nullopt, processor_sensor, state_file, xconf,   xfs_type,      xfs_repair,        false};
+constexpr Model unknown_desktop =
+    {"",            &desktop, std::nullopt, processor_sensor, no_source,  nasconf, xfs_type,      xfs_repair,        false};
+// clang-format on
 
 } // namespace
 
-std::optional<int> fan_count(std::string_view model) {
-    const auto* found = std::ranges::find(models, model, &Model::name);
-    return found == models.end() ? std::nullopt : std::optional(found->fans);
+Model find_model(std::string_view name) {
+    const auto* found = std::ranges::find(models, name, &Model::name);
+    if (found != models.end()) {
+        return *found;
+    }
+    return name.starts_with(server.name_prefix) ? unknown_server : unknown_desktop;
 }
 
-std::string_view fs_type_of(std::string_view model) {
-    const bool is_listed = std::ranges::find(reiserfs_models, model) != reiserfs_models.end();
-    return is_listed ? reiserfs_type : xfs_type;
-}
-
-bool is_server_family(std::string_view model) {
-    return model.starts_with("KOR");
+Model product_model() {
+    char name[model_size] = "";
+    return find_model(devmodel_get(name, sizeof name) == 0 ? name : "");
 }
 
 } // namespace zav

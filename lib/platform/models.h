@@ -1,26 +1,49 @@
 // SPDX-License-Identifier: MIT
 /// \file
-/// The product models: an appliance's identity file names one, and operations choose tools and
-/// sources by it.
+/// The product models: an appliance's identity file names one, and what differs between them is a
+/// row of the table in models.cpp.
 #pragma once
 
 #include "records/filesystem.h"
 
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace zav {
 
-/// The model that keeps its disks and arrays behind its own RAID controller.
-inline constexpr std::string_view controller_model = "VEL7205U";
+/// What the models of one family have in common.
+struct ModelFamily {
+    std::string_view name_prefix; ///< of its models' names
+    const char* state_path;       ///< the file that keeps temperature, fans and power,
+    const char* state_section;    ///< and where in it
+    const char* repair_directory; ///< of the tools that repair file systems
+};
 
-/// How many fans a model has; nothing for an unknown one.
-std::optional<int> fan_count(std::string_view model);
+enum class PowerSource { no_source, state_file, tool };
 
-/// The type of the file systems that a model makes: "reiserfs" or "xfs".
-std::string_view fs_type_of(std::string_view model);
+enum class SaveTool { xconf, nasconf };
 
-/// Whether the model is of the server family.
-bool is_server_family(std::string_view model);
+/// How a share's file system is repaired. The directories are not those of ModelFamily.
+enum class ShareRepair { xfs_repair, local_reiserfsck, system_reiserfsck };
+
+struct Model {
+    std::string_view name;
+    const ModelFamily* family;
+    std::optional<int> fans; ///< nothing for an unknown model
+    const char* temperature_key;
+    PowerSource power;
+    SaveTool save_tool;
+    std::string_view fs_type; ///< that it makes: reiserfs_type or xfs_type
+    ShareRepair share_repair;
+    bool has_raid_controller; ///< which keeps the disks and the arrays
+};
+
+/// The model of that name. One that the table does not have gets what is usual in its family.
+Model find_model(std::string_view name);
+
+/// This appliance's model; an unknown one when it cannot be read, which is logged. Reads
+/// /etc/sys_info and /etc/nas_base.conf.
+Model product_model();
 
 } // namespace zav

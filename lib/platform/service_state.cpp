@@ -18,8 +18,8 @@ namespace {
 
 int probe(const char* process, const char* path_template) {
     const Capture capture(path_template);
-    if (capture.run_and_log(format_text(pidof_command, process, capture.path())) != 0) {
-        return error::command_failed;
+    if (failed(capture.run_and_log(format_text(pidof_command, process, capture.path())))) {
+        return number_of(Code::command_failed);
     }
     return share_status_get(capture.path());
 }
@@ -60,7 +60,7 @@ int share_status_get(const char* path) {
     const FileDescriptor fd = FileDescriptor::open(path, O_RDWR);
     const auto text = fd ? read_rest(fd.get()) : std::nullopt;
     if (!text || text->empty()) {
-        return fail_with_errno(error::service_state_unread);
+        return number_of(fail_with_errno(Code::service_state_unread));
     }
     return parse_is_running(*text) ? 0 : -1;
 }

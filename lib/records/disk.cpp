@@ -40,9 +40,9 @@ void disk_show(const disk_info& disk) {
     show_list(&disk.smart_attributes, smart_attribute_show);
 }
 
-void disk_place_show(const disk_info& disk) {
-    std::printf("disk : ch = %d, devcie = %s, name = %s\n", disk.channel, disk.device.c_str(),
-                disk.name.c_str());
+void disk_place_show(const disk_info& disk, Sink& out) {
+    out.print("disk : ch = %d, devcie = %s, name = %s\n", disk.channel, disk.device.c_str(),
+              disk.name.c_str());
 }
 
 void display_disk_show(const display_disk_info& disk) {

@@ -5,6 +5,7 @@
 
 #include "base/bounded_text.h"
 #include "base/lists.h"
+#include "base/sink.h"
 #include "records/smart.h"
 
 #include <cstdint>
@@ -68,8 +69,8 @@ disk_info& append_copy(disk_list& list, const disk_info& disk);
 /// Prints one disk, and its SMART data unless it is a virtual disk.
 void disk_show(const disk_info& disk);
 
-/// Prints which disk is about to be cleared.
-void disk_place_show(const disk_info& disk);
+/// Says which disk is about to be cleared.
+void disk_place_show(const disk_info& disk, Sink& out);
 
 /// Prints one row of the disk listing.
 void display_disk_show(const display_disk_info& disk);

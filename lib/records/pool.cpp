@@ -26,14 +26,14 @@ int pool_list_destroy(pool_list* list) {
     return destroy_list(list);
 }
 
-int pool_list_copy_one(const pool_list& source, pool_list& target, std::string_view name) {
+Code pool_list_copy_one(const pool_list& source, pool_list& target, std::string_view name) {
     const auto found =
         std::ranges::find_if(source, [name](const pool_info& pool) { return pool.name == name; });
     if (found == source.end()) {
-        return error::bad_pool_name;
+        return Code::bad_pool_name;
     }
     target.append(std::make_unique<pool_info>(*found));
-    return 0;
+    return Code::ok;
 }
 
 } // namespace zav

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "base/bounded_text.h"
+#include "base/codes.h"
 #include "base/lists.h"
 
 #include <cstdint>
@@ -32,7 +33,7 @@ void pool_list_show(pool_list* list);
 /// Empties the list. 0, or -1 and a message for no list.
 int pool_list_destroy(pool_list* list);
 
-/// Adds a copy of the pool with that path to `target`. 0 or error::bad_pool_name.
-int pool_list_copy_one(const pool_list& source, pool_list& target, std::string_view name);
+/// Adds a copy of the pool with that path to `target`. Code::ok or Code::bad_pool_name.
+Code pool_list_copy_one(const pool_list& source, pool_list& target, std::string_view name);
 
 } // namespace zav

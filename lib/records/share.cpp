@@ -41,36 +41,36 @@ share_info* find_same(share_list& list, const share_info& share) {
     return found != list.end() ? &*found : nullptr;
 }
 
-int share_list_update(const share_info& share, share_list& list) {
+bool share_list_update(const share_info& share, share_list& list) {
     share_info* member = find_by_name(list, share.name);
     if (member == nullptr) {
         share_info& added = append_copy(list, share);
         added.size = 0;
         added.usedsize = 0;
-        return -1;
+        return false;
     }
     copy_given(member->comment, share.comment);
     copy_given(member->users, share.users);
     member->write = share.write;
     member->type = share.type.view();
-    return 0;
+    return true;
 }
 
-int share_list_add(const share_info& share, share_list& list) {
+bool share_list_add(const share_info& share, share_list& list) {
     if (find_by_name(list, share.name) != nullptr) {
-        return -1;
+        return false;
     }
     append_copy(list, share);
-    return 0;
+    return true;
 }
 
-int share_list_remove(share_list& list, const share_info& share) {
+bool share_list_remove(share_list& list, const share_info& share) {
     share_info* member = find_same(list, share);
     if (member == nullptr) {
-        return -1;
+        return false;
     }
     list.remove(*member);
-    return 0;
+    return true;
 }
 
 void share_show(share_info& share) {

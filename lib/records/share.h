@@ -68,14 +68,14 @@ void copy_given(BoundedText<Size>& target, const BoundedText<Other>& source) {
 }
 
 /// Gives the member of that name the comment, users, access and service of `share`, or no service
-/// when it has none. 0, or -1 when there was none and a copy without its sizes was added.
-int share_list_update(const share_info& share, share_list& list);
+/// when it has none. False when there was none and a copy without its sizes was added.
+bool share_list_update(const share_info& share, share_list& list);
 
-/// Adds a copy of a share. 0, or -1 when there is one of that name.
-int share_list_add(const share_info& share, share_list& list);
+/// Adds a copy of a share. False when there is one of that name.
+bool share_list_add(const share_info& share, share_list& list);
 
-/// Takes the share that is looked up by the same name out of the list. 0, or -1 without one.
-int share_list_remove(share_list& list, const share_info& share);
+/// Takes the share that is looked up by the same name out of the list. False without one.
+bool share_list_remove(share_list& list, const share_info& share);
 
 /// Prints a share's row. An empty device becomes "N.A.", and the use of a share without a size 0.
 void share_show(share_info& share);

@@ -15,7 +15,7 @@ constexpr std::size_t shortest_line = 11;
 
 } // namespace
 
-int parse_exports(std::string_view text, share_list& list) {
+FileCode parse_exports(std::string_view text, share_list& list) {
     ShareLines lines(text, shortest_line);
     std::string_view line;
     while (lines.next(line)) {
@@ -23,7 +23,7 @@ int parse_exports(std::string_view text, share_list& list) {
             continue;
         }
         if (has_second(line, '(')) {
-            return file_error::malformed;
+            return FileCode::malformed;
         }
         if (!line.starts_with('/') || !line.ends_with(')')) {
             continue;
@@ -36,7 +36,7 @@ int parse_exports(std::string_view text, share_list& list) {
         share.name = last_component(path).substr(0, share_name_length);
         share.users = trim_right(skip_blanks(hosts));
     }
-    return 0;
+    return FileCode::ok;
 }
 
 void scan_exports(std::string_view text, share_list& list) {

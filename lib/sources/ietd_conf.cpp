@@ -37,7 +37,7 @@ std::string time_stamp(std::time_t now) {
 
 } // namespace
 
-int parse_targets(std::string_view text, share_list& list) {
+FileCode parse_targets(std::string_view text, share_list& list) {
     ShareLines lines(text, shortest_line);
     std::string_view line;
     share_info* share = nullptr;
@@ -54,7 +54,7 @@ int parse_targets(std::string_view text, share_list& list) {
             share->path = cut_at(text_behind(word(line, 2), "="), ",");
         }
     }
-    return 0;
+    return FileCode::ok;
 }
 
 void scan_iscsi_targets(std::string_view output, share_list& list) {

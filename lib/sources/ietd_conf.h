@@ -19,7 +19,7 @@ inline constexpr const char* targets_path = "/etc/ietd.conf";
 inline constexpr char targets_command[] = "cat /etc/ietd.conf > %s";
 
 /// For changes: adds a record for every target. Never malformed.
-int parse_targets(std::string_view text, share_list& list);
+FileCode parse_targets(std::string_view text, share_list& list);
 
 /// For listings: the users of the iSCSI shares, from /etc/ietd.conf.
 void scan_iscsi_targets(std::string_view output, share_list& list);

@@ -77,10 +77,10 @@ bool backup_has_pool(std::string_view backup, std::string_view pool) {
     return false;
 }
 
-int parse_backup_volumes(std::string_view backup, backup_pv_list& list) {
+bool parse_backup_volumes(std::string_view backup, backup_pv_list& list) {
     BackupLines lines(backup);
     if (!lines.skip_behind("physical_volumes")) {
-        return -1;
+        return false;
     }
     while (lines.next()) {
         if (lines.line.starts_with("id =") && lines.following.starts_with("device =")) {
@@ -89,7 +89,7 @@ int parse_backup_volumes(std::string_view backup, backup_pv_list& list) {
             volume.device = device_name(lines.following);
         }
     }
-    return 0;
+    return true;
 }
 
 } // namespace zav

@@ -18,8 +18,8 @@ std::string backup_path(std::string_view group);
 /// Whether a backup has a logical volume of that name.
 bool backup_has_pool(std::string_view backup, std::string_view pool);
 
-/// Adds the physical volumes of a backup to the list, in its order. 0, or -1 when it has no section
+/// Adds the physical volumes of a backup to the list, in its order. False when it has no section
 /// of them.
-int parse_backup_volumes(std::string_view backup, backup_pv_list& list);
+bool parse_backup_volumes(std::string_view backup, backup_pv_list& list);
 
 } // namespace zav

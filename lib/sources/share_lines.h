@@ -4,6 +4,7 @@
 #pragma once
 
 #include "base/bounded_text.h"
+#include "base/codes.h"
 #include "base/text.h"
 
 #include <cstddef>

@@ -48,24 +48,24 @@ void take_register_key(const KeyValue& pair, share_info& share) {
 
 } // namespace
 
-int parse_register_sections(std::string_view text, share_list& list) {
+FileCode parse_register_sections(std::string_view text, share_list& list) {
     ShareLines lines(text, shortest_line);
     std::string_view line;
     share_info* share = nullptr;
     while (lines.next(line)) {
         KeyValue pair;
         if (is_malformed_header(line) || has_second(line, '=')) {
-            return file_error::malformed;
+            return FileCode::malformed;
         }
         if (line.starts_with('[')) {
             share = &list.append();
         } else if (!split_key(line, pair)) {
-            return file_error::malformed;
+            return FileCode::malformed;
         } else if (share != nullptr) {
             take_register_key(pair, *share);
         }
     }
-    return 0;
+    return FileCode::ok;
 }
 
 void scan_register(std::string_view text, share_list& list) {

@@ -13,8 +13,8 @@ namespace zav {
 inline constexpr const char* share_register_path = "/etc/sharefolder.conf";
 
 /// For changes: adds a record for every section. Lines before the first one are passed over. 0, or
-/// file_error::malformed with the records up to the line that is none.
-int parse_register_sections(std::string_view text, share_list& list);
+/// FileCode::malformed with the records up to the line that is none.
+FileCode parse_register_sections(std::string_view text, share_list& list);
 
 /// For listings: adds the shares of the register, malformed or not. Of several services a share has
 /// their names joined by commas.

@@ -34,7 +34,7 @@ void take_samba_key(const KeyValue& pair, share_info& share) {
 
 } // namespace
 
-int parse_samba(std::string_view text, share_list& list) {
+FileCode parse_samba(std::string_view text, share_list& list) {
     ShareLines lines(text, shortest_line);
     std::string_view line;
     share_info* share = nullptr; // none in the global section
@@ -44,7 +44,7 @@ int parse_samba(std::string_view text, share_list& list) {
             continue;
         }
         if (is_malformed_header(line)) {
-            return file_error::malformed;
+            return FileCode::malformed;
         }
         if (line.starts_with('[')) {
             const std::string_view section = line.substr(1, line.size() - 2);
@@ -55,12 +55,12 @@ int parse_samba(std::string_view text, share_list& list) {
             }
         } else if (share != nullptr) {
             if (has_second(line, '=') || !split_key(line, pair)) {
-                return file_error::malformed;
+                return FileCode::malformed;
             }
             take_samba_key(pair, *share);
         }
     }
-    return 0;
+    return FileCode::ok;
 }
 
 void scan_samba(std::string_view text, share_list& list) {

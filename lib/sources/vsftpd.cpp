@@ -15,6 +15,10 @@ std::optional<std::string_view> value_of(std::string_view file, const char* key)
 
 } // namespace
 
+bool is_ftp_user_name(std::string_view user) {
+    return is_plain_name(user) && user.find('+') == std::string_view::npos;
+}
+
 std::string ftp_user_path(std::string_view user) {
     return std::string(ftp_users_directory).append("/").append(user);
 }

@@ -15,6 +15,9 @@ namespace zav {
 
 inline constexpr const char* ftp_users_directory = "/etc/vsftpd";
 
+/// Whether a user's name can be that of a file there.
+bool is_ftp_user_name(std::string_view user);
+
 /// The file of one FTP user.
 std::string ftp_user_path(std::string_view user);
 

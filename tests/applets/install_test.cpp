@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // zavbox --install: a link for each applet.
+#include "fixtures/library.h"
 #include "private_root.h"
 
 #include <filesystem>

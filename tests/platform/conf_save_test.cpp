@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Which tool saves a changed configuration item, and what is said when it cannot.
+#include "fixtures/library.h"
 #include "platform/conf_save.h"
 #include "private_root.h"
 

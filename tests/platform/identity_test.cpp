@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Host name, start time, versions and model: the getters that read the identity files.
 #include "fixtures/status_root.h"
-#include "platform/product_model.h"
+#include "platform/models.h"
 
 namespace zav::test {
 namespace {
@@ -229,23 +229,17 @@ TEST(SoftwareVersion, IsNotTheHardwareVersionBesideIt) {
     EXPECT_EQ(read_status(root, hardversion_get), gives(0, "2.0"));
 }
 
-TEST(ProductModel, IsTheModelText) {
+TEST(ProductModel, IsTheOneThatTheIdentityFilesName) {
     StatusRoot root("VEL7205U");
-    const Result result = root.call([] { return product_model() == "VEL7205U" ? 1 : 0; });
+    const Result result = root.call([] { return product_model().has_raid_controller ? 1 : 0; });
     EXPECT_EQ(result.returned, 1);
 }
 
-TEST(ProductModel, IsEmptyWhenItCannotBeRead) {
+TEST(ProductModel, IsAnUnknownOneWhenItCannotBeRead) {
     StatusRoot root;
-    const Result result = root.call([] { return product_model().empty() ? 1 : 0; });
+    const Result result = root.call([] { return product_model().fans ? 0 : 1; });
     EXPECT_EQ(result.returned, 1);
     EXPECT_THAT(root.log_texts(), ElementsAre(failure_line("devmodel_get", -1001, missing)));
-}
-
-TEST(ProductModel, HasAtMost31Characters) {
-    StatusRoot root(std::string(40, 'M'));
-    const Result result = root.call([] { return static_cast<int>(product_model().size()); });
-    EXPECT_EQ(result.returned, 31);
 }
 
 } // namespace

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
+// What differs between the product models.
 #include "platform/models.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <optional>
 #include <set>
 #include <string_view>
@@ -9,67 +12,115 @@
 namespace zav::test {
 namespace {
 
-struct Model {
-    std::string_view name;
-    int fans;
-};
+using Names = std::set<std::string_view>;
 
-constexpr Model models[] = {
-    {"KOR7206LB", 7},   {"KOR7206L", 6},    {"KOR7206G", 6}, {"KOR7206H", 6}, {"KOR7206L_BS", 6},
-    {"KOR7206G_BS", 6}, {"KOR7206H_BS", 6}, {"VEL7206P", 7}, {"VEL7206X", 6}, {"VEL7205X", 6},
-    {"VEL7205E", 6},    {"VEL7205P", 8},    {"VEL7205U", 6}, {"VEL7205A", 6},
-};
+const Names known = {"KOR7206LB",   "KOR7206L",    "KOR7206G", "KOR7206H", "KOR7206L_BS",
+                     "KOR7206G_BS", "KOR7206H_BS", "VEL7206P", "VEL7206X", "VEL7205X",
+                     "VEL7205E",    "VEL7205P",    "VEL7205U", "VEL7205A"};
+const Names unknown = {"",          "KOR",        "KORX",      "KO",
+                       "kor7206lb", "KOR7206LB ", "KOR7206",   "KOR7206LBX",
+                       "XKOR7206L", "VEL7204P",   "VEL7205",   "vel7205e",
+                       "VEL7205EX", " VEL7206P",  "VEL7206P ", " VEL7205U"};
 
-TEST(FanCount, OfEveryModel) {
-    for (const Model& model : models) {
-        EXPECT_EQ(fan_count(model.name), model.fans) << model.name;
+// The models of which a fact holds, unknown ones included.
+template <class Holds>
+Names models_with(Holds holds) {
+    Names found;
+    for (const Names& names : {known, unknown}) {
+        std::ranges::copy_if(names, std::inserter(found, found.end()),
+                             [&](std::string_view name) { return holds(find_model(name)); });
+    }
+    return found;
+}
+
+Names all_but(Names excluded) {
+    Names names;
+    for (const Names& all : {known, unknown}) {
+        std::ranges::set_difference(all, excluded, std::inserter(names, names.end()));
+    }
+    return names;
+}
+
+const Names server_family = {"KOR7206LB",   "KOR7206L",    "KOR7206G",    "KOR7206H",
+                             "KOR7206L_BS", "KOR7206G_BS", "KOR7206H_BS", "KOR",
+                             "KORX",        "KOR7206LB ",  "KOR7206",     "KOR7206LBX"};
+
+Names joined(Names names, const Names& others) {
+    names.insert(others.begin(), others.end());
+    return names;
+}
+
+TEST(Models, HaveTheirFans) {
+    for (const std::string_view name : known) {
+        const int fans = name == "VEL7205P" ? 8 : name == "KOR7206LB" || name == "VEL7206P" ? 7 : 6;
+        EXPECT_EQ(find_model(name).fans, fans) << name;
     }
 }
 
-TEST(FanCount, OfAnUnknownModelIsNothing) {
-    EXPECT_EQ(fan_count(""), std::nullopt);
-    EXPECT_EQ(fan_count("KOR7206"), std::nullopt);
-    EXPECT_EQ(fan_count("VEL7204P"), std::nullopt);
-}
-
-TEST(FanCount, ComparesExactly) {
-    EXPECT_EQ(fan_count("kor7206lb"), std::nullopt);
-    EXPECT_EQ(fan_count("KOR7206LB "), std::nullopt);
-    EXPECT_EQ(fan_count("KOR7206LBX"), std::nullopt);
-    EXPECT_EQ(fan_count(" VEL7205U"), std::nullopt);
-}
-
-TEST(ServerFamily, IsWhatBeginsWithKor) {
-    for (const Model& model : models) {
-        EXPECT_EQ(is_server_family(model.name), model.name[0] == 'K') << model.name;
-    }
-    EXPECT_TRUE(is_server_family("KOR"));
-    EXPECT_TRUE(is_server_family("KORX")) << "known or not";
-}
-
-TEST(ServerFamily, IsNothingElse) {
-    EXPECT_FALSE(is_server_family(""));
-    EXPECT_FALSE(is_server_family("KO"));
-    EXPECT_FALSE(is_server_family("kor7206L"));
-    EXPECT_FALSE(is_server_family("XKOR7206L"));
-}
-
-TEST(FileSystemType, IsReiserfsOnFourModelsAndXfsOnAllOthers) {
-    const std::set<std::string_view> reiserfs = {"VEL7205E", "VEL7205P", "KOR7206LB", "VEL7206P"};
-    for (const Model& model : models) {
-        EXPECT_EQ(fs_type_of(model.name), reiserfs.contains(model.name) ? "reiserfs" : "xfs")
-            << model.name;
+TEST(Models, UnknownOnesHaveNoKnownFans) {
+    for (const std::string_view name : unknown) {
+        EXPECT_EQ(find_model(name).fans, std::nullopt) << name;
     }
 }
 
-TEST(FileSystemType, OfAnUnknownModelIsXfs) {
-    for (const char* model : {"", "VEL7205", "vel7205e", "VEL7205EX", " VEL7206P", "VEL7206P "}) {
-        EXPECT_EQ(fs_type_of(model), "xfs") << model;
-    }
+TEST(Models, OfTheServerFamilyBeginWithKorKnownOrNot) {
+    EXPECT_EQ(models_with([](const Model& model) {
+                  return model.family->state_path == std::string_view("/var/run/sys_state");
+              }),
+              server_family);
 }
 
-TEST(ControllerModel, IsVEL7205U) {
-    EXPECT_EQ(controller_model, "VEL7205U");
+TEST(Models, FamiliesDifferInStateFileAndRepairTools) {
+    const ModelFamily& server = *find_model("KOR7206L").family;
+    EXPECT_STREQ(server.state_section, "status");
+    EXPECT_STREQ(server.repair_directory, "/sbin");
+    const ModelFamily& desktop = *find_model("VEL7205X").family;
+    EXPECT_STREQ(desktop.state_path, "/tmp/nas_state.conf");
+    EXPECT_STREQ(desktop.state_section, "misc");
+    EXPECT_STREQ(desktop.repair_directory, "/usr/local/bin");
+}
+
+TEST(Models, TwoHaveOneTemperatureSensor) {
+    EXPECT_EQ(models_with([](const Model& model) {
+                  return model.temperature_key == std::string_view("temp");
+              }),
+              Names({"KOR7206LB", "VEL7205P"}));
+    EXPECT_STREQ(find_model("").temperature_key, "temp(cpu)");
+}
+
+TEST(Models, FourMakeReiserfsAndAllOthersXfs) {
+    const Names reiserfs = {"VEL7205E", "VEL7205P", "KOR7206LB", "VEL7206P"};
+    EXPECT_EQ(models_with([](const Model& model) { return model.fs_type == "reiserfs"; }),
+              reiserfs);
+    EXPECT_EQ(models_with([](const Model& model) { return model.fs_type == "xfs"; }),
+              all_but(reiserfs));
+}
+
+TEST(Models, RepairSharesWithTheToolsOfTheirFileSystem) {
+    const auto repaired_by = [](ShareRepair repair) {
+        return models_with([repair](const Model& model) { return model.share_repair == repair; });
+    };
+    EXPECT_EQ(repaired_by(ShareRepair::local_reiserfsck), Names({"VEL7205E", "VEL7205P"}));
+    EXPECT_EQ(repaired_by(ShareRepair::system_reiserfsck), Names({"VEL7206P", "KOR7206LB"}));
+}
+
+TEST(Models, TellTheirPowerFromAFileOrATool) {
+    const auto told_by = [](PowerSource source) {
+        return models_with([source](const Model& model) { return model.power == source; });
+    };
+    EXPECT_EQ(told_by(PowerSource::tool), Names({"VEL7205E", "VEL7205P"}));
+    EXPECT_EQ(told_by(PowerSource::state_file),
+              joined(server_family, {"VEL7205X", "VEL7206X", "VEL7205U"}));
+}
+
+TEST(Models, OfTheServerFamilyAndOneMoreSaveWithItsTool) {
+    EXPECT_EQ(models_with([](const Model& model) { return model.save_tool == SaveTool::xconf; }),
+              joined(server_family, {"VEL7206P"}));
+}
+
+TEST(Models, OneHasARaidController) {
+    EXPECT_EQ(models_with([](const Model& model) { return model.has_raid_controller; }),
+              Names({"VEL7205U"}));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The pool record.
+#include "fixtures/library.h"
 #include "records/pool.h"
 
 #include <csignal>

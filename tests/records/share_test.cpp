@@ -136,7 +136,7 @@ TEST(ShareListUpdate, GivesTheMemberCommentUsersAccessAndService) {
     given.write = 0;
     given.path = "/elsewhere";
     given.size = 99;
-    EXPECT_EQ(share_list_update(given, list), 0);
+    EXPECT_TRUE(share_list_update(given, list));
     const share_info& member = *list.begin();
     EXPECT_EQ(member.comment, "new comment");
     EXPECT_EQ(member.users, "bert");
@@ -151,7 +151,7 @@ TEST(ShareListUpdate, GivesTheMemberCommentUsersAccessAndService) {
 TEST(ShareListUpdate, KeepsCommentAndUsersThatAreNotGiven) {
     share_list list;
     add(list, full_share());
-    EXPECT_EQ(share_list_update(named("pub", "nfs"), list), 0);
+    EXPECT_TRUE(share_list_update(named("pub", "nfs"), list));
     EXPECT_EQ(list.begin()->comment, "old comment");
     EXPECT_EQ(list.begin()->users, "anna");
 }
@@ -159,7 +159,7 @@ TEST(ShareListUpdate, KeepsCommentAndUsersThatAreNotGiven) {
 TEST(ShareListUpdate, ClearsTheServiceOfAForbiddenShare) {
     share_list list;
     add(list, full_share());
-    EXPECT_EQ(share_list_update(named("pub", ""), list), 0);
+    EXPECT_TRUE(share_list_update(named("pub", ""), list));
     EXPECT_EQ(list.begin()->type, "");
 }
 
@@ -168,7 +168,7 @@ TEST(ShareListUpdate, AddsAMissingShareWithoutItsSizes) {
     add(list, named("disk1.2024", "iscsi"));
     share_info given = full_share();
     given.write = 0;
-    EXPECT_EQ(share_list_update(given, list), -1);
+    EXPECT_FALSE(share_list_update(given, list));
     ASSERT_THAT(names_of(list), ElementsAre("disk1.2024", "pub"));
     const share_info& added = *std::next(list.begin());
     EXPECT_EQ(added.path, "/mnt/data/pub");
@@ -184,14 +184,14 @@ TEST(ShareListUpdate, AddsAMissingShareWithoutItsSizes) {
 TEST(ShareListUpdate, ComparesTheWholeNameEvenOfATarget) {
     share_list list;
     add(list, named("disk1.2024", "iscsi"));
-    EXPECT_EQ(share_list_update(named("disk1", "iscsi"), list), -1);
+    EXPECT_FALSE(share_list_update(named("disk1", "iscsi"), list));
     EXPECT_THAT(names_of(list), ElementsAre("disk1.2024", "disk1"));
 }
 
 TEST(ShareListAdd, AddsACopyAtTheEnd) {
     share_list list;
     add(list, named("first"));
-    EXPECT_EQ(share_list_add(full_share(), list), 0);
+    EXPECT_TRUE(share_list_add(full_share(), list));
     ASSERT_THAT(names_of(list), ElementsAre("first", "pub"));
     const share_info& added = *std::next(list.begin());
     EXPECT_EQ(added.comment, "old comment");
@@ -207,7 +207,7 @@ TEST(ShareListAdd, AddsACopyAtTheEnd) {
 TEST(ShareListAdd, LeavesAListThatHasTheName) {
     share_list list;
     add(list, named("pub", "samba"));
-    EXPECT_EQ(share_list_add(full_share(), list), -1);
+    EXPECT_FALSE(share_list_add(full_share(), list));
     EXPECT_EQ(list.size(), 1u);
     EXPECT_EQ(list.begin()->type, "samba");
     EXPECT_EQ(list.begin()->comment, "");
@@ -218,9 +218,9 @@ TEST(ShareListRemove, TakesOutTheShareOfThatName) {
     for (const char* name : {"a", "pub", "b"}) {
         add(list, named(name));
     }
-    EXPECT_EQ(share_list_remove(list, named("pub", "nfs")), 0);
+    EXPECT_TRUE(share_list_remove(list, named("pub", "nfs")));
     EXPECT_THAT(names_of(list), ElementsAre("a", "b"));
-    EXPECT_EQ(share_list_remove(list, named("pub", "nfs")), -1);
+    EXPECT_FALSE(share_list_remove(list, named("pub", "nfs")));
     EXPECT_THAT(names_of(list), ElementsAre("a", "b"));
 }
 
@@ -228,14 +228,14 @@ TEST(ShareListRemove, FindsATargetWithoutItsTime) {
     share_list list;
     add(list, named("disk1x.20240502140305", "iscsi"));
     add(list, named("disk1.20240502140305", "iscsi"));
-    EXPECT_EQ(share_list_remove(list, named("disk1", "iscsi")), 0);
+    EXPECT_TRUE(share_list_remove(list, named("disk1", "iscsi")));
     EXPECT_THAT(names_of(list), ElementsAre("disk1x.20240502140305"));
 }
 
 TEST(ShareListRemove, CutsNoNameOfAnotherService) {
     share_list list;
     add(list, named("disk1.x", "samba"));
-    EXPECT_EQ(share_list_remove(list, named("disk1", "samba")), -1);
+    EXPECT_FALSE(share_list_remove(list, named("disk1", "samba")));
     EXPECT_EQ(list.size(), 1u);
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The exports of the NFS server: read for changes, read for listings, written.
 #include "base/codes.h"
+#include "fixtures/library.h"
 #include "fixtures/share_lists.h"
 #include "fixtures/share_machine.h"
 #include "sources/exports.h"
@@ -108,8 +109,8 @@ using Parsed = std::pair<int, std::vector<std::string>>;
 
 Parsed read_exports(std::string_view text) {
     share_list list;
-    const int result = parse_exports(text, list);
-    return {result, described(list)};
+    const auto result = parse_exports(text, list);
+    return {number_of(result), described(list)};
 }
 
 TEST(ExportsReader, ReadsALine) {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The iSCSI target daemon's file: read for changes, read for listings, written.
+#include "fixtures/library.h"
 #include "fixtures/share_lists.h"
 #include "fixtures/share_machine.h"
 #include "sources/ietd_conf.h"
@@ -102,8 +103,8 @@ using Parsed = std::pair<int, std::vector<std::string>>;
 
 Parsed read_targets(std::string_view text) {
     share_list list;
-    const int result = parse_targets(text, list);
-    return {result, described(list)};
+    const auto result = parse_targets(text, list);
+    return {number_of(result), described(list)};
 }
 
 constexpr auto target_block =

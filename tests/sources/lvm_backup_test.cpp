@@ -132,12 +132,12 @@ TEST(VolumesOfABackup, AreReadFromRecordedBackups) {
 
 TEST(VolumesOfABackup, NeedTheirSection) {
     backup_pv_list list;
-    EXPECT_EQ(parse_backup_volumes("", list), -1);
-    EXPECT_EQ(parse_backup_volumes("id = \"a\"\ndevice = \"/dev/md0\"\n", list), -1);
-    EXPECT_EQ(parse_backup_volumes("physical_volume {\n", list), -1);
+    EXPECT_FALSE(parse_backup_volumes("", list));
+    EXPECT_FALSE(parse_backup_volumes("id = \"a\"\ndevice = \"/dev/md0\"\n", list));
+    EXPECT_FALSE(parse_backup_volumes("physical_volume {\n", list));
     EXPECT_TRUE(list.empty());
-    EXPECT_EQ(parse_backup_volumes("physical_volumes {\n}\n", list), 0);
-    EXPECT_EQ(parse_backup_volumes("  physical_volumes", list), 0);
+    EXPECT_TRUE(parse_backup_volumes("physical_volumes {\n}\n", list));
+    EXPECT_TRUE(parse_backup_volumes("  physical_volumes", list));
     EXPECT_TRUE(list.empty());
 }
 

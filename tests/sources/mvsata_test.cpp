@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The status files of the SATA controller: which disks they tell of, and where those are.
 #include "fixtures/disk_root.h"
+#include "fixtures/library.h"
 #include "sources/mvsata.h"
 
 #include <map>

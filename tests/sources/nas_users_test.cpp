@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The appliance's and the system's users.
-#include "sources/passwd.h"
 #include "sources/nas_users.h"
+#include "sources/passwd.h"
 
 #include <gmock/gmock.h>
 #include <string>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The share register: read for changes, read for listings, written.
 #include "base/codes.h"
+#include "fixtures/library.h"
 #include "fixtures/share_lists.h"
 #include "fixtures/share_machine.h"
 #include "sources/share_register.h"
@@ -130,10 +131,10 @@ constexpr int malformed = -14;
 // The result and the shares, described.
 using Parsed = std::pair<int, std::vector<std::string>>;
 
-Parsed parsed(int (*parse)(std::string_view, share_list&), std::string_view text) {
+Parsed parsed(FileCode (*parse)(std::string_view, share_list&), std::string_view text) {
     share_list list;
-    const int result = parse(text, list);
-    return {result, described(list)};
+    const FileCode result = parse(text, list);
+    return {number_of(result), described(list)};
 }
 
 Parsed read_register(std::string_view text) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Samba's files: read for changes, read for listings, written.
 #include "base/codes.h"
+#include "fixtures/library.h"
 #include "fixtures/share_lists.h"
 #include "fixtures/share_machine.h"
 #include "sources/smb_conf.h"
@@ -89,10 +90,10 @@ constexpr int malformed = -14;
 // The result and the shares, described.
 using Parsed = std::pair<int, std::vector<std::string>>;
 
-Parsed parsed(int (*parse)(std::string_view, share_list&), std::string_view text) {
+Parsed parsed(FileCode (*parse)(std::string_view, share_list&), std::string_view text) {
     share_list list;
-    const int result = parse(text, list);
-    return {result, described(list)};
+    const FileCode result = parse(text, list);
+    return {number_of(result), described(list)};
 }
 
 Parsed read_samba(std::string_view text) {

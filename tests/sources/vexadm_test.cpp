@@ -80,15 +80,15 @@ TEST(ControllerScan, RestOfALineBeyond255CharactersIsALineOfItsOwn) {
 
 // An example of the controller's scan.
 constexpr const char* array_scan = "RAID arrays\n"
-                             "Name /Level/Disks/Status/Size/Device/Members\n"
-                             "md9 /5/3/before the table/1/sdz/#9\n"
-                             "  ==========  \n"
-                             "md0 /5/3/Normal /1862 /sda/ #1 #2 #3\n"
-                             "   \t \n"
-                             "md1 /0/2/ Degraded now/931/sdb/#4,#5\n"
-                             "==========\n"
-                             "Disks in no array: 2\n"
-                             "md2 /6/4/Normal/100/sdc/#6 spare #7\n";
+                                   "Name /Level/Disks/Status/Size/Device/Members\n"
+                                   "md9 /5/3/before the table/1/sdz/#9\n"
+                                   "  ==========  \n"
+                                   "md0 /5/3/Normal /1862 /sda/ #1 #2 #3\n"
+                                   "   \t \n"
+                                   "md1 /0/2/ Degraded now/931/sdb/#4,#5\n"
+                                   "==========\n"
+                                   "Disks in no array: 2\n"
+                                   "md2 /6/4/Normal/100/sdc/#6 spare #7\n";
 
 class ControllerArrays : public testing::Test {
   protected:

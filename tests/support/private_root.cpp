@@ -362,12 +362,11 @@ Result PrivateRoot::run(const std::vector<std::string>& arguments, const RunOpti
     return start(arguments, options).wait();
 }
 
-StartedRun PrivateRoot::start_call(const std::function<int()>& function,
-                                   const RunOptions& options) {
+StartedRun PrivateRoot::start_call(const Function& function, const RunOptions& options) {
     return launch({}, function, options);
 }
 
-Result PrivateRoot::call(const std::function<int()>& function, const RunOptions& options) {
+Result PrivateRoot::call(const Function& function, const RunOptions& options) {
     return start_call(function, options).wait();
 }
 

@@ -58,8 +58,8 @@ class PrivateRoot {
     StartedRun start(const std::vector<std::string>& arguments, const RunOptions& options = {});
     // The same for a function, in a forked child: what it changes is seen only in the tree, what it
     // returns in Result::returned. Expectations that fail inside fail the test.
-    Result call(const std::function<int()>& function, const RunOptions& options = {});
-    StartedRun start_call(const std::function<int()>& function, const RunOptions& options = {});
+    Result call(const Function& function, const RunOptions& options = {});
+    StartedRun start_call(const Function& function, const RunOptions& options = {});
 
     std::vector<LogLine> log(const std::string& path = "/var/log/log.libzav") const;
     // /etc, /tmp and /var without the log.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -10,6 +11,8 @@
 #include <string>
 #include <sys/resource.h>
 #include <sys/types.h>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace zav::test {
@@ -30,6 +33,26 @@ struct RunOptions {
     mode_t umask = 022;
     pid_t pid = 0; // process id to get; 0: the next, which is 2
     std::chrono::milliseconds time_limit = std::chrono::seconds(20);
+};
+
+// A library function as a run calls it: what it returns is a number, an enumeration's, or
+// 0 where it returns nothing.
+class Function {
+  public:
+    template <class Called>
+    requires(!std::is_same_v<std::remove_cvref_t<Called>, Function>) Function(Called called)
+        : call_([called = std::move(called)]() mutable {
+              if constexpr (std::is_void_v<decltype(called())>) {
+                  called();
+                  return 0;
+              } else {
+                  return static_cast<int>(called());
+              }
+          }) {}
+    int operator()() const { return call_(); }
+
+  private:
+    std::function<int()> call_;
 };
 
 struct Result {

@@ -33,130 +33,130 @@ bool takes_and_gives_disks(const mdinfo& array) {
 }
 
 /// Finds the array and the disk of the channel on the array's device. 0 or a code.
-int find_member_change(const char* array, const char* channel, MemberChange& change) {
-    if (get_disk_list(change.disks) != 0) {
-        return log_return(error::no_disk_list);
+Code find_member_change(const char* array, const char* channel, MemberChange& change, Sink& out) {
+    if (failed(get_disk_list(change.disks, out))) {
+        return log_return(Code::no_disk_list);
     }
-    if (get_mdinfo(change.arrays) != 0) {
-        return log_return(error::no_array_list);
+    if (failed(get_mdinfo(change.arrays, out))) {
+        return log_return(Code::no_array_list);
     }
     change.channel = channel;
     change.array = find_array(change.arrays, array);
     if (change.array == nullptr) {
-        return error::unknown_array;
+        return Code::unknown_array;
     }
     change.disk = change.channel.view();
     if (ch_to_disks(change.disks, change.disk, change.array->device, 1) != 1) {
         log_error("'%s' is not invalid disk", change.channel.c_str());
-        return error::wrong_disk;
+        return Code::wrong_disk;
     }
-    return 0;
+    return Code::ok;
 }
 
-/// 0, or error::disk_used with a message.
-int check_unused(const MemberChange& change) {
+/// 0, or Code::disk_used with a message.
+Code check_unused(const MemberChange& change, Sink& out) {
     if (overlaps_array(*change.array, change.disk)) {
         log_error("'%s' used in %s", change.channel.c_str(), change.array->name.c_str());
-        return error::disk_used;
+        return Code::disk_used;
     }
     vginfo_list groups;
-    if (const int result = get_vginfo(groups); result != 0) {
+    if (const Code result = get_vginfo(groups, out); failed(result)) {
         return log_return(result);
     }
     if (is_used_in_volume(change.disk, groups, change.disks)) {
         log_error("'%s' used in pv", change.channel.c_str());
-        return error::disk_used;
+        return Code::disk_used;
     }
-    return 0;
+    return Code::ok;
 }
 
 /// 0, or a code with a message. Only what mdadm itself marks counts as faulty.
-int check_faulty(const MemberChange& change) {
+Code check_faulty(const MemberChange& change) {
     const std::string_view member = find_member(change.array->members, change.disk);
     if (member.empty()) {
         log_error("'%s' is not in %s", change.channel.c_str(), change.array->name.c_str());
-        return error::wrong_disk;
+        return Code::wrong_disk;
     }
     if (member.find("(F") == std::string_view::npos) {
         log_error("'%s' in %s is not fauty", change.channel.c_str(), change.array->name.c_str());
-        return error::disk_not_faulty;
+        return Code::disk_not_faulty;
     }
-    return 0;
+    return Code::ok;
 }
 
 } // namespace
 
-int add_disk(const char* array, const char* channel) {
+Code add_disk(const char* array, const char* channel, Sink& out) {
     MemberChange change;
-    if (const int result = find_member_change(array, channel, change); result != 0) {
+    if (const Code result = find_member_change(array, channel, change, out); failed(result)) {
         return result;
     }
     if (!takes_and_gives_disks(*change.array)) {
         log_error("'%s' is not support add disk", change.array->name.c_str());
-        return error::level_without_change;
+        return Code::level_without_change;
     }
-    if (const int result = check_unused(change); result != 0) {
+    if (const Code result = check_unused(change, out); failed(result)) {
         return result;
     }
     const std::string command =
         format_text(add_disk_command, change.array->name.c_str(), change.disk.c_str());
     if (!is_disk_name(change.disk)) {
         // Behind the RAID controller disks have no name of the kernel.
-        refuse_command(command);
-        return error::command_failed;
+        ignore(refuse_command(command));
+        return Code::command_failed;
     }
     return run_or_fail(command);
 }
 
-int remove_disk(const char* array, const char* channel) {
+Code remove_disk(const char* array, const char* channel, Sink& out) {
     MemberChange change;
-    if (const int result = find_member_change(array, channel, change); result != 0) {
+    if (const Code result = find_member_change(array, channel, change, out); failed(result)) {
         return result;
     }
     if (!takes_and_gives_disks(*change.array)) {
         log_error("'%s' is not support remove disk", change.array->name.c_str());
-        return error::level_without_change;
+        return Code::level_without_change;
     }
-    if (const int result = check_faulty(change); result != 0) {
+    if (const Code result = check_faulty(change); failed(result)) {
         return result;
     }
     return run_or_fail(
         format_text(remove_disk_command, change.array->name.c_str(), change.disk.c_str()));
 }
 
-int check_delete(const char* name) {
+Code check_delete(const char* name, Sink& out) {
     mdinfo_list arrays;
-    if (get_mdinfo(arrays) != 0) {
-        return log_return(error::no_array_list);
+    if (failed(get_mdinfo(arrays, out))) {
+        return log_return(Code::no_array_list);
     }
     vginfo_list groups;
-    if (const int result = get_vginfo(groups); result != 0) {
+    if (const Code result = get_vginfo(groups, out); failed(result)) {
         return log_return(result);
     }
     const mdinfo* array = find_array(arrays, name);
     if (array == nullptr) {
-        return error::unknown_array;
+        return Code::unknown_array;
     }
     const bool carries_group = std::ranges::any_of(groups, [array](const vginfo& group) {
         return std::ranges::any_of(group.physical_volumes, [array](const pvinfo& volume) {
             return volume.name == array->name;
         });
     });
-    return carries_group ? error::array_carries_group : 0;
+    return carries_group ? Code::array_carries_group : Code::ok;
 }
 
-int stop_array(const char* name) {
+Code stop_array(const char* name) {
     return run_or_fail(format_text(stop_command, name));
 }
 
-int delete_array(const char* name) {
-    const int result = check_delete(name);
-    return result == 0 ? stop_array(name) : result;
+Code delete_array(const char* name, Sink& out) {
+    const Code result = check_delete(name, out);
+    return !failed(result) ? stop_array(name) : result;
 }
 
-int fail_disk(const char* array, const char* disk) {
+WaitStatus fail_disk(const char* array, const char* disk) {
     const std::string command = format_text(fail_disk_command, array, disk);
-    if (check_name32(array) != 0 || !is_disk_name(disk)) {
+    if (failed(check_name32(array)) || !is_disk_name(disk)) {
         return refuse_command(command);
     }
     return run_and_log(command);

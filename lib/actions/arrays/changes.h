@@ -5,34 +5,36 @@
 #pragma once
 
 #include "base/bounded_text.h"
+#include "base/codes.h"
+#include "base/sink.h"
 #include "records/disk.h"
 
 namespace zav {
 
 /// Adds the disk of a channel on the array's device. Looks at the array's own lists and at the
-/// physical volumes, not at other arrays. Runs mdadm --add. 0, error::unknown_array,
-/// error::wrong_disk, error::level_without_change, error::disk_used, error::command_failed, or the
+/// physical volumes, not at other arrays. Runs mdadm --add. 0, Code::unknown_array,
+/// Code::wrong_disk, Code::level_without_change, Code::disk_used, Code::command_failed, or the
 /// code of a list that cannot be built.
-int add_disk(const char* array, const char* channel);
+Code add_disk(const char* array, const char* channel, Sink& out);
 
-/// Removes a faulty member by its channel. Runs mdadm -r. 0, error::unknown_array,
-/// error::wrong_disk, error::level_without_change, error::disk_not_faulty, error::command_failed,
-/// error::no_disk_list or error::no_array_list.
-int remove_disk(const char* array, const char* channel);
+/// Removes a faulty member by its channel. Runs mdadm -r. 0, Code::unknown_array,
+/// Code::wrong_disk, Code::level_without_change, Code::disk_not_faulty, Code::command_failed,
+/// Code::no_disk_list or Code::no_array_list.
+Code remove_disk(const char* array, const char* channel, Sink& out);
 
-/// Whether an array may be deleted. 0, error::unknown_array, error::array_carries_group, or the
+/// Whether an array may be deleted. 0, Code::unknown_array, Code::array_carries_group, or the
 /// code of a list that cannot be built.
-int check_delete(const char* name);
+Code check_delete(const char* name, Sink& out);
 
-/// Stops an array, unchecked. Runs mdadm -S. 0 or error::command_failed.
-int stop_array(const char* name);
+/// Stops an array, unchecked. Runs mdadm -S. 0 or Code::command_failed.
+Code stop_array(const char* name);
 
 /// Both. Its former members are the caller's to prepare. Runs mdadm -S. 0,
-/// error::unknown_array, error::array_carries_group, error::command_failed, or the code of a list
+/// Code::unknown_array, Code::array_carries_group, Code::command_failed, or the code of a list
 /// that cannot be built.
-int delete_array(const char* name);
+Code delete_array(const char* name, Sink& out);
 
 /// Marks a member faulty. Runs mdadm -f. The wait status of the command.
-int fail_disk(const char* array, const char* disk);
+WaitStatus fail_disk(const char* array, const char* disk);
 
 } // namespace zav

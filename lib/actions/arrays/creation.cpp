@@ -33,23 +33,23 @@ RaidLevel level_of(std::string_view type) {
     return level != nullptr ? *level : other_level;
 }
 
-/// 0, or error::wrong_disk_count with a message.
-int check_count(int count, const RaidLevel& level, std::string_view type) {
+/// 0, or Code::wrong_disk_count with a message.
+Code check_count(int count, const RaidLevel& level, std::string_view type) {
     if (count >= level.fewest_disks && count <= level.most_disks) {
-        return 0;
+        return Code::ok;
     }
     log_error("disks num %d exceed [%d, %d] in %s", count, level.fewest_disks, level.most_disks,
               std::string(type).c_str());
-    return error::wrong_disk_count;
+    return Code::wrong_disk_count;
 }
 
-/// 0, or error::command_failed with a message: a list of disks that is cut can name another disk.
-int check_run_whole(const std::string& command) {
+/// 0, or Code::command_failed with a message: a list of disks that is cut can name another disk.
+Code check_run_whole(const std::string& command) {
     if (is_run_whole(command)) {
-        return 0;
+        return Code::ok;
     }
     log_error("'%s' is too long to be run whole", command.c_str());
-    return error::command_failed;
+    return Code::command_failed;
 }
 
 long running_kernel_version() {
@@ -70,27 +70,27 @@ int array_number(std::string_view name) {
     return decimal_int(name.substr(std::min<std::size_t>(2, name.size())));
 }
 
-int get_lists(Creation& creation) {
-    if (get_disk_list(creation.disks) != 0) {
-        return log_return(error::no_disk_list);
+Code get_lists(Creation& creation, Sink& out) {
+    if (failed(get_disk_list(creation.disks, out))) {
+        return log_return(Code::no_disk_list);
     }
-    return get_mdinfo(creation.arrays) == 0 ? 0 : log_return(error::no_array_list);
+    return !failed(get_mdinfo(creation.arrays, out)) ? Code::ok : log_return(Code::no_array_list);
 }
 
-int translate_members(Creation& creation) {
+Code translate_members(Creation& creation) {
     const mdinfo& array = creation.array;
     creation.members = array.members.view();
     const int count = count_items(creation.members);
     if (ch_to_disks(creation.disks, creation.members, array.device, count) != count) {
         log_error("'%s in %s' includes invalid channelIDs", array.members.c_str(),
                   array.device.c_str());
-        return error::wrong_disk;
+        return Code::wrong_disk;
     }
-    return 0;
+    return Code::ok;
 }
 
 /// Checks the new array against one that exists, and moves a name that is to be chosen behind it.
-int check_against(const mdinfo& existing, bool choose_name, Creation& creation) {
+Code check_against(const mdinfo& existing, bool choose_name, Creation& creation) {
     mdinfo& array = creation.array;
     if (choose_name) {
         if (const long long number = array_number(existing.name);
@@ -99,47 +99,47 @@ int check_against(const mdinfo& existing, bool choose_name, Creation& creation) 
         }
     } else if (existing.name == array.name) {
         log_error("'%s' used", array.name.c_str());
-        return error::array_name_used;
+        return Code::array_name_used;
     }
     if (overlaps_array(existing, creation.members, array.spare)) {
         log_error("'%s' or '%s' includes used disk in %s", creation.members.c_str(),
                   array.spare.c_str(), existing.name.c_str());
-        return error::disk_used;
+        return Code::disk_used;
     }
-    return 0;
+    return Code::ok;
 }
 
-int check_arrays(Creation& creation) {
+Code check_arrays(Creation& creation) {
     const bool choose_name = creation.array.name.empty();
     if (choose_name) {
         creation.array.name = "md0";
     }
     for (const mdinfo& existing : creation.arrays) {
-        if (const int result = check_against(existing, choose_name, creation); result != 0) {
+        if (const Code result = check_against(existing, choose_name, creation); failed(result)) {
             return result;
         }
     }
-    return 0;
+    return Code::ok;
 }
 
-int check_volumes(const Creation& creation) {
+Code check_volumes(const Creation& creation, Sink& out) {
     vginfo_list groups;
-    if (const int result = get_vginfo(groups); result != 0) {
+    if (const Code result = get_vginfo(groups, out); failed(result)) {
         return log_return(result);
     }
     if (is_used_in_volume(creation.members, groups, creation.disks) ||
         is_used_in_volume(creation.array.spare, groups, creation.disks)) {
         log_error("'%s' or '%s' includes used disk in pv", creation.members.c_str(),
                   creation.array.spare.c_str());
-        return error::disk_used;
+        return Code::disk_used;
     }
-    return 0;
+    return Code::ok;
 }
 
-int check_hotspares(const Creation& creation) {
+Code check_hotspares(const Creation& creation, Sink& out) {
     disk_list disks;
-    if (get_disk_list(disks) != 0) {
-        return log_return(error::no_disk_list);
+    if (failed(get_disk_list(disks, out))) {
+        return log_return(Code::no_disk_list);
     }
     const bool includes_hotspare = std::ranges::any_of(disks, [&creation](const disk_info& disk) {
         return disk.hotspare != 0 && !disk.name.empty() &&
@@ -148,46 +148,46 @@ int check_hotspares(const Creation& creation) {
     if (includes_hotspare) {
         log_error("'%s' or '%s' includes global hotspare disk", creation.members.c_str(),
                   creation.array.spare.c_str());
-        return error::disk_used;
+        return Code::disk_used;
     }
-    return 0;
+    return Code::ok;
 }
 
 } // namespace
 
-int create_array(mdinfo& array) {
+Code create_array(mdinfo& array, Sink& out) {
     Creation creation{array, {}, {}, {}};
-    if (!array.name.empty() && check_name32(array.name.c_str()) != 0) {
-        return error::bad_array_name;
+    if (!array.name.empty() && failed(check_name32(array.name.c_str()))) {
+        return Code::bad_array_name;
     }
-    if (const int result = get_lists(creation); result != 0) {
+    if (const Code result = get_lists(creation, out); failed(result)) {
         return result;
     }
     if (find_raid_level(array.type) == nullptr) {
-        return error::unknown_raid_type;
+        return Code::unknown_raid_type;
     }
     for (const auto step : {translate_members, check_arrays}) {
-        if (const int result = step(creation); result != 0) {
+        if (const Code result = step(creation); failed(result)) {
             return result;
         }
     }
     for (const auto step : {check_volumes, check_hotspares}) {
-        if (const int result = step(creation); result != 0) {
+        if (const Code result = step(creation, out); failed(result)) {
             return result;
         }
     }
     return run_create_command(array, creation.members);
 }
 
-int run_create_command(const mdinfo& array, std::string_view disks) {
+Code run_create_command(const mdinfo& array, std::string_view disks) {
     const auto names = split(disks, ",");
     const RaidLevel level = level_of(array.type);
-    if (const int result = check_count(static_cast<int>(names.size()), level, array.type);
-        result != 0) {
+    if (const Code result = check_count(static_cast<int>(names.size()), level, array.type);
+        failed(result)) {
         return result;
     }
     const std::string command = create_command_text(array, disks, running_kernel_version());
-    if (const int result = check_run_whole(command); result != 0) {
+    if (const Code result = check_run_whole(command); failed(result)) {
         return result; // nothing has been touched yet
     }
     for (const std::string_view name : names) {
@@ -196,15 +196,15 @@ int run_create_command(const mdinfo& array, std::string_view disks) {
     return run_or_fail(command);
 }
 
-int run_recreate_command(std::string_view name, std::string_view type, std::string_view disks) {
+Code run_recreate_command(std::string_view name, std::string_view type, std::string_view disks) {
     const int count = count_items(disks);
     const bool is_known = std::ranges::find(recreated_types, type) != recreated_types.end();
     const RaidLevel level = is_known ? level_of(type) : other_level;
-    if (const int result = check_count(count, level, type); result != 0) {
+    if (const Code result = check_count(count, level, type); failed(result)) {
         return result;
     }
     const std::string command = recreate_command_text(name, level.number, disks);
-    if (const int result = check_run_whole(command); result != 0) {
+    if (const Code result = check_run_whole(command); failed(result)) {
         return result;
     }
     return run_or_fail(command);

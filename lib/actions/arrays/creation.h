@@ -3,6 +3,8 @@
 /// Making arrays: the checks, the bounds of the levels, the mdadm command.
 #pragma once
 
+#include "base/codes.h"
+#include "base/sink.h"
 #include "records/array.h"
 
 #include <string>
@@ -15,18 +17,18 @@ namespace zav {
 /// behind the highest that exists. A failed check changes nothing.
 ///
 /// Builds the lists of disks, arrays and groups; runs diskformat on each disk, then mdadm -C.
-/// 0, error::unknown_raid_type, error::wrong_disk, error::array_name_used, error::disk_used,
-/// error::wrong_disk_count, error::bad_array_name, error::command_failed, error::no_disk_list,
-/// error::no_array_list or the code of get_vginfo().
-int create_array(mdinfo& array);
+/// 0, Code::unknown_raid_type, Code::wrong_disk, Code::array_name_used, Code::disk_used,
+/// Code::wrong_disk_count, Code::bad_array_name, Code::command_failed, Code::no_disk_list,
+/// Code::no_array_list or the code of get_vginfo().
+Code create_array(mdinfo& array, Sink& out);
 
-/// Creates an array of the named disks, without checks: error::wrong_disk_count when the level
-/// does not take so many, error::command_failed when mdadm fails or the command would not reach it
+/// Creates an array of the named disks, without checks: Code::wrong_disk_count when the level
+/// does not take so many, Code::command_failed when mdadm fails or the command would not reach it
 /// whole, in which case no disk is prepared.
-int run_create_command(const mdinfo& array, std::string_view disks);
+Code run_create_command(const mdinfo& array, std::string_view disks);
 
 /// Creates a stopped array again from the disks it had. Prepares no disk, uses no bitmap. 0,
-/// error::wrong_disk_count, or error::command_failed as above.
-int run_recreate_command(std::string_view name, std::string_view type, std::string_view disks);
+/// Code::wrong_disk_count, or Code::command_failed as above.
+Code run_recreate_command(std::string_view name, std::string_view type, std::string_view disks);
 
 } // namespace zav

@@ -45,42 +45,42 @@ std::optional<std::string> read_names(const FileDescriptor& fd) {
 
 } // namespace
 
-int add_name(const char* name) {
+Code add_name(const char* name) {
     const FileDescriptor fd = open_reservations(O_CREAT);
     if (!fd) {
-        return error::reservation_not_opened;
+        return Code::reservation_not_opened;
     }
     switch (lock_in_attempts(fd.get())) {
     case LockResult::held_by_other:
-        return error::reservation_held;
+        return Code::reservation_held;
     case LockResult::failed:
-        return error::reservation_not_locked;
+        return Code::reservation_not_locked;
     case LockResult::locked:
         break;
     }
     const auto names = read_names(fd);
     if (!names) {
-        return error::reservation_unread;
+        return Code::reservation_unread;
     }
     if (is_reserved(*names, name)) {
-        return error::name_reserved;
+        return Code::name_reserved;
     }
-    return append_line(fd.get(), *names, name) ? 0 : error::reservation_unwritten;
+    return append_line(fd.get(), *names, name) ? Code::ok : Code::reservation_unwritten;
 }
 
-int del_name(const char* name) {
+Code del_name(const char* name) {
     const FileDescriptor fd = open_reservations(0);
     if (!fd || lock_in_attempts(fd.get()) != LockResult::locked) {
-        return 0;
+        return Code::ok;
     }
     const auto names = read_names(fd);
     if (!names) {
-        return error::reservation_unread;
+        return Code::reservation_unread;
     }
     const std::string kept = lines_without(*names, name);
     const bool written = ::ftruncate(fd.get(), 0) == 0 && ::lseek(fd.get(), 0, SEEK_SET) == 0 &&
                          write_all(fd.get(), kept);
-    return written ? 0 : error::reservation_unwritten;
+    return written ? Code::ok : Code::reservation_unwritten;
 }
 
 } // namespace zav

@@ -5,16 +5,17 @@
 /// has is tried for five times, a second apart.
 #pragma once
 
+#include "base/codes.h"
 namespace zav {
 
 /// Reserves a name. The file is made when missing; it must be a regular file of ours. 0,
-/// error::name_reserved, error::reservation_held, error::reservation_not_locked,
-/// error::reservation_not_opened, error::reservation_unread or error::reservation_unwritten.
-int add_name(const char* name);
+/// Code::name_reserved, Code::reservation_held, Code::reservation_not_locked,
+/// Code::reservation_not_opened, Code::reservation_unread or Code::reservation_unwritten.
+Code add_name(const char* name);
 
 /// Removes every reservation that begins with the name: releasing md1 releases md10 to md19 too.
-/// 0, also when there is no file or it cannot be opened or locked; error::reservation_unread or
-/// error::reservation_unwritten.
-int del_name(const char* name);
+/// 0, also when there is no file or it cannot be opened or locked; Code::reservation_unread or
+/// Code::reservation_unwritten.
+Code del_name(const char* name);
 
 } // namespace zav

@@ -11,7 +11,6 @@
 #include "sources/mdadm.h"
 
 #include <algorithm>
-#include <cstdio>
 
 namespace zav {
 
@@ -23,35 +22,35 @@ bool is_listed(std::string_view path, const std::vector<std::string>& members) {
     return std::ranges::find(members, path) != members.end();
 }
 
-/// Reads the array's device table. 0 or error::array_details_unread.
-int read_member_table(const char* array, MemberTable& table) {
+/// Reads the array's device table. 0 or Code::array_details_unread.
+Code read_member_table(const char* array, MemberTable& table) {
     const Capture capture("/tmp/mdinfo.XXXXXX");
-    if (capture.run_and_log(format_text(recover_detail_command, array, capture.path())) != 0) {
-        return error::array_details_unread;
+    if (failed(capture.run_and_log(format_text(recover_detail_command, array, capture.path())))) {
+        return Code::array_details_unread;
     }
     const auto detail = capture.read();
     auto parsed = detail ? parse_member_table(*detail) : std::nullopt;
     if (!parsed) {
-        return error::array_details_unread;
+        return Code::array_details_unread;
     }
     table = std::move(*parsed);
-    return 0;
+    return Code::ok;
 }
 
 bool was_member(const std::string& disk, const std::vector<std::string>& members) {
     const Capture capture("/tmp/diskinfo.XXXXXX");
-    if (capture.run_and_log(format_text(examine_command, disk.c_str(), capture.path())) != 0) {
+    if (failed(capture.run_and_log(format_text(examine_command, disk.c_str(), capture.path())))) {
         return false; // a disk without a superblock
     }
     const auto examination = capture.read();
     return examination && superblock_names_one_of(*examination, members);
 }
 
-/// Puts the path of the disk that the array lost into the hole. 0 or error::missing_disk_not_found.
-int fill_hole(MemberTable& table) {
+/// Puts the path of the disk that the array lost into the hole. 0 or Code::missing_disk_not_found.
+Code fill_hole(MemberTable& table, Sink& out) {
     disk_list disks;
-    if (get_disk_list(disks) != 0) {
-        return error::missing_disk_not_found;
+    if (failed(get_disk_list(disks, out))) {
+        return Code::missing_disk_not_found;
     }
     std::string missing;
     for (const disk_info& disk : disks) {
@@ -62,11 +61,11 @@ int fill_hole(MemberTable& table) {
         }
     }
     if (missing.empty()) {
-        return error::missing_disk_not_found;
+        return Code::missing_disk_not_found;
     }
     const auto place = static_cast<std::ptrdiff_t>(std::min(table.hole - 1, table.members.size()));
     table.members.insert(table.members.begin() + place, missing);
-    return 0;
+    return Code::ok;
 }
 
 std::string disk_names(const std::vector<std::string>& paths) {
@@ -78,29 +77,29 @@ std::string disk_names(const std::vector<std::string>& paths) {
 }
 
 bool create_again(const char* array, const char* type, const MemberTable& table) {
-    return run_or_fail(format_text(stop_command, array)) == 0 &&
-           run_recreate_command(array, type, disk_names(table.members)) == 0 &&
-           run_or_fail(scan_groups_command) == 0;
+    return !failed(run_or_fail(format_text(stop_command, array))) &&
+           !failed(run_recreate_command(array, type, disk_names(table.members))) &&
+           !failed(run_or_fail(scan_groups_command));
 }
 
 } // namespace
 
-int raid_recover(const char* array, const char* type) {
+Code raid_recover(const char* array, const char* type, Sink& out) {
     MemberTable table;
-    if (check_name32(array) != 0 || read_member_table(array, table) != 0) {
-        return log_return(error::array_details_unread);
+    if (failed(check_name32(array)) || failed(read_member_table(array, table))) {
+        return log_return(Code::array_details_unread);
     }
     for (const std::string& path : table.members) {
-        std::printf("disk: %s\n", path.c_str());
+        out.print("disk: %s\n", path.c_str());
     }
     if (table.members.empty()) {
-        return 0;
+        return Code::ok;
     }
     close_hole(table);
-    if (table.hole != 0 && fill_hole(table) != 0) {
-        return log_return(error::missing_disk_not_found);
+    if (table.hole != 0 && failed(fill_hole(table, out))) {
+        return log_return(Code::missing_disk_not_found);
     }
-    return create_again(array, type, table) ? 0 : log_return(error::array_not_recovered);
+    return create_again(array, type, table) ? Code::ok : log_return(Code::array_not_recovered);
 }
 
 } // namespace zav

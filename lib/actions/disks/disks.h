@@ -1,18 +1,17 @@
 // SPDX-License-Identifier: MIT
 /// \file
-/// What changes a disk. Both functions return 0 after a failed command too: the failure is in the
-/// log, and callers have always gone on.
+/// What changes a disk. A failed command is in the log and not reported further: callers have
+/// always gone on. A disk without a plain name is logged like a failed command, which is not run.
 #pragma once
 
 namespace zav {
 
-/// Makes a disk a global hot spare (mode 1) or an ordinary disk again (mode -1) with the hotspare
-/// tool. Any other mode runs nothing and returns mode + 1. A disk without a plain name is logged
-/// like a failed command, which is not run.
-int hotspare_command(const char* disk, int mode);
+enum class HotspareMode { remove = -1, none = 0, add = 1 };
 
-/// Clears a disk, named with or without "/dev/", with the diskformat tool. A disk without a plain
-/// name is logged like a failed command, which is not run.
-int disk_format(const char* disk);
+/// Makes a disk a global hot spare or an ordinary disk again with the hotspare tool.
+void hotspare_command(const char* disk, HotspareMode mode);
+
+/// Clears a disk, named with or without "/dev/", with the diskformat tool.
+void disk_format(const char* disk);
 
 } // namespace zav

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 /// \file
 /// What makes, mounts, unmounts and repairs file systems on pools, and the register of them. A
-/// failed command gives error::command_failed, and so does one that is not run since a name or a
+/// failed command gives Code::command_failed, and so does one that is not run since a name or a
 /// directory holds what a shell would read; both are logged.
 #pragma once
+
+#include "base/codes.h"
+#include "base/sink.h"
 
 #include <functional>
 #include <string>
@@ -15,59 +18,59 @@ namespace zav {
 std::string pool_path(const char* group, const char* pool);
 
 /// Makes a file system of the product's type. Runs mkfs.reiserfs or mkfs.xfs. 0 or
-/// error::command_failed.
-int fs_make(const char* pool, const char* group);
+/// Code::command_failed.
+Code fs_make(const char* pool, const char* group);
 
 /// Mounts a pool as the product's type and opens it to everybody. Runs mount, chmod. 0 or
-/// error::command_failed.
-int fs_mount(const char* mntpoint, const char* group, const char* pool);
+/// Code::command_failed.
+Code fs_mount(const char* mntpoint, const char* group, const char* pool);
 
 /// The same as the registered type.
-int fs_mount_typed(const char* mntpoint, const char* group, const char* pool,
-                   std::string_view type);
+Code fs_mount_typed(const char* mntpoint, const char* group, const char* pool,
+                    std::string_view type);
 
 /// The work of every mount, under the kernel of now. `source` is a path or "-L " and a label.
-int mount_source(const char* mntpoint, const std::string& source, std::string_view type,
-                 const char* reiserfs_mount);
+Code mount_source(const char* mntpoint, const std::string& source, std::string_view type,
+                  const char* reiserfs_mount);
 
-/// Runs umount. 0 or error::command_failed.
-int fs_umount(const char* mntpoint);
+/// Runs umount. 0 or Code::command_failed.
+Code fs_umount(const char* mntpoint);
 
 /// Unmounts everything on directories whose last component is `name`. 0, -1 when the mount table
-/// cannot be read, which is printed; error::command_failed, or error::fs_not_unmounted for a
+/// cannot be read, which is printed; Code::command_failed, or Code::fs_not_unmounted for a
 /// directory that can be in no command.
-int check_umount(const char* name);
+Code check_umount(const char* name, Sink& out);
 
 /// Makes a mount point that nobody can write to until something is mounted. Runs mkdir, chattr. 0
-/// or error::command_failed.
-int mntdir_create(const char* mntpoint);
+/// or Code::command_failed.
+Code mntdir_create(const char* mntpoint);
 
 /// Removes a mount point with all in it. Runs chattr, whose failure is only logged, and rm. 0 or
-/// error::command_failed.
-int mntdir_remove(const char* mntpoint);
+/// Code::command_failed.
+Code mntdir_remove(const char* mntpoint);
 
-/// Registers a pool. 0, mount_point_registered or error::register_unopened.
-int mdfstab_add(const char* mntpoint, const char* group, const char* pool);
+/// Registers a pool. 0, mount_point_registered or Code::register_unopened.
+Code mdfstab_add(const char* mntpoint, const char* group, const char* pool);
 
-/// Takes a mount point out of the register. 0, error::register_unopened or error::command_failed.
-int mdfstab_remove(const char* mntpoint);
+/// Takes a mount point out of the register. 0, Code::register_unopened or Code::command_failed.
+Code mdfstab_remove(const char* mntpoint);
 
-/// 0, or error::fs_not_unmounted for a mount point of a register that no command may take.
-int check_mount_point(const char* mntpoint);
+/// 0, or Code::fs_not_unmounted for a mount point of a register that no command may take.
+Code check_mount_point(const char* mntpoint);
 
 /// The end of a repair: makes the mount point and, unless something is mounted on a directory whose
-/// last component is `name`, mounts with `mount`. 0 or error::fs_not_mounted.
-int mount_repaired(const char* name, const char* mntpoint, const std::function<int()>& mount);
+/// last component is `name`, mounts with `mount`. 0 or Code::fs_not_mounted.
+Code mount_repaired(const char* name, const char* mntpoint, const std::function<Code()>& mount);
 
-/// Repairs the file system on a device. Runs xfs_repair or reiserfsck. 0 or error::fs_not_repaired.
-int repair_device(const std::string& device, std::string_view type);
+/// Repairs the file system on a device. Runs xfs_repair or reiserfsck. 0 or Code::fs_not_repaired.
+Code repair_device(const std::string& device, std::string_view type);
 
-/// Repairs the file system on a pool. 0 or error::fs_not_repaired.
-int fs_repair(const char* pool, const char* group, std::string_view type);
+/// Repairs the file system on a pool. 0 or Code::fs_not_repaired.
+Code fs_repair(const char* pool, const char* group, std::string_view type);
 
-/// Unmounts a registered pool, repairs it and mounts it again. 0; error::fs_not_unmounted,
-/// error::fs_not_mounted; error::fs_not_repaired, after which a registered pool is mounted all the
+/// Unmounts a registered pool, repairs it and mounts it again. 0; Code::fs_not_unmounted,
+/// Code::fs_not_mounted; Code::fs_not_repaired, after which a registered pool is mounted all the
 /// same.
-int repair_kor_fs(const char* pool, const char* group);
+Code repair_kor_fs(const char* pool, const char* group, Sink& out);
 
 } // namespace zav

@@ -39,13 +39,13 @@ FileDescriptor open_to_read(const char* path) {
     return fd || errno == ENOENT ? std::move(fd) : FileDescriptor::open(path, O_RDONLY);
 }
 
-int fail_to_copy(const char* path) {
+Code fail_to_copy(const char* path) {
     log_error("cannot open %s or tmpfile for %s", path, std::strerror(errno));
-    return error::register_unopened;
+    return Code::register_unopened;
 }
 
 /// The steps of a removal under the lock.
-int replace_register(const MountRegister& mounts, const char* mntpoint) {
+Code replace_register(const MountRegister& mounts, const char* mntpoint) {
     const Capture copy(mounts.copy_template);
     const FileDescriptor old = open_to_read(mounts.path);
     const bool has_both = old && ::access(copy.path(), F_OK) == 0;
@@ -55,7 +55,7 @@ int replace_register(const MountRegister& mounts, const char* mntpoint) {
     }
     const auto kept = register_without(*text, mntpoint);
     if (!kept) {
-        return 0;
+        return Code::ok;
     }
     if (!write_copy(copy.path(), *kept, mounts.path)) {
         return fail_to_copy(mounts.path);
@@ -65,27 +65,27 @@ int replace_register(const MountRegister& mounts, const char* mntpoint) {
 
 } // namespace
 
-int register_add(const MountRegister& mounts, const char* mntpoint, const std::string& line) {
+Code register_add(const MountRegister& mounts, const char* mntpoint, const std::string& line) {
     FileDescriptor fd = open_locked(mounts.path, O_RDWR | O_APPEND | O_CREAT);
     const auto text = fd ? read_rest(fd.get()) : std::nullopt;
     if (text && register_has(*text, mntpoint)) {
-        return mount_point_registered;
+        return Code::mount_point_registered;
     }
     if (!text || !append_line(fd.get(), *text, line)) {
         // The network disks' register goes under this name too.
         log_error("cannot open %s for %s", mdfstab_path, std::strerror(errno));
-        return error::register_unopened;
+        return Code::register_unopened;
     }
     fd.close();
-    conf_save(mounts.path);
-    return 0;
+    ignore(conf_save(mounts.path));
+    return Code::ok;
 }
 
-int register_remove(const MountRegister& mounts, const char* mntpoint) {
-    const int result = replace_register(mounts, mntpoint);
-    if (result == 0) {
+Code register_remove(const MountRegister& mounts, const char* mntpoint) {
+    const Code result = replace_register(mounts, mntpoint);
+    if (!failed(result)) {
         // Also when nothing was removed.
-        conf_save(mounts.path);
+        ignore(conf_save(mounts.path));
     }
     return result;
 }

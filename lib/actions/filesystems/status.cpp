@@ -6,7 +6,6 @@
 #include "inventory/filesystems.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <fcntl.h>
 #include <string>
 #include <sys/statfs.h>
@@ -60,10 +59,10 @@ bool is_full(const fs_info& fs) {
 
 } // namespace
 
-int fs_space_check(fs_list& list) {
+Code fs_space_check(fs_list& list, Sink& out) {
     for (fs_info& fs : list) {
         if (fs.mntpoint.empty()) {
-            std::printf("filesystem %s cannot statfs\n", fs.mntpoint.c_str());
+            out.print("filesystem %s cannot statfs\n", fs.mntpoint.c_str());
             continue;
         }
         const bool is_well = measure(fs) && (is_full(fs) || can_write(fs.mntpoint));
@@ -71,19 +70,19 @@ int fs_space_check(fs_list& list) {
             fs.status = fs_not_available;
         }
     }
-    return 0;
+    return Code::ok;
 }
 
-int fs_list_get(fs_list& list) {
-    int result = mdfstab_read(list);
-    if (result == 0) {
-        result = mountfs_get(list);
+Code fs_list_get(fs_list& list, Sink& out) {
+    Code result = mdfstab_read(list);
+    if (!failed(result)) {
+        result = mountfs_get(list, out);
     }
-    if (result != 0) {
-        std::printf("for errno '%d'\n", result);
+    if (failed(result)) {
+        out.print("for errno '%d'\n", number_of(result));
         return result;
     }
-    return fs_space_check(list);
+    return fs_space_check(list, out);
 }
 
 } // namespace zav

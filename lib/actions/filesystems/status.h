@@ -4,6 +4,8 @@
 /// and so is no mere discovery.
 #pragma once
 
+#include "base/codes.h"
+#include "base/sink.h"
 #include "records/filesystem.h"
 
 namespace zav {
@@ -11,10 +13,10 @@ namespace zav {
 /// Measures each file system where it is to be mounted, mounted or not, and writes a small file
 /// there unless it is full. One that cannot be measured or written is "not available", but an
 /// unmounted one stays "umount". Always 0.
-int fs_space_check(fs_list& list);
+Code fs_space_check(fs_list& list, Sink& out);
 
 /// Adds the file systems on pools to the list, with their state. 0; -1 when the register cannot be
-/// read; error::pool_output_unread. Failures are printed.
-int fs_list_get(fs_list& list);
+/// read; Code::pool_output_unread. Failures are printed.
+Code fs_list_get(fs_list& list, Sink& out);
 
 } // namespace zav

@@ -12,7 +12,6 @@
 #include "sources/lvm.h"
 
 #include <algorithm>
-#include <cstdio>
 
 namespace zav {
 
@@ -21,9 +20,9 @@ namespace {
 constexpr std::string_view disk_prefix = "sd";
 
 /// refuse_command(), for an operation's result.
-int refuse(const std::string& command) {
-    refuse_command(command);
-    return error::command_failed;
+Code refuse(const std::string& command) {
+    ignore(refuse_command(command));
+    return Code::command_failed;
 }
 
 bool is_channel_list(std::string_view name) {
@@ -45,52 +44,52 @@ bool is_listed_volume(const vginfo_list& groups, std::string_view name) {
     });
 }
 
-int check_array(const mdinfo_list& arrays, std::string_view name) {
+Code check_array(const mdinfo_list& arrays, std::string_view name) {
     const bool exists =
         std::ranges::any_of(arrays, [name](const mdinfo& array) { return array.name == name; });
     if (!exists) {
         log_error("cannot find md '%s'", std::string(name).c_str());
-        return error::no_such_volume_array;
+        return Code::no_such_volume_array;
     }
-    return 0;
+    return Code::ok;
 }
 
 /// Translates `name` into the kernel name of a disk that is free.
-int check_disk(const disk_list& disks, const mdinfo_list& arrays, std::string& name,
-               std::string_view device, const char* typed) {
+Code check_disk(const disk_list& disks, const mdinfo_list& arrays, std::string& name,
+                std::string_view device, const char* typed) {
     if (ch_to_disks(disks, name, device, 1) != 1) {
         log_error("invalid disk channelID: '%s'", typed);
-        return error::no_such_volume_disk;
+        return Code::no_such_volume_disk;
     }
     if (std::ranges::any_of(arrays, [&name](const mdinfo& array) {
             return !find_member(array.members, name).empty();
         })) {
         log_error("disk channelID '%s' used in raid", typed);
-        return error::volume_disk_used;
+        return Code::volume_disk_used;
     }
     if (std::ranges::any_of(disks, [&name](const disk_info& disk) {
             return disk.name == name && disk.hotspare == 1;
         })) {
         log_error("disk channelID '%s' used hotspare disk", typed);
-        return error::volume_disk_used;
+        return Code::volume_disk_used;
     }
-    return 0;
+    return Code::ok;
 }
 
 /// Makes a physical volume; on a single disk, which is cleared, or on an array.
-int create_volume(const pvinfo& volume) {
+Code create_volume(const pvinfo& volume, Sink& out) {
     const char* name = volume.name.c_str();
     if (volume.name.view().starts_with(disk_prefix)) {
         disk_format(name);
     }
-    const int result = run_or_fail(format_text(create_volume_command, name));
-    if (result != 0) {
-        std::printf("cannot create %s\n", name);
+    const Code result = run_or_fail(format_text(create_volume_command, name));
+    if (failed(result)) {
+        out.print("cannot create %s\n", name);
     }
     return result;
 }
 
-int run_create_group(const vginfo& group) {
+Code run_create_group(const vginfo& group, Sink& out) {
     std::string volumes;
     for (const pvinfo& volume : group.physical_volumes) {
         volumes += format_text(" /dev/%s", volume.name.c_str());
@@ -106,142 +105,144 @@ int run_create_group(const vginfo& group) {
         return refuse(command);
     }
     for (const pvinfo& volume : group.physical_volumes) {
-        if (const int result = create_volume(volume); result != 0) {
+        if (const Code result = create_volume(volume, out); failed(result)) {
             return result;
         }
     }
     return run_or_fail(command);
 }
 
-/// Releases a volume. 0 or error::command_failed.
-int remove_volume(const pvinfo& volume, const disk_list& disks) {
+/// Releases a volume. 0 or Code::command_failed.
+Code remove_volume(const pvinfo& volume, const disk_list& disks, Sink& out) {
     std::string name = volume.name.c_str();
     if (is_channel_list(name)) {
         ch_to_disks(disks, name, volume.device, 1);
     }
-    const int result = run_or_fail({name}, format_text(remove_volume_command, name.c_str()));
-    if (result != 0) {
-        std::printf("cannot del %s\n", name.c_str());
+    const Code result = run_or_fail({name}, format_text(remove_volume_command, name.c_str()));
+    if (failed(result)) {
+        out.print("cannot del %s\n", name.c_str());
     }
     return result;
 }
 
 } // namespace
 
-int check_group_name(const vginfo& group) {
+Code check_group_name(const vginfo& group, Sink& out) {
     if (group.name.empty()) {
         log_error("Cannot find vgname!");
-        return error::group_name_missing;
+        return Code::group_name_missing;
     }
     vginfo_list groups;
-    if (const int result = get_vginfo(groups); result != 0) {
+    if (const Code result = get_vginfo(groups, out); failed(result)) {
         return log_return(result);
     }
     if (find_group(groups, group.name) != nullptr) {
         log_error("vgname '%s' used", group.name.c_str());
-        return error::group_name_used;
+        return Code::group_name_used;
     }
-    return 0;
+    return Code::ok;
 }
 
-int check_new_volume(const disk_list& disks, std::string& name, std::string_view device) {
+Code check_new_volume(const disk_list& disks, std::string& name, std::string_view device,
+                      Sink& out) {
     const bool is_disk = is_channel_list(name) || name.starts_with(disk_prefix);
     const BoundedText<8> typed_channel(name);
     const std::string typed = is_disk ? typed_channel.c_str() : name;
     mdinfo_list arrays;
-    if (get_mdinfo(arrays) != 0) {
-        return log_return(error::no_array_list);
+    if (failed(get_mdinfo(arrays, out))) {
+        return log_return(Code::no_array_list);
     }
-    if (const int result = is_disk ? check_disk(disks, arrays, name, device, typed.c_str())
-                                   : check_array(arrays, name);
-        result != 0) {
+    if (const Code result = is_disk ? check_disk(disks, arrays, name, device, typed.c_str())
+                                    : check_array(arrays, name);
+        failed(result)) {
         return result;
     }
     vginfo_list groups;
-    if (const int result = get_vginfo(groups); result != 0) {
+    if (const Code result = get_vginfo(groups, out); failed(result)) {
         return log_return(result);
     }
     if (is_listed_volume(groups, name)) {
         log_error("'%s' is used in vg", typed.c_str());
-        return error::volume_used;
+        return Code::volume_used;
     }
-    return 0;
+    return Code::ok;
 }
 
-int create_group(vginfo& group) {
-    if (const int result = check_group_name(group); result != 0) {
+Code create_group(vginfo& group, Sink& out) {
+    if (const Code result = check_group_name(group, out); failed(result)) {
         return result;
     }
     disk_list disks;
-    if (get_disk_list(disks) != 0) {
-        return log_return(error::no_disk_list);
+    if (failed(get_disk_list(disks, out))) {
+        return log_return(Code::no_disk_list);
     }
     for (pvinfo& volume : group.physical_volumes) {
         std::string name = volume.name.c_str();
-        if (const int result = check_new_volume(disks, name, volume.device); result != 0) {
+        if (const Code result = check_new_volume(disks, name, volume.device, out); failed(result)) {
             return result;
         }
         volume.name = name;
     }
-    return run_create_group(group);
+    return run_create_group(group, out);
 }
 
-int find_group_to_delete(const char* name, vginfo_list& groups, const vginfo*& group) {
-    if (const int result = get_vginfo(groups); result != 0) {
+Code find_group_to_delete(const char* name, vginfo_list& groups, const vginfo*& group, Sink& out) {
+    if (const Code result = get_vginfo(groups, out); failed(result)) {
         return log_return(result);
     }
     group = find_group(groups, name);
     if (group == nullptr) {
-        return error::unknown_group;
+        return Code::unknown_group;
     }
-    return group->usedsize != 0 ? error::group_has_pools : 0;
+    return group->usedsize != 0 ? Code::group_has_pools : Code::ok;
 }
 
-int remove_group(const vginfo& group) {
+Code remove_group(const vginfo& group, Sink& out) {
     disk_list disks;
     const bool has_disks = std::ranges::any_of(
         group.physical_volumes, [](const pvinfo& volume) { return is_channel_list(volume.name); });
-    if (has_disks && get_disk_list(disks) != 0) {
-        return log_return(error::no_disk_list);
+    if (has_disks && failed(get_disk_list(disks, out))) {
+        return log_return(Code::no_disk_list);
     }
     const std::string command = format_text(remove_group_command, group.name.c_str());
     if (!is_plain_name(group.name)) {
         return refuse(command);
     }
-    int result = run_or_fail(command);
+    Code result = run_or_fail(command);
     for (const pvinfo& volume : group.physical_volumes) {
         // The last result counts: a group that is gone all the same is a success.
-        result = remove_volume(volume, disks);
-        if (result != 0) {
+        result = remove_volume(volume, disks, out);
+        if (failed(result)) {
             return result;
         }
     }
     return result;
 }
 
-int delete_group(const char* name) {
+Code delete_group(const char* name, Sink& out) {
     vginfo_list groups;
     const vginfo* group = nullptr;
-    const int result = find_group_to_delete(name, groups, group);
-    return result == 0 ? remove_group(*group) : result;
+    const Code result = find_group_to_delete(name, groups, group, out);
+    return !failed(result) ? remove_group(*group, out) : result;
 }
 
-int extend_group(const char* group, const char* volume) {
+Code extend_group(const char* group, const char* volume) {
     const std::string command = format_text(extend_group_command, group, volume);
     if (!is_plain_name(group) || !is_plain_name(volume)) {
         return refuse(command);
     }
-    const int result = run_or_fail(format_text(create_volume_command, volume));
-    return result == 0 ? run_or_fail(command) : result;
+    const Code result = run_or_fail(format_text(create_volume_command, volume));
+    return !failed(result) ? run_or_fail(command) : result;
 }
 
-int extend_group_checked(const char* group, std::string volume, std::string_view device) {
+Code extend_group_checked(const char* group, std::string volume, std::string_view device,
+                          Sink& out) {
     disk_list disks;
-    if (get_disk_list(disks) != 0) {
-        return log_return(error::no_disk_list);
+    if (failed(get_disk_list(disks, out))) {
+        return log_return(Code::no_disk_list);
     }
-    const int result = check_new_volume(disks, volume, device);
-    return result == 0 ? extend_group(group, volume.c_str()) : result;
+    const Code result = check_new_volume(disks, volume, device, out);
+    return !failed(result) ? extend_group(group, volume.c_str()) : result;
 }
 
 } // namespace zav

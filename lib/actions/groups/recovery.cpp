@@ -14,16 +14,11 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <optional>
 
 namespace zav {
 
 namespace {
-
-constexpr int live_volumes_unknown = -1;
-constexpr int volume_gone = -2;
-constexpr int no_substitute = -3;
 
 /// Which of the sixteen RAM disks carry a physical volume.
 class RamDisks {
@@ -53,8 +48,8 @@ class RamDisks {
 };
 
 /// run_and_log() for text that comes from a backup: only plain names reach a command.
-int run_with_name(std::string_view name, const std::string& command,
-                  FailureWording wording = FailureWording::standard) {
+WaitStatus run_with_name(std::string_view name, const std::string& command,
+                         FailureWording wording = FailureWording::standard) {
     return is_plain_name(name) ? run_and_log(command, wording) : refuse_command(command, wording);
 }
 
@@ -63,114 +58,114 @@ void give_up_array(const mdinfo& array) {
     for (const std::string_view member : split(array.members, ",")) {
         const std::string name(cut_at(member, "("));
         if (name.starts_with("sd") && member.substr(name.size()) != "(F)") {
-            fail_disk(array.name.c_str(), name.c_str());
+            ignore(fail_disk(array.name.c_str(), name.c_str()));
         }
     }
-    run_with_name(array.name, format_text(wipe_command, array.name.c_str()));
+    ignore(run_with_name(array.name, format_text(wipe_command, array.name.c_str())));
 }
 
-/// Makes a physical volume of that UUID on a RAM disk. 0 or no_substitute.
-int substitute(const backup_pv& volume, RamDisks& ram_disks) {
+/// Makes a physical volume of that UUID on a RAM disk. Code::no_substitute.
+Code substitute(const backup_pv& volume, RamDisks& ram_disks) {
     const auto number = ram_disks.lowest_free();
     if (!number) {
-        return no_substitute;
+        return Code::no_substitute;
     }
     const std::string command = format_text(substitute_command, volume.id.c_str(), *number);
-    if (run_with_name(volume.id, command, FailureWording::no_blanks_around_for) != 0) {
-        return no_substitute;
+    if (failed(run_with_name(volume.id, command, FailureWording::no_blanks_around_for))) {
+        return Code::no_substitute;
     }
     ram_disks.take(*number);
-    return 0;
+    return Code::ok;
 }
 
-/// Brings one volume back. 0, volume_gone or no_substitute; `restored` becomes true when something
-/// took its place.
-int restore_volume(const backup_pv& volume, const live_pv_list& live, mdinfo_list& arrays,
-                   RamDisks& ram_disks, bool& restored) {
+/// Brings one volume back. Code::volume_gone or Code::no_substitute; `restored` becomes true when
+/// something took its place.
+Code restore_volume(const backup_pv& volume, const live_pv_list& live, mdinfo_list& arrays,
+                    RamDisks& ram_disks, bool& restored) {
     const PvState state = pv_state(volume, live);
     if (state == PvState::moved) {
-        return volume_gone;
+        return Code::volume_gone;
     }
     if (state == PvState::on_array) {
         const mdinfo* array = find_array(arrays, volume.device);
         if (array == nullptr) {
-            return volume_gone;
+            return Code::volume_gone;
         }
         if (array->status != inactive_state) {
-            return 0;
+            return Code::ok;
         }
         give_up_array(*array);
     }
     // One that is present on a plain device gets a substitute too: the whole set is restored.
-    const int result = substitute(volume, ram_disks);
-    restored = restored || result == 0;
+    const Code result = substitute(volume, ram_disks);
+    restored = restored || !failed(result);
     return result;
 }
 
 } // namespace
 
-int handle_abnorm_raid(const char* pool, GroupName& group) {
+Code handle_abnorm_raid(const char* pool, GroupName& group, Sink& out) {
     std::string backup;
-    if (!find_pool_in_backups(pool, group, backup, LogSite::here())) {
-        return 0;
+    if (!find_pool_in_backups(pool, group, backup, LogSite::here(), out)) {
+        return Code::ok;
     }
-    if (const int result = raid_restore(backup, group.c_str()); result != 0) {
-        log_return(result);
-        return error::array_inactive;
+    if (const Code result = raid_restore(backup, group.c_str(), out); failed(result)) {
+        log_failure(result);
+        return Code::array_inactive;
     }
-    return 0;
+    return Code::ok;
 }
 
-int vg_raid_resume(const char* group) {
-    if (!has_backup_directory()) {
-        return 0;
+Code vg_raid_resume(const char* group, Sink& out) {
+    if (!has_backup_directory(out)) {
+        return Code::ok;
     }
     const std::string path = backup_path(group);
     const auto backup = read_file(path.c_str());
     if (!backup) {
-        std::printf("file '%s' cannot open\n", path.c_str());
-        return 0;
+        out.print("file '%s' cannot open\n", path.c_str());
+        return Code::ok;
     }
-    if (const int result = raid_restore(*backup, group); result != 0) {
-        log_return(result);
-        std::printf("raid restore '%s' fail\n", group);
-        return error::array_inactive;
+    if (const Code result = raid_restore(*backup, group, out); failed(result)) {
+        log_failure(result);
+        out.print("raid restore '%s' fail\n", group);
+        return Code::array_inactive;
     }
-    return 0;
+    return Code::ok;
 }
 
-int raid_restore(std::string_view backup, const char* group) {
+Code raid_restore(std::string_view backup, const char* group, Sink& out) {
     if (!is_plain_name(group)) {
         // Nothing is given up for a group that could not be restored in the end.
-        refuse_command(format_text(restore_group_command, group));
-        return volume_gone;
+        ignore(refuse_command(format_text(restore_group_command, group)));
+        return Code::volume_gone;
     }
     mdinfo_list arrays;
-    if (const int result = get_mdinfo(arrays); result != 0) {
-        log_return(result);
+    if (const Code result = get_mdinfo(arrays, out); failed(result)) {
+        log_failure(result);
     }
     backup_pv_list volumes;
-    if (const int result = parse_backup_volumes(backup, volumes); result != 0) {
-        log_return(result);
+    if (!parse_backup_volumes(backup, volumes)) {
+        log_failure(Code::backup_without_volumes);
     }
     live_pv_list live;
-    int result = 0;
-    if (const int live_result = get_idpv_from_pvdisplay(live); live_result != 0) {
-        log_return(live_result);
-        result = live_volumes_unknown;
+    Code result = Code::ok;
+    if (const Code live_result = get_idpv_from_pvdisplay(live, out); failed(live_result)) {
+        log_failure(live_result);
+        result = Code::live_volumes_unread;
     }
     RamDisks ram_disks(live);
     bool restored = false;
     for (const backup_pv& volume : volumes) {
-        const int stopped = restore_volume(volume, live, arrays, ram_disks, restored);
-        if (stopped != 0) {
+        const Code stopped = restore_volume(volume, live, arrays, ram_disks, restored);
+        if (failed(stopped)) {
             // Metadata restored onto half of the volumes would do more harm.
             return stopped;
         }
     }
-    std::printf("vg restore: %s\n", restored ? "yes" : "no");
+    out.print("vg restore: %s\n", restored ? "yes" : "no");
     if (restored) {
-        run_and_log(format_text(restore_group_command, group));
+        ignore(run_and_log(format_text(restore_group_command, group)));
     }
     return result;
 }

@@ -5,6 +5,8 @@
 /// was on them is lost; groups and pools are brought back so only to be deleted.
 #pragma once
 
+#include "base/codes.h"
+#include "base/sink.h"
 #include "inventory/backups.h"
 
 #include <string_view>
@@ -12,16 +14,16 @@
 namespace zav {
 
 /// Finds the group that had the pool, copies its name and brings it back. 0, also when no backup
-/// has the pool and `group` stays as it was; error::array_inactive when it cannot be brought back.
-int handle_abnorm_raid(const char* pool, GroupName& group);
+/// has the pool and `group` stays as it was; Code::array_inactive when it cannot be brought back.
+Code handle_abnorm_raid(const char* pool, GroupName& group, Sink& out);
 
-/// Brings a group back. 0, also without a backup of it; error::array_inactive, printed and logged.
-int vg_raid_resume(const char* group);
+/// Brings a group back. 0, also without a backup of it; Code::array_inactive, printed and logged.
+Code vg_raid_resume(const char* group, Sink& out);
 
 /// The work of both, on the text of a backup. Prints "vg restore: %s\n" with whether anything was
 /// restored. Runs pvdisplay; for an array that broke mdadm -f and dd; pvcreate and vgcfgrestore.
 /// 0; -1 when the volumes of now are unknown; -2 when a volume has moved, its array is gone, or
 /// the group's name can be in no command; -3 when there is no RAM disk for it.
-int raid_restore(std::string_view backup, const char* group);
+Code raid_restore(std::string_view backup, const char* group, Sink& out);
 
 } // namespace zav

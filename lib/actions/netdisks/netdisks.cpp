@@ -32,89 +32,89 @@ std::string netfs_mount_point(const char* label) {
     return format_text("/mnt/%s/%s", "netdisk", label);
 }
 
-int netfs_make(const char* label, const char* device) {
+Code netfs_make(const char* label, const char* device) {
     const bool is_reiserfs = product_fs_type() == reiserfs_type;
     return run_or_fail({label, device},
                        is_reiserfs ? format_text(make_labelled_reiserfs_command, label, device)
                                    : format_text(make_labelled_xfs_command, label, device));
 }
 
-int netfs_mount(const char* mntpoint, const char* label) {
+Code netfs_mount(const char* mntpoint, const char* label) {
     return mount_source(mntpoint, label_source(label), product_fs_type(), "mount");
 }
 
-int netfs_mount_typed(const char* mntpoint, const char* label, std::string_view type) {
+Code netfs_mount_typed(const char* mntpoint, const char* label, std::string_view type) {
     return mount_source(mntpoint, label_source(label), type, "/bin/mount");
 }
 
-int netfs_repair(const std::string& device, std::string_view type) {
+Code netfs_repair(const std::string& device, std::string_view type) {
     return repair_device(device, type);
 }
 
-int netfstab_add(const char* mntpoint, const char* label) {
+Code netfstab_add(const char* mntpoint, const char* label) {
     return register_add(netfstab, mntpoint,
                         format_text(netfstab_line, label, mntpoint, product_fs_type().data()));
 }
 
-int netfstab_remove(const char* mntpoint) {
+Code netfstab_remove(const char* mntpoint) {
     return register_remove(netfstab, mntpoint);
 }
 
-int create_netfs(const char* label, const char* device) {
-    if (netfs_make(label, device) != 0) {
-        return error::fs_not_made;
+Code create_netfs(const char* label, const char* device) {
+    if (failed(netfs_make(label, device))) {
+        return Code::fs_not_made;
     }
     const std::string mntpoint = netfs_mount_point(label);
-    netfstab_add(mntpoint.c_str(), label);
-    mntdir_create(mntpoint.c_str());
-    return netfs_mount(mntpoint.c_str(), label) == 0 ? 0 : error::fs_not_mounted;
+    ignore(netfstab_add(mntpoint.c_str(), label));
+    ignore(mntdir_create(mntpoint.c_str()));
+    return !failed(netfs_mount(mntpoint.c_str(), label)) ? Code::ok : Code::fs_not_mounted;
 }
 
-int delete_netfs(const char* label) {
+Code delete_netfs(const char* label, Sink& out) {
     const std::string mntpoint = netfs_mount_point(label);
-    const std::string device = mounted_device(label);
-    if (check_umount(label) != 0) {
-        return error::fs_not_unmounted;
+    const std::string device = mounted_device(label, out);
+    if (failed(check_umount(label, out))) {
+        return Code::fs_not_unmounted;
     }
-    mntdir_remove(mntpoint.c_str());
-    netfstab_remove(mntpoint.c_str());
+    ignore(mntdir_remove(mntpoint.c_str()));
+    ignore(netfstab_remove(mntpoint.c_str()));
     if (device.empty()) {
         log_error("network disk '%s' is not mounted: its device is not cleared", label);
-        return 0;
+        return Code::ok;
     }
     disk_format(device.c_str());
-    return 0;
+    return Code::ok;
 }
 
-int repair_kor_netfs(const char* label) {
-    std::string device = mounted_device(label);
-    if (check_umount(label) != 0) {
-        return log_return(error::fs_not_unmounted);
+Code repair_kor_netfs(const char* label, Sink& out) {
+    std::string device = mounted_device(label, out);
+    if (failed(check_umount(label, out))) {
+        return log_return(Code::fs_not_unmounted);
     }
     fs_list disks;
-    netfstab_read(disks);
+    ignore(netfstab_read(disks)); // what is not read is not registered
     const auto disk =
         std::ranges::find_if(disks, [label](const fs_info& fs) { return fs.name == label; });
     if (disk == disks.end()) {
-        return log_return(error::fs_not_repaired);
+        return log_return(Code::fs_not_repaired);
     }
     const char* mntpoint = disk->mntpoint.c_str();
-    if (const int result = check_mount_point(mntpoint); result != 0) {
+    if (const Code result = check_mount_point(mntpoint); failed(result)) {
         return log_return(result);
     }
     if (device.empty()) {
         device = labelled_device(label);
     }
-    const int repaired = netfs_repair(device, disk->fstype);
-    if (repaired != 0) {
-        log_return(repaired);
+    const Code repaired = netfs_repair(device, disk->fstype);
+    if (failed(repaired)) {
+        log_failure(repaired);
     }
-    const int mounted = mount_repaired(
+    const Code mounted = mount_repaired(
         label, mntpoint, [&] { return netfs_mount_typed(mntpoint, label, disk->fstype); });
-    if (mounted != 0) {
+    if (failed(mounted)) {
         return log_return(mounted);
     }
-    netfstab_add(mntpoint, label);
+    ignore(netfstab_add(mntpoint, label));
     return repaired;
 }
 

@@ -2,8 +2,11 @@
 /// \file
 /// What makes, mounts, deletes and repairs network disks, and the register of them. Each step is
 /// that of a pool with a label in place of the device. A failed command, or one that is not run
-/// since a name in it is not plain, gives error::command_failed.
+/// since a name in it is not plain, gives Code::command_failed.
 #pragma once
+
+#include "base/codes.h"
+#include "base/sink.h"
 
 #include <string>
 #include <string_view>
@@ -14,36 +17,36 @@ namespace zav {
 std::string netfs_mount_point(const char* label);
 
 /// Makes a file system of the product's type on a device, named as under /dev. Runs mkfs.reiserfs
-/// or mkfs.xfs. 0 or error::command_failed.
-int netfs_make(const char* label, const char* device);
+/// or mkfs.xfs. 0 or Code::command_failed.
+Code netfs_make(const char* label, const char* device);
 
 /// Mounts the disk of that label as the product's type and opens it to everybody. Runs mount,
-/// chmod. 0 or error::command_failed.
-int netfs_mount(const char* mntpoint, const char* label);
+/// chmod. 0 or Code::command_failed.
+Code netfs_mount(const char* mntpoint, const char* label);
 
 /// The same as the registered type.
-int netfs_mount_typed(const char* mntpoint, const char* label, std::string_view type);
+Code netfs_mount_typed(const char* mntpoint, const char* label, std::string_view type);
 
 /// Repairs the file system on a device, such as /dev/sdf. Runs xfs_repair or reiserfsck. 0 or
-/// error::fs_not_repaired, also without a device, when nothing is run.
-int netfs_repair(const std::string& device, std::string_view type);
+/// Code::fs_not_repaired, also without a device, when nothing is run.
+Code netfs_repair(const std::string& device, std::string_view type);
 
-/// Registers a network disk. 0, mount_point_registered or error::register_unopened.
-int netfstab_add(const char* mntpoint, const char* label);
+/// Registers a network disk. 0, mount_point_registered or Code::register_unopened.
+Code netfstab_add(const char* mntpoint, const char* label);
 
-/// Takes a mount point out of the register. 0, error::register_unopened or error::command_failed.
-int netfstab_remove(const char* mntpoint);
+/// Takes a mount point out of the register. 0, Code::register_unopened or Code::command_failed.
+Code netfstab_remove(const char* mntpoint);
 
-/// Makes, registers and mounts a network disk. 0, error::fs_not_made or error::fs_not_mounted.
-int create_netfs(const char* label, const char* device);
+/// Makes, registers and mounts a network disk. 0, Code::fs_not_made or Code::fs_not_mounted.
+Code create_netfs(const char* label, const char* device);
 
 /// Unmounts a network disk, takes it out of the register and clears its device, if it was mounted.
-/// 0 or error::fs_not_unmounted.
-int delete_netfs(const char* label);
+/// 0 or Code::fs_not_unmounted.
+Code delete_netfs(const char* label, Sink& out);
 
-/// Unmounts a registered network disk, repairs it and mounts it again. 0; error::fs_not_unmounted,
-/// error::fs_not_mounted; error::fs_not_repaired, after which a registered disk is mounted all the
+/// Unmounts a registered network disk, repairs it and mounts it again. 0; Code::fs_not_unmounted,
+/// Code::fs_not_mounted; Code::fs_not_repaired, after which a registered disk is mounted all the
 /// same.
-int repair_kor_netfs(const char* label);
+Code repair_kor_netfs(const char* label, Sink& out);
 
 } // namespace zav

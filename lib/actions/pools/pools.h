@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 /// \file
 /// What makes, grows and removes pools. Names are plain names, not paths; sizes are GiB. Every
-/// check reads the lists anew. A failed command gives error::command_failed, and so does a name
+/// check reads the lists anew. A failed command gives Code::command_failed, and so does a name
 /// that can be in no command, which is logged and not run.
 #pragma once
+
+#include "base/codes.h"
+#include "base/sink.h"
 
 #include <cstdint>
 
@@ -11,30 +14,30 @@ namespace zav {
 
 /// Whether the pool is in the group and, unless `size` is 0, smaller than that. Every pool of that
 /// name in front of it in the list is measured too, whatever its group. 0,
-/// error::pool_name_missing, error::wrong_pool_group, error::size_not_possible or
-/// error::no_such_pool.
-int pool_check(const char* pool, const char* group, std::int32_t size);
+/// Code::pool_name_missing, Code::wrong_pool_group, Code::size_not_possible or
+/// Code::no_such_pool.
+Code pool_check(const char* pool, const char* group, std::int32_t size, Sink& out);
 
-/// Whether the group has no pool of that name. 0, error::pool_name_missing or
-/// error::pool_name_used.
-int pool_name_check(const char* pool, const char* group);
+/// Whether the group has no pool of that name. 0, Code::pool_name_missing or
+/// Code::pool_name_used.
+Code pool_name_check(const char* pool, const char* group, Sink& out);
 
-/// How much of a group is not allocated. 0 or error::wrong_pool_group.
-int vg_room(const char* group, std::uint64_t& room);
+/// How many GiB of a group are not allocated, or Code::wrong_pool_group.
+Result<std::uint64_t> vg_room(const char* group, Sink& out);
 
-/// Whether the group has room for `size`, which is not 0. 0, error::wrong_pool_group or
-/// error::size_not_possible.
-int vg_space_check(const char* group, std::uint64_t size);
+/// Whether the group has room for `size`, which is not 0. 0, Code::wrong_pool_group or
+/// Code::size_not_possible.
+Code vg_space_check(const char* group, std::uint64_t size, Sink& out);
 
 /// Makes a pool. Runs lvcreate. 0, vg_space_check()'s or pool_name_check()'s code, or
-/// error::command_failed.
-int pool_create(const char* pool, const char* group, std::uint64_t size);
+/// Code::command_failed.
+Code pool_create(const char* pool, const char* group, std::uint64_t size, Sink& out);
 
 /// Makes a pool larger; the group needs room for the whole new size. Runs lvextend. 0,
-/// pool_check()'s or vg_space_check()'s code, or error::command_failed.
-int pool_extend(const char* pool, const char* group, std::uint64_t size);
+/// pool_check()'s or vg_space_check()'s code, or Code::command_failed.
+Code pool_extend(const char* pool, const char* group, std::uint64_t size, Sink& out);
 
-/// Removes a pool. Runs lvremove. 0, pool_check()'s code or error::command_failed.
-int pool_remove(const char* pool, const char* group);
+/// Removes a pool. Runs lvremove. 0, pool_check()'s code or Code::command_failed.
+Code pool_remove(const char* pool, const char* group, Sink& out);
 
 } // namespace zav

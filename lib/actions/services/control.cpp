@@ -30,7 +30,7 @@ void restart_service(std::string_view type) {
         return;
     }
     for (const char* action : {"stop", "start"}) {
-        run_and_log(format_text(service_command, script->second, action));
+        ignore(run_and_log(format_text(service_command, script->second, action)));
     }
 }
 

@@ -23,13 +23,13 @@ void store(const std::optional<unsigned long>& value, unsigned long* output) {
     }
 }
 
-int write_limits(const Capture& copy, const std::array<int, ftp_limit_count>& values) {
+Code write_limits(const Capture& copy, const std::array<int, ftp_limit_count>& values) {
     const auto text = read_file(vsftpd_conf_path);
     if (!text) {
-        return error::ftp_limits_unread;
+        return Code::ftp_limits_unread;
     }
     const bool written = write_copy(copy.path(), with_ftp_limits(*text, values), vsftpd_conf_path);
-    return written ? 0 : error::ftp_limits_copy_unopened;
+    return written ? Code::ok : Code::ftp_limits_copy_unopened;
 }
 
 } // namespace
@@ -42,7 +42,7 @@ int ftp_limits_get(unsigned long* local_max_rate, unsigned long* max_clients,
                    unsigned long* max_per_ip) {
     const auto text = read_file(vsftpd_conf_path);
     if (!text) {
-        return fail_with_errno(error::ftp_limits_unread);
+        return number_of(fail_with_errno(Code::ftp_limits_unread));
     }
     const FtpLimits values = parse_ftp_limits(*text);
     store(values[0], local_max_rate);
@@ -53,11 +53,11 @@ int ftp_limits_get(unsigned long* local_max_rate, unsigned long* max_clients,
 
 int ftp_limits_set(int local_max_rate, int max_clients, int max_per_ip) {
     const Capture copy("/tmp/vsftpd.XXXXXX");
-    if (const int result = write_limits(copy, {local_max_rate, max_clients, max_per_ip});
-        result != 0) {
-        return fail_with_errno(result);
+    if (const Code result = write_limits(copy, {local_max_rate, max_clients, max_per_ip});
+        failed(result)) {
+        return number_of(fail_with_errno(result));
     }
-    const int result = run_or_fail(format_text(move_command, copy.path(), vsftpd_conf_path));
-    conf_save(vsftpd_conf_path);
-    return result;
+    const Code result = run_or_fail(format_text(move_command, copy.path(), vsftpd_conf_path));
+    ignore(conf_save(vsftpd_conf_path));
+    return number_of(result);
 }

@@ -29,21 +29,21 @@ constexpr mode_t file_mode = 0700;
 /// Cuts the file at `start`, writes every share's lines there, and hands it to the configuration
 /// tool. A line that cannot be written ends the file.
 template <class LinesOf>
-int rewrite(int fd, std::size_t start, const share_list& list, const char* item,
-            const LinesOf& lines_of) {
+FileCode rewrite(int fd, std::size_t start, const share_list& list, const char* item,
+                 const LinesOf& lines_of) {
     const auto offset = static_cast<off_t>(start);
     if (::ftruncate(fd, offset) != 0 || ::lseek(fd, offset, SEEK_SET) != offset) {
-        return file_error::unwritten;
+        return FileCode::unwritten;
     }
     for (const share_info& share : list) {
         for (const std::string& line : lines_of(share)) {
             if (!write_all(fd, line)) {
-                return file_error::unwritten;
+                return FileCode::unwritten;
             }
         }
     }
-    conf_save(item);
-    return 0;
+    ignore(conf_save(item));
+    return FileCode::ok;
 }
 
 /// The whole of an open file.
@@ -52,41 +52,40 @@ std::optional<std::string> read_whole(int fd) {
 }
 
 /// The global part stays.
-int write_samba(int fd, const share_list& list) {
+FileCode write_samba(int fd, const share_list& list) {
     const auto text = read_whole(fd);
     if (!text) {
-        return file_error::unwritten;
+        return FileCode::unwritten;
     }
     std::size_t start = samba_global_size(*text);
     const bool ends_open = start == text->size() && start > 0 && text->back() != '\n';
     if (ends_open && !write_all(fd, "\n")) {
-        return file_error::unwritten;
+        return FileCode::unwritten;
     }
     start += ends_open ? 1 : 0;
     return rewrite(fd, start, list, samba_path,
                    [](const share_info& share) { return samba_lines(share, "writable"); });
 }
 
-int write_samba_recycle(int fd, const share_list& list) {
+FileCode write_samba_recycle(int fd, const share_list& list) {
     return rewrite(fd, 0, list, samba_recycle_path,
                    [](const share_info& share) { return samba_lines(share, "writeable"); });
 }
 
-int write_exports(int fd, const share_list& list) {
+FileCode write_exports(int fd, const share_list& list) {
     return rewrite(fd, 0, list, exports_path, export_line);
 }
 
-int write_exports_recycle(int fd, const share_list& list) {
+FileCode write_exports_recycle(int fd, const share_list& list) {
     return rewrite(fd, 0, list, exports_recycle_item, export_line);
 }
 
-int write_targets(int fd, const share_list& list) {
+FileCode write_targets(int fd, const share_list& list) {
     const std::time_t now = std::time(nullptr);
     return rewrite(fd, 0, list, targets_path, [now](const share_info& share) {
         return target_lines(share, now, [](std::string_view user) {
-            std::string secret;
-            get_user_secret(user, secret); // without the file there is no secret
-            return secret;
+            const auto secret = get_user_secret(user);
+            return secret ? *secret : ""; // without the file there is no secret
         });
     });
 }
@@ -113,35 +112,30 @@ const ServiceFile* find_file(std::span<const ServiceFile> files, std::string_vie
     return found != files.end() ? &*found : nullptr;
 }
 
-/// Turns file_lock_open()'s result into that of a step on the file.
-int open_result(int result, int unopened) {
-    return result == file_error::not_opened ? unopened : result;
-}
-
-int open_file(OpenServiceFile& file, const ServiceFile* service) {
-    return service != nullptr ? file.open(*service) : error::unknown_service;
+Code open_file(OpenServiceFile& file, const ServiceFile* service) {
+    return service != nullptr ? file.open(*service) : Code::unknown_service;
 }
 
 } // namespace
 
-int file_lock_open(const char* path, FileDescriptor& fd) {
+Code file_lock_open(const char* path, FileDescriptor& fd, Code unopened) {
     fd = FileDescriptor::open(path, O_RDWR | O_CREAT, file_mode);
     if (!fd) {
-        return file_error::not_opened;
+        return unopened;
     }
     if (try_lock(fd.get()) != LockResult::locked) {
         fd.close();
-        return error::file_locked;
+        return Code::file_locked;
     }
-    return 0;
+    return Code::ok;
 }
 
-int share_list_read(const FileDescriptor& fd, share_list& list) {
+FileCode share_list_read(const FileDescriptor& fd, share_list& list) {
     const auto text = read_rest(fd.get());
-    return text ? parse_register_sections(*text, list) : file_error::unread;
+    return text ? parse_register_sections(*text, list) : FileCode::unread;
 }
 
-int share_list_write(const FileDescriptor& fd, const share_list& list) {
+FileCode share_list_write(const FileDescriptor& fd, const share_list& list) {
     return rewrite(fd.get(), 0, list, share_register_path, register_lines);
 }
 
@@ -153,48 +147,51 @@ const ServiceFile* recycle_file(std::string_view service) {
     return find_file(recycle_files, service);
 }
 
-int OpenServiceFile::open(const ServiceFile& file) {
+Code OpenServiceFile::open(const ServiceFile& file) {
     file_ = &file;
     if (file.path == nullptr) {
-        return 0;
+        return Code::ok;
     }
-    if (const int result = file_lock_open(file.path, fd_); result != 0) {
-        return open_result(result, error::service_file_unopened);
+    if (const Code result = file_lock_open(file.path, fd_, Code::service_file_unopened);
+        failed(result)) {
+        return result;
     }
     const auto text = read_rest(fd_.get());
-    return text && file.parse(*text, shares_) == 0 ? 0 : error::share_file_malformed;
+    return text && !failed(file.parse(*text, shares_)) ? Code::ok : Code::share_file_malformed;
 }
 
-int OpenServiceFile::write() {
-    return !has_file() || file_->write(fd_.get(), shares_) == 0 ? 0 : error::service_file_unwritten;
+Code OpenServiceFile::write() {
+    return !has_file() || !failed(file_->write(fd_.get(), shares_)) ? Code::ok
+                                                                    : Code::service_file_unwritten;
 }
 
-int OpenRegister::open() {
-    if (const int result = file_lock_open(share_register_path, fd_); result != 0) {
-        return open_result(result, error::share_register_unopened);
+Code OpenRegister::open() {
+    if (const Code result = file_lock_open(share_register_path, fd_, Code::share_register_unopened);
+        failed(result)) {
+        return result;
     }
-    return share_list_read(fd_, shares_) == 0 ? 0 : error::share_file_malformed;
+    return !failed(share_list_read(fd_, shares_)) ? Code::ok : Code::share_file_malformed;
 }
 
-int OpenRegister::write() {
-    return share_list_write(fd_, shares_) == 0 ? 0 : error::share_register_unwritten;
+Code OpenRegister::write() {
+    return !failed(share_list_write(fd_, shares_)) ? Code::ok : Code::share_register_unwritten;
 }
 
-int service_conf_open(OpenServiceFile& file, std::string_view service) {
+Code service_conf_open(OpenServiceFile& file, std::string_view service) {
     return open_file(file, live_file(service));
 }
 
-int recy_conf_open(OpenServiceFile& file, std::string_view service) {
+Code recy_conf_open(OpenServiceFile& file, std::string_view service) {
     return open_file(file, recycle_file(service));
 }
 
-int read_exports_file(const char* path, share_list& list) {
+Code read_exports_file(const char* path, share_list& list) {
     FileDescriptor fd;
-    if (const int result = file_lock_open(path, fd); result != 0) {
-        return open_result(result, error::service_file_unopened);
+    if (const Code result = file_lock_open(path, fd, Code::service_file_unopened); failed(result)) {
+        return result;
     }
     const auto text = read_rest(fd.get());
-    return text && parse_exports(*text, list) == 0 ? 0 : error::share_file_malformed;
+    return text && !failed(parse_exports(*text, list)) ? Code::ok : Code::share_file_malformed;
 }
 
 } // namespace zav

@@ -4,6 +4,7 @@
 /// file. Nobody waits for a lock.
 #pragma once
 
+#include "base/codes.h"
 #include "base/file.h"
 #include "records/share.h"
 
@@ -11,24 +12,23 @@
 
 namespace zav {
 
-/// Opens a file, made when it is not there, and locks it. 0, file_error::not_opened, or
-/// error::file_locked. The lock ends when `fd` is closed; no other descriptor of the file may be
-/// closed until then.
-int file_lock_open(const char* path, FileDescriptor& fd);
+/// Opens a file, made when it is not there, and locks it. `unopened` or Code::file_locked. The lock
+/// ends when `fd` is closed; no other descriptor of the file may be closed until then.
+Code file_lock_open(const char* path, FileDescriptor& fd, Code unopened);
 
-/// Adds the shares of the register to the list. 0, file_error::unread or file_error::malformed.
-int share_list_read(const FileDescriptor& fd, share_list& list);
+/// Adds the shares of the register to the list. 0, FileCode::unread or FileCode::malformed.
+FileCode share_list_read(const FileDescriptor& fd, share_list& list);
 
-/// Rewrites the register and hands it to the configuration tool. 0 or file_error::unwritten, which
+/// Rewrites the register and hands it to the configuration tool. 0 or FileCode::unwritten, which
 /// leaves it short.
-int share_list_write(const FileDescriptor& fd, const share_list& list);
+FileCode share_list_write(const FileDescriptor& fd, const share_list& list);
 
 /// One service's file of shares in use, or of forbidden ones.
 struct ServiceFile {
     std::string_view service;
     const char* path; ///< null for a service without a file of its own
-    int (*parse)(std::string_view text, share_list& list);
-    int (*write)(int fd, const share_list& list);
+    FileCode (*parse)(std::string_view text, share_list& list);
+    FileCode (*write)(int fd, const share_list& list);
 };
 
 /// The live file of a service, or the recycle file that keeps its forbidden shares; null for a
@@ -39,8 +39,8 @@ const ServiceFile* recycle_file(std::string_view service);
 /// A service's file with its lock and its shares.
 class OpenServiceFile {
   public:
-    /// 0; error::service_file_unopened, error::file_locked, error::share_file_malformed.
-    int open(const ServiceFile& file);
+    /// 0; Code::service_file_unopened, Code::file_locked, Code::share_file_malformed.
+    Code open(const ServiceFile& file);
 
     [[nodiscard]] share_list& shares() { return shares_; }
 
@@ -48,8 +48,8 @@ class OpenServiceFile {
     [[nodiscard]] bool has_file() const { return file_->path != nullptr; }
 
     /// Rewrites the file and hands it to the configuration tool. 0 or
-    /// error::service_file_unwritten, which leaves it short.
-    int write();
+    /// Code::service_file_unwritten, which leaves it short.
+    Code write();
 
   private:
     const ServiceFile* file_ = nullptr;
@@ -57,25 +57,25 @@ class OpenServiceFile {
     share_list shares_;
 };
 
-/// The register in the same way: 0; error::share_register_unopened, error::file_locked,
-/// error::share_file_malformed; write() gives error::share_register_unwritten.
+/// The register in the same way: 0; Code::share_register_unopened, Code::file_locked,
+/// Code::share_file_malformed; write() gives Code::share_register_unwritten.
 class OpenRegister {
   public:
-    int open();
+    Code open();
     [[nodiscard]] share_list& shares() { return shares_; }
-    int write();
+    Code write();
 
   private:
     FileDescriptor fd_;
     share_list shares_;
 };
 
-/// live_file() or recycle_file(), opened. Also error::unknown_service.
-int service_conf_open(OpenServiceFile& file, std::string_view service);
-int recy_conf_open(OpenServiceFile& file, std::string_view service);
+/// live_file() or recycle_file(), opened. Also Code::unknown_service.
+Code service_conf_open(OpenServiceFile& file, std::string_view service);
+Code recy_conf_open(OpenServiceFile& file, std::string_view service);
 
-/// Reads a file of exports: 0, error::service_file_unopened, error::file_locked or
-/// error::share_file_malformed.
-int read_exports_file(const char* path, share_list& list);
+/// Reads a file of exports: 0, Code::service_file_unopened, Code::file_locked or
+/// Code::share_file_malformed.
+Code read_exports_file(const char* path, share_list& list);
 
 } // namespace zav

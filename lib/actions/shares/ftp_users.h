@@ -4,6 +4,7 @@
 /// default user is left alone by all callers. Names that are no plain file names are refused.
 #pragma once
 
+#include "base/codes.h"
 #include "records/share.h"
 
 #include <string_view>
@@ -11,25 +12,25 @@
 namespace zav {
 
 /// Gives a user of the system another home. Runs mv. 0; -1 or -2 of read_file_lines();
-/// error::command_failed.
-int rewrite_home(std::string_view user, std::string_view home);
+/// Code::command_failed.
+Code rewrite_home(std::string_view user, std::string_view home);
 
 /// Writes the file of the share's user and hands it to the FTP server. Runs fxml. 0; -1 or -2 of
-/// read_file_lines(); error::ftp_user_file_unopened or error::ftp_user_file_unwritten.
-int ftp_user_set(const share_info& share);
+/// read_file_lines(); Code::ftp_user_file_unopened or Code::ftp_user_file_unwritten.
+Code ftp_user_set(const share_info& share);
 
 /// Takes the share's user from the FTP server and gives it its own home again. Runs mv, fxml. 0 or
-/// error::home_not_rewritten.
-int ftp_user_remove(const share_info& share);
+/// Code::home_not_rewritten.
+Code ftp_user_remove(const share_info& share);
 
-/// Binds the share's user, new homes first, instead of `old_user`. 0 or error::share_not_edited.
-int ftp_mod(const share_info& share, std::string_view old_user);
+/// Binds the share's user, new homes first, instead of `old_user`. 0 or Code::share_not_edited.
+Code ftp_mod(const share_info& share, std::string_view old_user);
 
 /// The home of the users that are bound to shares.
 inline constexpr std::string_view ftp_home = "/home/ftpuser";
 
 /// Binds the share's user, unless it is the default one: its home first. 0 or the code of the step
 /// that failed.
-int ftp_bind(const share_info& share);
+Code ftp_bind(const share_info& share);
 
 } // namespace zav

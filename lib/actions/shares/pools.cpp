@@ -10,26 +10,23 @@
 #include "base/text.h"
 #include "inventory/mounts.h"
 #include "inventory/pools.h"
-#include "platform/product_model.h"
+#include "platform/models.h"
 #include "sources/fs_repair.h"
 
 #include <algorithm>
-#include <array>
 
 namespace zav {
 
 namespace {
 
-constexpr std::array<std::string_view, 2> local_reiserfs_models = {"VEL7205E", "VEL7205P"};
-constexpr std::array<std::string_view, 2> system_reiserfs_models = {"VEL7206P", "KOR7206LB"};
-
 std::string repair_command(const char* name, const char* group) {
-    const std::string model = product_model();
-    if (std::ranges::find(local_reiserfs_models, model) != local_reiserfs_models.end()) {
+    switch (product_model().share_repair) {
+    case ShareRepair::local_reiserfsck:
         return format_text(repair_share_reiserfs_local_command, group, name);
-    }
-    if (std::ranges::find(system_reiserfs_models, model) != system_reiserfs_models.end()) {
+    case ShareRepair::system_reiserfsck:
         return format_text(repair_share_reiserfs_command, group, name);
+    case ShareRepair::xfs_repair:
+        break;
     }
     return format_text(repair_share_xfs_command, group, name);
 }
@@ -43,15 +40,15 @@ bool is_mounted(const share_info& share) {
     return mounts && find_mount_named(*mounts, share.name) != nullptr;
 }
 
-int register_mount(const std::string& mntpoint, const char* group, const char* pool) {
-    const int result = mdfstab_add(mntpoint.c_str(), group, pool);
-    return result == mount_point_registered ? 0 : result;
+Code register_mount(const std::string& mntpoint, const char* group, const char* pool) {
+    const Code result = mdfstab_add(mntpoint.c_str(), group, pool);
+    return result == Code::mount_point_registered ? Code::ok : result;
 }
 
-int mount_at(const std::string& mntpoint, const char* group, const char* pool) {
-    mntdir_create(mntpoint.c_str());
-    return fs_mount(mntpoint.c_str(), group, pool) == 0 ? register_mount(mntpoint, group, pool)
-                                                        : error::fs_not_mounted;
+Code mount_at(const std::string& mntpoint, const char* group, const char* pool) {
+    ignore(mntdir_create(mntpoint.c_str()));
+    return !failed(fs_mount(mntpoint.c_str(), group, pool)) ? register_mount(mntpoint, group, pool)
+                                                            : Code::fs_not_mounted;
 }
 
 } // namespace
@@ -66,36 +63,33 @@ std::string share_path(std::string_view type, const char* group, const char* nam
     return format_text("/mnt/%s/%s", group, name);
 }
 
-int find_pool_group(const char* pool, GroupName& group) {
+Result<GroupName> find_pool_group(const char* pool, Sink& out) {
     pool_list pools;
-    if (const int result = pool_list_get(pools); result == error::pool_output_unread) {
+    if (const Code result = pool_list_get(pools, out); result == Code::pool_output_unread) {
         return result;
     }
     const auto found = std::ranges::find_if(
         pools, [pool](const pool_info& record) { return last_component(record.name) == pool; });
-    if (found != pools.end()) {
-        group = found->vgname.view();
-    }
-    return 0;
+    return found != pools.end() ? GroupName(found->vgname.view()) : GroupName();
 }
 
-int mount_share(const share_info& share, const char* group) {
+Code mount_share(const share_info& share, const char* group) {
     return mount_at(path_of(share, group), group, share.name.c_str());
 }
 
-int mount_missing_share(const share_info& share, const char* group) {
+Code mount_missing_share(const share_info& share, const char* group) {
     const char* name = share.name.c_str();
     const std::string mntpoint = share_path(share_type::samba, group, name);
     return is_mounted(share) ? register_mount(mntpoint, group, name)
                              : mount_at(mntpoint, group, name);
 }
 
-int mount_again(const share_info& share, const char* group) {
+Code mount_again(const share_info& share, const char* group) {
     if (!is_mounted(share)) {
         return mount_share(share, group);
     }
     const std::string mntpoint = path_of(share, group);
-    mntdir_create(mntpoint.c_str());
+    ignore(mntdir_create(mntpoint.c_str()));
     return register_mount(mntpoint, group, share.name.c_str());
 }
 
@@ -105,28 +99,27 @@ void unregister_mount(const share_info& share, const GroupName& group) {
         return;
     }
     const std::string path = path_of(share, group.c_str());
-    mdfstab_remove(path.c_str());
-    mntdir_remove(path.c_str());
+    ignore(mdfstab_remove(path.c_str()));
+    ignore(mntdir_remove(path.c_str()));
 }
 
-int remove_share_pool(const share_info& share, const GroupName& group) {
+Code remove_share_pool(const share_info& share, const GroupName& group, Sink& out) {
     if (group.empty()) {
-        return 0;
+        return Code::ok;
     }
     const char* name = share.name.c_str();
-    const int result = pool_remove(name, group.c_str());
-    if (result == error::no_such_pool) {
-        return 0;
+    const Code result = pool_remove(name, group.c_str(), out);
+    if (result == Code::no_such_pool) {
+        return Code::ok;
     }
-    if (result != error::command_failed) {
+    if (result != Code::command_failed) {
         return result;
     }
-    return check_lvname(name) == 0 ? 0 : error::pool_not_removed;
+    return check_lvname(name, out) == Presence::absent ? Code::ok : Code::pool_not_removed;
 }
 
-int repair_share_fs(const char* name, const char* group) {
-    run_or_fail({group, name}, repair_command(name, group));
-    return 0;
+void repair_share_fs(const char* name, const char* group) {
+    ignore(run_or_fail({group, name}, repair_command(name, group)));
 }
 
 } // namespace zav

@@ -4,6 +4,8 @@
 /// point is made of group and name, whatever a file says.
 #pragma once
 
+#include "base/codes.h"
+#include "base/sink.h"
 #include "inventory/backups.h"
 #include "records/share.h"
 
@@ -14,31 +16,31 @@ namespace zav {
 /// Where a share of that service is mounted; for iSCSI the device that it exports.
 std::string share_path(std::string_view type, const char* group, const char* name);
 
-/// The group of a pool, by the pool list; empty when there is no such pool. 0 or
-/// error::pool_output_unread.
-int find_pool_group(const char* pool, GroupName& group);
+/// The group of a pool, by the pool list; empty when there is no such pool.
+/// Code::pool_output_unread.
+Result<GroupName> find_pool_group(const char* pool, Sink& out);
 
-/// Makes the mount point, mounts the pool there and registers it. 0, error::fs_not_mounted, or
-/// error::register_unopened.
-int mount_share(const share_info& share, const char* group);
+/// Makes the mount point, mounts the pool there and registers it. 0, Code::fs_not_mounted, or
+/// Code::register_unopened.
+Code mount_share(const share_info& share, const char* group);
 
 /// The same at the mount point of Samba and NFS, whatever the share's service; where something is
 /// mounted on a directory of the share's name it is only registered.
-int mount_missing_share(const share_info& share, const char* group);
+Code mount_missing_share(const share_info& share, const char* group);
 
 /// The same for restoring: the mount point is made even so, and chattr then protects the root of
 /// what is mounted there.
-int mount_again(const share_info& share, const char* group);
+Code mount_again(const share_info& share, const char* group);
 
 /// Takes the mount point out of the register and removes it. Nothing without a group, which is
 /// logged, but for FTP shares, whose mount point does without.
 void unregister_mount(const share_info& share, const GroupName& group);
 
-/// Removes the pool; nothing without a group. 0, also when there was none; error::pool_not_removed,
+/// Removes the pool; nothing without a group. 0, also when there was none; Code::pool_not_removed,
 /// or pool_check()'s code.
-int remove_share_pool(const share_info& share, const GroupName& group);
+Code remove_share_pool(const share_info& share, const GroupName& group, Sink& out);
 
-/// Repairs the file system on a share's pool. Always 0: what the tool failed at is in the log.
-int repair_share_fs(const char* name, const char* group);
+/// Repairs the file system on a share's pool. A failure is only logged.
+void repair_share_fs(const char* name, const char* group);
 
 } // namespace zav

@@ -8,6 +8,8 @@
 /// (fs_operations.h) and files (share_steps.h).
 #pragma once
 
+#include "base/codes.h"
+#include "base/sink.h"
 #include "inventory/backups.h"
 #include "records/share.h"
 
@@ -16,39 +18,39 @@
 
 namespace zav {
 
-/// Whether the group has room for `size`, which may be 0. 0, error::wrong_pool_group or
-/// error::size_not_possible.
-int share_space_check(const char* group, std::uint64_t size);
+/// Whether the group has room for `size`, which may be 0. 0, Code::wrong_pool_group or
+/// Code::size_not_possible.
+Code share_space_check(const char* group, std::uint64_t size, Sink& out);
 
-/// Makes a share with a pool of its size and starts its service anew. 0; error::share_exists,
-/// error::share_listed, error::share_not_created, error::pool_not_created, error::fs_not_mounted.
-int create_share(const share_info& share, const char* group);
+/// Makes a share with a pool of its size and starts its service anew. 0; Code::share_exists,
+/// Code::share_listed, Code::share_not_created, Code::pool_not_created, Code::fs_not_mounted.
+Code create_share(const share_info& share, const char* group, Sink& out);
 
-/// Deletes a share and its pool. 0; error::no_such_share, error::array_inactive,
-/// error::fs_not_unmounted, error::pool_not_removed, error::share_not_deleted.
-int delete_share(const char* name);
-int del_use_share(const share_info& share, const GroupName& group);
-int del_snf_share(const share_info& share, const GroupName& group);
-int del_iscsi_share(const share_info& share, const GroupName& group);
-int del_forbid_share(const share_info& share, const GroupName& group);
+/// Deletes a share and its pool. 0; Code::no_such_share, Code::array_inactive,
+/// Code::fs_not_unmounted, Code::pool_not_removed, Code::share_not_deleted.
+Code delete_share(const char* name, Sink& out);
+Code del_use_share(const share_info& share, const GroupName& group, Sink& out);
+Code del_snf_share(const share_info& share, const GroupName& group, Sink& out);
+Code del_iscsi_share(const share_info& share, const GroupName& group, Sink& out);
+Code del_forbid_share(const share_info& share, const GroupName& group, Sink& out);
 
 /// Gives a share new texts and access and makes it one in use (state 1) or a forbidden one (0). 0
-/// or error::share_not_listed for one that was not where it should have been; error::no_such_share,
-/// error::share_not_forbidden, error::share_not_used, error::share_not_edited,
-/// error::no_such_group, error::fs_not_mounted, error::fs_not_unmounted.
-int edit_share(share_info& share, int state);
-int forbid_use_share(share_info& share, std::string_view current_user);
-int mod_use_share(const share_info& share);
-int mod_forbiden_share(share_info& share);
-int set_to_ftp(share_info& share);
-int set_to_smbnfs(share_info& share);
+/// or Code::share_not_listed for one that was not where it should have been; Code::no_such_share,
+/// Code::share_not_forbidden, Code::share_not_used, Code::share_not_edited,
+/// Code::no_such_group, Code::fs_not_mounted, Code::fs_not_unmounted.
+Code edit_share(share_info& share, int state, Sink& out);
+Code forbid_use_share(share_info& share, std::string_view current_user);
+Code mod_use_share(const share_info& share);
+Code mod_forbiden_share(share_info& share);
+Code set_to_ftp(share_info& share, Sink& out);
+Code set_to_smbnfs(share_info& share, Sink& out);
 
-/// Registers a share whose pool is there, and mounts it. 0; error::share_not_restored,
-/// error::fs_not_mounted.
-int restore_share(share_info& share, const char* group);
+/// Registers a share whose pool is there, and mounts it. 0; Code::share_not_restored,
+/// Code::fs_not_mounted.
+Code restore_share(share_info& share, const char* group);
 
-/// Unmounts a share, repairs its file system, mounts it and registers it. 0; error::no_such_share,
-/// error::fs_not_unmounted, error::fs_not_mounted, error::share_not_repaired.
-int repair_share(const char* name, std::string_view type, const char* group);
+/// Unmounts a share, repairs its file system, mounts it and registers it. 0; Code::no_such_share,
+/// Code::fs_not_unmounted, Code::fs_not_mounted, Code::share_not_repaired.
+Code repair_share(const char* name, std::string_view type, const char* group, Sink& out);
 
 } // namespace zav

@@ -27,9 +27,9 @@ share_info with_given(const share_info& entry, const share_info& share) {
 }
 
 /// Brings the file of the share's service in line with the registered shares.
-int update_live_file(const share_info& share, const share_list& registered) {
+Code update_live_file(const share_info& share, const share_list& registered) {
     OpenServiceFile live;
-    if (const int result = service_conf_open(live, share.type); result != 0) {
+    if (const Code result = service_conf_open(live, share.type); failed(result)) {
         return result;
     }
     for (const share_info& entry : registered) {
@@ -62,15 +62,15 @@ bool apply(const share_info& share, share_list& list) {
     return true;
 }
 
-/// Updates the register's entry. 0, error::share_not_listed when it was added, or a code.
-int update_register(const share_info& share) {
+/// Updates the register's entry. 0, Code::share_not_listed when it was added, or a code.
+Code update_register(const share_info& share) {
     OpenRegister entries;
-    if (const int result = entries.open(); result != 0) {
+    if (const Code result = entries.open(); failed(result)) {
         return result;
     }
-    const bool was_listed = share_list_update(share, entries.shares()) == 0;
-    const int result = entries.write();
-    return result != 0 || was_listed ? result : error::share_not_listed;
+    const bool was_listed = share_list_update(share, entries.shares());
+    const Code result = entries.write();
+    return failed(result) || was_listed ? result : Code::share_not_listed;
 }
 
 void fill_missing_texts(share_info& share, const share_info& source) {
@@ -83,9 +83,9 @@ void fill_missing_texts(share_info& share, const share_info& source) {
 }
 
 /// Takes a share out of its service's file; `share` gets the texts it had there where it has none.
-int take_from_live_file(share_info& share) {
+Code take_from_live_file(share_info& share) {
     OpenServiceFile live;
-    if (const int result = service_conf_open(live, share.type); result != 0) {
+    if (const Code result = service_conf_open(live, share.type); failed(result)) {
         return result;
     }
     const share_info* member = find_same(live.shares(), share);
@@ -94,75 +94,75 @@ int take_from_live_file(share_info& share) {
         fill_missing_texts(share, *member);
         share_list_remove(live.shares(), share);
     }
-    const int result = live.write();
-    return result != 0 || was_listed ? result : error::share_not_listed;
+    const Code result = live.write();
+    return failed(result) || was_listed ? result : Code::share_not_listed;
 }
 
-int put_into_recycle_file(const share_info& share) {
+Code put_into_recycle_file(const share_info& share) {
     OpenServiceFile recycled;
-    if (const int result = recy_conf_open(recycled, share.type); result != 0) {
+    if (const Code result = recy_conf_open(recycled, share.type); failed(result)) {
         return result;
     }
-    const bool is_new = share_list_add(share, recycled.shares()) == 0;
-    const int result = recycled.write();
-    return result != 0 || is_new ? result : error::share_listed;
+    const bool is_new = share_list_add(share, recycled.shares());
+    const Code result = recycled.write();
+    return failed(result) || is_new ? result : Code::share_listed;
 }
 
 /// Takes a share out of one recycle file, which is rewritten either way.
-int take_from_recycle_file(std::string_view service, const share_info& share) {
+Code take_from_recycle_file(std::string_view service, const share_info& share) {
     OpenServiceFile recycled;
-    if (const int result = recy_conf_open(recycled, service); result != 0) {
+    if (const Code result = recy_conf_open(recycled, service); failed(result)) {
         return result;
     }
-    const bool was_listed = share_list_remove(recycled.shares(), share) == 0;
-    const int result = recycled.write();
-    return result != 0 || was_listed ? result : error::share_not_listed;
+    const bool was_listed = share_list_remove(recycled.shares(), share);
+    const Code result = recycled.write();
+    return failed(result) || was_listed ? result : Code::share_not_listed;
 }
 
 /// A failure, not merely a share that was or was not listed.
-bool is_failure(int result) {
-    return result != 0 && result != error::share_listed && result != error::share_not_listed;
+bool is_failure(Code result) {
+    return failed(result) && result != Code::share_listed && result != Code::share_not_listed;
 }
 
 } // namespace
 
-int add_share(const share_info& share) {
+Code add_share(const share_info& share) {
     OpenRegister entries;
-    if (const int result = entries.open(); result != 0) {
+    if (const Code result = entries.open(); failed(result)) {
         return result;
     }
-    const bool is_new = share_list_add(share, entries.shares()) == 0;
+    const bool is_new = share_list_add(share, entries.shares());
     if (is_new) {
-        if (const int result = entries.write(); result != 0) {
+        if (const Code result = entries.write(); failed(result)) {
             return result;
         }
     }
-    const int result = update_live_file(share, entries.shares());
-    return result != 0 || is_new ? result : error::share_listed;
+    const Code result = update_live_file(share, entries.shares());
+    return failed(result) || is_new ? result : Code::share_listed;
 }
 
-int apply_share(const share_info& share) {
+Code apply_share(const share_info& share) {
     OpenRegister entries;
-    if (const int result = entries.open(); result != 0) {
+    if (const Code result = entries.open(); failed(result)) {
         return result;
     }
     apply(share, entries.shares());
-    if (const int result = entries.write(); result != 0) {
+    if (const Code result = entries.write(); failed(result)) {
         return result;
     }
     OpenServiceFile live;
-    if (const int result = service_conf_open(live, share.type); result != 0) {
+    if (const Code result = service_conf_open(live, share.type); failed(result)) {
         return result;
     }
     const bool was_listed = apply(share, live.shares()) || !live.has_file();
-    const int result = live.write();
-    return result != 0 || was_listed ? result : error::share_not_listed;
+    const Code result = live.write();
+    return failed(result) || was_listed ? result : Code::share_not_listed;
 }
 
-int forbid_share(share_info& share) {
+Code forbid_share(share_info& share) {
     share_info moved = share;
     share.type.clear();
-    int result = update_register(share);
+    Code result = update_register(share);
     if (is_failure(result)) {
         return result;
     }
@@ -170,80 +170,80 @@ int forbid_share(share_info& share) {
     if (is_failure(result) || recycle_file(moved.type) == nullptr) {
         return result;
     }
-    const int recycled = put_into_recycle_file(moved);
-    return result != 0 && !is_failure(recycled) ? result : recycled;
+    const Code recycled = put_into_recycle_file(moved);
+    return failed(result) && !is_failure(recycled) ? result : recycled;
 }
 
-int unmount_and_unregister(share_info& share, const std::string& mntpoint) {
-    if (const int result = fs_umount(mntpoint.c_str()); result != 0) {
+Code unmount_and_unregister(share_info& share, const std::string& mntpoint) {
+    if (const Code result = fs_umount(mntpoint.c_str()); failed(result)) {
         return result; // what is still mounted must not be removed
     }
-    mntdir_remove(mntpoint.c_str());
-    mdfstab_remove(mntpoint.c_str());
+    ignore(mntdir_remove(mntpoint.c_str()));
+    ignore(mdfstab_remove(mntpoint.c_str()));
     share.type.clear();
     return update_register(share);
 }
 
-int edit_forbidden_share(share_info& share) {
+Code edit_forbidden_share(share_info& share) {
     const share_info given = share;
     share.type.clear();
-    const int registered = update_register(share);
+    const Code registered = update_register(share);
     if (is_failure(registered) || is_type(given, share_type::ftp)) {
         return registered;
     }
     OpenServiceFile recycled;
-    if (const int result = recy_conf_open(recycled, given.type); result != 0) {
+    if (const Code result = recy_conf_open(recycled, given.type); failed(result)) {
         return result;
     }
-    const bool was_listed = share_list_update(share, recycled.shares()) == 0;
-    const int result = recycled.write();
-    return result != 0 || (was_listed && registered == 0) ? result : error::share_not_listed;
+    const bool was_listed = share_list_update(share, recycled.shares());
+    const Code result = recycled.write();
+    return failed(result) || (was_listed && !failed(registered)) ? result : Code::share_not_listed;
 }
 
-int remove_share(const share_info& share) {
+Code remove_share(const share_info& share) {
     OpenRegister entries;
-    if (const int result = entries.open(); result != 0) {
+    if (const Code result = entries.open(); failed(result)) {
         return result;
     }
-    const bool was_registered = share_list_remove(entries.shares(), share) == 0;
-    if (const int result = entries.write(); result != 0) {
+    const bool was_registered = share_list_remove(entries.shares(), share);
+    if (const Code result = entries.write(); failed(result)) {
         return result;
     }
     share_info member = share;
-    const int result = take_from_live_file(member);
-    return result != 0 || was_registered ? result : error::share_not_listed;
+    const Code result = take_from_live_file(member);
+    return failed(result) || was_registered ? result : Code::share_not_listed;
 }
 
-int remove_forbidden_share(const share_info& share) {
+Code remove_forbidden_share(const share_info& share) {
     OpenRegister entries;
     OpenServiceFile samba;
     OpenServiceFile exports;
-    int result = entries.open();
-    bool was_listed = result == 0 && share_list_remove(entries.shares(), share) == 0;
+    Code result = entries.open();
+    bool was_listed = !failed(result) && share_list_remove(entries.shares(), share);
     for (auto [file, service] :
          {std::pair(&samba, share_type::samba), std::pair(&exports, share_type::nfs)}) {
-        result = result == 0 ? recy_conf_open(*file, service) : result;
-        was_listed = (result == 0 && share_list_remove(file->shares(), share) == 0) || was_listed;
+        result = !failed(result) ? recy_conf_open(*file, service) : result;
+        was_listed = (!failed(result) && share_list_remove(file->shares(), share)) || was_listed;
     }
-    if (result != 0) {
+    if (failed(result)) {
         return result;
     }
     if (!was_listed) {
-        return error::share_not_listed;
+        return Code::share_not_listed;
     }
     result = samba.write();
-    result = result == 0 ? exports.write() : result;
-    return result == 0 ? entries.write() : result;
+    result = !failed(result) ? exports.write() : result;
+    return !failed(result) ? entries.write() : result;
 }
 
-int remove_from_recycle_files(const share_info& share) {
-    const int result = take_from_recycle_file(share_type::samba, share);
+Code remove_from_recycle_files(const share_info& share) {
+    const Code result = take_from_recycle_file(share_type::samba, share);
     return is_failure(result) ? result : take_from_recycle_file(share_type::nfs, share);
 }
 
 void recall_texts(share_info& share) {
     OpenServiceFile recycled;
-    if (recy_conf_open(recycled, share.type) != 0) {
+    if (failed(recy_conf_open(recycled, share.type))) {
         return;
     }
     if (const share_info* member = find_same(recycled.shares(), share)) {
@@ -258,8 +258,8 @@ void merge_forbidden_shares(share_list& list) {
     }
     for (const std::string_view service : {share_type::samba, share_type::nfs}) {
         OpenServiceFile recycled;
-        if (const int result = recy_conf_open(recycled, service); result != 0) {
-            log_return(result);
+        if (const Code result = recy_conf_open(recycled, service); failed(result)) {
+            log_failure(result);
             continue;
         }
         for (const share_info& entry : recycled.shares()) {

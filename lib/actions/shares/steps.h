@@ -2,10 +2,11 @@
 /// \file
 /// The steps of the share operations on the register and the services' files. Each opens and locks
 /// the register first, then the service's file. Beside their own codes all return those of opening,
-/// reading and writing: error::share_register_unopened to error::unknown_service. Nothing is taken
+/// reading and writing: Code::share_register_unopened to Code::unknown_service. Nothing is taken
 /// back after a failure.
 #pragma once
 
+#include "base/codes.h"
 #include "records/share.h"
 
 #include <string>
@@ -14,35 +15,35 @@ namespace zav {
 
 /// Registers a share and brings its service's file in line with the register: entries that are in
 /// both get the register's texts, those of the service that are missing are added. 0, or
-/// error::share_listed for a name that is registered already.
-int add_share(const share_info& share);
+/// Code::share_listed for a name that is registered already.
+Code add_share(const share_info& share);
 
 /// Gives a share in use its new texts and access, in the register and in its service's file. 0, or
-/// error::share_not_listed when the file did not have it: it does now.
-int apply_share(const share_info& share);
+/// Code::share_not_listed when the file did not have it: it does now.
+Code apply_share(const share_info& share);
 
 /// Makes a share of Samba or NFS a forbidden one: no service in the register, and from the
-/// service's file into its recycle file. `share` loses its type. 0, error::share_not_listed,
-/// error::share_listed.
-int forbid_share(share_info& share);
+/// service's file into its recycle file. `share` loses its type. 0, Code::share_not_listed,
+/// Code::share_listed.
+Code forbid_share(share_info& share);
 
 /// Unmounts an FTP share and makes it a forbidden one. `share` loses its type. 0,
-/// error::share_not_listed, or error::command_failed when it cannot be unmounted.
-int unmount_and_unregister(share_info& share, const std::string& mntpoint);
+/// Code::share_not_listed, or Code::command_failed when it cannot be unmounted.
+Code unmount_and_unregister(share_info& share, const std::string& mntpoint);
 
 /// Gives a forbidden share its new texts and access. `share` loses its type. 0 or
-/// error::share_not_listed when it was not registered: it is now.
-int edit_forbidden_share(share_info& share);
+/// Code::share_not_listed when it was not registered: it is now.
+Code edit_forbidden_share(share_info& share);
 
-/// Takes a share out of the register and its service's file. 0 or error::share_not_listed.
-int remove_share(const share_info& share);
+/// Takes a share out of the register and its service's file. 0 or Code::share_not_listed.
+Code remove_share(const share_info& share);
 
 /// Takes a forbidden share out of the register and both recycle files. 0 or
-/// error::share_not_listed.
-int remove_forbidden_share(const share_info& share);
+/// Code::share_not_listed.
+Code remove_forbidden_share(const share_info& share);
 
-/// Takes a share out of both recycle files. 0, or error::share_not_listed for the exports.
-int remove_from_recycle_files(const share_info& share);
+/// Takes a share out of both recycle files. 0, or Code::share_not_listed for the exports.
+Code remove_from_recycle_files(const share_info& share);
 
 /// Fills in the users and the comment that a forbidden share has in its recycle file where none are
 /// given: whoever puts it back in use does not open it to everybody.

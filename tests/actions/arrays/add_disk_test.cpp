@@ -2,6 +2,7 @@
 // Adding a disk to an array.
 #include "actions/arrays/changes.h"
 #include "fixtures/array_machine.h"
+#include "fixtures/library.h"
 
 namespace zav::test {
 namespace {
@@ -16,7 +17,8 @@ class AddDisk : public testing::Test {
     AddDisk() { machine.box(6); }
 
     int add(const std::string& array, const std::string& channel) {
-        run = machine.operation([&] { return add_disk(array.c_str(), channel.c_str()); });
+        run =
+            machine.operation([&] { return add_disk(array.c_str(), channel.c_str(), printed()); });
         return run.returned;
     }
     void expect_refused(const std::string& message) {
@@ -118,7 +120,7 @@ TEST_F(AddDisk, TakesTheLevelsThatCanGrowOrHeal) {
     for (const char* level : {"raid6", "raid5", "raid1", "linear"}) {
         ArrayMachine other;
         other.box(6).running("md1", level, {"sda", "sdb"});
-        const Result added = other.operation([] { return add_disk("md1", "4"); });
+        const Result added = other.operation([] { return add_disk("md1", "4", printed()); });
         EXPECT_EQ(added.returned, 0) << level;
     }
 }
@@ -183,7 +185,7 @@ TEST(AddDiskOnTheController, RunsNoCommandWithoutADisk) {
     machine.tool(ArrayMachine::vexadm)
         .on("/usr/local/bin/vexadm --display --scan")
         .prints("==\nmd1 /5/x/Normal/1000/0/#1 #2 #3\n");
-    const Result run = machine.operation([] { return add_disk("md1", "4"); });
+    const Result run = machine.operation([] { return add_disk("md1", "4", printed()); });
     EXPECT_EQ(run.returned, -11000);
     EXPECT_THAT(changes(run), IsEmpty());
     EXPECT_THAT(last_message(machine),

@@ -2,6 +2,7 @@
 // Creating an array with all checks: what is refused, in which order, and what is run.
 #include "actions/arrays/creation.h"
 #include "fixtures/array_machine.h"
+#include "fixtures/library.h"
 
 namespace zav::test {
 namespace {
@@ -33,7 +34,7 @@ class CreateArray : public testing::Test {
             array.device = wanted.device;
             array.spare = wanted.spare;
             array.status = wanted.status;
-            return create_array(array);
+            return create_array(array, printed());
         });
         return run.returned;
     }
@@ -326,7 +327,7 @@ TEST(CreateArrayOfSixteen, NamesEveryDisk) {
         array.members = "1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,16";
         array.device = "0";
         array.status = "";
-        return create_array(array);
+        return create_array(array, printed());
     });
     EXPECT_EQ(run.returned, 0);
     const std::string command = changes(run).back();
@@ -351,7 +352,7 @@ TEST(CreateArrayOnTheController, FindsNoDisksToTake) {
         array.members = "1,2";
         array.device = "0";
         array.status = "";
-        return create_array(array);
+        return create_array(array, printed());
     });
     EXPECT_EQ(run.returned, -2034);
     EXPECT_THAT(changes(run), IsEmpty());

@@ -2,6 +2,7 @@
 // Running the command that creates an array: disks prepared, bounds, length.
 #include "actions/arrays/creation.h"
 #include "fixtures/array_machine.h"
+#include "fixtures/library.h"
 #include "sources/mdadm.h"
 
 #include <gtest/gtest.h>

@@ -2,6 +2,7 @@
 // Stopping an array, and marking a member faulty.
 #include "actions/arrays/changes.h"
 #include "fixtures/array_machine.h"
+#include "fixtures/library.h"
 
 namespace zav::test {
 namespace {
@@ -20,7 +21,7 @@ class DeleteArray : public testing::Test {
         machine.running("md1", "raid1", {"sda", "sdb"});
     }
     int remove(const char* array) {
-        run = machine.operation([&] { return delete_array(array); });
+        run = machine.operation([&] { return delete_array(array, printed()); });
         return run.returned;
     }
     ArrayMachine machine;

@@ -2,6 +2,7 @@
 // The file of array names whose creation is under way.
 #include "actions/arrays/name_reservation.h"
 #include "fixtures/array_machine.h"
+#include "fixtures/library.h"
 
 #include <cerrno>
 #include <chrono>
@@ -218,9 +219,9 @@ TEST_F(Reservations, WaitForALockThatIsGivenBack) {
 }
 
 // Five tries have four sleeps between them.
-int add_in_four_seconds(const char* name) {
+Code add_in_four_seconds(const char* name) {
     const auto start = std::chrono::steady_clock::now();
-    const int result = add_name(name);
+    const auto result = add_name(name);
     const auto spent = std::chrono::steady_clock::now() - start;
     EXPECT_GE(spent, std::chrono::seconds(4));
     EXPECT_LT(spent, std::chrono::seconds(5));

@@ -3,6 +3,7 @@
 // order of the disks in the command that makes it again.
 #include "actions/arrays/recovery.h"
 #include "fixtures/array_machine.h"
+#include "fixtures/library.h"
 
 namespace zav::test {
 namespace {
@@ -50,7 +51,7 @@ class Recover : public testing::Test {
         return machine.tool(ArrayMachine::mdadm).on("/sbin/mdadm -E /dev/" + disk);
     }
     int recover(const char* type = "raid5", const char* name = "md1") {
-        run = machine.operation([=] { return raid_recover(name, type); });
+        run = machine.operation([=] { return raid_recover(name, type, printed()); });
         return run.returned;
     }
     std::string recreated() {
@@ -302,7 +303,7 @@ TEST(RecoverOnTheController, ExaminesNoDiskWithoutAName) {
     machine.tool(ArrayMachine::vexadm)
         .on("/usr/local/bin/vexadm --misc --scan")
         .prints("==\n0 /ST3/500/Normal/Free\n1 /ST3/500/Normal/Free\n");
-    const Result run = machine.operation([] { return raid_recover("md1", "raid5"); });
+    const Result run = machine.operation([] { return raid_recover("md1", "raid5", printed()); });
     EXPECT_EQ(run.returned, -410);
     EXPECT_THAT(outside(run),
                 ElementsAre("/sbin/mdadm -D /dev/md1 > /tmp/mdinfo.XXXXXX",

@@ -2,6 +2,7 @@
 // Removing a faulty disk from an array.
 #include "actions/arrays/changes.h"
 #include "fixtures/array_machine.h"
+#include "fixtures/library.h"
 
 namespace zav::test {
 namespace {
@@ -21,7 +22,8 @@ class RemoveDisk : public testing::Test {
                       {{"sda", "in_sync"}, {"sdb", "faulty"}, {"sdc", "in_sync"}});
     }
     int remove(const std::string& array, const std::string& channel) {
-        run = machine.operation([&] { return remove_disk(array.c_str(), channel.c_str()); });
+        run = machine.operation(
+            [&] { return remove_disk(array.c_str(), channel.c_str(), printed()); });
         return run.returned;
     }
     void expect_refused(const std::string& message) {
@@ -88,7 +90,7 @@ TEST_F(RemoveDisk, TakesTheLevelsThatGiveUpDisks) {
     for (const char* level : {"raid6", "raid5", "raid1", "linear"}) {
         ArrayMachine other;
         other.box(6).array("md1", level, "clean", 2, {{"sda", "in_sync"}, {"sdb", "faulty"}});
-        const Result removed = other.operation([] { return remove_disk("md1", "2"); });
+        const Result removed = other.operation([] { return remove_disk("md1", "2", printed()); });
         EXPECT_EQ(removed.returned, 0) << level;
     }
 }
@@ -141,7 +143,7 @@ TEST(RemoveDiskOnTheController, FindsNoMemberForADiskWithoutAName) {
     machine.tool(ArrayMachine::vexadm)
         .on("/usr/local/bin/vexadm --display --scan")
         .prints("==\nmd1 /5/x/Normal/1000/0/#1(F) #2\n");
-    const Result run = machine.operation([] { return remove_disk("md1", "1"); });
+    const Result run = machine.operation([] { return remove_disk("md1", "1", printed()); });
     EXPECT_EQ(run.returned, -2033);
     EXPECT_THAT(changes(run), IsEmpty());
     EXPECT_EQ(last_message(machine), "'1' is not in md1");

@@ -24,7 +24,7 @@ class DiskOperation : public testing::Test {
         root.tool(disk_tool::hotspare);
         root.tool(disk_tool::diskformat);
     }
-    Operation hot_spare(const char* disk, int mode) {
+    Operation hot_spare(const char* disk, HotspareMode mode) {
         const Result result = root.call([&] { return hotspare_command(disk, mode); });
         EXPECT_THAT(result.out, IsEmpty());
         return {result.returned, result.commands};
@@ -44,7 +44,7 @@ auto failed(const std::string& command, const std::string& end) {
 
 TEST_F(DiskOperation, HotSpareIsAddedInMode1) {
     root.tool(disk_tool::hotspare).on("/usr/local/bin/hotspare -a /dev/sdb");
-    const Operation done = hot_spare("sdb", 1);
+    const Operation done = hot_spare("sdb", HotspareMode::add);
     EXPECT_EQ(done.code, 0);
     EXPECT_THAT(done.commands, ElementsAre("/usr/local/bin/hotspare -a /dev/sdb 2>> /dev/null"));
     EXPECT_THAT(root.log(), IsEmpty());
@@ -52,25 +52,21 @@ TEST_F(DiskOperation, HotSpareIsAddedInMode1) {
 
 TEST_F(DiskOperation, HotSpareIsRemovedInModeMinus1) {
     root.tool(disk_tool::hotspare).on("/usr/local/bin/hotspare -r /dev/sdb");
-    const Operation done = hot_spare("sdb", -1);
+    const Operation done = hot_spare("sdb", HotspareMode::remove);
     EXPECT_EQ(done.code, 0);
     EXPECT_THAT(done.commands, ElementsAre("/usr/local/bin/hotspare -r /dev/sdb 2>> /dev/null"));
     EXPECT_THAT(root.log(), IsEmpty());
 }
 
-TEST_F(DiskOperation, HotSpareInAnyOtherModeRunsNothingAndReturnsTheModePlusOne) {
-    for (const int mode : {0, 2, 3, -2, -100, INT_MAX - 1, INT_MIN}) {
-        const Operation done = hot_spare("sdb", mode);
-        EXPECT_EQ(done.code, mode + 1);
-        EXPECT_THAT(done.commands, IsEmpty());
-    }
+TEST_F(DiskOperation, WithoutAModeNothingIsRun) {
+    EXPECT_THAT(hot_spare("sdb", HotspareMode::none).commands, IsEmpty());
     EXPECT_THAT(root.log(), IsEmpty());
 }
 
 TEST_F(DiskOperation, HotSpareReturns0AfterAFailureAndLogsIt) {
     root.tool(disk_tool::hotspare).any().exits(5);
-    EXPECT_EQ(hot_spare("sdb", 1).code, 0);
-    EXPECT_EQ(hot_spare("sdb", -1).code, 0);
+    EXPECT_EQ(hot_spare("sdb", HotspareMode::add).code, 0);
+    EXPECT_EQ(hot_spare("sdb", HotspareMode::remove).code, 0);
     EXPECT_THAT(
         root.log_texts(),
         ElementsAre(failed("/usr/local/bin/hotspare -a /dev/sdb", "normal with exit\\(5\\)"),
@@ -79,14 +75,14 @@ TEST_F(DiskOperation, HotSpareReturns0AfterAFailureAndLogsIt) {
 
 TEST_F(DiskOperation, HotSpareReturns0AfterADeathOfItsTool) {
     root.tool(disk_tool::hotspare).any().killed_by(SIGKILL);
-    EXPECT_EQ(hot_spare("sdb", 1).code, 0);
+    EXPECT_EQ(hot_spare("sdb", HotspareMode::add).code, 0);
     EXPECT_THAT(root.log_texts(), ElementsAre(failed("/usr/local/bin/hotspare -a /dev/sdb",
                                                      "unnormal with exit\\(0\\)")));
 }
 
 TEST_F(DiskOperation, HotSpareReturns0WithoutItsTool) {
     root.remove(disk_tool::hotspare);
-    EXPECT_EQ(hot_spare("sdb", 1).code, 0);
+    EXPECT_EQ(hot_spare("sdb", HotspareMode::add).code, 0);
     EXPECT_THAT(root.log_texts(), ElementsAre(failed("/usr/local/bin/hotspare -a /dev/sdb",
                                                      "normal with exit\\(127\\)")));
 }
@@ -142,7 +138,8 @@ TEST_F(DiskOperation, NameOfAnythingButLettersAndDigitsIsLoggedLikeAFailureAndNe
           "sd?",    "sda'",  "sda\"",   "sda>x",      "\\",    "sd\xc3\xa4"}) {
         root.remove("/var/log/log.libzav");
         for (const Operation& done :
-             {hot_spare(name.c_str(), 1), hot_spare(name.c_str(), -1), format(name.c_str())}) {
+             {hot_spare(name.c_str(), HotspareMode::add),
+              hot_spare(name.c_str(), HotspareMode::remove), format(name.c_str())}) {
             EXPECT_EQ(done.code, 0) << name;
             EXPECT_THAT(done.commands, IsEmpty()) << name;
         }

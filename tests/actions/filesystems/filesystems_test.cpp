@@ -2,6 +2,7 @@
 // Making, mounting and unmounting file systems.
 #include "actions/filesystems/filesystems.h"
 #include "base/lists.h"
+#include "fixtures/library.h"
 #include "fixtures/pool_machine.h"
 
 #include <cerrno>

@@ -4,6 +4,7 @@
 #include "actions/filesystems/filesystems.h"
 #include "actions/filesystems/mount_register.h"
 #include "base/file_locks.h"
+#include "fixtures/library.h"
 #include "fixtures/pool_machine.h"
 
 #include <csignal>
@@ -267,7 +268,7 @@ TEST_F(RegisterFault, IsFreeForTheToolThatSavesIt) {
         .any()
         .does("echo > /var/saving; "
               "while ! [ -e /var/go ]; do :; done");
-    const auto save = [this](const std::function<int()>& change) {
+    const auto save = [this](const Function& change) {
         machine.remove("/var/go").remove("/var/saving");
         StartedRun run = machine.start_call(change);
         EXPECT_TRUE(machine.appears("/var/saving"));
@@ -281,7 +282,8 @@ TEST_F(RegisterFault, IsFreeForTheToolThatSavesIt) {
 }
 
 // Starts a process for each number, all at once, and counts those that succeed.
-int together(int count, const std::function<int(int)>& function) {
+template <class Called>
+int together(int count, Called function) {
     int gate[2];
     EXPECT_EQ(::pipe(gate), 0);
     for (int number = 0; number < count; ++number) {
@@ -289,7 +291,7 @@ int together(int count, const std::function<int(int)>& function) {
             ::close(gate[1]);
             char byte = 0;
             (void)!::read(gate[0], &byte, 1);
-            ::_exit(function(number) == 0 ? 0 : 1);
+            ::_exit(failed(function(number)) ? 1 : 0);
         }
     }
     ::close(gate[0]);

@@ -2,6 +2,7 @@
 // Changes to the register of mounted file systems: the line of a pool, what stays, who is told.
 #include "actions/filesystems/filesystems.h"
 #include "actions/filesystems/mount_register.h"
+#include "fixtures/library.h"
 #include "fixtures/pool_machine.h"
 
 #include <csignal>

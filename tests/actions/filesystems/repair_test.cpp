@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Unmounting by name, and the repair of a registered file system: steps, failures, what is left.
 #include "actions/filesystems/filesystems.h"
+#include "fixtures/library.h"
 #include "fixtures/pool_machine.h"
 
 #include <csignal>
@@ -16,7 +17,7 @@ using testing::Not;
 class UnmountingByName : public testing::Test {
   protected:
     Result check(const char* name = "pool") {
-        return machine.operation([=] { return check_umount(name); });
+        return machine.operation([=] { return check_umount(name, printed()); });
     }
     PoolMachine machine;
 };
@@ -151,7 +152,7 @@ class Repair : public testing::Test {
 
     Repair() { machine.registered({line}); }
     Result repair() {
-        return machine.operation([] { return repair_kor_fs("pool", "data"); });
+        return machine.operation([] { return repair_kor_fs("pool", "data", printed()); });
     }
     const std::string xfs_repair = "/sbin/xfs_repair -L /dev/data/pool > /dev/null";
     const std::string make_directory = "mkdir -m 0444 -p /mnt/old/pool > /dev/null";
@@ -306,7 +307,8 @@ TEST_F(Repair, IsDoneThoughThePoolCannotBeRegistered) {
 
 TEST_F(Repair, GetsNoPoolThatAShellWouldRead) {
     machine.registered({"/dev/data/p;id /mnt/data/pool xfs"});
-    const Result result = machine.operation([] { return repair_kor_fs("p;id", "data"); });
+    const Result result =
+        machine.operation([] { return repair_kor_fs("p;id", "data", printed()); });
     EXPECT_EQ(result.returned, -601);
     EXPECT_THAT(changes(result), Not(Contains(testing::HasSubstr(";"))));
 }
@@ -317,7 +319,7 @@ TEST(RepairedMount, IsLeftToTheCaller) {
         return machine.operation([=] {
             return mount_repaired("pool", "/mnt/data/pool", [=] {
                 std::puts("mount");
-                return code;
+                return static_cast<Code>(code);
             });
         });
     };

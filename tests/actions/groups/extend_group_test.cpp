@@ -2,6 +2,7 @@
 // Adding a physical volume to a group, with and without the checks.
 #include "actions/groups/groups.h"
 #include "fixtures/group_machine.h"
+#include "fixtures/library.h"
 
 namespace zav::test {
 namespace {
@@ -20,7 +21,8 @@ class ExtendGroup : public testing::Test {
     }
     int extend_checked(const char* volume, const char* device = "0") {
         machine.remove("/var/log/log.libzav");
-        run = machine.operation([&] { return extend_group_checked("data", volume, device); });
+        run = machine.operation(
+            [&] { return extend_group_checked("data", volume, device, printed()); });
         EXPECT_EQ(run.out, "");
         return run.returned;
     }

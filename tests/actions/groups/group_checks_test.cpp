@@ -2,6 +2,7 @@
 // What keeps a group's name unique and a disk in one use only: the checks before a group is made.
 #include "actions/groups/groups.h"
 #include "fixtures/group_machine.h"
+#include "fixtures/library.h"
 #include "inventory/disks.h"
 
 namespace zav::test {
@@ -16,7 +17,7 @@ class CheckGroupName : public testing::Test {
         run = machine.operation([&] {
             vginfo group;
             group.name = name;
-            return check_group_name(group);
+            return check_group_name(group, printed());
         });
         EXPECT_THAT(changes(run), IsEmpty());
         return run.returned;
@@ -78,9 +79,9 @@ class CheckVolume : public testing::Test {
         machine.remove("/var/log/log.libzav");
         run = machine.operation([&] {
             disk_list disks;
-            EXPECT_EQ(get_disk_list(disks), 0);
+            EXPECT_EQ(get_disk_list(disks, printed()), 0);
             std::string rewritten = typed;
-            const int result = check_new_volume(disks, rewritten, device);
+            const auto result = check_new_volume(disks, rewritten, device, printed());
             std::printf("%s", rewritten.c_str());
             return result;
         });
@@ -269,7 +270,7 @@ TEST_F(CheckVolume, RefusesADiskThatIsListedUnderItsKernelName) {
         disk.channel = 12;
         disk.device = "0";
         std::string typed = ",,,,,,,,12";
-        return check_new_volume(disks, typed, "0");
+        return check_new_volume(disks, typed, "0", printed());
     });
     EXPECT_EQ(run.returned, -2045);
     expect_refused("',,,,,,,' is used in vg");

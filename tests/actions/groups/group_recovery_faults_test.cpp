@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Bringing a group back with tools that fail, are killed, or are missing, each in turn.
 #include "fixtures/group_recovery.h"
+#include "fixtures/library.h"
 
 #include <array>
 #include <csignal>
@@ -47,7 +48,9 @@ class FaultyTools : public testing::TestWithParam<Fault> {
             break;
         }
     }
-    void restore(const std::vector<Volume>& volumes) { run = restore_group(machine, backup_of(volumes)); }
+    void restore(const std::vector<Volume>& volumes) {
+        run = restore_group(machine, backup_of(volumes));
+    }
     // The only line of the log, up to the reason.
     void expect_logged(const std::string& command, const std::string& wording) {
         EXPECT_THAT(machine.logged(), ElementsAre(StartsWith("system(\"" + command + "\")" +
@@ -197,7 +200,9 @@ TEST_P(FaultyTools, HotspareChangesNothing) {
 class RestoreWithoutLiveVolumes : public testing::Test {
   protected:
     RestoreWithoutLiveVolumes() { machine.sees_nothing_that_can_be_read(); }
-    void restore(const std::vector<Volume>& volumes) { run = restore_group(machine, backup_of(volumes)); }
+    void restore(const std::vector<Volume>& volumes) {
+        run = restore_group(machine, backup_of(volumes));
+    }
 
     RecoveryMachine machine;
     Result run;

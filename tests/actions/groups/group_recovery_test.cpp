@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Bringing a group back: what happens to each of its volumes, and in which order.
 #include "fixtures/group_recovery.h"
+#include "fixtures/library.h"
 
 namespace zav::test {
 namespace {
@@ -22,7 +23,9 @@ std::string on_ram(const std::string& id, int number) {
 
 class RestoreGroup : public testing::Test {
   protected:
-    void restore(const std::vector<Volume>& volumes) { run = restore_group(machine, backup_of(volumes)); }
+    void restore(const std::vector<Volume>& volumes) {
+        run = restore_group(machine, backup_of(volumes));
+    }
     void expect_restored(const Texts& commands) {
         EXPECT_EQ(run.returned, 0);
         EXPECT_EQ(run.out, restored);

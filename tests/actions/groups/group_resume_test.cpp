@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The two ways into the recovery of a group: by its name, and by that of a pool.
 #include "fixtures/group_recovery.h"
+#include "fixtures/library.h"
 
 #include <cstdio>
 
@@ -16,7 +17,7 @@ using testing::StartsWith;
 constexpr const char* no_directory = "'/etc/lvm/backup' not exist\n";
 
 Result resume(RecoveryMachine& machine, const std::string& group = "vg1") {
-    return machine.operation([&group] { return vg_raid_resume(group.c_str()); });
+    return machine.operation([&group] { return vg_raid_resume(group.c_str(), printed()); });
 }
 
 TEST(ResumedGroup, IsRestoredFromItsBackup) {
@@ -71,7 +72,8 @@ TEST(ResumedGroup, NeedsNoBackupThatMayBeRead) {
     RecoveryMachine machine;
     machine.backup("vg1", backup_of({{"a", "sdf"}}));
     machine.file("/etc/lvm/backup/vg1", "", 0);
-    const Result result = machine.call([] { return vg_raid_resume("vg1"); }, {.uid = 65534});
+    const Result result =
+        machine.call([] { return vg_raid_resume("vg1", printed()); }, {.uid = 65534});
     EXPECT_EQ(result.returned, 0);
     EXPECT_EQ(result.out, "file '/etc/lvm/backup/vg1' cannot open\n");
     EXPECT_THAT(result.commands, IsEmpty());
@@ -131,7 +133,7 @@ TEST(ResumedGroup, MayHaveABackupWithoutAFinalLineEnd) {
 Result handle(RecoveryMachine& machine, const std::string& pool = "pub") {
     return machine.operation([&pool] {
         GroupName group("before");
-        const int result = handle_abnorm_raid(pool.c_str(), group);
+        const auto result = handle_abnorm_raid(pool.c_str(), group, printed());
         std::puts(group.c_str());
         return result;
     });

@@ -3,6 +3,7 @@
 // each leaves.
 #include "actions/groups/groups.h"
 #include "fixtures/group_machine.h"
+#include "fixtures/library.h"
 
 namespace zav::test {
 namespace {
@@ -29,7 +30,7 @@ class CreateGroup : public testing::Test {
                 volume.name = name;
                 volume.device = device;
             }
-            return create_group(group);
+            return create_group(group, printed());
         });
         return run.returned;
     }
@@ -105,7 +106,7 @@ TEST_F(CreateGroup, GivesNoToolAnInputToWaitOn) {
             pvinfo& volume = group.physical_volumes.append();
             volume.name = "4";
             volume.device = "0";
-            return create_group(group);
+            return create_group(group, printed());
         },
         {.input = "y\ny\ny\n"});
     EXPECT_EQ(run.returned, 0);
@@ -271,7 +272,7 @@ TEST(CreateGroupOnTheController, RunsNoCommandForADiskWithoutAName) {
         pvinfo& volume = group.physical_volumes.append();
         volume.name = "4";
         volume.device = "0";
-        return create_group(group);
+        return create_group(group, printed());
     });
     EXPECT_LT(run.returned, 0);
     EXPECT_THAT(changes(run), IsEmpty());
@@ -283,7 +284,7 @@ class DeleteGroup : public testing::Test {
   protected:
     int remove(const std::string& name = "data") {
         machine.remove("/var/log/log.libzav");
-        run = machine.operation([&] { return delete_group(name.c_str()); });
+        run = machine.operation([&] { return delete_group(name.c_str(), printed()); });
         return run.returned;
     }
     void expect_nothing_done(int code) {

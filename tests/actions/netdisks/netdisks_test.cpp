@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The steps that make, mount, register and repair network disks, each for itself.
 #include "actions/netdisks/netdisks.h"
+#include "fixtures/library.h"
 #include "fixtures/pool_command.h"
 
 namespace zav::test {
@@ -15,7 +16,7 @@ const std::string line = "LABEL=disk\t/mnt/netdisk/disk\txfs\tdefaults\t0 0\n";
 
 class NetfsOperation : public testing::Test {
   protected:
-    int run(const std::function<int()>& operation) {
+    int run(const Function& operation) {
         machine.remove("/var/log/log.libzav");
         result = machine.operation(operation);
         EXPECT_EQ(result.out, "");
@@ -40,7 +41,7 @@ class NetfsOperation : public testing::Test {
         return run([] { return netfstab_remove(mntpoint); });
     }
     // The only command fails in every way, and the operation with it.
-    void expect_fails(const char* tool, int code, const std::function<int()>& operation) {
+    void expect_fails(const char* tool, int code, const Function& operation) {
         for (const Fault& fault : faults) {
             PoolMachine broken;
             fault.cause(broken, tool);

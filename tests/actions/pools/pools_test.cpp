@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // What makes, grows and removes pools: the checks in front, the command, its failures.
 #include "actions/pools/pools.h"
+#include "fixtures/library.h"
 #include "fixtures/pool_machine.h"
 
 #include <csignal>
@@ -20,22 +21,22 @@ std::string line(const std::string& path, const std::string& group, std::uint64_
 class PoolOperation : public testing::Test {
   protected:
     int check(const char* pool, const char* group, std::int32_t size = 0) {
-        return machine.operation([=] { return pool_check(pool, group, size); }).returned;
+        return machine.operation([=] { return pool_check(pool, group, size, printed()); }).returned;
     }
     int check_name(const char* pool, const char* group) {
-        return machine.operation([=] { return pool_name_check(pool, group); }).returned;
+        return machine.operation([=] { return pool_name_check(pool, group, printed()); }).returned;
     }
     int check_space(const char* group, std::uint64_t size) {
-        return machine.operation([=] { return vg_space_check(group, size); }).returned;
+        return machine.operation([=] { return vg_space_check(group, size, printed()); }).returned;
     }
     Result create(const char* pool, const char* group, std::uint64_t size) {
-        return machine.operation([=] { return pool_create(pool, group, size); });
+        return machine.operation([=] { return pool_create(pool, group, size, printed()); });
     }
     Result extend(const char* pool, const char* group, std::uint64_t size) {
-        return machine.operation([=] { return pool_extend(pool, group, size); });
+        return machine.operation([=] { return pool_extend(pool, group, size, printed()); });
     }
     Result remove(const char* pool, const char* group) {
-        return machine.operation([=] { return pool_remove(pool, group); });
+        return machine.operation([=] { return pool_remove(pool, group, printed()); });
     }
     PoolMachine machine;
 };
@@ -57,7 +58,7 @@ TEST_F(PoolCheck, WantsBothNames) {
     machine.pools({"/dev/data/pool"});
     EXPECT_EQ(check("", "data"), -2050);
     EXPECT_EQ(check("pool", ""), -2050);
-    const Result result = machine.operation([] { return pool_check("", "", 0); });
+    const Result result = machine.operation([] { return pool_check("", "", 0, printed()); });
     EXPECT_EQ(result.returned, -2050);
     EXPECT_THAT(result.commands, IsEmpty());
     EXPECT_THAT(machine.logged(), ElementsAre("Cannot find poolname!", "Cannot find poolname!",

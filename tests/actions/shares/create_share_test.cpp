@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The making of a share: its steps in order, what each failing one gives and leaves.
+#include "fixtures/library.h"
 #include "fixtures/share_operation.h"
 
 namespace zav::test {
@@ -21,7 +22,7 @@ const std::string ftp_directory = "/home/ftpuser/pub";
 class CreateShare : public ShareOperation {
   protected:
     Result create(const share_info& share) {
-        return operate([&] { return create_share(share, "data"); });
+        return operate([&] { return create_share(share, "data", printed()); });
     }
     // All that a failing share leaves in the files.
     void expect_registered(const std::string& service = "samba") {
@@ -99,7 +100,8 @@ TEST_F(CreateShare, LeavesTheDefaultFtpUserAlone) {
 
 TEST_F(CreateShare, MakesReiserfsWhereTheModelHasIt) {
     ShareMachine other("VEL7205E");
-    const Result result = other.operation([] { return create_share(share_of("samba"), "data"); });
+    const Result result =
+        other.operation([] { return create_share(share_of("samba"), "data", printed()); });
     EXPECT_EQ(result.returned, 0);
     EXPECT_THAT(changes(result),
                 IsSupersetOf({"mkfs.reiserfs -f /dev/data/pub > /dev/null",
@@ -177,7 +179,7 @@ TEST_F(CreateShare, PassesOnThatThereIsNoRoomOrGroup) {
     EXPECT_EQ(machine.read(share_register), register_section({.size = "101"}))
         << "nothing is taken back";
     machine.shares({});
-    EXPECT_EQ(result_of([] { return create_share(share_of("samba"), "none"); }), -2052);
+    EXPECT_EQ(result_of([] { return create_share(share_of("samba"), "none", printed()); }), -2052);
 }
 
 TEST_F(CreateShare, TakesAPoolThatIsThereAlthoughTheToolFailed) {
@@ -296,13 +298,14 @@ TEST_F(CreateShare, SucceedsWithAServiceThatDoesNotStart) {
                 ElementsAre(failed(restarting("samba").front(), "normal with exit(1)"),
                             failed(restarting("samba").back(), "normal with exit(1)")));
     machine.remove("/etc/init.d/nfs");
-    EXPECT_EQ(result_of([] { return create_share(share_of("nfs", "", "", "b"), "data"); }), 0);
+    EXPECT_EQ(
+        result_of([] { return create_share(share_of("nfs", "", "", "b"), "data", printed()); }), 0);
 }
 
 // The room of the group "data" of 100 GiB for a share that is restored.
 TEST_F(ShareOperation, HasRoomForSizesUpToTheGroupsFreeOne) {
     const auto check = [this](const char* group, std::uint64_t size) {
-        return result_of([=] { return share_space_check(group, size); });
+        return result_of([=] { return share_space_check(group, size, printed()); });
     };
     EXPECT_EQ(check("data", 0), 0) << "other than when a share is made";
     EXPECT_EQ(check("data", 100), 0);

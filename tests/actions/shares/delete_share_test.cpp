@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The deletion of shares in use and of forbidden ones, with their pools.
+#include "fixtures/library.h"
 #include "fixtures/share_operation.h"
 
 namespace zav::test {
@@ -29,7 +30,7 @@ Texts removing(const std::string& path) {
 class DeleteShare : public ShareOperation {
   protected:
     Result remove(const char* name = "pub") {
-        return operate([name] { return delete_share(name); });
+        return operate([name] { return delete_share(name, printed()); });
     }
     int code() { return remove().returned; }
     // What is left of a share that is not deleted in the end.

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The edit of shares that stay in use, of those that become forbidden, and of forbidden ones.
+#include "fixtures/library.h"
 #include "fixtures/share_operation.h"
 
 namespace zav::test {
@@ -27,7 +28,7 @@ class EditShare : public ShareOperation {
     Result edit(const share_info& share, int state) {
         return operate([=] {
             share_info edited = share;
-            return edit_share(edited, state);
+            return edit_share(edited, state, printed());
         });
     }
 };
@@ -54,7 +55,7 @@ TEST_F(EditShare, GivesTheRecordTheSizeAndPathOfNow) {
         share_info share = share_of("samba");
         share.size = 99;
         share.path = "/given";
-        EXPECT_EQ(edit_share(share, 1), 0);
+        EXPECT_EQ(edit_share(share, 1, printed()), 0);
         EXPECT_EQ(share.size, 5);
         EXPECT_EQ(share.path, "/mnt/data/pub");
         return 0;

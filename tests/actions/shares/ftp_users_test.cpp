@@ -2,6 +2,7 @@
 // Binding users to FTP shares: homes in /etc/passwd, files of the FTP server.
 #include "actions/shares/ftp_users.h"
 #include "base/file_locks.h"
+#include "fixtures/library.h"
 #include "fixtures/share_machine.h"
 
 #include <csignal>

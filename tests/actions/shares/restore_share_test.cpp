@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Shares whose pools are there: put into the files and mounted again, and repaired.
+#include "fixtures/library.h"
 #include "fixtures/share_operation.h"
 
 namespace zav::test {
@@ -51,7 +52,7 @@ TEST_F(RestoreShare, OnlyRegistersATarget) {
 TEST_F(RestoreShare, GivesAnFtpShareToTheDefaultUser) {
     const Result result = operate([] {
         share_info share = share_of("ftp", "anna");
-        const int code = restore_share(share, "data");
+        const auto code = restore_share(share, "data");
         EXPECT_EQ(share.users, "ftpuser");
         return code;
     });
@@ -130,7 +131,7 @@ TEST_F(RestoreShare, ComposesTheMountPointFromGroupAndName) {
 class RepairShare : public ShareOperation {
   protected:
     Result repair(const char* type = "samba") {
-        return operate([=] { return repair_share("pub", type, "data"); });
+        return operate([=] { return repair_share("pub", type, "data", printed()); });
     }
     const std::string repairing = "/usr/local/bin/xfs_repair -L /dev/data/pub > /dev/null";
 };
@@ -171,7 +172,8 @@ TEST_F(RepairShare, RunsTheToolOfTheModel) {
         ShareMachine other(model);
         other.pools({"/dev/data/pub"});
         other.shares({{}});
-        const Result run = other.operation([] { return repair_share("pub", "samba", "data"); });
+        const Result run =
+            other.operation([] { return repair_share("pub", "samba", "data", printed()); });
         EXPECT_EQ(run.returned, 0);
         return changes(run).front();
     };

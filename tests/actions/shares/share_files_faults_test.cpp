@@ -3,6 +3,7 @@
 // saves them.
 #include "actions/shares/files.h"
 #include "base/codes.h"
+#include "fixtures/library.h"
 #include "fixtures/share_machine.h"
 #include "sources/share_register.h"
 
@@ -54,7 +55,7 @@ Result rewrite(ShareMachine& machine, const Case& test, const RunOptions& option
             OpenServiceFile file;
             const ServiceFile* service =
                 test.is_live ? live_file(test.service) : recycle_file(test.service);
-            if (const int result = file.open(*service); result != 0) {
+            if (const Code result = file.open(*service); failed(result)) {
                 return result;
             }
             share_info& share = file.shares().append();
@@ -133,7 +134,7 @@ TEST(ShareFileFault, FullDiskLeavesTheRegisterShort) {
             [] {
                 FileDescriptor fd;
                 share_list list;
-                EXPECT_EQ(file_lock_open(share_register, fd), 0);
+                EXPECT_EQ(file_lock_open(share_register, fd, Code::service_file_unopened), 0);
                 EXPECT_EQ(share_list_read(fd, list), 0);
                 return share_list_write(fd, list);
             },
@@ -169,7 +170,7 @@ TEST(ShareFileFault, FileThatCannotBeReadIsMinus12OrMinus2063) {
     machine.operation([] {
         FileDescriptor fd;
         share_list list;
-        EXPECT_EQ(file_lock_open(share_register, fd), 0);
+        EXPECT_EQ(file_lock_open(share_register, fd, Code::service_file_unopened), 0);
         EXPECT_EQ(share_list_read(fd, list), -12);
         fd.close();
         EXPECT_EQ(OpenRegister().open(), -2063);
@@ -181,9 +182,9 @@ TEST(ShareFileFault, FileThatCannotBeReadIsMinus12OrMinus2063) {
 }
 
 // Adds a share to the register, in a process of its own.
-int register_share(int number) {
+Code register_share(int number) {
     OpenRegister entries;
-    if (const int result = entries.open(); result != 0) {
+    if (const Code result = entries.open(); failed(result)) {
         return result;
     }
     entries.shares().append().name = "share" + std::to_string(number);
@@ -195,7 +196,7 @@ TEST(ShareFileFault, OfManyChangesAtOnceThoseThatGotTheLockAreMade) {
     const Result run = machine.operation([] {
         for (int number = 0; number < 12; ++number) {
             if (::fork() == 0) {
-                const int result = register_share(number);
+                const Code result = register_share(number);
                 ::_exit(result == 0 ? 0 : result == -2062 ? 1 : 2);
             }
         }

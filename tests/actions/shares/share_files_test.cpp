@@ -2,6 +2,7 @@
 // The share register and the services' files: read, rewritten, locked.
 #include "actions/shares/files.h"
 #include "base/file_locks.h"
+#include "fixtures/library.h"
 #include "fixtures/share_lists.h"
 #include "fixtures/share_machine.h"
 
@@ -39,7 +40,7 @@ class ShareFiles : public testing::Test {
         return machine.operation(
             [=] {
                 OpenServiceFile open;
-                if (const int result = open.open(*file); result != 0) {
+                if (const Code result = open.open(*file); failed(result)) {
                     return result;
                 }
                 open.shares().append(std::make_unique<share_info>(share));
@@ -53,7 +54,7 @@ class ShareFiles : public testing::Test {
 TEST_F(ShareFiles, OpeningMakesAMissingFileForItsOwnerOnly) {
     const Result run = machine.operation([] {
         FileDescriptor fd;
-        EXPECT_EQ(file_lock_open("/etc/new", fd), 0);
+        EXPECT_EQ(file_lock_open("/etc/new", fd, Code::service_file_unopened), 0);
         EXPECT_TRUE(fd);
         return ::fcntl(fd.get(), F_GETFL) & O_ACCMODE;
     });
@@ -67,7 +68,7 @@ TEST_F(ShareFiles, OpeningLeavesContentAndModeOfAFile) {
     EXPECT_EQ(machine
                   .operation([] {
                       FileDescriptor fd;
-                      return file_lock_open("/etc/old", fd);
+                      return file_lock_open("/etc/old", fd, Code::service_file_unopened);
                   })
                   .returned,
               0);
@@ -82,16 +83,16 @@ TEST_F(ShareFiles, OpeningFailsWithoutADirectory) {
             .operation(
                 [path] {
                     FileDescriptor fd;
-                    const int result = file_lock_open(path, fd);
+                    const auto result = file_lock_open(path, fd, Code::service_file_unopened);
                     EXPECT_FALSE(fd);
                     return result;
                 },
                 options)
             .returned;
     };
-    EXPECT_EQ(open("/missing/file"), -10);
-    EXPECT_EQ(open("/etc/dir"), -10);
-    EXPECT_EQ(open(share_register, {.uid = 65534}), -10);
+    EXPECT_EQ(open("/missing/file"), -2061);
+    EXPECT_EQ(open("/etc/dir"), -2061);
+    EXPECT_EQ(open(share_register, {.uid = 65534}), -2061);
     EXPECT_FALSE(machine.exists("/missing"));
 }
 
@@ -99,7 +100,7 @@ TEST_F(ShareFiles, OpenFileIsLockedUntilItIsClosed) {
     machine.tool("/bin/tool").any().does("echo > /var/open; while ! [ -e /var/go ]; do :; done");
     StartedRun run = machine.start_call([] {
         FileDescriptor fd;
-        EXPECT_EQ(file_lock_open(share_register, fd), 0);
+        EXPECT_EQ(file_lock_open(share_register, fd, Code::service_file_unopened), 0);
         return std::system("/bin/tool");
     });
     ASSERT_TRUE(machine.appears("/var/open"));
@@ -119,7 +120,8 @@ TEST_F(ShareFiles, SecondProcessIsTurnedAwayAtOnce) {
         EXPECT_EQ(machine
                       .operation([] {
                           FileDescriptor fd;
-                          const int result = file_lock_open(exports, fd);
+                          const auto result =
+                              file_lock_open(exports, fd, Code::service_file_unopened);
                           EXPECT_FALSE(fd);
                           return result;
                       })
@@ -151,7 +153,7 @@ TEST_F(ShareFiles, LockEndsAfterTheFileIsSaved) {
               "while ! [ -e /var/go ]; do :; done");
     StartedRun run = machine.start_call([] {
         OpenServiceFile file;
-        return file.open(*live_file("nfs")) != 0 ? -1 : file.write();
+        return failed(file.open(*live_file("nfs"))) ? Code::service_file_unopened : file.write();
     });
     ASSERT_TRUE(machine.appears("/var/saving"));
     EXPECT_THROW(LockedFile(machine.host_path(exports)), std::runtime_error);
@@ -160,7 +162,7 @@ TEST_F(ShareFiles, LockEndsAfterTheFileIsSaved) {
 }
 
 TEST_F(ShareFiles, ToolsInheritNoLockedFile) {
-    const auto open_in_the_tool = [this](const std::function<int()>& write) {
+    const auto open_in_the_tool = [this](const Function& write) {
         machine.tool(pool_tool::xconf)
             .any()
             .does("for fd in /proc/self/fd/*; do readlink $fd; done > /var/fds");
@@ -169,12 +171,13 @@ TEST_F(ShareFiles, ToolsInheritNoLockedFile) {
     };
     EXPECT_THAT(open_in_the_tool([] {
                     OpenServiceFile file;
-                    return file.open(*live_file("nfs")) != 0 ? -1 : file.write();
+                    return failed(file.open(*live_file("nfs"))) ? Code::service_file_unopened
+                                                                : file.write();
                 }),
                 testing::Not(testing::HasSubstr(exports)));
     EXPECT_THAT(open_in_the_tool([] {
                     OpenRegister file;
-                    return file.open() != 0 ? -1 : file.write();
+                    return failed(file.open()) ? Code::service_file_unopened : file.write();
                 }),
                 testing::Not(testing::HasSubstr(share_register)));
 }
@@ -214,7 +217,7 @@ TEST_F(ShareFiles, RegisterIsReadFromWhereItsDescriptorStands) {
     machine.shares({{}, {.name = "b"}});
     machine.operation([] {
         FileDescriptor fd;
-        EXPECT_EQ(file_lock_open(share_register, fd), 0);
+        EXPECT_EQ(file_lock_open(share_register, fd, Code::service_file_unopened), 0);
         share_list list;
         EXPECT_EQ(share_list_read(fd, list), 0);
         EXPECT_EQ(list.size(), 2u);
@@ -230,7 +233,7 @@ TEST_F(ShareFiles, MalformedRegisterIsNotUsed) {
     machine.file(share_register, register_section({}) + "[broken\n");
     machine.operation([] {
         FileDescriptor fd;
-        EXPECT_EQ(file_lock_open(share_register, fd), 0);
+        EXPECT_EQ(file_lock_open(share_register, fd, Code::service_file_unopened), 0);
         share_list list;
         EXPECT_EQ(share_list_read(fd, list), -14);
         EXPECT_EQ(OpenRegister().open(), -2063);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The steps of forbidden shares: into the recycle files, changed there, out of them.
 #include "actions/shares/steps.h"
+#include "fixtures/library.h"
 #include "fixtures/share_operation.h"
 
 namespace zav::test {
@@ -21,10 +22,10 @@ std::string recycled(const std::string& name, const std::string& users = "",
 class RecycleSteps : public ShareOperation {
   protected:
     // Also prints the record's service afterwards, which is to be none.
-    Result change(int (*step)(share_info&), share_info share) {
+    Result change(Code (*step)(share_info&), share_info share) {
         Result result = operate([=] {
             share_info changed = share;
-            const int code = step(changed);
+            const Code code = step(changed);
             std::printf("%s", changed.type.c_str());
             return code;
         });
@@ -115,7 +116,7 @@ TEST_F(UnmountStep, UnmountsRemovesAndUnregisters) {
     machine.shares({{"pub", "ftp", directory}}).file(mdfstab, mdfstab_line(directory));
     const Result result = operate([] {
         share_info share = share_of("ftp", "anna", "c");
-        const int code = unmount_and_unregister(share, "/home/ftpuser/pub");
+        const auto code = unmount_and_unregister(share, "/home/ftpuser/pub");
         EXPECT_TRUE(share.type.empty());
         return code;
     });

@@ -2,6 +2,7 @@
 // What the steps tell when a file of theirs is locked, cannot be opened, read or written, and what
 // they leave then.
 #include "actions/shares/steps.h"
+#include "fixtures/library.h"
 #include "fixtures/share_operation.h"
 
 namespace zav::test {
@@ -14,15 +15,15 @@ using testing::StartsWith;
 // A step on the Samba share "pub" and the files that it opens, in their order.
 struct Step {
     std::string name;
-    std::function<int()> run;
+    Function run;
     std::string first;
     std::string second;
     std::string third = "";
     bool writes_each = true; ///< before it opens the next one
 };
 
-template <class Function>
-std::function<int()> on_share(Function step) {
+template <class Changed>
+Function on_share(Changed step) {
     return [step] {
         share_info share = share_of("samba", "anna");
         return step(share);
@@ -156,7 +157,7 @@ class ShareStepWriting : public ShareStepFaults {
         }
         return text;
     }
-    int run_on_full_disk(const std::function<int()>& step) {
+    int run_on_full_disk(const Function& step) {
         return result_of(step, {.limits = {{RLIMIT_FSIZE, 4096}}, .ignored_signals = {SIGXFSZ}});
     }
     const std::string long_global = "[global]\n" + std::string(5000, '#') + "\n";
@@ -226,7 +227,7 @@ TEST_F(ShareStepWriting, ARecycleFileThatCannotBeWrittenKeepsTheOthersOfARemoval
 // A step that waits where it hands over a file.
 class ShareStepsAtOnce : public ShareStepFaults {
   protected:
-    StartedRun start(const std::string& waits_at, const std::function<int()>& step) {
+    StartedRun start(const std::string& waits_at, const Function& step) {
         machine.tool(pool_tool::xconf)
             .on("/usr/local/bin/xconf -s " + waits_at)
             .does("echo > /var/saving; while ! [ -e /var/go ]; do :; done")

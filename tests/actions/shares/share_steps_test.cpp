@@ -2,6 +2,7 @@
 // The steps that register shares and put them into their services' files, those that change them
 // there and those that take them out.
 #include "actions/shares/steps.h"
+#include "fixtures/library.h"
 #include "fixtures/share_operation.h"
 
 namespace zav::test {

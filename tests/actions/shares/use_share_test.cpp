@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // How forbidden shares are put back in use, as shares of any service.
+#include "fixtures/library.h"
 #include "fixtures/share_operation.h"
 
 namespace zav::test {
@@ -27,7 +28,7 @@ class UseShare : public ShareOperation {
     Result use(const share_info& share) {
         return operate([=] {
             share_info used = share;
-            return edit_share(used, 1);
+            return edit_share(used, 1, printed());
         });
     }
     // No group has the pool, as far as lvdisplay knows.
@@ -73,7 +74,7 @@ TEST_F(UseSambaShare, KeepsItsUsersFromForbiddingToUse) {
     has_share("samba", "anna,bert");
     operate([] {
         share_info share = share_of("samba");
-        return edit_share(share, 0);
+        return edit_share(share, 0, printed());
     });
     EXPECT_EQ(machine.read(smb_conf), samba_global);
     EXPECT_EQ(use(share_of("samba")).returned, 0);

@@ -2,6 +2,7 @@
 // The rows of the disk listings.
 #include "actions/arrays/changes.h"
 #include "fixtures/disk_root.h"
+#include "fixtures/library.h"
 #include "sources/mdadm.h"
 #include "sources/share_lines.h"
 
@@ -122,8 +123,8 @@ TEST(DiskShow, OfItsPlaceIsOneLine) {
     const std::string text = printed_by([] {
         disk_list list;
         fill(add_disk(list, "sda", -15, "4"));
-        disk_place_show(*list.begin());
-        disk_place_show(disk_info());
+        disk_place_show(*list.begin(), printed());
+        disk_place_show(disk_info(), printed());
     });
     EXPECT_EQ(text, "disk : ch = -15, devcie = 4, name = sda\n"
                     "disk : ch = 0, devcie = , name = \n");

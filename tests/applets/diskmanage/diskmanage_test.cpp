@@ -2,6 +2,7 @@
 // diskmanage: the disk listing, hot spares, clearing a disk.
 #include "actions/disks/management.h"
 #include "fixtures/disk_machine.h"
+#include "fixtures/library.h"
 
 #include <csignal>
 
@@ -317,8 +318,9 @@ TEST_F(DiskManageHotspare, NeitherToMakeNorToRemoveIsMinus204) {
     machine.hotspares({"sdc"});
     for (const int mode : {0, 2, -2}) {
         for (const int channel : {3, 4}) {
-            const Result result =
-                machine.call([=] { return zav_set_hotspare(channel, mode, "0"); });
+            const Result result = machine.call([=] {
+                return zav_set_hotspare(channel, static_cast<HotspareMode>(mode), "0", printed());
+            });
             EXPECT_EQ(result.returned, -204);
             EXPECT_THAT(changes(result), IsEmpty());
         }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // disksmart: the disks with what they say about their health.
 #include "fixtures/disk_machine.h"
+#include "fixtures/library.h"
 
 namespace zav::test {
 namespace {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // fsmanage --delete: what is asked first, its steps in order, what each failing step leaves.
+#include "fixtures/library.h"
 #include "fixtures/pool_command.h"
 
 namespace zav::test {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // fsmanage --display, and which of several modes is taken.
+#include "fixtures/library.h"
 #include "fixtures/pool_command.h"
 
 namespace zav::test {

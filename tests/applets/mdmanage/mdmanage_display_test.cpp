@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // mdmanage --display: the table of all arrays, or of one.
 #include "fixtures/array_machine.h"
+#include "fixtures/library.h"
 
 namespace zav::test {
 namespace {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // netmanage --delete: unmounted, unregistered, its device cleared, and what each failing step
 // leaves.
+#include "fixtures/library.h"
 #include "fixtures/pool_command.h"
 
 namespace zav::test {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // netmanage --repair: unmounted, repaired, mounted again, and what each failing step leaves.
+#include "fixtures/library.h"
 #include "fixtures/pool_command.h"
 
 namespace zav::test {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // What sharemanage checks before it does anything: each check's code, their order, and the log.
+#include "fixtures/library.h"
 #include "fixtures/share_command.h"
 
 namespace zav::test {

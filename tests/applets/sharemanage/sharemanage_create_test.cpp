@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // sharemanage --create: a share of each service, and how it ends when a step fails.
+#include "fixtures/library.h"
 #include "fixtures/share_command.h"
 
 namespace zav::test {

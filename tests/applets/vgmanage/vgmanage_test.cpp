@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // vgmanage --create and --display, and which of several modes is taken.
 #include "fixtures/group_machine.h"
+#include "fixtures/library.h"
 
 namespace zav::test {
 namespace {

@@ -4,6 +4,7 @@
 #include "base/command.h"
 #include "base/command/real_tools_root.h"
 #include "base/text.h"
+#include "fixtures/library.h"
 
 #include <gmock/gmock.h>
 
@@ -19,7 +20,7 @@ using testing::IsEmpty;
 using testing::MatchesRegex;
 
 constexpr const char* name_template = "/tmp/smart_sda.XXXXXX";
-constexpr int unread = -1070;
+constexpr Code unread = Code::smart_unread;
 
 // A root in which "/sbin/tool FILE" does `what` with the captured file.
 class CaptureRoot : public RealToolsRoot {
@@ -223,7 +224,8 @@ TEST(CaptureWithoutAFile, IsMissingForItsReader) {
     EXPECT_EQ(root.call(
                       [] {
                           std::string text;
-                          return Capture(name_template).read_or_fail(text, -1, unread);
+                          return Capture(name_template)
+                              .read_or_fail(text, WaitStatus::not_started, unread);
                       },
                       ClosedTmpRoot::caller())
                   .returned,
@@ -234,7 +236,7 @@ TEST(CaptureWithoutAFile, NeitherReadsNorRemovesAFileThatComesLater) {
     CaptureRoot root;
     root.call([] {
         const Capture capture("/tmp/too-few-XXXXX"); // is refused
-        run_command("/usr/local/bin/cp /sbin/tool /tmp/too-few-XXXXX");
+        ignore(run_command("/usr/local/bin/cp /sbin/tool /tmp/too-few-XXXXX"));
         EXPECT_EQ(capture.read(), std::nullopt);
         return 0;
     });
@@ -242,11 +244,11 @@ TEST(CaptureWithoutAFile, NeitherReadsNorRemovesAFileThatComesLater) {
 }
 
 // Runs the tool and reads its output; prints the text that it got.
-int run_and_read() {
+Code run_and_read() {
     Capture capture(name_template);
-    const int status = capture.run(tool_given(capture));
+    const WaitStatus status = capture.run(tool_given(capture));
     std::string text = "before";
-    const int result = capture.read_or_fail(text, status, unread, {"get_smart", 99});
+    const Code result = capture.read_or_fail(text, status, unread, {"get_smart", 99});
     std::fputs(text.c_str(), stdout);
     return result;
 }
@@ -270,7 +272,7 @@ TEST(CaptureReader, GoesOnWithWhatAFailedToolLeft) {
 TEST(CaptureReader, LogsAFileThatIsGone) {
     CaptureRoot root("rm $1; exit 3");
     const Result result = root.call(run_and_read);
-    EXPECT_EQ(result.returned, error::command_failed);
+    EXPECT_EQ(result.returned, Code::command_failed);
     EXPECT_EQ(result.returned, -11000);
     EXPECT_EQ(result.out, "before");
     ASSERT_EQ(root.log().size(), 1U);

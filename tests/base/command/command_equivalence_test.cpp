@@ -2,6 +2,7 @@
 // A command that is started without a shell ends and acts as it does through one.
 #include "base/command.h"
 #include "base/command/real_tools_root.h"
+#include "fixtures/library.h"
 
 #include <cstdlib>
 #include <fcntl.h>
@@ -40,7 +41,7 @@ std::string without_shell_name(std::string text) {
     return name == text.npos ? text : text.substr(name);
 }
 
-Effect effect_of(RealToolsRoot& root, const std::function<int()>& run) {
+Effect effect_of(RealToolsRoot& root, const test::Function& run) {
     root.script("/sbin/tool", "echo \"$# $* in $PWD\"; echo complaint >&2; exit 7")
         .script("/sbin/killed", "kill -$1 $$")
         .script("/sbin/cat", "echo a wrong cat")

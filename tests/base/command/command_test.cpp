@@ -2,6 +2,7 @@
 // How an outside command is run: directories, redirection, length, status.
 #include "base/command.h"
 #include "base/command/real_tools_root.h"
+#include "fixtures/library.h"
 
 #include <cerrno>
 #include <csignal>
@@ -56,7 +57,7 @@ TEST(Command, PrintsAfterWhatWasPrintedBefore) {
     for (const char* command : {"/sbin/tool", "true; /sbin/tool"}) {
         const Result result = root.call([command] {
             std::fputs("before ", stdout);
-            run_command(command);
+            ignore(run_command(command));
             std::fputs("after", stdout);
             return 0;
         });
@@ -78,7 +79,7 @@ TEST(Command, LeavesTheCallersStandardInputAlone) {
     RealToolsRoot root;
     root.call(
         [] {
-            run_command("cat");
+            ignore(run_command("cat"));
             std::array<char, 8> text = {};
             EXPECT_EQ(::read(STDIN_FILENO, text.data(), 6), 6);
             EXPECT_STREQ(text.data(), "secret");
@@ -90,9 +91,9 @@ TEST(Command, LeavesTheCallersStandardInputAlone) {
 TEST(Command, LeavesNoProcessBehind) {
     RealToolsRoot root;
     root.call([] {
-        run_command("/usr/local/bin/true");
-        run_command("true; false");
-        run_command("/sbin/missing");
+        ignore(run_command("/usr/local/bin/true"));
+        ignore(run_command("true; false"));
+        ignore(run_command("/sbin/missing"));
         EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
         EXPECT_EQ(errno, ECHILD);
         return 0;
@@ -167,7 +168,7 @@ TEST(Command, LeavesTheErrorNumberOfItsCallerAlone) {
         for (const char* command :
              {"/usr/local/bin/true", "/usr/local/bin/false", "/sbin/missing", "true; false"}) {
             errno = 0;
-            run_command(command);
+            ignore(run_command(command));
             EXPECT_EQ(errno, 0) << command;
         }
         return 0;
@@ -183,7 +184,7 @@ TEST(CommandStatus, IsMinusOneWithoutRoomForAProcess) {
             const rlimit none = {0, processes.rlim_max};
             for (const char* command : {"/usr/local/bin/true", "true; true"}) {
                 ::setrlimit(RLIMIT_NPROC, &none);
-                const int status = run_command(command);
+                const int status = number_of(run_command(command));
                 ::setrlimit(RLIMIT_NPROC, &processes);
                 EXPECT_EQ(status, -1) << command;
             }
@@ -229,9 +230,9 @@ TEST(CommandPath, IsPutBack) {
     RealToolsRoot root;
     root.call(
         [] {
-            run_command("/usr/local/bin/true");
+            ignore(run_command("/usr/local/bin/true"));
             EXPECT_STREQ(std::getenv("PATH"), "/home/bin:/opt");
-            run_command("/usr/local/bin/false; false");
+            ignore(run_command("/usr/local/bin/false; false"));
             EXPECT_STREQ(std::getenv("PATH"), "/home/bin:/opt");
             return 0;
         },
@@ -243,7 +244,7 @@ TEST(CommandPath, ThatWasUnsetEndsInTheCurrentDirectoryAndIsEmptyAfterwards) {
     root.script("/sbin/tool", "echo \"$PATH\"").script("/home/here", "echo found");
     const Result result = root.call(
         [] {
-            run_command("/sbin/tool");
+            ignore(run_command("/sbin/tool"));
             EXPECT_STREQ(std::getenv("PATH"), "");
             return run_command("here");
         },
@@ -256,7 +257,7 @@ TEST(CommandPath, ThatWasEmptyIsEmptyAfterwards) {
     root.script("/sbin/tool", "echo \"$PATH\"");
     const Result result = root.call(
         [] {
-            run_command("/sbin/tool");
+            ignore(run_command("/sbin/tool"));
             EXPECT_STREQ(std::getenv("PATH"), "");
             return 0;
         },
@@ -270,7 +271,7 @@ TEST(CommandPath, IsCutAt255CharactersForTheToolAndAfterwards) {
     const std::string path = "/" + std::string(299, 'p');
     const Result result = root.call(
         [&path] {
-            run_command("/sbin/tool");
+            ignore(run_command("/sbin/tool"));
             EXPECT_EQ(std::getenv("PATH"), path.substr(0, 255));
             return 0;
         },
@@ -283,7 +284,7 @@ TEST(CommandPath, Of255CharactersComesBackWhole) {
     const std::string path = "/" + std::string(254, 'p');
     root.call(
         [&path] {
-            run_command("/usr/local/bin/true");
+            ignore(run_command("/usr/local/bin/true"));
             EXPECT_EQ(std::getenv("PATH"), path);
             return 0;
         },

@@ -4,6 +4,7 @@
 #include "base/command/real_tools_root.h"
 #include "base/file.h"
 #include "base/process.h"
+#include "fixtures/library.h"
 
 #include <csignal>
 #include <fcntl.h>
@@ -37,7 +38,7 @@ TEST(Child, HasDescriptors0To2AndNoOther) {
     const auto list_own = [] {
         const FileDescriptor held = FileDescriptor::open("/tmp/held", O_RDWR);
         const FileDescriptor other = FileDescriptor::open("/tmp", O_RDONLY);
-        run_command("/usr/local/bin/ls /.harness/proc/self/fd");
+        ignore(run_command("/usr/local/bin/ls /.harness/proc/self/fd"));
         return run_command("true; ls /.harness/proc/self/fd");
     };
     // 3 is the directory that is being listed.
@@ -79,7 +80,7 @@ TEST(Child, HasNoStandardInputAtAllWhenTheNullDeviceCannotBeOpened) {
             const auto status = run_program({{"/bin/cat"}, {}});
             limit.rlim_cur = enough;
             ::setrlimit(RLIMIT_NOFILE, &limit);
-            return status.value_or(-1);
+            return status.value_or(WaitStatus::not_started);
         },
         {.input = "secret\n"});
     EXPECT_EQ(result.returned, 1 << 8);
@@ -148,7 +149,8 @@ TEST(Redirection, OfErrorsIsAppended) {
     RealToolsRoot root;
     root.script("/sbin/tool", "echo text >&2").file("/tmp/file", "older\n");
     root.call([] {
-        return run_program({{"/sbin/tool"}, {{STDERR_FILENO, true, "/tmp/file"}}}).value_or(-1);
+        return run_program({{"/sbin/tool"}, {{STDERR_FILENO, true, "/tmp/file"}}})
+            .value_or(WaitStatus::not_started);
     });
     EXPECT_EQ(root.read("/tmp/file"), "older\ntext\n");
 }
@@ -207,7 +209,7 @@ TEST(Interrupt, AfterwardsIsWhatItWasForTheCaller) {
         RealToolsRoot root;
         root.call(
             [&ignored] {
-                run_command("/usr/local/bin/true");
+                ignore(run_command("/usr/local/bin/true"));
                 for (const int number : {SIGINT, SIGQUIT}) {
                     struct sigaction action = {};
                     ::sigaction(number, nullptr, &action);
@@ -281,7 +283,7 @@ TEST(Signals, RunNoHandlerOfTheCallerInTheTool) {
             ::_exit(0);
         }
         const auto status = run_program({{"/sbin/tool"}, {{STDOUT_FILENO, false, "/tmp/fifo"}}});
-        EXPECT_EQ(status.value_or(0), SIGUSR1);
+        EXPECT_EQ(status.value_or(WaitStatus::success), SIGUSR1);
         EXPECT_EQ(handled_in, 0);
         ::waitpid(signaller, nullptr, 0);
         return 0;

@@ -3,6 +3,7 @@
 #include "base/codes.h"
 #include "base/file.h"
 #include "base/file_locks.h"
+#include "fixtures/library.h"
 #include "private_root.h"
 
 #include <array>
@@ -308,7 +309,7 @@ TEST(Copy, FailsWithoutADirectoryForTheTarget) {
     PrivateRoot root;
     root.file("/tmp/source", "new\n");
     EXPECT_EQ(root.call([] { return copy_file("/tmp/source", "/missing/file"); }).returned,
-              file_error::not_created);
+              FileCode::not_created);
 }
 
 TEST(Copy, FailsWhereTheTargetCannotBeWritten) {

@@ -3,6 +3,7 @@
 // fixed buffers, the file read again from its start for every step.
 #include "base/key_value.h"
 #include "base/key_value/memory_file.h"
+#include "fixtures/library.h"
 
 #include <array>
 #include <cstdio>
@@ -189,10 +190,10 @@ TEST(KeyValueReference, BothReadersAgree) {
         const Lookup expected = slow_lookup(text, "s", "k");
         const MemoryFile file(text);
         std::array<char, 600> value = {};
-        const int code = key_value_get(file.path(), "s", "k", value.data(), value.size());
+        const auto code = key_value_get(file.path(), "s", "k", value.data(), value.size());
         ASSERT_EQ(code, expected.code) << "seed " << seed << "\n" << text;
         ASSERT_EQ(value.data(), expected.value) << "seed " << seed << "\n" << text;
-        ++seen.at(static_cast<std::size_t>(-code));
+        ++seen.at(static_cast<std::size_t>(-number_of(code)));
     }
     EXPECT_GT(seen[0], 1000);
     EXPECT_GT(seen[1], 1000);
@@ -212,7 +213,7 @@ TEST(KeyValueReference, IndexFindsWhatTheReaderFinds) {
         for (const char* section : {"s", "t", "a", "", "]", "k"}) {
             for (const char* key : {"k", "x", "a", ""}) {
                 std::array<char, 600> value = {};
-                const int code =
+                const auto code =
                     key_value_get(file.path(), section, key, value.data(), value.size());
                 const auto indexed = index.get(section, key);
                 ASSERT_EQ(indexed.has_value(), code == 0) << "seed " << seed << "\n" << text;
@@ -233,7 +234,7 @@ TEST(KeyValueReference, BothWritersAgree) {
         const std::string text = "[s]\n" + random_file(random);
         const Lookup lookup = slow_lookup(text, "s", "k");
         const MemoryFile file(text);
-        const int code = key_value_set(file.path(), "s", "k", "new");
+        const auto code = key_value_set(file.path(), "s", "k", "new");
         const bool written = lookup.code == 0 || lookup.code == -2;
         ASSERT_EQ(code, written ? 0 : lookup.code) << "seed " << seed;
         ASSERT_EQ(file.text(), written ? slow_replacement(text, lookup, "\tk = new\n") : text)

@@ -2,6 +2,7 @@
 // Taking one item out of the value of a key.
 #include "base/key_value.h"
 #include "base/key_value/memory_file.h"
+#include "fixtures/library.h"
 
 #include <gtest/gtest.h>
 #include <string>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Writing sectioned key/value files: what changes, what stays, what is left behind.
 #include "base/key_value.h"
+#include "fixtures/library.h"
 #include "private_root.h"
 
 #include <filesystem>
@@ -273,7 +274,7 @@ void expect_no_room(int code, const std::string& file) {
             return -1000;
         }
         std::ofstream("/small/test.conf") << file;
-        const int returned = key_value_set("/small/test.conf", "s", "k", "new");
+        const int returned = number_of(key_value_set("/small/test.conf", "s", "k", "new"));
         std::ostringstream left;
         left << std::ifstream("/small/test.conf").rdbuf();
         EXPECT_EQ(left.str(), file);

@@ -2,6 +2,7 @@
 // Reading sectioned key/value files, byte by byte.
 #include "base/key_value.h"
 #include "base/key_value/memory_file.h"
+#include "fixtures/library.h"
 
 #include <gtest/gtest.h>
 #include <ostream>
@@ -37,8 +38,8 @@ Reading get(std::string_view file, std::size_t room = 600, const char* section =
     const MemoryFile source(file);
     std::string value(700, '\0');
     value.replace(0, 6, "before");
-    const int code = key_value_get(source.path(), section, key, value.data(), room);
-    return {code, value.c_str()};
+    const auto code = key_value_get(source.path(), section, key, value.data(), room);
+    return {number_of(code), value.c_str()};
 }
 
 // A place for the value whatever else the file holds.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // What one line of the log looks like.
 #include "base/log.h"
+#include "fixtures/library.h"
 #include "private_root.h"
 
 #include <cerrno>
@@ -112,7 +113,7 @@ TEST(LogLines, LoggersKeepTheCallersErrno) {
 
 TEST(MessageShapes, AReturnedCodeNamesFunctionAndLine) {
     EXPECT_THAT(logged_by([] {
-                    log_return(-205, {"get_disk_list", 238});
+                    ignore(log_return(Code::no_disk_list, {"get_disk_list", 238}));
                 }),
                 HasSubstr("]:get_disk_list[238]: return with -205\n"));
 }
@@ -126,19 +127,19 @@ TEST(MessageShapes, AFailureOfTheLibraryNamesValueAndReason) {
 }
 
 TEST(MessageShapes, AFailureWithACodeLogsTheCode) {
-    EXPECT_THAT(logged_by([] {
-                    errno = EACCES;
-                    fail_with_errno(-1021, {"get_disk_list", 12});
-                }),
-                HasSubstr("]:get_disk_list:12 return -1021 with Permission denied\n\n"));
+    EXPECT_THAT(
+        logged_by([] {
+            errno = EACCES;
+            ignore(fail_with_errno(Code::controller_directory_unread, {"get_disk_list", 12}));
+        }),
+        HasSubstr("]:get_disk_list:12 return -1021 with Permission denied\n\n"));
 }
 
 TEST(MessageShapes, TheCodeIsReturnedAndALoggedValueIsNot) {
     PrivateRoot root;
     root.call([] {
-        EXPECT_EQ(log_return(-205), -205);
-        EXPECT_EQ(fail_with_errno(-1021), -1021);
-        EXPECT_EQ(log_errno(256), 0);
+        EXPECT_EQ(log_return(Code::no_disk_list), -205);
+        EXPECT_EQ(fail_with_errno(Code::controller_directory_unread), -1021);
         return 0;
     });
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The checks that arguments pass.
 #include "base/checks.h"
+#include "fixtures/library.h"
 
 #include <gtest/gtest.h>
 #include <string>
@@ -16,7 +17,7 @@ std::string text_of(std::size_t length, char c = 'a') {
 }
 
 // The single characters that a check takes, out of all but NUL.
-std::string characters_taken(int (*check)(const char*)) {
+std::string characters_taken(Check (*check)(const char*)) {
     std::string taken;
     for (int byte = 1; byte < 256; ++byte) {
         const char text[] = {static_cast<char>(byte), '\0'};

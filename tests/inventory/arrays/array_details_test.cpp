@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Level, size and state of arrays, as mdadm tells them.
 #include "fixtures/array_root.h"
+#include "fixtures/library.h"
 
 #include <csignal>
 #include <gmock/gmock.h>
@@ -65,7 +66,7 @@ TEST_F(ArrayDetails, KeepsTheDefaultsWhenTheDetailsCannotBeOpened) {
                                          "file or directory")));
 }
 
-int details_of_two(mdinfo_list& list) {
+Code details_of_two(mdinfo_list& list) {
     add_array(list, "md1", "", "inactive");
     add_array(list, "md2", "", "inactive");
     return get_mdinfo_from_mdadm(list);
@@ -176,7 +177,7 @@ TEST_F(ArrayDetails, ReadsDetailsThatAreAMegabyteOfGarbage) {
 
 std::string value_of(std::string_view text, const char* key, std::size_t capacity, int& code) {
     char value[64] = "before";
-    code = get_mdinfo_type(text, value, capacity, key);
+    code = number_of(get_mdinfo_type(text, value, capacity, key));
     return value;
 }
 

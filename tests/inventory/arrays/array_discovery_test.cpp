@@ -2,6 +2,7 @@
 // The sources of the array list, one by one and together: their commands, codes and messages, and
 // what they leave behind.
 #include "fixtures/array_root.h"
+#include "fixtures/library.h"
 
 #include <csignal>
 #include <gmock/gmock.h>
@@ -234,7 +235,7 @@ TEST(ArrayProgressSource, AsksForTheProgressOfAllArraysOnce) {
     const Discovery found = root.discover([](mdinfo_list& list) {
         add_array(list, "md1", "raid5", "recovering");
         add_array(list, "md2", "raid5", "recovering");
-        return get_mdinfo_from_mdstat(list);
+        return get_mdinfo_from_mdstat(list, printed());
     });
     EXPECT_EQ(found.arrays.at(0).progress, "12.6%(12.00MB/s)");
     EXPECT_EQ(found.arrays.at(1).progress, "");

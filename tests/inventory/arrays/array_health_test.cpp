@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Members and health of arrays, as the kernel's directories tell.
 #include "fixtures/array_root.h"
+#include "fixtures/library.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -15,13 +16,13 @@ using testing::MatchesRegex;
 using testing::SizeIs;
 
 // get_mdinfo_from_sysblock() for arrays of that type, all clean so far.
-std::function<int(mdinfo_list&)> health_of(const std::vector<std::string>& names,
-                                           const std::string& type = "raid5") {
+Reader<mdinfo_list> health_of(const std::vector<std::string>& names,
+                              const std::string& type = "raid5") {
     return [names, type](mdinfo_list& list) {
         for (const std::string& name : names) {
             add_array(list, name, type);
         }
-        return get_mdinfo_from_sysblock(list);
+        return get_mdinfo_from_sysblock(list, printed());
     };
 }
 
@@ -75,7 +76,7 @@ TEST_F(MembersOfMd1, ReplaceWhatTheRecordHeld) {
     root.members("md1", "1\n", {{"sda", "in_sync\n"}});
     const Discovery found = root.discover([](mdinfo_list& list) {
         add_array(list, "md1", "raid5").members = "2097152 (2.00 GiB 2.15 GB)";
-        return get_mdinfo_from_sysblock(list);
+        return get_mdinfo_from_sysblock(list, printed());
     });
     EXPECT_EQ(found.arrays.at(0).members, "sda");
 }
@@ -234,7 +235,7 @@ TEST_F(MembersOfMd1, LeaveAnInactiveArrayInactive) {
     root.members("md1", "1\n", {{"sda", "in_sync\n"}});
     const Discovery found = root.discover([](mdinfo_list& list) {
         add_array(list, "md1", "raid5", "inactive");
-        return get_mdinfo_from_sysblock(list);
+        return get_mdinfo_from_sysblock(list, printed());
     });
     EXPECT_EQ(found.arrays.at(0).status, "inactive");
 }
@@ -349,7 +350,7 @@ TEST(ArrayHealthOfSeveral, IsReadWithOneDiskList) {
 }
 
 int disk_state(const char* path) {
-    return static_cast<int>(get_disk_state(path));
+    return static_cast<int>(get_disk_state(path, printed()));
 }
 
 TEST(DiskStateNumbers, AreThoseThatCallersKnow) {
@@ -380,15 +381,15 @@ TEST(DiskStateFile, MayBeAMegabyteOfGarbage) {
 TEST(RaidDisksFile, HoldsADecimalNumber) {
     PrivateRoot root;
     root.file("/raid_disks", "16\n");
-    EXPECT_EQ(root.call([] { return get_raid_disks("/raid_disks"); }).returned, 16);
+    EXPECT_EQ(root.call([] { return get_raid_disks("/raid_disks", printed()); }).returned, 16);
     root.file("/raid_disks", "4 (3)\n");
-    EXPECT_EQ(root.call([] { return get_raid_disks("/raid_disks"); }).returned, 4);
+    EXPECT_EQ(root.call([] { return get_raid_disks("/raid_disks", printed()); }).returned, 4);
 }
 
 TEST(RaidDisksFile, ThatIsADirectoryGivesNone) {
     PrivateRoot root;
     root.directory("/raid_disks");
-    const Result result = root.call([] { return get_raid_disks("/raid_disks"); });
+    const Result result = root.call([] { return get_raid_disks("/raid_disks", printed()); });
     EXPECT_EQ(result.returned, 0);
     EXPECT_EQ(result.out, "cannot cat /raid_disks\n");
 }

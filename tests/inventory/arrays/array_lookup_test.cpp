@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Asking about one array by its name: whether it runs, its type, its member disks.
-#include "inventory/arrays.h"
 #include "fixtures/array_machine.h"
+#include "fixtures/library.h"
+#include "inventory/arrays.h"
 
 namespace zav::test {
 namespace {
@@ -15,16 +16,15 @@ class ArrayLookup : public testing::Test {
   protected:
     ArrayLookup() { machine.box(6); }
     int check(const char* name) {
-        run = machine.operation([&] { return check_raid_state(name); });
+        run = machine.operation([&] { return check_raid_state(name, printed()); });
         return run.returned;
     }
     // The type goes to the output.
     int type(const char* name) {
         run = machine.operation([&] {
-            BoundedText<8> found;
-            const int result = get_raid_type(name, found);
-            std::puts(found.c_str());
-            return result;
+            const auto found = get_raid_type(name, printed());
+            std::puts(found ? found->c_str() : "");
+            return found.code();
         });
         return run.returned;
     }
@@ -32,7 +32,7 @@ class ArrayLookup : public testing::Test {
     int members(const char* name) {
         run = machine.operation([&] {
             disk_list disks;
-            const int result = get_disks_from_md(name, disks);
+            const auto result = get_disks_from_md(name, disks, printed());
             for (const disk_info& disk : disks) {
                 std::printf("%s %d %s %d\n", disk.name.c_str(), disk.channel, disk.device.c_str(),
                             disk.hotspare);

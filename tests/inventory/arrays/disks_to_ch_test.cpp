@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Members of arrays as channels.
-#include "inventory/array_members.h"
 #include "fixtures/array_root.h"
+#include "fixtures/library.h"
+#include "inventory/array_members.h"
 #include "sources/mdstat.h"
 
 #include <gmock/gmock.h>
@@ -187,10 +188,10 @@ INSTANTIATE_TEST_SUITE_P(WithParity, StateWithChannels,
                                          Demotion{"raid10", "sda(F),*(M)", "clean"},
                                          Demotion{"", "sda(F),*(M)", "clean"}));
 
-int rewrite(mdinfo_list& list) {
+Code rewrite(mdinfo_list& list) {
     add_array(list, "md1", "raid1").members = "sda,sdb(F)";
     add_array(list, "md2", "raid0").members = "sdc,*(M)";
-    return disks_to_ch(list);
+    return disks_to_ch(list, printed());
 }
 
 TEST(DisksToChannels, RewritesEveryArrayOfTheList) {

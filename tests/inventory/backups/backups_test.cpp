@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Which groups have a backup, which backup has a pool, and which volumes LVM sees.
+#include "fixtures/library.h"
 #include "fixtures/recovery_root.h"
 #include "inventory/backups.h"
 
@@ -34,12 +35,11 @@ Texts lines_of(const std::string& text) {
 Result groups(RecoveryMachine& machine, std::size_t max = enough, const RunOptions& options = {}) {
     return machine.operation(
         [max] {
-            std::vector<GroupName> names;
-            const int count = get_vg_from_backup(names, max);
-            for (const GroupName& name : names) {
+            const auto names = get_vg_from_backup(max, printed());
+            for (const GroupName& name : *names) {
                 std::puts(name.c_str());
             }
-            return count;
+            return static_cast<int>(names->size());
         },
         options);
 }
@@ -120,12 +120,8 @@ TEST(GroupsWithABackup, AreUnknownInADirectoryThatCannotBeRead) {
     RecoveryMachine machine;
     machine.backup("vg1", "");
     machine.directory("/etc/lvm/backup", 0);
-    const Result result = machine.call(
-        [] {
-            std::vector<GroupName> names;
-            return get_vg_from_backup(names, enough);
-        },
-        nobody);
+    const Result result =
+        machine.call([] { return get_vg_from_backup(enough, printed()).code(); }, nobody);
     machine.directory("/etc/lvm/backup");
     EXPECT_EQ(result.returned, -614);
     EXPECT_EQ(result.out, "cannot open '/etc/lvm/backup'\n");
@@ -135,9 +131,8 @@ TEST(GroupsWithABackup, AreUnknownInADirectoryThatCannotBeRead) {
 Result group_of(RecoveryMachine& machine, const std::string& pool) {
     return machine.operation([&pool] {
         GroupName group("before");
-        const int result = vgname_from_backup(pool.c_str(), group);
+        vgname_from_backup(pool.c_str(), group, printed());
         std::puts(group.c_str());
-        return result;
     });
 }
 
@@ -210,7 +205,7 @@ TEST_F(GroupOfAPool, IsLoggedWithTheReasonAlsoWithoutAnOutput) {
     machine.backup(std::string(33, 'v'), backup_of({}, {"pub"}));
     const auto search = [] {
         GroupName group;
-        return vgname_from_backup("pub", group);
+        return vgname_from_backup("pub", group, printed());
     };
     EXPECT_EQ(machine.operation(search, {.closed = {1}}).returned, 0);
     EXPECT_THAT(machine.logged(), ElementsAre(EndsWith("]: No such file or directory")));
@@ -242,7 +237,7 @@ TEST_F(GroupOfAPool, IsNotLedAstrayByGarbage) {
 Result volumes(RecoveryMachine& machine) {
     return machine.operation([] {
         live_pv_list list;
-        const int result = get_idpv_from_pvdisplay(list);
+        const auto result = get_idpv_from_pvdisplay(list, printed());
         live_pv_list_display(&list);
         return result;
     });

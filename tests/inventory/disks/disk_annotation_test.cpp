@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // What the disk listing shows beyond the disks: arrays, volume groups and mounted file systems.
 #include "fixtures/disk_root.h"
+#include "fixtures/library.h"
 #include "inventory/disk_use.h"
 
 #include <csignal>
@@ -79,7 +80,7 @@ class AnnotationRoot : public DiskRoot {
         return *this;
     }
 
-    Annotation annotate(const std::function<int(display_disk_list&)>& step,
+    Annotation annotate(const Reader<display_disk_list>& step,
                         const std::function<void(display_disk_list&)>& prepare) {
         const Result result = call([&] {
             display_disk_list listing;
@@ -315,7 +316,7 @@ TEST(MountAnnotation, WhoseOutputIsGoneFails) {
 }
 
 /// add_disk_list_info() on one disk with every field set.
-int annotate_one(display_disk_list& listing) {
+Code annotate_one(display_disk_list& listing) {
     disk_list disks;
     disk_info& disk = add_disk(disks, "sdb", 2);
     disk.space = 931;
@@ -323,14 +324,14 @@ int annotate_one(display_disk_list& listing) {
     disk.model = "MODEL";
     disk.usage = "RAID";
     disk.hotspare = 1;
-    return add_disk_list_info(disks, listing);
+    return add_disk_list_info(disks, listing, printed());
 }
 
 TEST(DiskAnnotation, CopiesEveryFieldOfTheDisk) {
     AnnotationRoot root;
     const Result result = root.call([] {
         display_disk_list listing;
-        const int code = annotate_one(listing);
+        const Code code = annotate_one(listing);
         display_disk_show(*listing.begin());
         return code;
     });

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The attribute step: size, state and model from the kernel's files.
 #include "fixtures/disk_root.h"
+#include "fixtures/library.h"
 #include "inventory/disks.h"
 
 namespace zav::test {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The disk list as a whole, and its first step: the status files of the SATA controller.
 #include "fixtures/disk_root.h"
+#include "fixtures/library.h"
 #include "inventory/disks.h"
 
 #include <csignal>

@@ -2,6 +2,7 @@
 // The other sources of the disk list: the hot-spare tool, the RAID controller's tool and the
 // partition table.
 #include "fixtures/disk_root.h"
+#include "fixtures/library.h"
 #include "inventory/disks.h"
 
 #include <csignal>

@@ -2,6 +2,7 @@
 // The health of the disks as smartctl and the RAID controller's tool tell it: what is run, and what
 // comes of each way to fail.
 #include "fixtures/disk_root.h"
+#include "fixtures/library.h"
 #include "inventory/smart.h"
 #include "sources/smart_outputs.h"
 
@@ -61,7 +62,7 @@ class SmartRoot : public DiskRoot {
         const auto fill = [&] {
             disk_list disks;
             prepare(disks);
-            const int code = fill_smart(disks, mode);
+            const auto code = fill_smart(disks, mode);
             for (const disk_info& disk : disks) {
                 std::printf("%s|%s|%s|%zu\n", disk.name.c_str(), disk.smart.serial_number.c_str(),
                             disk.smart.health.c_str(), disk.smart_attributes.size());

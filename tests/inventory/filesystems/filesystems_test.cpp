@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The registered file systems joined with the pools and the mount table, and questions asked of the
 // register.
+#include "fixtures/library.h"
 #include "fixtures/pool_machine.h"
 #include "inventory/filesystems.h"
 
@@ -29,7 +30,7 @@ class FileSystems : public testing::Test {
     Result read() {
         return machine.operation([] {
             fs_list list;
-            const int result = mdfstab_read(list);
+            const auto result = mdfstab_read(list);
             print(list);
             return result;
         });
@@ -37,8 +38,8 @@ class FileSystems : public testing::Test {
     Result read_with_state() {
         return machine.operation([] {
             fs_list list;
-            mdfstab_read(list);
-            const int result = mountfs_get(list);
+            ignore(mdfstab_read(list));
+            const auto result = mountfs_get(list, printed());
             print(list);
             return result;
         });
@@ -51,7 +52,7 @@ class FileSystems : public testing::Test {
         return machine.operation([=] {
             BoundedText<16> type("old");
             BoundedText<128> mntpoint("before");
-            const int result = mdfstab_lookup(pool, group, type, mntpoint);
+            const auto result = mdfstab_lookup(pool, group, type, mntpoint);
             std::printf("%s|%s", type.c_str(), mntpoint.c_str());
             return result;
         });
@@ -96,7 +97,7 @@ TEST_F(RegisteredFileSystems, AreAddedToTheList) {
     const Result result = machine.operation([] {
         fs_list list;
         list.append().name = "first";
-        const int code = mdfstab_read(list);
+        const auto code = mdfstab_read(list);
         print(list);
         return code;
     });

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Where a physical volume is: on an array, on a disk, behind the RAID controller.
+#include "fixtures/library.h"
 #include "inventory/groups.h"
 
 #include <gmock/gmock.h>

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Network disks that are registered, mounted, or known by their label.
+#include "fixtures/library.h"
 #include "fixtures/pool_machine.h"
 #include "inventory/netdisks.h"
 
@@ -19,7 +20,8 @@ class NetfsDiscovery : public testing::Test {
         return machine.operation([&] { return netfs_label_used(label); }).returned;
     }
     // What `find` prints and gives.
-    std::string found(std::string (*find)(std::string_view), const std::string& label) {
+    std::string found(const std::function<std::string(std::string_view)>& find,
+                      const std::string& label) {
         return machine
             .operation([&] {
                 std::printf("%s", find(label).c_str());
@@ -28,7 +30,9 @@ class NetfsDiscovery : public testing::Test {
             .out;
     }
     // The label's device, after what was printed.
-    std::string mounted(const std::string& label) { return found(mounted_device, label); }
+    std::string mounted(const std::string& label) {
+        return found([](std::string_view text) { return mounted_device(text, printed()); }, label);
+    }
     std::string labelled(const std::string& label) { return found(labelled_device, label); }
     PoolMachine machine;
 };
@@ -98,7 +102,7 @@ class NetfsList : public NetfsDiscovery {
         return machine
             .operation([expected] {
                 fs_list disks;
-                EXPECT_EQ(netfs_list_get(disks), expected);
+                EXPECT_EQ(netfs_list_get(disks, printed()), expected);
                 for (const fs_info& fs : disks) {
                     std::printf("%s %s %s\n", fs.name.c_str(), fs.status.c_str(),
                                 fs.device.c_str());

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The list of pools.
+#include "fixtures/library.h"
 #include "inventory/pools.h"
 #include "machine.h"
 
@@ -32,7 +33,7 @@ class Pools : public testing::Test {
     Result shown() {
         Result result = machine.call([] {
             pool_list pools;
-            const int code = pool_list_get(pools);
+            const auto code = pool_list_get(pools, printed());
             pool_list_show(&pools);
             return code;
         });
@@ -88,7 +89,7 @@ TEST_F(Pools, AreReadFromAToolThatIsKilledOrMissing) {
     without_lvm.disks(1);
     const Result result = without_lvm.call([] {
         pool_list pools;
-        return pool_list_get(pools);
+        return pool_list_get(pools, printed());
     });
     EXPECT_EQ(result.returned, -1051);
 }
@@ -117,7 +118,7 @@ TEST_F(Pools, LeaveAnOutputThatCannotBeOpened) {
     const Result result = machine.call(
         [] {
             pool_list pools;
-            return pool_list_get(pools);
+            return pool_list_get(pools, printed());
         },
         {.uid = 65534});
     EXPECT_EQ(result.returned, -1050);
@@ -129,7 +130,7 @@ TEST_F(Pools, AreFoundByNameInWhateverGroup) {
                   pool_line("/dev/data/ab", "data"));
     for (const auto& [name, found] :
          {std::pair("a", 1), {"ab", 1}, {"b", 0}, {"", 0}, {"data", 0}, {"/dev/data/a", 0}}) {
-        const Result result = machine.call([name = name] { return check_lvname(name); });
+        const Result result = machine.call([name = name] { return check_lvname(name, printed()); });
         EXPECT_EQ(result.returned, found) << name;
         EXPECT_EQ(result.out, "");
     }
@@ -137,13 +138,13 @@ TEST_F(Pools, AreFoundByNameInWhateverGroup) {
 
 TEST_F(Pools, AreFoundByNameWhenTheToolFails) {
     tool().prints(pool_line("/dev/data/a", "data")).exits(5);
-    EXPECT_EQ(machine.call([] { return check_lvname("a"); }).returned, 1);
+    EXPECT_EQ(machine.call([] { return check_lvname("a", printed()); }).returned, 1);
 }
 
 TEST_F(Pools, ThatCannotBeReadAreReportedWhereANameIsLookedUp) {
     tool().does("/.harness/busybox rm /tmp/lvdisplay.*");
-    const Result result = machine.call([] { return check_lvname("a"); });
-    EXPECT_EQ(result.returned, -326);
+    const Result result = machine.call([] { return check_lvname("a", printed()); });
+    EXPECT_EQ(result.returned, -1);
     EXPECT_THAT(result.out, testing::EndsWith("for errno '-326'\n"));
     EXPECT_THAT(messages().back(), MatchesRegex("check_lvname\\[[0-9]+\\]: return with -326"));
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The checks of a share's texts: names, modes, comments, users, NFS hosts.
+#include "fixtures/library.h"
 #include "fixtures/share_machine.h"
 #include "inventory/share_checks.h"
 
@@ -58,8 +59,8 @@ TEST(ShareMode, IsNoOtherText) {
 // The comment's code, and what is stored over "old".
 std::pair<int, std::string> take_comment(const char* text) {
     BoundedText<129> comment{"old"};
-    const int code = check_comment(comment, text);
-    return {code, std::string(comment.view())};
+    const auto code = check_comment(comment, text);
+    return {number_of(code), std::string(comment.view())};
 }
 
 TEST(ShareComment, IsStoredAsItIs) {
@@ -95,7 +96,7 @@ class ShareUser : public testing::Test {
   protected:
     int check(const std::string& mode, const std::string& users) {
         machine.remove("/var/log/log.libzav");
-        run = machine.operation([&] { return check_user(mode, users.c_str()); });
+        run = machine.operation([&] { return check_user(mode, users.c_str(), printed()); });
         return run.returned;
     }
     // The NFS host's code and what is printed about it.

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The list of all shares, as it is collected from the register, the services and the kernel.
+#include "fixtures/library.h"
 #include "fixtures/share_machine.h"
 #include "inventory/shares.h"
 
@@ -28,9 +29,9 @@ void show(const share_info& share) {
                 share.comment.c_str(), share.device.c_str());
 }
 
-int collect_and_show() {
+Code collect_and_show() {
     share_list list;
-    const int result = collect_shares(list);
+    const auto result = collect_shares(list);
     for (const share_info& share : list) {
         show(share);
     }

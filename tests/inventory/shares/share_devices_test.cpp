@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // What a share lies on: its pool's group by lvdisplay, and the array or disk of that.
+#include "fixtures/library.h"
 #include "fixtures/share_machine.h"
 #include "inventory/shares.h"
 
@@ -24,10 +25,9 @@ class PoolGroup : public testing::Test {
   protected:
     Result find(const char* name = "pub") {
         return machine.operation([name] {
-            GroupName group;
-            const int result = get_vgname_from_lvdisplay(name, group);
-            std::printf("%s", group.c_str());
-            return result;
+            const auto group = get_vgname_from_lvdisplay(name);
+            std::printf("%s", group ? group->c_str() : "");
+            return group.code();
         });
     }
     ShareMachine machine;
@@ -97,10 +97,7 @@ TEST_F(PoolGroup, IsLoggedWithTheToolsFailureWhereTheOutputIsMissing) {
 
 TEST_F(PoolGroup, CannotBeReadWithoutRoomForTheOutput) {
     machine.remove("/tmp");
-    const Result result = machine.call([] {
-        GroupName group;
-        return get_vgname_from_lvdisplay("pub", group);
-    });
+    const Result result = machine.call([] { return get_vgname_from_lvdisplay("pub").code(); });
     EXPECT_EQ(result.returned, -321);
     EXPECT_THAT(result.commands, IsEmpty());
 }
@@ -114,7 +111,7 @@ class ShareDevice : public testing::Test {
             for (const char* name : names) {
                 list.append().name = name;
             }
-            get_share_dev(list);
+            get_share_dev(list, printed());
             for (const share_info& share : list) {
                 std::printf("%s ", share.device.c_str());
             }

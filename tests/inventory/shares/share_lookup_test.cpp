@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // How the collector finds the users of FTP shares, and how one share is looked up in its list.
+#include "fixtures/library.h"
 #include "fixtures/share_machine.h"
 #include "inventory/shares.h"
 
@@ -30,7 +31,7 @@ class FtpUserCollection : public testing::Test {
     Texts users() {
         const Result result = machine.operation([] {
             share_list list;
-            const int collected = collect_shares(list);
+            const auto collected = collect_shares(list);
             for (const share_info& share : list) {
                 std::printf("%s:%d\n", share.users.c_str(), share.write);
             }
@@ -168,7 +169,7 @@ class ShareLookup : public testing::Test {
     Result find(const char* name) {
         return machine.operation([name] {
             share_info share;
-            const int result = find_share(name, share);
+            const auto result = find_share(name, share);
             std::printf("%s|%s|%s|%s|%d|%lld|%lld|%s|%s", share.name.c_str(), share.type.c_str(),
                         share.path.c_str(), share.users.c_str(), share.write,
                         static_cast<long long>(share.size), static_cast<long long>(share.usedsize),
