@@ -62,7 +62,7 @@ TEST(Dispatcher, ShowsItsThreeVersions) {
                                       "SVN version:\t360\n");
 }
 
-TEST(Dispatcher, TakesVersionWithAnotherWordForAnApplet) {
+TEST(Dispatcher, TreatsVersionWithAnotherWordAsAnApplet) {
     EXPECT_EQ(printed({"--version", "now"}), "applets '--version' not found\n");
 }
 
@@ -74,7 +74,7 @@ TEST(Dispatcher, ShowsItsUsageForHelp) {
     EXPECT_EQ(printed({"--help"}), usage_of("zavbox"));
 }
 
-TEST(Dispatcher, TakesHelpWithAnotherWordForAnApplet) {
+TEST(Dispatcher, TreatsHelpWithAnotherWordAsAnApplet) {
     EXPECT_EQ(printed({"--help", "mdmanage"}), "applets '--help' not found\n");
 }
 
@@ -83,7 +83,7 @@ TEST(Dispatcher, ShowsTheWholePathThatItWasStartedUnder) {
     EXPECT_EQ(printed({"--help"}, {.argv0 = "/100%s/"}), usage_of("/100%s/"));
 }
 
-TEST(Dispatcher, KnowsNoAppletOfAnotherName) {
+TEST(Dispatcher, ReportsAnUnknownApplet) {
     for (const char* name : {"nomanage", "MDMANAGE", "mdmanag", "mdmanagee", "", " mdmanage", "-s",
                              "%s%n", "--versio", "/usr/bin/mdmanage"}) {
         EXPECT_EQ(printed({name}), std::string("applets '") + name + "' not found\n");
@@ -126,7 +126,7 @@ TEST(Dispatcher, WorksWithoutAnyOpenDescriptor) {
     EXPECT_EQ(run({"--version"}, {.closed = {0, 1, 2}}).exit_status, 0);
 }
 
-TEST(Dispatcher, PassesTheStatusOfAnAppletOnModulo256) {
+TEST(Dispatcher, PassesOnTheStatusOfAnAppletModulo256) {
     PrivateRoot root; // without disks: the array list cannot be had
     root.allow_unexpected();
     const Result result = root.run({"mdmanage", "-S"});

@@ -97,7 +97,7 @@ TEST(Install, AcceptsLinksThatAreThereAlready) {
     EXPECT_TRUE(root.is_hard_link("mdmanage"));
 }
 
-TEST(Install, LeavesAnotherFileOfTheNameAloneWithoutAWord) {
+TEST(Install, LeavesAnotherFileOfTheNameAloneSilently) {
     InstallRoot root;
     root.file("/usr/bin/mdmanage", "of somebody else\n");
     EXPECT_EQ(root.install({}).out, success);
@@ -112,7 +112,7 @@ TEST(Install, NamesEachLinkThatFailsWithoutALineEndAndSaysSuccess) {
     EXPECT_EQ(result.exit_status, 0);
 }
 
-TEST(Install, GoesOnAfterALinkThatFails) {
+TEST(Install, ContinuesAfterALinkThatFails) {
     InstallRoot root;
     root.directory("/usr/bin/mdmanage"); // EEXIST: no error
     root.read_only("/usr/bin");

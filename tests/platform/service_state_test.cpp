@@ -85,7 +85,7 @@ TEST_F(ServiceState, OfSambaIsNotAskedFurtherWithoutItsFileDaemon) {
     EXPECT_EQ(run.commands.size(), 1U);
 }
 
-TEST_F(ServiceState, OfSambaIsWhateverTheSecondDaemonGives) {
+TEST_F(ServiceState, OfSambaIsThatOfTheSecondDaemon) {
     root.tool(busybox).on("/bin/busybox pidof smbd").prints("812\n");
     root.tool(busybox).on("/bin/busybox pidof nmbd");
     EXPECT_EQ(state(samba_status_get), -1011);

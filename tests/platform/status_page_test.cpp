@@ -57,7 +57,7 @@ TEST_F(StatusPage, ShowsAnApplianceThatWorks) {
     root.expect_all_used();
 }
 
-TEST_F(StatusPage, ShowsWithItsCodeWhatABareSystemCannotTell) {
+TEST_F(StatusPage, ShowsCodesForWhatABareSystemLacks) {
     EXPECT_THAT(page(), MatchesRegex("host              \\(-1006\\)\n"
                                      "model             \\(-1001\\)\n"
                                      "software          \\(-1008\\)\n"

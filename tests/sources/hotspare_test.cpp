@@ -13,7 +13,7 @@ using testing::ElementsAreArray;
 using testing::IsEmpty;
 using testing::Optional;
 
-TEST(HotSpareList, HasTheNamesBehindItsKey) {
+TEST(HotSpareList, HasTheNamesAfterItsKey) {
     EXPECT_THAT(parse_hotspare_list("Global hotspare disk: sda sdb\n"),
                 Optional(ElementsAre("sda", "sdb")));
 }

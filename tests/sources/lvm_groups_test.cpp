@@ -205,7 +205,7 @@ TEST_F(PhysicalVolumes, AreNotMadeOfTheToolsRemarks) {
                 IsEmpty());
 }
 
-TEST_F(PhysicalVolumes, HaveTheLastPartOfTheirPathForAName) {
+TEST_F(PhysicalVolumes, HaveTheLastPartOfTheirPathAsAName) {
     EXPECT_EQ(only(volume_line("/dev/md0", "data")).name, "md0");
     EXPECT_EQ(only(volume_line("/dev/mapper/data-pool", "data")).name, "data-pool");
     EXPECT_EQ(only(volume_line("/dev/" + std::string(40, 'n'), "data")).name, std::string(31, 'n'));

@@ -68,7 +68,7 @@ TEST(LiveVolumes, HaveRemarksBetweenThemInARecording) {
                     Pair("Iw27Cd-eF8y-8Hck-pQqi-HStE-XyrD-3aGSrS", "sdf")));
 }
 
-TEST(LiveVolumes, AreWhatStandsBeforeTheFirstAndBehindTheLastColon) {
+TEST(LiveVolumes, AreWhatStandsBeforeTheFirstAndAfterTheLastColon) {
     EXPECT_THAT(live_volumes(" \t /dev/md0 :vg1:\t AAAAAA-0000 \r\n/dev/sda:b\n"),
                 ElementsAre(Pair("AAAAAA-0000", "md0"), Pair("b", "sda")));
     EXPECT_THAT(live_volumes("/dev/md0:vg1:\n"), ElementsAre(Pair("", "md0")));

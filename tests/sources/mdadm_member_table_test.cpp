@@ -139,7 +139,7 @@ TEST(MemberTable, IsReadWithCarriageReturnsTabsAndWithoutAFinalNewline) {
 }
 
 // It would become part of commands.
-TEST(MemberTable, IsRefusedWithAPathThatIsNoneOfAPlainDevice) {
+TEST(MemberTable, IsRefusedWithAPathThatIsNotAPlainDevice) {
     for (const char* path : {"/dev/sda;reboot", "/dev/$(reboot)", "/dev/`reboot`", "/dev/a|b",
                              "/dev/../etc/passwd", "/dev/", "/dev/a'b"}) {
         EXPECT_FALSE(parse_member_table(details("2", member(0, path)))) << path;
@@ -159,7 +159,7 @@ TEST(Hole, AtTheFirstPlaceMovesAllOthers) {
     EXPECT_THAT(table.members, ElementsAre("/dev/sda", "/dev/sdb", "/dev/sdc"));
 }
 
-TEST(Hole, BehindTheLastMemberMovesNothing) {
+TEST(Hole, AfterTheLastMemberMovesNothing) {
     for (const std::size_t hole : {3U, 4U}) {
         MemberTable table = {{"/dev/sda", "/dev/sdb", "/dev/sdc"}, hole, 3};
         close_hole(table);
@@ -182,7 +182,7 @@ TEST(Hole, StaysWhileAMemberIsMissing) {
     EXPECT_EQ(table.hole, 2U);
 }
 
-TEST(Hole, ThatIsNoneMovesNothing) {
+TEST(Hole, ThatIsMissingMovesNothing) {
     MemberTable table = {{"/dev/sda", "/dev/sdc", "/dev/sdb"}, 0, 3};
     close_hole(table);
     EXPECT_THAT(table.members, ElementsAre("/dev/sda", "/dev/sdc", "/dev/sdb"));
@@ -194,12 +194,12 @@ TEST(Superblock, OfVersion090NamesTheOtherMembers) {
     EXPECT_FALSE(superblock_names_one_of(examination, {"/dev/sdx", "/dev/sdd"}));
 }
 
-TEST(Superblock, OfVersion12NamesNobody) {
+TEST(Superblock, OfVersion12NamesNoMember) {
     EXPECT_FALSE(superblock_names_one_of(recorded("mdadm_E_raid5_v12").text,
                                          {"/dev/sda", "/dev/sdb", "/dev/sdc"}));
 }
 
-TEST(Superblock, IsNotAskedOnItsOwnLine) {
+TEST(Superblock, DoesNotCountItsOwnLine) {
     EXPECT_FALSE(
         superblock_names_one_of("this     1       8  active sync   /dev/sdb\n", Paths{"/dev/sdb"}));
 }
@@ -216,7 +216,7 @@ TEST(Superblock, NamesADiskInTheFirstNineWordsOnly) {
     EXPECT_FALSE(superblock_names_one_of("0 1 2 3 4 5 6 7 8 /dev/sda\n", {"/dev/sda"}));
 }
 
-TEST(Superblock, ThatIsNoneNamesNobody) {
+TEST(Superblock, ThatIsMissingNamesNoMember) {
     EXPECT_FALSE(superblock_names_one_of("", {"/dev/sda"}));
     EXPECT_FALSE(superblock_names_one_of(std::string(100000, 'x'), {"/dev/sda"}));
 }

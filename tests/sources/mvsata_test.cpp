@@ -117,7 +117,7 @@ TEST(PortLines, WithFewerThanTenFieldsAreSkipped) {
     EXPECT_THAT(places_in("1,4", {"0 1 2 3 4 5 6 7 8", "0", "1 1 1"}), IsEmpty());
 }
 
-TEST(PortLines, OfStrangeWhiteSpaceAreSkipped) {
+TEST(PortLines, OfOtherWhiteSpaceAreSkipped) {
     EXPECT_THAT(places_in("1,4", {"0 \v \v \v \v \v \v \v \v \v", "0 \f \f \f \f \f \f \f \f \f"}),
                 IsEmpty());
 }
@@ -224,7 +224,7 @@ TEST(ExpansionDisk, AfterAnOwnDiskIsOnTheBoxThatThatLeft) {
                 ElementsAre("sda 9 0", "sdx 1 0"));
 }
 
-TEST(ControllerStatus, DisksAreAddedBehindThoseOfTheList) {
+TEST(ControllerStatus, DisksAreAddedAfterThoseOfTheList) {
     disk_list list;
     add_disk(list, "sdz", 16);
     parse_controller_status(status_file("1,4", {port_line("0", "2", "sda")}), list);

@@ -330,7 +330,7 @@ TEST(RegisterReader, RestOfALongLineIsALineOfItsOwn) {
         << "the second equals sign stands on the next line";
 }
 
-TEST(RegisterReader, FieldsHoldSoMuch) {
+TEST(RegisterReader, FieldsHaveTheirSizes) {
     const std::string long_text(200, 'x');
     EXPECT_THAT(registered("path = " + long_text + "\ncomment = " + long_text + "\n"),
                 Pair(0, ElementsAre("pub||" + long_text.substr(0, 127) + "||rw|0|" +

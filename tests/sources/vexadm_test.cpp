@@ -80,15 +80,15 @@ TEST(ControllerScan, RestOfALineBeyond255CharactersIsALineOfItsOwn) {
 
 // An example of the controller's scan.
 constexpr const char* array_scan = "RAID arrays\n"
-                             "Name /Level/Disks/Status/Size/Device/Members\n"
-                             "md9 /5/3/before the table/1/sdz/#9\n"
-                             "  ==========  \n"
-                             "md0 /5/3/Normal /1862 /sda/ #1 #2 #3\n"
-                             "   \t \n"
-                             "md1 /0/2/ Degraded now/931/sdb/#4,#5\n"
-                             "==========\n"
-                             "Disks in no array: 2\n"
-                             "md2 /6/4/Normal/100/sdc/#6 spare #7\n";
+                                   "Name /Level/Disks/Status/Size/Device/Members\n"
+                                   "md9 /5/3/before the table/1/sdz/#9\n"
+                                   "  ==========  \n"
+                                   "md0 /5/3/Normal /1862 /sda/ #1 #2 #3\n"
+                                   "   \t \n"
+                                   "md1 /0/2/ Degraded now/931/sdb/#4,#5\n"
+                                   "==========\n"
+                                   "Disks in no array: 2\n"
+                                   "md2 /6/4/Normal/100/sdc/#6 spare #7\n";
 
 class ControllerArrays : public testing::Test {
   protected:
@@ -100,7 +100,7 @@ class ControllerArrays : public testing::Test {
     mdinfo_list list;
 };
 
-TEST_F(ControllerArrays, AreTheMdLinesBehindTheFirstRule) {
+TEST_F(ControllerArrays, AreTheMdLinesAfterTheFirstRule) {
     parse(array_scan);
     std::vector<std::string> names;
     for (const mdinfo& array : list) {
@@ -178,7 +178,7 @@ TEST_F(ControllerArrays, AreNoneWithoutARule) {
     EXPECT_THAT(list, IsEmpty());
 }
 
-TEST_F(ControllerArrays, DoNotBeginBehindAnEmptyLine) {
+TEST_F(ControllerArrays, DoNotBeginAfterAnEmptyLine) {
     parse("\n \t \nmd0 /5/3/N/1/sda/#1\n");
     EXPECT_THAT(list, IsEmpty());
 }
@@ -277,7 +277,7 @@ TEST(ControllerAttributes, WordsBetweenTheNumbersArePassedOver) {
     EXPECT_EQ(numbers_of(" ok"), "0 0 0 0");
 }
 
-TEST(ControllerAttributes, NumbersBehindTheFourthAreLeft) {
+TEST(ControllerAttributes, NumbersAfterTheFourthAreLeft) {
     EXPECT_EQ(numbers_of(" 97 96 25 (4015) 7 8"), "97 96 25 4015");
 }
 

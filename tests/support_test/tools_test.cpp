@@ -110,7 +110,7 @@ TEST(StandInTool, GivesTheAnswersOfASequenceInOrderAndRepeatsTheLast) {
     EXPECT_EQ(run_command(root, "/bin/tool; /bin/tool; /bin/tool; /bin/tool").out, "1233");
 }
 
-TEST(StandInTool, GoesOnToTheNextRuleAfterOneThatHoldsOnce) {
+TEST(StandInTool, ContinuesWithTheNextRuleAfterOneThatHoldsOnce) {
     PrivateRoot root;
     Tool tool = root.tool("/bin/tool");
     tool.any().prints("usual ");

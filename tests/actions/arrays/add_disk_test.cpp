@@ -56,7 +56,7 @@ TEST_F(AddDisk, ReportsAKilledCommand) {
     EXPECT_THAT(last_message(machine), testing::HasSubstr("return unnormal with exit(0) for '"));
 }
 
-TEST_F(AddDisk, KnowsNoOtherArrayAndSaysNothing) {
+TEST_F(AddDisk, RefusesAnUnknownArraySilently) {
     machine.running("md10", "raid5", {"sda", "sdb", "sdc"});
     EXPECT_EQ(add("md1", "4"), -2038);
     EXPECT_THAT(changes(run), IsEmpty());

@@ -239,7 +239,7 @@ TEST_F(CreateArray, NamesTheFirstArrayMd0) {
     EXPECT_THAT(changes(run).back(), testing::HasSubstr(" /dev/md0 -l 1"));
 }
 
-TEST_F(CreateArray, ChoosesTheNumberBehindTheHighest) {
+TEST_F(CreateArray, ChoosesTheNumberAfterTheHighest) {
     machine.running("md3", "raid0", {"sdc"})
         .running("md0", "raid0", {"sdd"})
         .running("md1", "raid0", {"sde"});
@@ -247,13 +247,13 @@ TEST_F(CreateArray, ChoosesTheNumberBehindTheHighest) {
     EXPECT_THAT(changes(run).back(), testing::HasSubstr(" /dev/md4 -l 1"));
 }
 
-TEST_F(CreateArray, ChoosesBehindANumberOfMoreDigits) {
+TEST_F(CreateArray, ChoosesAfterANumberOfMoreDigits) {
     machine.running("md9", "raid0", {"sdc"}).running("md127", "raid0", {"sdd"});
     EXPECT_EQ(create({.name = ""}), 0);
     EXPECT_THAT(changes(run).back(), testing::HasSubstr(" /dev/md128 -l 1"));
 }
 
-TEST_F(CreateArray, TakesAnArrayWithoutANumberForNumber0) {
+TEST_F(CreateArray, CountsAnArrayWithoutANumberAsNumber0) {
     machine.running("md_d3", "raid0", {"sdc"});
     EXPECT_EQ(create({.name = ""}), 0);
     EXPECT_THAT(changes(run).back(), testing::HasSubstr(" /dev/md1 -l 1"));
@@ -271,7 +271,7 @@ TEST_F(CreateArray, ChecksTheDisksWhenTheNameIsChosenToo) {
     expect_refused("'sda,sdb' or '' includes used disk in md0");
 }
 
-TEST_F(CreateArray, RefusesANameThatIsNoneForACommand) {
+TEST_F(CreateArray, RefusesANameThatNoCommandMayHold) {
     for (const char* name : {"a;b", "$(reboot)", "../x", "a b", "`x`"}) {
         EXPECT_EQ(create({.name = name}), -127) << name;
         EXPECT_THAT(run.commands, IsEmpty());

@@ -47,7 +47,7 @@ TEST_F(Creation, TakesTheBitmapFromTheRunningKernel) {
                     "/sbin/mdadm -C --bitmap=internal --bitmap-chunk=16384  /dev/data -l 5"));
 }
 
-TEST_F(Creation, GoesOnWhenADiskCannotBePrepared) {
+TEST_F(Creation, ContinuesWhenADiskCannotBePrepared) {
     machine.tool(ArrayMachine::diskformat).any().exits(1);
     EXPECT_EQ(create("raid1", "sda,sdb"), 0);
     EXPECT_THAT(outside(run), SizeIs(3));

@@ -70,7 +70,7 @@ class Recover : public testing::Test {
     Result run;
 };
 
-TEST_F(Recover, MakesAWholeArrayAgainFromItsMembers) {
+TEST_F(Recover, RecreatesACompleteArrayFromItsMembers) {
     details(3, {{0, "/dev/sdb"}, {1, "/dev/sda"}, {2, "/dev/sdc"}});
     EXPECT_EQ(recover(), 0);
     EXPECT_THAT(
@@ -170,13 +170,13 @@ TEST_F(Recover, MovesTheLastMemberIntoTheHoleWhenAllAreThere) {
     EXPECT_THAT(recreated(), HasSubstr(" -n 3 -R /dev/sda /dev/sdb /dev/sdc >"));
 }
 
-TEST_F(Recover, MovesNothingWhenTheHoleIsBehindAllMembers) {
+TEST_F(Recover, MovesNothingWhenTheHoleIsAfterAllMembers) {
     details(3, {{0, "/dev/sda"}, {1, "/dev/sdb"}, {2, "/dev/sdc"}, {3, nullptr}});
     EXPECT_EQ(recover(), 0);
     EXPECT_THAT(recreated(), HasSubstr(" -n 3 -R /dev/sda /dev/sdb /dev/sdc >"));
 }
 
-TEST_F(Recover, TakesSeventeenSlotsForTooMany) {
+TEST_F(Recover, RefusesSeventeenSlots) {
     std::vector<std::string> paths;
     std::vector<Slot> slots;
     for (char letter = 'a'; letter <= 'r'; ++letter) {
@@ -204,7 +204,7 @@ TEST_F(Recover, RefusesTooFewMembersAfterTheArrayIsStopped) {
     expect_failure_logged(-419);
 }
 
-TEST_F(Recover, MakesAMirrorAgainAsLevel0) {
+TEST_F(Recover, RecreatesAMirrorAsLevel0) {
     details(2, {{0, "/dev/sda"}, {1, "/dev/sdb"}});
     EXPECT_EQ(recover("raid1"), 0);
     EXPECT_EQ(recreated(), "/sbin/mdadm -C /dev/md1 -l 0 -n 2 -R /dev/sda /dev/sdb > /dev/null");
@@ -244,13 +244,13 @@ TEST_F(Recover, NeedsTheFileOfTheDetails) {
     expect_failure_logged(-411);
 }
 
-TEST_F(Recover, RunsNothingWithAPathThatIsNone) {
+TEST_F(Recover, RunsNothingWithAnInvalidPath) {
     details(3, {{0, "/dev/sda"}, {1, "/dev/$(reboot)"}, {2, "/dev/sdc"}});
     EXPECT_EQ(recover(), -411);
     EXPECT_THAT(run.commands, testing::SizeIs(1));
 }
 
-TEST_F(Recover, RunsNothingForANameThatIsNone) {
+TEST_F(Recover, RunsNothingForAnInvalidName) {
     EXPECT_EQ(recover("raid5", "md1;reboot"), -411);
     EXPECT_THAT(run.commands, IsEmpty());
     expect_failure_logged(-411);
@@ -263,7 +263,7 @@ TEST_F(Recover, NeedsTheDiskListForAMissingDisk) {
     expect_failure_logged(-410);
 }
 
-TEST_F(Recover, NeedsNoDiskListForAWholeArray) {
+TEST_F(Recover, NeedsNoDiskListForACompleteArray) {
     details(3, {{0, "/dev/sda"}, {1, "/dev/sdb"}, {2, "/dev/sdc"}});
     machine.without_disk_controller();
     EXPECT_EQ(recover(), 0);
@@ -277,7 +277,7 @@ TEST_F(Recover, EndsWhenTheArrayCannotBeStopped) {
     expect_failure_logged(-419);
 }
 
-TEST_F(Recover, EndsWhenTheArrayCannotBeMadeAgain) {
+TEST_F(Recover, EndsWhenTheArrayCannotBeRecreated) {
     details(3, {{0, "/dev/sda"}, {1, "/dev/sdb"}, {2, "/dev/sdc"}});
     machine.tool(ArrayMachine::mdadm).on_prefix("/sbin/mdadm -C").exits(1);
     EXPECT_EQ(recover(), -419);

@@ -54,7 +54,7 @@ TEST_F(RemoveDisk, ReportsAFailedCommand) {
                            "return normal with exit(1) for '"));
 }
 
-TEST_F(RemoveDisk, KnowsNoOtherArrayAndSaysNothing) {
+TEST_F(RemoveDisk, RefusesAnUnknownArraySilently) {
     EXPECT_EQ(remove("md1", "9"), -2038);
     EXPECT_THAT(machine.log(), IsEmpty());
 }
@@ -99,7 +99,7 @@ TEST_F(RemoveDisk, RefusesADiskThatIsNoMember) {
     expect_refused("'4' is not in md1");
 }
 
-TEST_F(RemoveDisk, DoesNotTakeAMemberForOneThatBeginsAlike) {
+TEST_F(RemoveDisk, DoesNotMistakeAMemberForOneThatBeginsAlike) {
     machine.box({{"sda", 1}, {"sdb", 2}, {"sdaa", 3}});
     machine.array("md1", "raid1", "clean", 2, {{"sdaa", "faulty"}, {"sdb", "in_sync"}});
     EXPECT_EQ(remove("md1", "1"), -2033);
@@ -126,7 +126,7 @@ TEST_F(RemoveDisk, RefusesAMemberWithAnotherMark) {
     expect_refused("'2' in md1 is not fauty");
 }
 
-TEST_F(RemoveDisk, DoesNotTakeALetterOfTheNameForAMark) {
+TEST_F(RemoveDisk, DoesNotMistakeALetterOfTheNameForAMark) {
     machine.box({{"sda", 1}, {"sdF", 2}});
     machine.array("md1", "raid1", "clean", 2, {{"sda", "in_sync"}, {"sdF", "in_sync"}});
     EXPECT_EQ(remove("md1", "2"), -2036);

@@ -117,7 +117,7 @@ TEST_F(RegisterFault, AReadOnlyRegisterCannotBeReplaced) {
     EXPECT_EQ(machine.read(mdfstab), content);
 }
 
-TEST_F(RegisterFault, AReadOnlyRegisterWithoutTheMountPointIsWell) {
+TEST_F(RegisterFault, AReadOnlyRegisterWithoutTheMountPointIsNoFailure) {
     machine.file(mdfstab, "/dev/data/a /mnt/data/a xfs\n").read_only("/etc");
     EXPECT_EQ(remove().returned, 0);
 }

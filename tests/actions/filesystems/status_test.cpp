@@ -211,7 +211,7 @@ TEST_F(SpaceCheck, KeepsTheStatusOfAFullOne) {
     }
 }
 
-TEST_F(SpaceCheck, SaysSomethingOfOneWithoutAMountPointAndGoesOn) {
+TEST_F(SpaceCheck, ReportsOneWithoutAMountPointAndContinues) {
     const Result result = machine.operation([] {
         fs_list list;
         const fs_info& first = add(list, "");
@@ -225,7 +225,7 @@ TEST_F(SpaceCheck, SaysSomethingOfOneWithoutAMountPointAndGoesOn) {
     EXPECT_EQ(result.out, "filesystem  cannot statfs\n");
 }
 
-TEST_F(SpaceCheck, OfNothingIsWell) {
+TEST_F(SpaceCheck, OfNothingSucceeds) {
     EXPECT_EQ(machine
                   .operation([] {
                       fs_list list;

@@ -109,7 +109,7 @@ TEST_F(CheckVolume, TakesAnArrayOnAnyDevice) {
     EXPECT_EQ(check("md0", "4"), 0);
 }
 
-TEST_F(CheckVolume, KnowsNoOtherArray) {
+TEST_F(CheckVolume, RefusesAnUnknownArray) {
     for (const std::string typed :
          {"md7", "md", "md00", "MD0", "data", "hdb", "1a", "SDD", "s", "4;5", "4-5", "xsdd"}) {
         EXPECT_EQ(check(typed), -2044) << typed;

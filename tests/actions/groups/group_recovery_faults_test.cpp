@@ -47,7 +47,9 @@ class FaultyTools : public testing::TestWithParam<Fault> {
             break;
         }
     }
-    void restore(const std::vector<Volume>& volumes) { run = restore_group(machine, backup_of(volumes)); }
+    void restore(const std::vector<Volume>& volumes) {
+        run = restore_group(machine, backup_of(volumes));
+    }
     // The only line of the log, up to the reason.
     void expect_logged(const std::string& command, const std::string& wording) {
         EXPECT_THAT(machine.logged(), ElementsAre(StartsWith("system(\"" + command + "\")" +
@@ -197,13 +199,15 @@ TEST_P(FaultyTools, HotspareChangesNothing) {
 class RestoreWithoutLiveVolumes : public testing::Test {
   protected:
     RestoreWithoutLiveVolumes() { machine.sees_nothing_that_can_be_read(); }
-    void restore(const std::vector<Volume>& volumes) { run = restore_group(machine, backup_of(volumes)); }
+    void restore(const std::vector<Volume>& volumes) {
+        run = restore_group(machine, backup_of(volumes));
+    }
 
     RecoveryMachine machine;
     Result run;
 };
 
-TEST_F(RestoreWithoutLiveVolumes, TakesEveryVolumeForMissingAndFails) {
+TEST_F(RestoreWithoutLiveVolumes, TreatsEveryVolumeAsMissingAndFails) {
     restore({{"a", "md0"}, {"b", "md1"}, {"c", "sdf"}});
     EXPECT_EQ(run.returned, -1);
     EXPECT_THAT(run.out, MatchesRegex("cannot open /tmp/pvdisplay\\..{6}\nvg restore: yes\n"));
@@ -224,7 +228,7 @@ TEST_F(RestoreWithoutLiveVolumes, FailsForABackupWithoutVolumesToo) {
     EXPECT_THAT(actions(run), IsEmpty());
 }
 
-TEST_F(RestoreWithoutLiveVolumes, TellsOfAStopInstead) {
+TEST_F(RestoreWithoutLiveVolumes, ReportsAStopInstead) {
     machine.tool(RecoveryMachine::pvcreate).on_prefix("/sbin/pvcreate -u b").exits(5);
     restore({{"a", "md0"}, {"b", "md1"}});
     EXPECT_EQ(run.returned, -3);

@@ -48,7 +48,7 @@ TEST(ResumedGroup, NeedsNoBackupDirectory) {
     EXPECT_THAT(machine.log(), IsEmpty());
 }
 
-TEST(ResumedGroup, NeedsNoBackupDirectoryThatIsOne) {
+TEST(ResumedGroup, AcceptsAFileInPlaceOfTheBackupDirectory) {
     RecoveryMachine machine;
     machine.file("/etc/lvm/backup", backup_of({{"a", "sdf"}}));
     const Result result = resume(machine);
@@ -107,7 +107,7 @@ TEST(ResumedGroup, WithoutLiveVolumesFailsAlthoughItIsRestored) {
     EXPECT_THAT(machine.logged("vg_raid_resume"), ElementsAre(EndsWith("return with -1")));
 }
 
-TEST(ResumedGroup, WithGarbageForABackupIsLeftAlone) {
+TEST(ResumedGroup, WithGarbageAsABackupIsLeftAlone) {
     RecoveryMachine machine;
     for (const std::string& text :
          {std::string(), std::string(1 << 20, 'x'), std::string(1 << 20, '\0'),

@@ -192,7 +192,7 @@ TEST_F(CreateGroupOnManyDisks, RefusesAListThatWouldBeCutBeforeTheFirstCommand) 
 
 // Commands that fail.
 
-TEST_F(CreateGroup, GoesOnWhenADiskCannotBePrepared) {
+TEST_F(CreateGroup, ContinuesWhenADiskCannotBePrepared) {
     const auto expect_created = [this](const char* end) {
         EXPECT_EQ(create({"4"}), 0);
         EXPECT_EQ(changes(run).back(), "/sbin/vgcreate data  /dev/sdd > /dev/null");
@@ -345,20 +345,20 @@ TEST_F(DeleteGroup, LetsTheToolsPrintNothing) {
     EXPECT_EQ(run.err, "");
 }
 
-TEST_F(DeleteGroup, KnowsNoOtherGroupAndSaysNothing) {
+TEST_F(DeleteGroup, RefusesAnUnknownGroupSilently) {
     machine.on("data1", {"/dev/md0"}).on("dat", {"/dev/md1"});
     expect_nothing_done(-2046);
     EXPECT_THAT(machine.log(), IsEmpty());
 }
 
-TEST_F(DeleteGroup, KeepsAGroupThatHoldsPoolsAndSaysNothing) {
+TEST_F(DeleteGroup, KeepsAGroupThatHoldsPoolsSilently) {
     machine.on("data", {"/dev/md0"}, 256); // 1 GiB
     expect_nothing_done(-2047);
     EXPECT_THAT(machine.log(), IsEmpty());
 }
 
 // The use is counted in whole gigabytes, rounded down.
-TEST_F(DeleteGroup, TakesPoolsOfLessThanAGigabyteInAllForNone) {
+TEST_F(DeleteGroup, IgnoresPoolsOfLessThanAGigabyteInAll) {
     machine.on("data", {"/dev/md0"}, 255);
     EXPECT_EQ(remove(), 0);
     EXPECT_THAT(changes(run), Contains("/sbin/vgremove data > /dev/null"));

@@ -67,7 +67,7 @@ TEST_F(NetfsOperation, FailsWithTheToolThatMakesTheFileSystem) {
     expect_fails(pool_tool::mkfs_xfs, -11000, [] { return netfs_make("disk", "sdf"); });
 }
 
-TEST_F(NetfsOperation, MakesNoFileSystemUnderAStrangeName) {
+TEST_F(NetfsOperation, MakesNoFileSystemUnderAnUnsafeName) {
     for (const auto& [label, device] : {std::pair{"di;sk", "sdf"},
                                         {"-L", "sdf"},
                                         {"$(reboot)", "sdf"},
@@ -120,7 +120,7 @@ TEST_F(NetfsOperation, FailsWhenTheMountedDiskCannotBeOpenedToAll) {
                                                      "normal with exit(1)")));
 }
 
-TEST_F(NetfsOperation, MountsNothingUnderAStrangeName) {
+TEST_F(NetfsOperation, MountsNothingUnderAnUnsafeName) {
     for (const auto& [directory, label] : {std::pair{"/mnt/a;b", "disk"},
                                            {"/mnt/a b", "disk"},
                                            {"mnt/a", "disk"},
@@ -154,7 +154,7 @@ TEST_F(NetfsOperation, FailsWithTheToolThatRepairs) {
     expect_fails("/sbin/reiserfsck", -509, [] { return netfs_repair("/dev/sdf", "reiserfs"); });
 }
 
-TEST_F(NetfsOperation, RepairsNothingOnAStrangeDeviceOrOnNone) {
+TEST_F(NetfsOperation, RepairsNothingOnAnUnsafeDeviceOrOnNone) {
     for (const char* device : {"", "sdf", "-L", "/dev/sd f", "/dev/$(id)", "/dev/sdf;id"}) {
         EXPECT_EQ(repair(device, "xfs"), -509);
         EXPECT_THAT(result.commands, IsEmpty());

@@ -83,7 +83,7 @@ TEST_F(FtpLimits, HaveExactKeys) {
               "7 8 9");
 }
 
-TEST_F(FtpLimits, AreUnsignedNumbersUpToWhatIsNone) {
+TEST_F(FtpLimits, AreUnsignedNumbersUpToTheFirstOtherCharacter) {
     EXPECT_EQ(get("local_max_rate= 12x\nmax_clients=\nmax_per_ip=4=5\n"), "12 0 4");
     EXPECT_EQ(get("local_max_rate=18446744073709551615\n"), "18446744073709551615 8 9");
 }
@@ -183,7 +183,7 @@ TEST_F(FtpLimits, AreSavedEvenWhenTheyCannotBeMovedIntoPlace) {
                             logged("normal with exit(127)")));
 }
 
-TEST_F(FtpLimits, AreSetWhateverTheSavingGives) {
+TEST_F(FtpLimits, AreSetEvenIfTheyCannotBeSaved) {
     root.file(vsftpd_conf, "max_clients=9\n");
     root.tool("/usr/local/bin/xconf").any().exits(1);
     EXPECT_EQ(set(), 0);

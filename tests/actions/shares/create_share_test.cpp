@@ -97,7 +97,7 @@ TEST_F(CreateShare, LeavesTheDefaultFtpUserAlone) {
     EXPECT_THAT(machine.list("/etc/vsftpd"), ElementsAre("ftpuser"));
 }
 
-TEST_F(CreateShare, MakesReiserfsWhereTheModelHasIt) {
+TEST_F(CreateShare, MakesReiserfsWhereTheModelUsesIt) {
     ShareMachine other("VEL7205E");
     const Result result = other.operation([] { return create_share(share_of("samba"), "data"); });
     EXPECT_EQ(result.returned, 0);
@@ -132,7 +132,7 @@ TEST_F(CreateShare, NeedsTheListOfShares) {
     EXPECT_THAT(machine.logged().back(), returned("create_share", -505));
 }
 
-TEST_F(CreateShare, TellsOfANameThatOnlyTheRegisterKnows) {
+TEST_F(CreateShare, ReportsANameThatIsOnlyInTheRegister) {
     // The list of shares looks both up under "a" and finds "x" twice.
     machine.file(share_register, "[a]\n    sharename = x\n[a]\n    sharename = pub\n");
     const Result result = create(share_of("samba"));
@@ -166,7 +166,7 @@ TEST_F(CreateShare, StopsAtARegisterOrFileThatIsLockedOrBroken) {
     expect_failure("samba", -2060);
 }
 
-TEST_F(CreateShare, PassesOnThatThereIsNoRoomOrGroup) {
+TEST_F(CreateShare, PassesOnThatThereIsNoSpaceOrGroup) {
     machine.pools({"/dev/data/pub"});
     EXPECT_EQ(create(share_of("samba")).returned, -2051) << "the pool is there already";
     EXPECT_THAT(machine.logged().back(), returned("create_share", -2051));
@@ -208,7 +208,7 @@ TEST_F(CreateShare, StopsWithoutAPool) {
                 testing::Contains(failed(creating_pool, "unnormal with exit(0)")));
 }
 
-TEST_F(CreateShare, StopsWhereNobodyCanTellWhetherThePoolIsThere) {
+TEST_F(CreateShare, StopsWhenItIsUnknownWhetherThePoolExists) {
     machine.tool(pool_tool::lvcreate).any().exits(5);
     machine.tool(pool_tool::lvdisplay)
         .on("/sbin/lvdisplay -c")
@@ -252,7 +252,7 @@ TEST_F(CreateShare, StopsWithoutAFileSystem) {
     EXPECT_EQ(machine.read(mdfstab), "");
 }
 
-TEST_F(CreateShare, GoesOnWithoutItsMountPoint) {
+TEST_F(CreateShare, ContinuesWithoutItsMountPoint) {
     fails(pool_tool::mkdir, "mkdir ");
     const Result result = create(share_of("samba"));
     EXPECT_EQ(result.returned, 0);
@@ -274,7 +274,7 @@ TEST_F(CreateShare, StopsAtTheMount) {
     }
 }
 
-TEST_F(CreateShare, TellsThatTheMountIsNotRegisteredAfterTheRestart) {
+TEST_F(CreateShare, ReportsAnUnregisteredMountAfterTheRestart) {
     machine.remove(mdfstab).directory(mdfstab);
     const Result result = create(share_of("samba"));
     EXPECT_EQ(result.returned, -1066);
@@ -300,7 +300,7 @@ TEST_F(CreateShare, SucceedsWithAServiceThatDoesNotStart) {
 }
 
 // The room of the group "data" of 100 GiB for a share that is restored.
-TEST_F(ShareOperation, HasRoomForSizesUpToTheGroupsFreeOne) {
+TEST_F(ShareOperation, AcceptsSizesUpToTheGroupsFreeSpace) {
     const auto check = [this](const char* group, std::uint64_t size) {
         return result_of([=] { return share_space_check(group, size); });
     };

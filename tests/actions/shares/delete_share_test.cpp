@@ -99,7 +99,7 @@ TEST_F(DeleteShare, RemovesAnFtpShareWhoseUserIsNotKnown) {
     EXPECT_THAT(changes(result), Not(Contains(HasSubstr("passwd"))));
 }
 
-TEST_F(DeleteShare, TellsThatThereIsNoSuchShare) {
+TEST_F(DeleteShare, ReportsAnUnknownShare) {
     has_share("samba");
     const Result result = remove("other");
     EXPECT_EQ(result.returned, -501);
@@ -110,7 +110,7 @@ TEST_F(DeleteShare, TellsThatThereIsNoSuchShare) {
     EXPECT_THAT(machine.logged().back(), returned("delete_share", -505));
 }
 
-TEST_F(DeleteShare, StopsAtAGroupThatCannotBeBroughtBack) {
+TEST_F(DeleteShare, StopsAtAGroupThatCannotBeRestored) {
     has_share("samba");
     // A volume that has moved to another device.
     machine.file(
@@ -208,7 +208,7 @@ TEST_F(DeleteShare, StopsWhereTheMountsCannotBeRead) {
     expect_kept();
 }
 
-TEST_F(DeleteShare, GoesOnWithoutItsMountPoint) {
+TEST_F(DeleteShare, ContinuesWithoutItsMountPoint) {
     has_share("samba");
     fails(pool_tool::chattr, "chattr ");
     fails(pool_tool::rm, "rm ");
@@ -254,7 +254,7 @@ TEST_F(DeleteShare, StopsWhereThePoolStays) {
     EXPECT_EQ(machine.read(mdfstab), "") << "nothing is taken back";
 }
 
-TEST_F(DeleteShare, StopsWhereNobodyCanTellWhetherThePoolIsGone) {
+TEST_F(DeleteShare, StopsWhenItIsUnknownWhetherThePoolIsGone) {
     has_share("samba");
     const std::string pool = "  /dev/data/pub:data:3:1:-1:0:4194304:512:-1:0:-1:254:0\n";
     machine.tool(pool_tool::lvdisplay)

@@ -210,7 +210,7 @@ TEST_F(FtpUsers, PasswdStaysWithoutATemporaryFile) {
     EXPECT_EQ(machine.read(passwd), passwd_with());
 }
 
-TEST_F(FtpUsers, RewrittenPasswdNeedsNotBeSaved) {
+TEST_F(FtpUsers, RewrittenPasswdNeedNotBeSaved) {
     machine.tool(pool_tool::xconf).any().exits(1);
     EXPECT_EQ(rehome("anna", "/h").returned, 0);
     EXPECT_EQ(machine.read(passwd), passwd_with("/h"));

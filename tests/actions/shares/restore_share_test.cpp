@@ -103,7 +103,7 @@ TEST_F(RestoreShare, StopsAtTheMount) {
     EXPECT_EQ(machine.read(mdfstab), "");
 }
 
-TEST_F(RestoreShare, GoesOnWithoutAMountRegister) {
+TEST_F(RestoreShare, ContinuesWithoutAMountRegister) {
     machine.remove(mdfstab).directory(mdfstab);
     EXPECT_EQ(restore(share_of("samba")).returned, 0);
     EXPECT_THAT(machine.logged(), ElementsAre(HasSubstr("cannot open /etc/mdfstab for ")));
@@ -186,7 +186,7 @@ TEST_F(RepairShare, RunsTheToolOfTheModel) {
     EXPECT_EQ(tool_of(""), repairing);
 }
 
-TEST_F(RepairShare, GoesOnWhereTheToolFails) {
+TEST_F(RepairShare, ContinuesWhereTheToolFails) {
     has_share("samba");
     machine.mounts({});
     for (const auto& end : {"normal with exit(4)", "unnormal with exit(0)"}) {
@@ -263,7 +263,7 @@ TEST_F(RepairShare, TakesNoPathFromTheRegister) {
     EXPECT_THAT(result.commands, Not(Contains(HasSubstr("reboot"))));
 }
 
-TEST_F(RepairShare, TellsThatThereIsNoSuchShare) {
+TEST_F(RepairShare, ReportsAnUnknownShare) {
     const Result result = repair();
     EXPECT_EQ(result.returned, -501);
     EXPECT_THAT(changes(result), IsEmpty());

@@ -115,7 +115,7 @@ TEST(ShareFileFault, FullDiskKeepsSambasGlobalPart) {
     EXPECT_EQ(machine.read(smb_conf), std::string(samba_global) + "[old]");
 }
 
-TEST(ShareFileFault, FullDiskBehindAnOpenLineIsMinus2065) {
+TEST(ShareFileFault, FullDiskAfterAnOpenLineIsMinus2065) {
     ShareMachine machine;
     machine.file(smb_conf, "[global]");
     const Result run = rewrite(machine, cases().front(), with_largest_file(8));

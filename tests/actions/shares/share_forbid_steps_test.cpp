@@ -228,7 +228,7 @@ TEST_F(RecycleRemovalStep, GoesByBothFiles) {
     EXPECT_THAT(outside(result), ElementsAre(saved(smb_recycle), saved(recycle_item)));
 }
 
-TEST_F(RecycleRemovalStep, TellsOfTheExportsOnly) {
+TEST_F(RecycleRemovalStep, ReportsTheExportsOnly) {
     const auto remove = [] { return remove_from_recycle_files(share_of("samba")); };
     machine.file(smb_recycle, recycled("pub"));
     const Result result = operate(remove);
@@ -299,7 +299,7 @@ TEST_F(ForbiddenSharesMerge, FillsInTheForbiddenSharesOfAList) {
     EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
-TEST_F(ForbiddenSharesMerge, MeansTheFirstOfNamesakes) {
+TEST_F(ForbiddenSharesMerge, AffectsTheFirstOfNamesakes) {
     machine.file(smb_recycle, recycled("pub", "anna"));
     operate([] {
         share_list list;
@@ -332,7 +332,7 @@ TEST_F(ForbiddenSharesMerge, FillsInAThousandShares) {
     });
 }
 
-TEST_F(ForbiddenSharesMerge, GoesOnBehindAFileThatCannotBeRead) {
+TEST_F(ForbiddenSharesMerge, ContinuesAfterAFileThatCannotBeRead) {
     machine.file(smb_recycle, "[broken\n").file(exports_recycle, export_of(path, "host"));
     operate([] {
         share_list list;

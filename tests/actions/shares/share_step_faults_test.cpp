@@ -236,7 +236,7 @@ class ShareStepsAtOnce : public ShareStepFaults {
     void go_on() { machine.file("/var/go", ""); }
 };
 
-TEST_F(ShareStepsAtOnce, OneWinsAndTheOtherIsToldSo) {
+TEST_F(ShareStepsAtOnce, OneWinsAndTheOtherIsRefused) {
     StartedRun first = start(smb_conf, on_share(add_share));
     ASSERT_TRUE(machine.appears("/var/saving"));
     const share_info second = share_of("nfs", "", "", "second");

@@ -146,7 +146,7 @@ TEST_F(AddStep, ComparesTheServiceOfMissingSharesExactly) {
               register_section({.name = "lost"}) + register_section({.name = "pub"}));
 }
 
-TEST_F(AddStep, TellsOfAnUnknownServiceOnceItIsRegistered) {
+TEST_F(AddStep, ReportsAnUnknownServiceOnceItIsRegistered) {
     const Result result = add(share_of("samba,nfs"));
     EXPECT_EQ(result.returned, -2068);
     EXPECT_EQ(machine.read(share_register), forbidden_section());
@@ -243,7 +243,7 @@ TEST_F(RemoveStep, KnowsATargetWithoutItsTime) {
     EXPECT_EQ(machine.read(targets), target_of("disk10.2", "/b"));
 }
 
-TEST_F(RemoveStep, TellsWhereTheShareWasNot) {
+TEST_F(RemoveStep, ReportsAShareThatWasMissing) {
     machine.shares({{}});
     EXPECT_EQ(remove(share_of("nfs")).returned, -2067);
     EXPECT_EQ(machine.read(share_register), "");
@@ -253,7 +253,7 @@ TEST_F(RemoveStep, TellsWhereTheShareWasNot) {
     EXPECT_EQ(remove(share_of("ftp")).returned, -2067);
 }
 
-TEST_F(RemoveStep, WantsAKnownService) {
+TEST_F(RemoveStep, NeedsAKnownService) {
     machine.shares({{}});
     EXPECT_EQ(remove(share_of("samba,nfs")).returned, -2068);
     EXPECT_EQ(machine.read(share_register), "");

@@ -143,7 +143,7 @@ TEST_F(UseSambaShare, StopsAtTheMount) {
     EXPECT_EQ(machine.read(smb_recycle), recycled());
 }
 
-TEST_F(UseSambaShare, GoesOnWithoutAMountRegister) {
+TEST_F(UseSambaShare, ContinuesWithoutAMountRegister) {
     has_forbidden_share();
     machine.remove(mdfstab).directory(mdfstab);
     EXPECT_EQ(use(share_of("samba")).returned, 0);

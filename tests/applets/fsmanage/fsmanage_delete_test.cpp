@@ -50,7 +50,7 @@ TEST_F(FsDelete, UnmountsUnregistersAndRemovesAPool) {
     EXPECT_THAT(machine.log(), IsEmpty());
 }
 
-TEST_F(FsDelete, RefusesNamesThatAreNone) {
+TEST_F(FsDelete, RefusesInvalidNames) {
     expect_each_refused(-123, bad_names, [](const std::string& name) {
         return Texts{"-D", "-n", name, "-g", "data"};
     });
@@ -118,7 +118,7 @@ TEST_F(FsDelete, FindsAGroupWhoseNameIsAsLongAsItMayBe) {
     EXPECT_EQ(changes(run).back(), "/sbin/lvremove -f " + group + "/pool > /dev/null");
 }
 
-TEST_F(FsDelete, BringsTheGroupBackBeforeItUnmounts) {
+TEST_F(FsDelete, RestoresTheGroupBeforeItUnmounts) {
     lose_volume("data", {"pool"});
     delete_pool();
     expect_succeeded("vg restore: yes\n");
@@ -127,7 +127,7 @@ TEST_F(FsDelete, BringsTheGroupBackBeforeItUnmounts) {
                             unmount, release, rm, move, save, lvremove));
 }
 
-TEST_F(FsDelete, LeavesAllAsItIsWhenTheGroupCannotBeBroughtBack) {
+TEST_F(FsDelete, LeavesAllAsItIsWhenTheGroupCannotBeRestored) {
     lose_volume("data", {"pool"});
     with_each_fault("/sbin/pvcreate", [this](const std::string&) {
         delete_pool();
@@ -137,7 +137,7 @@ TEST_F(FsDelete, LeavesAllAsItIsWhenTheGroupCannotBeBroughtBack) {
     });
 }
 
-TEST_F(FsDelete, PutsNoGroupOfAStrangeBackupIntoACommand) {
+TEST_F(FsDelete, PutsNoUnsafeGroupOfABackupIntoACommand) {
     machine.remove("/etc/lvm/backup/data");
     machine.backup("da;ta", {"pool"});
     delete_pool();
@@ -182,7 +182,7 @@ TEST_F(FsDelete, LeavesAllAsItIsWithoutAMountTable) {
     EXPECT_EQ(machine.read(mdfstab), line + "\n");
 }
 
-TEST_F(FsDelete, PutsNoStrangeMountDirectoryIntoACommand) {
+TEST_F(FsDelete, PutsNoUnsafeMountDirectoryIntoACommand) {
     for (const char* directory : {"/srv/a;b/pool", "/srv/$(reboot)/pool", "/srv/a\\040b/pool"}) {
         machine.mounts({std::string("/dev/sdf ") + directory});
         delete_pool();

@@ -101,7 +101,7 @@ TEST_F(FsRepair, ChecksTheNameBeforeTheGroup) {
     expect_refused(-123, {"-R", "-n", "pool"});
 }
 
-TEST_F(FsRepair, RefusesNamesThatAreNone) {
+TEST_F(FsRepair, RefusesInvalidNames) {
     expect_each_refused(-126, bad_names, [](const std::string& name) {
         return Texts{"-R", "-n", name, "-g", "data"};
     });
@@ -170,7 +170,7 @@ TEST_F(FsRepair, RepairsNothingWithoutAMountTable) {
                             returned("fsmanage_main", -602)));
 }
 
-TEST_F(FsRepair, PutsNoStrangeMountDirectoryIntoACommand) {
+TEST_F(FsRepair, PutsNoUnsafeMountDirectoryIntoACommand) {
     for (const char* directory : {"/srv/a;b/pool", "/srv/`id`/pool", "/srv/a\\040b/pool"}) {
         machine.mounts({std::string("/dev/sdf ") + directory});
         manage({"-R", "-n", "pool", "-g", "data"});
@@ -180,7 +180,7 @@ TEST_F(FsRepair, PutsNoStrangeMountDirectoryIntoACommand) {
     }
 }
 
-TEST_F(FsRepair, PutsNoStrangeMountPointOfTheRegisterIntoACommand) {
+TEST_F(FsRepair, PutsNoUnsafeMountPointOfTheRegisterIntoACommand) {
     for (const std::string directory :
          {"/mnt/$(reboot)/pool", "/mnt/a;b/pool", "/mnt/a*/pool", "-rf", "mnt/pool"}) {
         machine.registered({line_of("xfs", directory)});

@@ -116,7 +116,7 @@ class FsMode : public PoolCommand {
     }
 };
 
-TEST_F(FsMode, DeletesWhateverElseItIsToldToDo) {
+TEST_F(FsMode, DeleteComesFirst) {
     for (const char* other : {"-C", "-S", "-R"}) {
         machine.registered({line});
         manage_all({other, "-D"});
@@ -125,7 +125,7 @@ TEST_F(FsMode, DeletesWhateverElseItIsToldToDo) {
     }
 }
 
-TEST_F(FsMode, RepairsWhenToldToDisplayOrCreateToo) {
+TEST_F(FsMode, RepairComesBeforeDisplayAndCreate) {
     for (const char* other : {"-C", "-S"}) {
         manage_all({other, "-R"});
         expect_succeeded();
@@ -133,13 +133,13 @@ TEST_F(FsMode, RepairsWhenToldToDisplayOrCreateToo) {
     }
 }
 
-TEST_F(FsMode, DisplaysWhenToldToCreateToo) {
+TEST_F(FsMode, DisplayComesBeforeCreate) {
     manage_all({"-C", "-S"});
     EXPECT_THAT(run.out, testing::StartsWith(header));
     EXPECT_THAT(changes(run), IsEmpty());
 }
 
-TEST_F(FsMode, DoesNothingBehindAnUnknownOption) {
+TEST_F(FsMode, DoesNothingAfterAnUnknownOption) {
     manage({"-x", "-D", "-n", "pool", "-g", "data"});
     EXPECT_EQ(run.exit_status, 0);
     EXPECT_EQ(run.out, "");

@@ -61,7 +61,7 @@ TEST_F(Change, TakesTheArrayBeforeTheOptionsToo) {
     EXPECT_EQ(changes(run).back(), "/sbin/mdadm --manage /dev/md1 -r /dev/sdb > /dev/null");
 }
 
-TEST_F(Change, RefusesNamesThatAreNoneBeforeChannels) {
+TEST_F(Change, RefusesInvalidNamesBeforeChannels) {
     for (const char* option : {"-a", "-r"}) {
         expect_refused({option, "x"}, -127);
         expect_refused({option, "x", ""}, -127);
@@ -70,7 +70,7 @@ TEST_F(Change, RefusesNamesThatAreNoneBeforeChannels) {
     }
 }
 
-TEST_F(Change, RefusesChannelsThatAreNone) {
+TEST_F(Change, RefusesInvalidChannels) {
     for (const char* option : {"-a", "-r"}) {
         for (const std::string& channel :
              {std::string(""), std::string("x"), std::string("4;5"), std::string(129, '4')}) {

@@ -106,7 +106,7 @@ TEST_F(Create, RefusesLevelsThatBeginLikeOne) {
     }
 }
 
-TEST_F(Create, RefusesNamesThatAreNone) {
+TEST_F(Create, RefusesInvalidNames) {
     for (const std::string& name : {std::string(""), std::string(33, 'n'), std::string("a b"),
                                     std::string("a/b"), std::string("a.b"), std::string("\xc3")}) {
         expect_refused({"-n", name, "-l", "1", "-d", "1", "1,2"}, -127);
@@ -117,7 +117,7 @@ TEST_F(Create, NeedsAName) {
     expect_refused({"-l", "1", "-d", "1", "1,2"}, -127);
 }
 
-TEST_F(Create, RefusesDevicesThatAreNone) {
+TEST_F(Create, RefusesInvalidDevices) {
     for (const char* device : {"", "123456789", "1;2", "a b"}) {
         expect_refused({"-n", "data", "-l", "1", "-d", device, "1,2"}, -121);
     }
@@ -137,7 +137,7 @@ TEST_F(Create, FindsNoDisksWithoutADevice) {
                 ElementsAre("'1,2 in ' includes invalid channelIDs"));
 }
 
-TEST_F(Create, RefusesChannelsThatAreNone) {
+TEST_F(Create, RefusesInvalidChannels) {
     for (const char* channels : {"", "a", "1,b", "1;2", "1 2", "sda", "1.5", "+1"}) {
         expect_refused({"-n", "data", "-l", "1", "-d", "1", channels}, -111);
     }
@@ -268,7 +268,7 @@ TEST_F(FailedCreate, IsSilentWithStatus1WhenTheArrayIsListed) {
         ElementsAre(MatchesRegex("system\\(.*\\) return normal with exit\\(1\\) for '.*'")));
 }
 
-TEST_F(FailedCreate, FindsTheArrayBehindWhiteSpaceAndBeforeAColon) {
+TEST_F(FailedCreate, FindsTheArrayAfterWhiteSpaceAndBeforeAColon) {
     create_with_mdstat(" \t data: active\n");
     expect_created_with_error();
 }
@@ -278,7 +278,7 @@ TEST_F(FailedCreate, FindsTheArrayOnALineWithoutAnEnd) {
     expect_created_with_error();
 }
 
-TEST_F(FailedCreate, DoesNotTakeAnotherArrayForIt) {
+TEST_F(FailedCreate, DoesNotMistakeAnotherArrayForIt) {
     create_with_mdstat("data2 : active\nDATA : active\nmd1 : data\nmydata : active\n");
     expect_not_created();
 }
@@ -327,14 +327,14 @@ TEST_F(FailedCreateWithoutState, ReadsWhatAFailingCatPrints) {
     EXPECT_THAT(last_message(machine), HasSubstr("cat /proc/mdstat > /tmp/mdstat."));
 }
 
-TEST_F(FailedCreateWithoutState, TakesAFailingCatForNotFound) {
+TEST_F(FailedCreateWithoutState, TreatsAFailingCatAsNotFound) {
     fifth_state().exits(1);
     create({"-n", "data", "-l", "1", "-d", "1", "1,2"});
     expect_not_created();
     EXPECT_EQ(run.out, "for errno '-416'\n");
 }
 
-TEST_F(FailedCreateWithoutState, TakesAFileThatIsGoneForNotFound) {
+TEST_F(FailedCreateWithoutState, TreatsAFileThatIsGoneAsNotFound) {
     fifth_state().does("rm /tmp/mdstat.*");
     create({"-n", "data", "-l", "1", "-d", "1", "1,2"});
     expect_not_created();

@@ -62,7 +62,7 @@ TEST(RecoverCommand, PrintsTheMembersBeforeTheFailure) {
     EXPECT_EQ(run.out, "disk: /dev/sda\ndisk: /dev/sdb\ndisk: /dev/sdc\nfor errno '-419'\n");
 }
 
-TEST(RecoverCommand, RefusesNamesThatAreNone) {
+TEST(RecoverCommand, RefusesInvalidNames) {
     ArrayMachine machine;
     for (const Texts& arguments : {Texts{"-R"}, Texts{"-R", "-n", ""}, Texts{"-R", "-n", "a b"},
                                    Texts{"-R", "-n", std::string(33, 'n')}}) {
@@ -79,7 +79,7 @@ TEST(RecoverCommand, ReportsAFailedLookUpAsAWrongName) {
 }
 
 // Of an unknown level it would be created again as a stripe.
-TEST(RecoverCommand, RefusesAnArrayWhoseLevelIsNotTold) {
+TEST(RecoverCommand, RefusesAnArrayOfAnUnknownLevel) {
     ArrayMachine machine;
     machine.box(3).running("md1", "raid5", {"sda", "sdb", "sdc"});
     machine.tool(ArrayMachine::mdadm).on("/sbin/mdadm --detail /dev/md1").exits(1);

@@ -43,7 +43,7 @@ TEST_F(NetDelete, UnmountsUnregistersAndClearsADisk) {
     EXPECT_THAT(machine.log(), IsEmpty());
 }
 
-TEST_F(NetDelete, RefusesLabelsThatAreNone) {
+TEST_F(NetDelete, RefusesInvalidLabels) {
     expect_each_refused(-123, bad_names, [](const std::string& label) {
         return Texts{"-D", "-n", label};
     });
@@ -89,7 +89,7 @@ TEST_F(NetDelete, UnmountsEverythingUnderTheLabelAndClearsTheFirst) {
                                           move, save, clear));
 }
 
-TEST_F(NetDelete, PutsNoStrangeDeviceIntoACommand) {
+TEST_F(NetDelete, PutsNoUnsafeDeviceIntoACommand) {
     for (const std::string device :
          {"/dev/sd;f", "/dev/$(reboot)", "/dev/sd\\040f", "/dev/mapper/x", "//host/x", "-f"}) {
         machine.mounts({device + " /mnt/netdisk/disk"});
@@ -107,7 +107,7 @@ TEST_F(NetDelete, ClearsADeviceThatIsNamedWithoutItsDirectory) {
     expect_deleted();
 }
 
-TEST_F(NetDelete, PutsNoStrangeMountDirectoryIntoACommand) {
+TEST_F(NetDelete, PutsNoUnsafeMountDirectoryIntoACommand) {
     for (const char* directory : {"/srv/a;b/disk", "/srv/$(id)/disk", "/srv/a\\040b/disk"}) {
         machine.mounts({std::string("/dev/sdf ") + directory});
         delete_disk();

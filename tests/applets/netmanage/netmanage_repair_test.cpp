@@ -76,7 +76,7 @@ TEST_F(NetRepair, FindsTheToolsWhereTheModelHasThem) {
               "/usr/local/bin/reiserfsck --fix-fixable  -y /dev/sdf > /dev/null");
 }
 
-TEST_F(NetRepair, RefusesLabelsThatAreNone) {
+TEST_F(NetRepair, RefusesInvalidLabels) {
     expect_each_refused(-126, bad_names, [](const std::string& label) {
         return Texts{"-R", "-n", label};
     });
@@ -122,7 +122,7 @@ TEST_F(NetRepair, MountsADiskWhoseDeviceIsUnknown) {
                             returned("repair_kor_netfs", -509), returned("netmanage_main", -509)));
 }
 
-TEST_F(NetRepair, PutsNoStrangeDeviceIntoACommand) {
+TEST_F(NetRepair, PutsNoUnsafeDeviceIntoACommand) {
     for (const std::string device : {"/dev/sd;f", "/dev/$(reboot)", "/dev/sd\\040f", "-f"}) {
         repair({device + " /mnt/netdisk/disk"});
         expect_failed(-509);
@@ -172,7 +172,7 @@ TEST_F(NetRepair, RepairsNothingWithoutAMountTable) {
     EXPECT_THAT(run.commands, IsEmpty());
 }
 
-TEST_F(NetRepair, PutsNoStrangeMountDirectoryIntoACommand) {
+TEST_F(NetRepair, PutsNoUnsafeMountDirectoryIntoACommand) {
     for (const char* directory : {"/srv/a;b/disk", "/srv/`id`/disk", "/srv/a\\040b/disk"}) {
         repair({std::string("/dev/sdf ") + directory});
         expect_failed(-602);
@@ -180,7 +180,7 @@ TEST_F(NetRepair, PutsNoStrangeMountDirectoryIntoACommand) {
     }
 }
 
-TEST_F(NetRepair, PutsNoStrangeMountPointOfTheRegisterIntoACommand) {
+TEST_F(NetRepair, PutsNoUnsafeMountPointOfTheRegisterIntoACommand) {
     for (const std::string directory : {"/mnt/$(reboot)/disk", "/mnt/a;b/disk", "-rf", "disk"}) {
         machine.registered({line_of("xfs", directory)}, netfstab);
         repair();

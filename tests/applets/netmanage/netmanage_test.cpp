@@ -40,7 +40,7 @@ TEST_F(NetCreate, MakesRegistersAndMountsADisk) {
     EXPECT_THAT(machine.log(), IsEmpty());
 }
 
-TEST_F(NetCreate, MakesReiserfsOnTheModelsThatHaveIt) {
+TEST_F(NetCreate, MakesReiserfsOnTheModelsThatUseIt) {
     for (const auto& [model, tool] : {std::pair{"KOR7206LB", "xconf"},
                                       {"VEL7206P", "xconf"},
                                       {"VEL7205E", "nasconf"},
@@ -67,7 +67,7 @@ TEST_F(NetCreate, MakesXfsWithoutAModelAndSavesNothing) {
     expect_registered();
 }
 
-TEST_F(NetCreate, RefusesNamesThatAreNone) {
+TEST_F(NetCreate, RefusesInvalidNames) {
     expect_each_refused(-123, bad_names, [](const std::string& label) {
         return Texts{"-C", "-n", label, "-g", "sdf"};
     });
@@ -266,7 +266,7 @@ class NetMode : public PoolCommand {
     }
 };
 
-TEST_F(NetMode, CreatesWhateverElseItIsToldToDo) {
+TEST_F(NetMode, CreateComesFirst) {
     for (const char* other : {"-D", "-R", "-S"}) {
         machine.registered({}, netfstab);
         manage({other, "-C", "-n", "disk", "-g", "sdf"});
@@ -275,7 +275,7 @@ TEST_F(NetMode, CreatesWhateverElseItIsToldToDo) {
     }
 }
 
-TEST_F(NetMode, DeletesWhenToldToRepairOrDisplayToo) {
+TEST_F(NetMode, DeleteComesBeforeRepairAndDisplay) {
     for (const char* other : {"-R", "-S"}) {
         manage_registered({other, "-D"});
         expect_succeeded();
@@ -283,14 +283,14 @@ TEST_F(NetMode, DeletesWhenToldToRepairOrDisplayToo) {
     }
 }
 
-TEST_F(NetMode, RepairsWhenToldToDisplayToo) {
+TEST_F(NetMode, RepairComesBeforeDisplay) {
     machine.mounts({"/dev/sdf /mnt/netdisk/disk"});
     manage_registered({"-S", "-R"});
     expect_succeeded();
     EXPECT_EQ(outside(run).at(1), "/sbin/xfs_repair -L /dev/sdf > /dev/null");
 }
 
-TEST_F(NetMode, DoesNothingBehindAnUnknownOption) {
+TEST_F(NetMode, DoesNothingAfterAnUnknownOption) {
     manage({"-x", "-C", "-n", "disk", "-g", "sdf"});
     EXPECT_EQ(run.exit_status, 0);
     EXPECT_EQ(run.out, "");

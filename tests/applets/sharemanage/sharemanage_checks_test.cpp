@@ -95,7 +95,7 @@ TEST_F(ShareChecks, OfUsersAreLoggedWithBothNames) {
                                               returned("create_share_arg_check", -613)));
 }
 
-TEST_F(ShareChecks, MissOptionsThatAreNeeded) {
+TEST_F(ShareChecks, RefuseMissingOptions) {
     const std::string check = "create_share_arg_check";
     expect_refused(-114, check, {"-C", "-f", "samba", "-s", "5", "data"});
     expect_refused(-115, check, {"-C", "-n", "pub", "-s", "5", "data"});
@@ -107,7 +107,7 @@ TEST_F(ShareChecks, MissOptionsThatAreNeeded) {
     expect_refused(-115, "repair_share_arg_check", {"-R", "-n", "pub", "data"});
 }
 
-TEST_F(ShareChecks, RefuseNamesThatAreNone) {
+TEST_F(ShareChecks, RefuseInvalidNames) {
     const Texts names = {
         "",      "a.b", "a/b", "../x",   "$(reboot)", "a;b",    "a\nb",
         "[pub]", "a=b", "p'b", "global", "GLOBAL",    "glObal", std::string(33, 'n')};
@@ -117,24 +117,24 @@ TEST_F(ShareChecks, RefuseNamesThatAreNone) {
     expect_refused(-114, "repair_share_arg_check", {"-R", "-n", "a b", "-f", "nfs", "data"});
 }
 
-TEST_F(ShareChecks, RefuseModesThatAreNone) {
+TEST_F(ShareChecks, RefuseInvalidModes) {
     expect_each_refused("-C", "create_share_arg_check", new_share, "-f",
                         {"", "samba ", "smb", "samba,nfs", "nfs4"});
 }
 
-TEST_F(ShareChecks, RefuseSizesThatAreNone) {
+TEST_F(ShareChecks, RefuseInvalidSizes) {
     expect_each_refused("-C", "create_share_arg_check", new_share, "-s",
                         {"", "-5", "+5", "5.0", " 5", "0x5", "123456789"});
     expect_refused(-113, "edit_share_arg_check",
                    {"-E", "-n", "pub", "-f", "nfs", "-s", "", "-b", "1"});
 }
 
-TEST_F(ShareChecks, RefuseAccessThatIsNone) {
+TEST_F(ShareChecks, RefuseInvalidAccess) {
     expect_each_refused("-C", "create_share_arg_check", new_share, "-x",
                         {"", "RW", "Ro", "rw ", "r", "rwx"});
 }
 
-TEST_F(ShareChecks, RefuseCommentsThatTheFilesCannotCarry) {
+TEST_F(ShareChecks, RefuseCommentsThatTheFilesCannotHold) {
     const Texts comments = {"",
                             "a\nb",
                             "a\rb",
@@ -155,7 +155,7 @@ TEST_F(ShareChecks, RefuseCommentsThatTheFilesCannotCarry) {
     }
 }
 
-TEST_F(ShareChecks, RefuseUsersThatTheFilesCannotCarry) {
+TEST_F(ShareChecks, RefuseUsersThatTheFilesCannotHold) {
     std::string users = "x";
     while (users.size() < 239) {
         users += ",x";
@@ -175,7 +175,7 @@ TEST_F(ShareChecks, RefuseUsersThatTheFilesCannotCarry) {
     }
 }
 
-TEST_F(ShareChecks, TellWhichUserFileIsMissing) {
+TEST_F(ShareChecks, ReportWhichUserFileIsMissing) {
     machine.remove(passwd);
     expect_refused(-612, "create_share_arg_check", arguments("-C", new_share, 5));
     machine.remove(user_file);
@@ -201,7 +201,7 @@ TEST_F(ShareChecks, RefuseHostsAfterPrintingThoseWithAPrefix) {
                    "ip:10.0.0.0 99\n");
 }
 
-TEST_F(ShareChecks, RefuseGroupsThatAreNone) {
+TEST_F(ShareChecks, RefuseInvalidGroups) {
     expect_each_refused("-C", "create_share_arg_check", new_share, "",
                         {"", "a.b", "../data", "$(x)", "da ta", std::string(33, 'g')});
     expect_refused(-123, "repair_share_arg_check",
@@ -217,7 +217,7 @@ TEST_F(ShareChecks, KnowAGroupOf32Characters) {
     EXPECT_THAT(changes(run), IsEmpty());
 }
 
-TEST_F(ShareChecks, RefuseWhatTheGroupHasNoRoomFor) {
+TEST_F(ShareChecks, RefuseMoreThanTheGroupHasFree) {
     for (const auto& [action, check] : std::vector<std::pair<std::string, std::string>>{
              {"-C", "create_share_arg_check"}, {"-Q", "restore_share_arg_check"}}) {
         const Snapshot before = machine.snapshot();

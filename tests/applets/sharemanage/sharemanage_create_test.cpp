@@ -87,7 +87,7 @@ TEST_F(ShareCreate, MakesAnFtpShareOfTheDefaultUserWithoutOne) {
     EXPECT_THAT(machine.list("/etc/vsftpd"), testing::ElementsAre("ftpuser"));
 }
 
-TEST_F(ShareCreate, TakesAnEmptyFtpUserForTheDefaultOne) {
+TEST_F(ShareCreate, TreatsAnEmptyFtpUserAsTheDefaultOne) {
     create("ftp", {"-u", ""});
     expect_succeeded();
     EXPECT_THAT(machine.list("/etc/vsftpd"), testing::ElementsAre("ftpuser"));
@@ -111,7 +111,7 @@ TEST_F(ShareCreate, MakesAnIscsiTarget) {
     EXPECT_THAT(machine.log(), IsEmpty());
 }
 
-TEST_F(ShareCreate, TakesCifsForSamba) {
+TEST_F(ShareCreate, TreatsCifsAsSamba) {
     EXPECT_EQ(create("CIFS"), 0);
     EXPECT_EQ(machine.read(share_register), register_section({}));
     EXPECT_EQ(machine.read(smb_conf), samba_global + samba_section("pub", "/mnt/data/pub"));
@@ -145,7 +145,7 @@ TEST_F(ShareCreate, OpensNfsToEveryoneForTheZeroAddress) {
     EXPECT_EQ(machine.read(exports), "/mnt/data/pub 10.0.0.0(rw,sync,no_root_squash)\n");
 }
 
-TEST_F(ShareCreate, TakesNoUserOfOtherServicesForTheZeroAddress) {
+TEST_F(ShareCreate, TreatsNoUserOfOtherServicesAsTheZeroAddress) {
     machine.file(user_file, "0.0.0.0|1|\n");
     EXPECT_EQ(create("samba", {"-u", "0.0.0.0"}), 0);
     EXPECT_THAT(machine.read(smb_conf), testing::HasSubstr("valid users = 0.0.0.0\n"));
@@ -187,7 +187,7 @@ TEST_F(ShareCreate, RefusesANameThatAShareHas) {
     EXPECT_THAT(before.changes_to(machine.snapshot()), IsEmpty());
 }
 
-TEST_F(ShareCreate, ReportsANameThatOnlyTheRegisterKnows) {
+TEST_F(ShareCreate, ReportsANameThatIsOnlyInTheRegister) {
     // Of two sections of one name the list shows the first alone.
     machine.shares({{.name = "twin"}});
     machine.file(share_register,

@@ -74,7 +74,7 @@ TEST_F(ShareEdit, GivesAnFtpShareTheDefaultUserWithoutOne) {
                                   {rehoming, {ftp_list("-d", "anna"), saved(share_register)}})));
 }
 
-TEST_F(ShareEdit, TakesAnEmptyFtpUserForTheDefaultOne) {
+TEST_F(ShareEdit, TreatsAnEmptyFtpUserAsTheDefaultOne) {
     have_share("ftp", "anna");
     edit("ftp", "1", {"-u", ""});
     expect_succeeded();

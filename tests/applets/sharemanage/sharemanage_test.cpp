@@ -66,7 +66,7 @@ TEST_F(ShareModes, AreNeeded) {
     }
 }
 
-TEST_F(ShareModes, AreNotTakenBehindAnUnknownOption) {
+TEST_F(ShareModes, AreNotTakenAfterAnUnknownOption) {
     EXPECT_EQ(manage({"-z", "-C"}), 0);
     EXPECT_EQ(run.out, "");
     EXPECT_THAT(run.err, HasSubstr("z"));
@@ -238,7 +238,7 @@ TEST_F(ShareDisplay, RefusesANameThatNoShareHas) {
     }
 }
 
-TEST_F(ShareDisplay, RefusesANameThatIsNoneEvenWhereAShareHasIt) {
+TEST_F(ShareDisplay, RefusesAnInvalidNameEvenIfAShareHasIt) {
     machine.shares({{.name = "a b"}});
     display({"-n", "a b"});
     expect_failed(-114);

@@ -66,7 +66,7 @@ TEST_F(VgDelete, TakesTheLongName) {
     EXPECT_EQ(changes(run).front(), "/sbin/vgremove data > /dev/null");
 }
 
-TEST_F(VgDelete, GoesOnWithoutTheBackupDirectory) {
+TEST_F(VgDelete, ContinuesWithoutTheBackupDirectory) {
     machine.remove("/etc/lvm");
     EXPECT_EQ(remove(), 0);
     EXPECT_EQ(run.out, no_directory);
@@ -77,7 +77,7 @@ TEST_F(VgDelete, GoesOnWithoutTheBackupDirectory) {
     EXPECT_THAT(machine.log(), IsEmpty());
 }
 
-TEST_F(VgDelete, GoesOnWithoutABackupOfTheGroup) {
+TEST_F(VgDelete, ContinuesWithoutABackupOfTheGroup) {
     machine.file("/etc/lvm/backup/data1", "data1 {\n}\n");
     EXPECT_EQ(remove(), 0);
     EXPECT_EQ(run.out, no_backup);
@@ -99,13 +99,13 @@ TEST_F(VgDelete, PutsRamDisksInThePlacesOfLostVolumesFirst) {
     EXPECT_EQ(run.out, "vg restore: yes\n");
 }
 
-TEST_F(VgDelete, TouchesNothingWhenTheGroupCannotBeBroughtBack) {
+TEST_F(VgDelete, TouchesNothingWhenTheGroupCannotBeRestored) {
     backup("md1"); // the volume is on md0 now
     expect_refused(-301, "raid restore 'data' fail\n");
     EXPECT_EQ(outside(run).back(), "/sbin/pvdisplay -c > /tmp/pvdisplay.XXXXXX");
 }
 
-TEST_F(VgDelete, TouchesNothingWhenTheVolumesOfNowAreUnknown) {
+TEST_F(VgDelete, TouchesNothingWhenTheCurrentVolumesAreUnknown) {
     backup("md0");
     machine.tool(group_tool::pvdisplay).on("/sbin/pvdisplay -c").does("rm -f /tmp/pvdisplay.*");
     machine.tool(group_tool::pvcreate).any().exits(5);
@@ -116,13 +116,13 @@ TEST_F(VgDelete, TouchesNothingWhenTheVolumesOfNowAreUnknown) {
     EXPECT_THAT(changes(run), Not(testing::Contains(StartsWith("/sbin/vgremove"))));
 }
 
-TEST_F(VgDelete, BringsBackBeforeItLooksForTheGroup) {
+TEST_F(VgDelete, RestoresTheGroupBeforeItLooksForIt) {
     backup("md0");
     machine.group_lines("", "  /dev/md0::1:-1:8:8:-1:4096:0:0:0:" + std::string(uuid) + "\n");
     expect_refused(-2046, "vg restore: no\n");
 }
 
-TEST_F(VgDelete, KnowsNoOtherGroup) {
+TEST_F(VgDelete, RefusesAnUnknownGroup) {
     expect_refused(-2046, "file '/etc/lvm/backup/dat' cannot open\n", "dat");
     expect_refused(-2046, "file '/etc/lvm/backup/data1' cannot open\n", "data1");
     EXPECT_THAT(logged(machine), ElementsAre(returned("vgmanage_main", -2046)));
@@ -177,7 +177,7 @@ TEST_F(VgDelete, ReportsAGroupThatIsStillThere) {
     expect_still_there();
 }
 
-TEST_F(VgDelete, SucceedsWhenTheGroupIsGoneAllTheSame) {
+TEST_F(VgDelete, SucceedsWhenTheGroupIsGoneAnyway) {
     machine.tool(group_tool::pvremove).any().exits(5);
     looked_up().replays("vgdisplay_c_unknown").exits(5);
     EXPECT_EQ(remove(), 0);
@@ -209,7 +209,7 @@ TEST_F(VgDelete, ReportsAGroupWhoseListFailed) {
 }
 
 // Nothing was done, and nobody knows whether the group is there: that is no success.
-TEST_F(VgDelete, DoesNotTakeAGroupForGoneWhenLvmDoesNotAnswer) {
+TEST_F(VgDelete, DoesNotTreatAGroupAsGoneWhenLvmDoesNotAnswer) {
     const auto expect_reported = [this] {
         EXPECT_NE(remove(), 0);
         EXPECT_THAT(run.out, HasSubstr("for errno '"));
@@ -222,7 +222,7 @@ TEST_F(VgDelete, DoesNotTakeAGroupForGoneWhenLvmDoesNotAnswer) {
     expect_reported();
 }
 
-TEST_F(VgDelete, RefusesNamesThatAreNone) {
+TEST_F(VgDelete, RefusesInvalidNames) {
     for (const std::string& name : {std::string(""), std::string("a b"), std::string(".."),
                                     std::string("../group"), std::string(33, 'n')}) {
         expect_refused(-123, "", name);

@@ -81,7 +81,7 @@ TEST_F(VgCreate, ChecksTheNameBeforeTheListBeforeTheDevice) {
     EXPECT_THAT(run.commands, IsEmpty());
 }
 
-TEST_F(VgCreate, RefusesNamesThatAreNone) {
+TEST_F(VgCreate, RefusesInvalidNames) {
     for (const std::string& name :
          {std::string(""), std::string("a b"), std::string("a.b"), std::string(33, 'n')}) {
         expect_refused(-123, {"-n", name, "-c", "md0"});
@@ -91,7 +91,7 @@ TEST_F(VgCreate, RefusesNamesThatAreNone) {
     EXPECT_EQ(create({"-n", std::string(32, 'n'), "-c", "md0"}), 0);
 }
 
-TEST_F(VgCreate, RefusesListsThatAreNone) {
+TEST_F(VgCreate, RefusesInvalidLists) {
     for (const std::string& list :
          {std::string(""), std::string(",md0"), std::string("md0 md1"), std::string("md0;"),
           std::string("md0,") + std::string(33, '1'), std::string("/dev/md0")}) {
@@ -101,7 +101,7 @@ TEST_F(VgCreate, RefusesListsThatAreNone) {
     expect_refused(-122, {"-n", "data"});
 }
 
-TEST_F(VgCreate, RefusesDevicesThatAreNone) {
+TEST_F(VgCreate, RefusesInvalidDevices) {
     for (const char* device : {"", "0 ", "1/2", "123456789"}) {
         expect_refused(-121, {"-n", "data", "-c", "md0", "-d", device});
         EXPECT_THAT(run.commands, IsEmpty());
@@ -166,7 +166,7 @@ TEST_F(VgCreate, SucceedsInSilenceWhenVgcreateFailedAndTheGroupIsThere) {
                                                     "normal with exit(5)")));
 }
 
-TEST_F(VgCreate, TakesAGroupThatCannotBeLookedUpForNone) {
+TEST_F(VgCreate, TreatsAGroupThatCannotBeLookedUpAsMissing) {
     machine.tool(group_tool::vgcreate).any().exits(5);
     machine.tool(group_tool::vgdisplay)
         .on("/sbin/vgdisplay -c data")
@@ -270,7 +270,7 @@ TEST_F(VgDisplay, ReportsAnUnknownGroupWithoutATable) {
     }
 }
 
-TEST_F(VgDisplay, RefusesNamesThatAreNone) {
+TEST_F(VgDisplay, RefusesInvalidNames) {
     for (const std::string& name : {std::string(""), std::string("a b"), std::string(33, 'n')}) {
         expect_refused(-123, {"-n", name});
     }
@@ -296,7 +296,7 @@ TEST_F(VgDisplay, ReportsListsThatCannotBeBuiltWhateverTheName) {
 
 // Modes.
 
-TEST(VgMode, CreatesWhenToldToDisplayOrDeleteToo) {
+TEST(VgMode, CreateComesBeforeDisplayAndDelete) {
     GroupMachine machine;
     for (const char* other : {"-S", "-D"}) {
         const Result run = machine.vgmanage({other, "-C", "-n", "data", "-c", "md0"});
@@ -305,7 +305,7 @@ TEST(VgMode, CreatesWhenToldToDisplayOrDeleteToo) {
     }
 }
 
-TEST(VgMode, DisplaysWhenToldToDeleteToo) {
+TEST(VgMode, DisplayComesBeforeDelete) {
     GroupMachine machine;
     machine.on("data", {"/dev/md0"});
     const Result run = machine.vgmanage({"-D", "-S", "-n", "data"});

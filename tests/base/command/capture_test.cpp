@@ -260,7 +260,7 @@ TEST(CaptureReader, GetsTheText) {
     EXPECT_THAT(root.tmp(), IsEmpty());
 }
 
-TEST(CaptureReader, GoesOnWithWhatAFailedToolLeft) {
+TEST(CaptureReader, ContinuesWithWhatAFailedToolLeft) {
     CaptureRoot root("exit 3");
     const Result result = root.call(run_and_read);
     EXPECT_EQ(result.returned, 0);

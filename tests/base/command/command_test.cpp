@@ -225,7 +225,7 @@ TEST(CommandPath, FindsCatInTheSystemsDirectoriesFirst) {
     EXPECT_EQ(result.out, "right\n");
 }
 
-TEST(CommandPath, IsPutBack) {
+TEST(CommandPath, IsRestored) {
     RealToolsRoot root;
     root.call(
         [] {

@@ -188,7 +188,7 @@ TEST(Program, IsNotTakenFromTheCurrentDirectory) {
         {.environment = {{"PATH", "/bin:"}}, .working_directory = "/tmp"});
 }
 
-TEST(Interrupt, WhileAToolRunsIsTheToolsBusiness) {
+TEST(Interrupt, WhileAToolRunsGoesToTheToolOnly) {
     RealToolsRoot root;
     root.script("/sbin/tool", "kill -INT $PPID; kill -QUIT $PPID; exit 3");
     const Result result = root.call([] { return run_command("/sbin/tool"); });
@@ -300,7 +300,7 @@ TEST(Wait, IsResumedAfterASignalOfTheCaller) {
     EXPECT_EQ(result.returned, 3 << 8);
 }
 
-TEST(Wait, IsNotCheatedByACallerThatCollectsItsChildren) {
+TEST(Wait, SurvivesACallerThatCollectsItsChildren) {
     RealToolsRoot root;
     root.script("/sbin/tool", "exit 3");
     const Result result = root.call([] {

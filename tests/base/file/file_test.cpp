@@ -78,7 +78,7 @@ TEST(Descriptor, ClosesTheFileThatAnotherReplaces) {
     EXPECT_TRUE(is_open(fd.get()));
 }
 
-TEST(Descriptor, TellsWhetherTheCloseFailed) {
+TEST(Descriptor, ReportsWhetherTheCloseFailed) {
     FileDescriptor good = FileDescriptor::open("/dev/null", O_RDONLY);
     EXPECT_TRUE(good.close());
     EXPECT_FALSE(good);
@@ -109,7 +109,7 @@ TEST(Read, GivesNothingForAFileThatIsMissingOrNoFile) {
     EXPECT_EQ(errno, EISDIR);
 }
 
-TEST(Read, GoesOnFromWhereTheDescriptorStands) {
+TEST(Read, StartsAtTheDescriptorsPosition) {
     PrivateRoot root;
     root.file(path, "0123456789");
     const FileDescriptor fd = FileDescriptor::open(root.host_path(path).c_str(), O_RDONLY);
@@ -173,7 +173,7 @@ void interrupt(pid_t process) {
     EXPECT_EQ(::read(arrived[0], &sign, 1), 1);
 }
 
-TEST(Read, IsTakenUpAgainAfterASignal) {
+TEST(Read, IsResumedAfterASignal) {
     PrivateRoot root;
     root.call([] {
         take_signals();
@@ -210,7 +210,7 @@ TEST(Write, WritesAllOfALongTextThroughSignals) {
     });
 }
 
-TEST(Write, TellsThatTheDiskIsFull) {
+TEST(Write, ReportsAFullDisk) {
     const FileDescriptor full = FileDescriptor::open("/dev/full", O_WRONLY);
     errno = 0;
     EXPECT_FALSE(write_all(full.get(), "text"));
@@ -415,7 +415,7 @@ class LockRoot : public PrivateRoot {
     }
 };
 
-TEST(Lock, IsHadWhenNobodyHasIt) {
+TEST(Lock, IsGrantedWhenNobodyHoldsIt) {
     LockRoot root;
     EXPECT_EQ(root.tried(), LockResult::locked);
 }

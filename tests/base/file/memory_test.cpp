@@ -31,7 +31,7 @@ TEST(Allocation, GivesMemoryOfItsSize) {
     std::memset(memory.get(), 'x', 1000);
 }
 
-TEST(Allocation, ThatFailsSaysSoAndGoesOn) {
+TEST(Allocation, ThatFailsSaysSoAndContinues) {
     PrivateRoot root;
     const Result result = root.call([] { return mem_alloc(too_much) == nullptr ? 5 : 6; });
     EXPECT_EQ(result.out, "memory exhausted\n");
@@ -105,7 +105,7 @@ TEST(PathJoin, SkipsAllSlashesThatTheNameBeginsWith) {
     EXPECT_STREQ(path_join("/usr", "").get(), "/usr/");
 }
 
-TEST(PathJoin, TakesAMissingDirectoryForAnEmptyOne) {
+TEST(PathJoin, TreatsAMissingDirectoryAsAnEmptyOne) {
     EXPECT_STREQ(path_join(nullptr, "mdmanage").get(), "/mdmanage");
     EXPECT_STREQ(path_join("", "mdmanage").get(), "/mdmanage");
 }

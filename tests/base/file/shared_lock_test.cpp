@@ -34,7 +34,7 @@ class SharedLock : public testing::Test {
     PrivateRoot root;
 };
 
-TEST_F(SharedLock, IsHadWhenNobodyHasTheFile) {
+TEST_F(SharedLock, IsGrantedWhenNobodyLocksTheFile) {
     EXPECT_TRUE(is_had());
 }
 
@@ -71,7 +71,7 @@ TEST_F(SharedLock, KeepsWritersOutAndReadersIn) {
     });
 }
 
-TEST_F(SharedLock, IsNotHadWithoutAFileToRead) {
+TEST_F(SharedLock, IsNotGrantedWithoutAFileToRead) {
     EXPECT_FALSE(lock_shared(-1));
     const FileDescriptor fd = FileDescriptor::open(root.host_path(path).c_str(), O_WRONLY);
     EXPECT_FALSE(lock_shared(fd.get()));

@@ -101,7 +101,7 @@ TEST(KeyValueGet, LineWithoutEqualsSignIsMinus14) {
     EXPECT_EQ(get("[s]\nnote\nk=1\n"), failed(-14));
 }
 
-TEST(KeyValueGet, LineWithoutEqualsSignBehindTheKeyIsNotSeen) {
+TEST(KeyValueGet, LineWithoutEqualsSignAfterTheKeyIsNotSeen) {
     EXPECT_EQ(get("[s]\nk=1\nnote\n"), found("1"));
 }
 
@@ -115,7 +115,7 @@ TEST(KeyValueGet, HeaderWithoutItsBracketIsMinus14) {
     EXPECT_EQ(get("[s]\t\nk=1\n"), failed(-14)) << "a tab at the end is not trimmed";
 }
 
-TEST(KeyValueGet, HeaderWithoutItsBracketBehindTheSectionEndsIt) {
+TEST(KeyValueGet, HeaderWithoutItsBracketAfterTheSectionEndsIt) {
     EXPECT_EQ(get("[s]\nx=1\n[abc\nk=1\n"), failed(-2));
 }
 
@@ -268,7 +268,7 @@ TEST(KeyValueGet, PlusAtTheEndJoinsTheNextLine) {
     EXPECT_EQ(get("[s]\nk=a +  \r\nb\n"), found("a b")) << "blanks behind the sign do not matter";
 }
 
-TEST(KeyValueGet, JoinedLineMayGoOnToo) {
+TEST(KeyValueGet, JoinedLineMayContinueToo) {
     EXPECT_EQ(get("[s]\nk=a+\nb+\nc\nx=d\n"), found("abc"));
 }
 

@@ -320,7 +320,7 @@ TEST(LogAttempts, TheFifthOpenAfterARotationStillCounts) {
     EXPECT_EQ(root.read(log_path), line);
 }
 
-TEST(LogAttempts, ALogThatCannotBeRenamedIsNotLetGo) {
+TEST(LogAttempts, ALogThatCannotBeRenamedIsNotReopened) {
     PrivateRoot root;
     root.file(log_path, std::string(over_limit, 'o')).directory(previous_path);
     root.call([] {

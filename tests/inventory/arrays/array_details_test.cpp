@@ -36,7 +36,7 @@ TEST_F(ArrayDetails, SkipsTheDetailsThatMdadmDoesNotGive) {
     EXPECT_THAT(root.tmp(), IsEmpty());
 }
 
-TEST_F(ArrayDetails, GoesOnWhenASignalEndsMdadm) {
+TEST_F(ArrayDetails, ContinuesWhenASignalEndsMdadm) {
     root.detail("md1").prints("Raid Level : linear\n").killed_by(SIGSEGV);
     const Discovery found = root.discover();
     EXPECT_EQ(found.code, 0);
@@ -44,7 +44,7 @@ TEST_F(ArrayDetails, GoesOnWhenASignalEndsMdadm) {
     EXPECT_THAT(log_texts(root), ElementsAre(HasSubstr("unnormal")));
 }
 
-TEST_F(ArrayDetails, GoesOnWithoutMdadm) {
+TEST_F(ArrayDetails, ContinuesWithoutMdadm) {
     root.remove("/sbin/mdadm");
     const Discovery found = root.discover();
     EXPECT_EQ(found.code, 0);
@@ -141,7 +141,7 @@ TEST_F(ArrayDetails, KeepsInactiveForAnEmptyState) {
               "inactive");
 }
 
-TEST_F(ArrayDetails, TakesEmptyDetailsForNothing) {
+TEST_F(ArrayDetails, TreatsEmptyDetailsAsNone) {
     EXPECT_EQ(details(root, "Raid Level :\nArray Size :\nState : clean\n"),
               (FoundArray{"md1", "", "clean", "", 0, 0, "", "", ""}));
 }

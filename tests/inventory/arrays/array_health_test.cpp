@@ -66,7 +66,7 @@ TEST_F(MembersOfMd1, HaveNoMarkInAnyOtherState) {
     }
 }
 
-TEST_F(MembersOfMd1, MayHaveWhiteSpaceOfAnyKindBehindTheirState) {
+TEST_F(MembersOfMd1, MayHaveWhiteSpaceOfAnyKindAfterTheirState) {
     root.members("md1", "1\n", {{"sda", "faulty \t\v\f\r\n\n"}});
     EXPECT_EQ(read().members, "sda(F)");
 }

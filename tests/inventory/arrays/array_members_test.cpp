@@ -115,7 +115,7 @@ TEST_F(ChannelTranslation, FindsNothingForAnEmptyList) {
     EXPECT_EQ(list, "");
 }
 
-TEST_F(ChannelTranslation, DoesNotTakeADiskWithoutANameForAnEmptyList) {
+TEST_F(ChannelTranslation, DoesNotMatchADiskWithoutANameWithAnEmptyList) {
     disks.clear();
     add(disks, "", 1, "0");
     EXPECT_EQ(translate(1), 0);
@@ -236,7 +236,7 @@ TEST_F(VolumeUse, ComparesOtherNamesAsTheyAre) {
     EXPECT_FALSE(is_used("sda,sdb"));
 }
 
-TEST_F(VolumeUse, TakesZeroForNoChannel) {
+TEST_F(VolumeUse, TreatsZeroAsNoChannel) {
     add(disks, "sdz", 0, "0");
     volume("0", "0");
     EXPECT_FALSE(is_used("sdz"));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Members of arrays as channels.
-#include "inventory/array_members.h"
 #include "fixtures/array_root.h"
+#include "inventory/array_members.h"
 #include "sources/mdstat.h"
 
 #include <gmock/gmock.h>
@@ -75,14 +75,14 @@ TEST_F(MembersToChannels, LeavesAnArrayWithoutMembersAlone) {
 }
 
 // What counts is the last character but one, of a text of at least four.
-TEST_F(MembersToChannels, TakesAnSBeforeTheLastCharacterForASpare) {
+TEST_F(MembersToChannels, TreatsAnSBeforeTheLastCharacterAsASpare) {
     disk("sdsa", 9);
     EXPECT_EQ(with("sda(s)").spare, "1");
     EXPECT_EQ(with("sdsa").spare, "9");
     EXPECT_EQ(with("sdS").spare, "");
 }
 
-TEST_F(MembersToChannels, TakesNoThreeCharactersForASpare) {
+TEST_F(MembersToChannels, TreatsNoThreeCharactersAsASpare) {
     disk("asd", 9);
     EXPECT_EQ(with("asd").spare, "");
 }
@@ -103,7 +103,7 @@ TEST_F(MembersToChannels, DoesNotFindADiskByOtherCase) {
     EXPECT_EQ(with("SDA").members, "");
 }
 
-TEST_F(MembersToChannels, DoesNotTakeADiskWithoutANameForAnyMember) {
+TEST_F(MembersToChannels, DoesNotMatchADiskWithoutANameWithAnyMember) {
     disks.clear();
     disk("", 1);
     disk("sdb", 2);

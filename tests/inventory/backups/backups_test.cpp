@@ -250,7 +250,7 @@ Result volumes(RecoveryMachine& machine) {
 
 constexpr const char* header = "uuid\t\tpvname\n";
 
-TEST(VolumesOfNow, AreThoseOfPvdisplay) {
+TEST(CurrentVolumes, AreThoseOfPvdisplay) {
     RecoveryMachine machine;
     machine.tool(RecoveryMachine::pvdisplay)
         .on("/sbin/pvdisplay -c")
@@ -266,7 +266,7 @@ TEST(VolumesOfNow, AreThoseOfPvdisplay) {
 }
 
 // With volumes missing the tool may well fail.
-TEST(VolumesOfNow, AreReadAlthoughPvdisplayFails) {
+TEST(CurrentVolumes, AreReadAlthoughPvdisplayFails) {
     RecoveryMachine machine;
     machine.tool(RecoveryMachine::pvdisplay)
         .on("/sbin/pvdisplay -c")
@@ -281,7 +281,7 @@ TEST(VolumesOfNow, AreReadAlthoughPvdisplayFails) {
                                  "return normal with exit\\(5\\) for '.*'")));
 }
 
-TEST(VolumesOfNow, AreReadAlthoughASignalEndsPvdisplay) {
+TEST(CurrentVolumes, AreReadAlthoughASignalEndsPvdisplay) {
     RecoveryMachine machine;
     machine.tool(RecoveryMachine::pvdisplay)
         .on("/sbin/pvdisplay -c")
@@ -293,7 +293,7 @@ TEST(VolumesOfNow, AreReadAlthoughASignalEndsPvdisplay) {
     EXPECT_THAT(machine.logged(), ElementsAre(HasSubstr("return unnormal with exit(0) for")));
 }
 
-TEST(VolumesOfNow, AreNoneWithoutPvdisplay) {
+TEST(CurrentVolumes, AreNoneWithoutPvdisplay) {
     RecoveryMachine machine;
     machine.remove(RecoveryMachine::pvdisplay);
     const Result result = volumes(machine);
@@ -302,7 +302,7 @@ TEST(VolumesOfNow, AreNoneWithoutPvdisplay) {
     EXPECT_THAT(machine.logged(), ElementsAre(HasSubstr("return normal with exit(127) for")));
 }
 
-TEST(VolumesOfNow, AreUnknownWhenTheOutputCannotBeOpened) {
+TEST(CurrentVolumes, AreUnknownWhenTheOutputCannotBeOpened) {
     RecoveryMachine machine;
     machine.sees_nothing_that_can_be_read();
     const Result result = volumes(machine);
@@ -314,7 +314,7 @@ TEST(VolumesOfNow, AreUnknownWhenTheOutputCannotBeOpened) {
                                          "with No such file or directory")));
 }
 
-TEST(VolumesOfNow, AreUnknownWhenNoTemporaryFileCanBeMade) {
+TEST(CurrentVolumes, AreUnknownWhenNoTemporaryFileCanBeMade) {
     RecoveryMachine machine;
     machine.read_only("/tmp");
     const Result result = volumes(machine);
@@ -323,7 +323,7 @@ TEST(VolumesOfNow, AreUnknownWhenNoTemporaryFileCanBeMade) {
     EXPECT_THAT(result.commands, IsEmpty());
 }
 
-TEST(VolumesOfNow, AreUnknownInAMegabyteOfGarbage) {
+TEST(CurrentVolumes, AreUnknownInAMegabyteOfGarbage) {
     RecoveryMachine machine;
     machine.tool(RecoveryMachine::pvdisplay).on("/sbin/pvdisplay -c").prints_bytes(1 << 20);
     const Result result = volumes(machine);

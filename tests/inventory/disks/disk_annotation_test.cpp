@@ -339,7 +339,7 @@ TEST(DiskAnnotation, CopiesEveryFieldOfTheDisk) {
     EXPECT_THAT(root.log(), IsEmpty());
 }
 
-TEST(DiskAnnotation, AddsBehindWhatTheListingHas) {
+TEST(DiskAnnotation, AddsAfterWhatTheListingHas) {
     AnnotationRoot root;
     const Annotation marked = root.annotate(
         annotate_one, [](display_disk_list& listing) { add_shown(listing, "sda", 1); });
@@ -386,7 +386,7 @@ TEST(DiskAnnotation, FailuresAreLoggedAndLeftOut) {
     EXPECT_THAT(root.tmp(), IsEmpty());
 }
 
-TEST(DiskAnnotation, GoesOnAfterAFailure) {
+TEST(DiskAnnotation, ContinuesAfterAFailure) {
     AnnotationRoot root;
     root.mounts("/dev/sdb1 5 1 /\n").remove("/proc/mdstat");
     EXPECT_THAT(root.annotate(annotate_one, [](display_disk_list&) {}).uses,

@@ -94,7 +94,7 @@ TEST(DiskAttributes, DirectoryInAFilesPlaceIsUnreadable) {
     }
 }
 
-TEST(DiskAttributes, OfTheOtherDisksAreReadAllTheSame) {
+TEST(DiskAttributes, OfTheOtherDisksAreStillRead) {
     DiskRoot root;
     root.block("sdb", "4194304");
     const auto disks = with_attributes(root, [](disk_list& list) {
@@ -124,7 +124,7 @@ TEST(DiskAttributes, LeaveThePartitionTablesDeviceToAVirtualDisk) {
                 ElementsAre("sda|1|2|running|VIRTUAL-DISK||5|0"));
 }
 
-TEST(DiskAttributes, TakeOnlyTheExactModelForAVirtualDisk) {
+TEST(DiskAttributes, TreatOnlyTheExactModelAsAVirtualDisk) {
     for (const char* model : {"VIRTUAL-DISK2", "virtual-disk", " VIRTUAL-DISK", "VIRTUAL"}) {
         DiskRoot root;
         root.block("sda", "4194304", "running\n", model);

@@ -143,7 +143,7 @@ TEST(FillSmart, LeavesVirtualDisksAlone) {
     }
 }
 
-TEST(FillSmart, TakesOnlyTheExactModelForAVirtualDisk) {
+TEST(FillSmart, TreatsOnlyTheExactModelAsAVirtualDisk) {
     SmartRoot root;
     const Health health = root.filled(SmartMode::summary, [](disk_list& disks) {
         add_disk(disks, "sda", 1).model = "VIRTUAL-DISK2";
@@ -389,7 +389,7 @@ TEST(FillSmart, NeverLetsANameReachACommandThatIsNotLettersAndDigits) {
     }
 }
 
-TEST(FillSmart, GoesOnBehindADiskWithoutAPlainName) {
+TEST(FillSmart, ContinuesAfterADiskWithoutAPlainName) {
     SmartRoot root;
     const Health health = root.filled(SmartMode::summary, {"", "sdb"});
     EXPECT_EQ(health.code, 0);

@@ -120,7 +120,7 @@ TEST_F(RegisteredFileSystems, AreNotFoundOnALineOfTwoWords) {
     EXPECT_EQ(has("pool"), 0);
 }
 
-TEST_F(RegisteredFileSystems, CannotBeToldWithoutTheRegister) {
+TEST_F(RegisteredFileSystems, AreUnknownWithoutTheRegister) {
     machine.remove(mdfstab);
     EXPECT_EQ(has("pool"), -1);
     const Result result = look_up("pool", "data");
@@ -129,7 +129,7 @@ TEST_F(RegisteredFileSystems, CannotBeToldWithoutTheRegister) {
     EXPECT_THAT(machine.logged(), testing::SizeIs(2));
 }
 
-TEST_F(RegisteredFileSystems, AreLookedUpByTheFirstPoolOfThatNameWhateverTheGroup) {
+TEST_F(RegisteredFileSystems, AreLookedUpByTheFirstPoolOfThatNameInAnyGroup) {
     machine.registered({"/dev/data/pool2 /mnt/data/pool2 xfs",
                         "/dev/more/pool /mnt/more/pool reiserfs", "/dev/data/pool /mnt/x xfs"});
     for (const char* group : {"data", "more", ""}) {
@@ -217,7 +217,7 @@ TEST_F(FileSystemState, IsUmountForAllWithoutTheMountTable) {
                           "/dev/data/x|/mnt/data/x|xfs|umount|0|0|data|\n");
 }
 
-TEST_F(FileSystemState, IsToldByAPoolToolThatFails) {
+TEST_F(FileSystemState, IsTakenFromAPoolToolThatFails) {
     machine.registered({"/dev/data/pool /mnt/data/pool xfs"});
     machine.mounts({"/dev/data/pool /mnt/data/pool"});
     const auto tool = [this] {
@@ -237,7 +237,7 @@ TEST_F(FileSystemState, IsToldByAPoolToolThatFails) {
     EXPECT_EQ(without.out, "/dev/data/pool|/mnt/data/pool|xfs|not available|0|0|data|\n");
 }
 
-TEST_F(FileSystemState, CannotBeToldWithoutThePoolsOutput) {
+TEST_F(FileSystemState, IsUnknownWithoutThePoolsOutput) {
     machine.registered({"/dev/data/pool /mnt/data/pool xfs"});
     machine.tool(pool_tool::lvdisplay)
         .on("/sbin/lvdisplay -c")
@@ -248,7 +248,7 @@ TEST_F(FileSystemState, CannotBeToldWithoutThePoolsOutput) {
     EXPECT_THAT(machine.logged(), Contains(returned("mountfs_get", -1050)));
 }
 
-TEST_F(FileSystemState, OfNoFileSystemsIsWell) {
+TEST_F(FileSystemState, OfNoFileSystemsSucceeds) {
     const Result result = read_with_state();
     EXPECT_EQ(result.returned, 0);
     EXPECT_EQ(result.out, "");

@@ -93,7 +93,7 @@ TEST_F(PlaceOfVolume, IsTheGroupsAfterTheLastOneThatHasADevice) {
     }
 }
 
-TEST_F(PlaceOfVolume, BehindTheControllerIsTheArrayThatHasTheDisksNameForADevice) {
+TEST_F(PlaceOfVolume, BehindTheControllerIsTheArrayThatHasTheDisksNameAsADevice) {
     add_array("md5", "sda");
     on_controller("sda");
     EXPECT_EQ(volume.name, "md5");

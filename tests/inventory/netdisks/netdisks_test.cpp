@@ -66,7 +66,7 @@ TEST_F(NetfsDiscovery, ComparesLabelsWhole) {
     }
 }
 
-TEST_F(NetfsDiscovery, CannotTellWithoutARegister) {
+TEST_F(NetfsDiscovery, IsUndecidedWithoutARegister) {
     machine.remove(netfstab);
     EXPECT_EQ(label_used("disk"), -1);
 }
@@ -120,7 +120,7 @@ TEST_F(NetfsList, ComparesTheWholeMountPoint) {
     EXPECT_EQ(list(), "disk umount N.A.\n");
 }
 
-TEST_F(NetfsList, TakesAllForUnmountedWithoutAMountTable) {
+TEST_F(NetfsList, TreatsAllAsUnmountedWithoutAMountTable) {
     machine.remove("/proc/mounts");
     EXPECT_EQ(list(), "disk umount N.A.\n");
 }

@@ -124,7 +124,7 @@ TEST_F(Pools, LeaveAnOutputThatCannotBeOpened) {
     EXPECT_THAT(machine.tmp(), ElementsAre(testing::StartsWith("lvdisplay.")));
 }
 
-TEST_F(Pools, AreFoundByNameInWhateverGroup) {
+TEST_F(Pools, AreFoundByNameInAnyGroup) {
     tool().prints(pool_line("/dev/data/a", "data") + pool_line("/dev/other/a", "other") +
                   pool_line("/dev/data/ab", "data"));
     for (const auto& [name, found] :

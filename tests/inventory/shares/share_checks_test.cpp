@@ -30,7 +30,7 @@ TEST(ShareName, IsNoOtherText) {
     EXPECT_EQ(check_share_name(std::string(33, 'n').c_str()), -114);
 }
 
-TEST(ShareName, IsNotGlobalWhateverTheCase) {
+TEST(ShareName, IsNotGlobalInAnyCase) {
     for (const char* name : {"global", "GLOBAL", "Global", "gLoBaL"}) {
         EXPECT_EQ(check_share_name(name), -114) << name;
     }
@@ -85,7 +85,7 @@ TEST(ShareComment, HoldsNothingThatEndsALineOrMakesASecondKey) {
     }
 }
 
-TEST(ShareComment, DoesNotGoOnOnTheNextLine) {
+TEST(ShareComment, DoesNotContinueOnTheNextLine) {
     for (const char* text : {"a+", "a\\", "+", "\\", "a+ ", "a\\  ", "a\\\t", "a+ \t "}) {
         EXPECT_EQ(take_comment(text), std::pair(-118, std::string("old"))) << text;
     }
@@ -153,7 +153,7 @@ TEST_F(ShareUser, OfNfsIsPrintedBeforeAnyCheck) {
     EXPECT_EQ(host("10.0.0.0/-8"), std::pair(-116, std::string("ip:10.0.0.0 -8\n")));
 }
 
-TEST_F(ShareUser, OfNfsHasDigitsOnlyForAPrefix) {
+TEST_F(ShareUser, OfNfsHasDigitsOnlyAsAPrefix) {
     for (const auto& [prefix, printed] :
          std::vector<std::pair<std::string, std::string>>{{"", "0"},
                                                           {"x", "0"},
@@ -168,7 +168,7 @@ TEST_F(ShareUser, OfNfsHasDigitsOnlyForAPrefix) {
     }
 }
 
-TEST_F(ShareUser, OfNfsIsKnownByTheModeWhateverItsCase) {
+TEST_F(ShareUser, OfNfsIsKnownByTheModeInAnyCase) {
     EXPECT_EQ(check("NFS", "10.0.0.1/8"), 0);
     EXPECT_EQ(run.out, "ip:10.0.0.1 8\n");
 }
@@ -246,7 +246,7 @@ TEST_F(ShareUser, ListIsNeverCut) {
     expect_refused(-613, "Samba", list(238));
 }
 
-TEST_F(ShareUser, ThatNoLineCarriesIsRefused) {
+TEST_F(ShareUser, ThatNoLineCanHoldIsRefused) {
     const Texts names = {"a=b",
                          "a\rb",
                          "a\fb",

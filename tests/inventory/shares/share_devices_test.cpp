@@ -52,7 +52,7 @@ TEST_F(PoolGroup, IsMissingWithoutThePool) {
     EXPECT_EQ(find().returned, -303);
 }
 
-TEST_F(PoolGroup, IsReadBehindAnyWhiteSpace) {
+TEST_F(PoolGroup, IsReadAfterAnyWhiteSpace) {
     machine.pool_lines("\t \r/dev/data/pub:data:3\n");
     EXPECT_EQ(find().out, "data");
 }
@@ -174,7 +174,7 @@ TEST_F(ShareDevice, NeedsOneListOfPoolsForAllShares) {
     EXPECT_EQ(std::ranges::count(commands, lists_pools), 1);
 }
 
-TEST_F(ShareDevice, AsksNothingForNoShares) {
+TEST_F(ShareDevice, AsksNothingWithoutShares) {
     EXPECT_THAT(run({}).commands, IsEmpty());
 }
 

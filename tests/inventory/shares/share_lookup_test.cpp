@@ -66,7 +66,7 @@ TEST_F(FtpUserCollection, StopsAtAUserWhoseDirectoryIsTheFirstShares) {
     EXPECT_THAT(users(), ElementsAre(in_order().front() + ":1", ":1"));
 }
 
-TEST_F(FtpUserCollection, GoesOnBehindAUserWhoseDirectoryIsALaterShares) {
+TEST_F(FtpUserCollection, ContinuesAfterAUserWhoseDirectoryIsALaterShares) {
     machine.directory("/home/anna/second").directory("/home/bert/second");
     EXPECT_THAT(users(), ElementsAre(":1", in_order().back() + ":1"));
 }
@@ -100,19 +100,19 @@ TEST_F(FtpUserCollection, StopsAtAUserWithFilesOnly) {
     EXPECT_THAT(users(), ElementsAre(":1", ":1"));
 }
 
-TEST_F(FtpUserCollection, GoesOnBehindADirectoryOfNoShare) {
+TEST_F(FtpUserCollection, ContinuesAfterADirectoryOfNoShare) {
     machine.directory("/home/" + in_order().front() + "/nothing");
     machine.directory("/home/" + in_order().back() + "/second");
     EXPECT_THAT(users(), ElementsAre(":1", in_order().back() + ":1"));
 }
 
-TEST_F(FtpUserCollection, GoesOnBehindAUserWithoutAHome) {
+TEST_F(FtpUserCollection, ContinuesAfterAUserWithoutAHome) {
     machine.directory("/home/" + in_order().back() + "/second");
     EXPECT_THAT(users(), ElementsAre(":1", in_order().back() + ":1"));
     EXPECT_THAT(machine.logged(), ElementsAre(no_home));
 }
 
-TEST_F(FtpUserCollection, OnlyMeansFtpShares) {
+TEST_F(FtpUserCollection, OnlyAffectsFtpShares) {
     machine.shares({{.name = "second"}}).directory("/home/anna/second");
     machine.file("/etc/vsftpd/bert", "local_root=/x/second\nwrite_enable=NO\n");
     EXPECT_THAT(users(), ElementsAre(":1"));
@@ -124,7 +124,7 @@ TEST_F(FtpUserCollection, TakesTheUsersFileLast) {
     EXPECT_THAT(users(), ElementsAre(":1", "bert:0"));
 }
 
-TEST_F(FtpUserCollection, TakesEveryUsersFileAlsoBehindTheStop) {
+TEST_F(FtpUserCollection, TakesEveryUsersFileAlsoAfterTheStop) {
     machine.directory("/home/anna").directory("/home/bert");
     machine.file("/etc/vsftpd/anna", "local_root=/x/first\nwrite_enable=NO\n");
     machine.file("/etc/vsftpd/bert", "local_root=/x/second\nwrite_enable=YES\n");
@@ -213,7 +213,7 @@ TEST_F(ShareLookup, ComparesWholeNames) {
     EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
-TEST_F(ShareLookup, TellsThatThereIsNoList) {
+TEST_F(ShareLookup, ReportsThatThereIsNoList) {
     machine.shares({{}}).remove(exports).directory(exports);
     EXPECT_EQ(find("pub").returned, -505);
     EXPECT_THAT(machine.logged(), SizeIs(1)) << "the collector's";
@@ -221,7 +221,7 @@ TEST_F(ShareLookup, TellsThatThereIsNoList) {
     EXPECT_THAT(machine.logged().back(), returned("check_share", -505));
 }
 
-TEST_F(ShareLookup, TellsThatThereIsNoListWithoutTargets) {
+TEST_F(ShareLookup, ReportsThatThereIsNoListWithoutTargets) {
     machine.shares({{}}).remove(targets);
     EXPECT_EQ(find("pub").returned, -505);
     EXPECT_EQ(check("other"), -505);

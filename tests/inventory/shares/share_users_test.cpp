@@ -74,7 +74,7 @@ TEST_F(ShareUsers, SecretIsReadFromTheAppliancesUserFile) {
     });
 }
 
-TEST_F(ShareUsers, SecretOfNobodyIsMinus1) {
+TEST_F(ShareUsers, SecretOfAnUnknownUserIsMinus1) {
     machine.operation([] {
         std::string secret = "before";
         EXPECT_EQ(get_user_secret("", secret), -1);
@@ -254,7 +254,7 @@ TEST_F(ShareUsers, UserOfAPathHasItAsItsRoot) {
     EXPECT_EQ(user_of("/mnt/ab"), "");
 }
 
-TEST_F(ShareUsers, UserOfAPathHasItBehindTheLastEqualsSign) {
+TEST_F(ShareUsers, UserOfAPathHasItAfterTheLastEqualsSign) {
     machine.file("/etc/vsftpd/anna", "  local_root = x=/mnt/a  \r\n");
     EXPECT_EQ(user_of("/mnt/a"), "anna");
     machine.file("/etc/vsftpd/anna", "local_root = /mnt/a\n");
@@ -295,7 +295,7 @@ TEST_F(ShareUsers, UserOfAPathIsLookedForAmong24Files) {
     EXPECT_GE(found, 6);
 }
 
-TEST_F(ShareUsers, UserOfAPathIsNobodyWithoutFiles) {
+TEST_F(ShareUsers, UserOfAPathIsMissingWithoutFiles) {
     machine.remove(ftp_template);
     EXPECT_EQ(user_of("/mnt/a"), "");
     EXPECT_EQ(user_of(""), "");
