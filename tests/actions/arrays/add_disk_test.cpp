@@ -174,7 +174,7 @@ TEST_F(AddDisk, NeedsTheGroupList) {
     EXPECT_THAT(last_message(machine), EndsWith("]: return with -11000"));
 }
 
-// Behind the RAID controller a disk has no name for the command.
+// Behind the RAID controller a disk has no name that the command could use.
 TEST(AddDiskOnTheController, RunsNoCommandWithoutADisk) {
     ArrayMachine machine("VEL7205U");
     machine.tool(ArrayMachine::vexadm)

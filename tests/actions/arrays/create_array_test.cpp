@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Creating an array with all checks: what is refused, in which order, and what is run.
+// Creating an array with all checks: what is refused, in which order, and which commands are run.
 #include "actions/arrays/creation.h"
 #include "fixtures/array_machine.h"
 
@@ -37,7 +37,7 @@ class CreateArray : public testing::Test {
         });
         return run.returned;
     }
-    // Nothing was changed, and that is the last message of the log.
+    // Nothing was changed, and this is the last message in the log.
     void expect_refused(const std::string& message) {
         EXPECT_THAT(changes(run), IsEmpty());
         EXPECT_EQ(last_message(machine), message);
@@ -155,7 +155,7 @@ TEST_F(CreateArray, ComparesTheSpareListAsItIs) {
     EXPECT_EQ(create({.spare = "4"}), 0);
 }
 
-// Of two arrays the first one in the list decides.
+// The first array in the list that conflicts decides.
 TEST_F(CreateArray, ChecksNameAndDisksArrayByArray) {
     machine.running("md2", "raid1", {"sda", "sdc"}).running("md1", "raid1", {"sde", "sdf"});
     EXPECT_EQ(create({.name = "md1"}), -2030);
@@ -213,7 +213,7 @@ TEST_F(CreateArray, SeesAHotspareThatIsMadeMeanwhile) {
     machine.tool(ArrayMachine::hotspare)
         .on("/usr/local/bin/hotspare --list")
         .prints("Global hotspare disk:\n")
-        .times(4); // all lists but the last
+        .times(4); // all lists except the last
     machine.hotspares("sda");
     EXPECT_EQ(create(), -2030);
     expect_refused("'sda,sdb' or '' includes global hotspare disk");
@@ -315,7 +315,7 @@ TEST_F(CreateArray, NeedsTheSecondDiskListToo) {
     EXPECT_THAT(changes(run), IsEmpty());
 }
 
-// Sixteen disks on the main controller, each in a file of its own: the directory orders them.
+// Sixteen disks on the main controller, each in its own file, in the order of the directory.
 TEST(CreateArrayOfSixteen, NamesEveryDisk) {
     ArrayMachine machine;
     machine.disks(16);
@@ -337,7 +337,7 @@ TEST(CreateArrayOfSixteen, NamesEveryDisk) {
     EXPECT_THAT(changes(run), testing::SizeIs(17));
 }
 
-// Behind the RAID controller disks have channels but no names of the kernel.
+// Behind the RAID controller disks have channels but no kernel names.
 TEST(CreateArrayOnTheController, FindsNoDisksToTake) {
     ArrayMachine machine("VEL7205U");
     machine.tool(ArrayMachine::vexadm)

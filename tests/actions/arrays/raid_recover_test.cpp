@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Bringing back an array that does not start: what is asked of mdadm, what is printed, and the
-// order of the disks in the command that makes it again.
+// Recovering an array that does not start: the mdadm calls, what is printed, and the order of the
+// disks in the command that re-creates it.
 #include "actions/arrays/recovery.h"
 #include "fixtures/array_machine.h"
 
@@ -13,7 +13,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::MatchesRegex;
 
-// A line of the table, of a member or of a slot that lost its own.
+// A line of the table: a member, or a slot that has lost its member.
 struct Slot {
     int number;
     const char* path;
@@ -37,7 +37,7 @@ class Recover : public testing::Test {
                              "\n          State : clean, degraded, Not Started\n\n" + table(slots));
     }
     Rule detail_rule() { return machine.tool(ArrayMachine::mdadm).on("/sbin/mdadm -D /dev/md1"); }
-    // What the superblock of a disk says; without slots it has none.
+    // The superblock of a disk; no slots: the disk has none.
     void superblock(const std::string& disk, const std::vector<Slot>& slots) {
         Rule rule = examine_rule(disk);
         if (slots.empty()) {

@@ -119,7 +119,7 @@ TEST_F(RemoveDisk, RefusesASpareMember) {
     expect_refused("'2' in md1 is not fauty");
 }
 
-// Only a capital F is the mark of a faulty member.
+// Only a capital F marks a faulty member.
 TEST_F(RemoveDisk, RefusesAMemberWithAnotherMark) {
     machine.array("md1", "raid5", "clean", 2, {{"sda", "in_sync"}, {"sdb(f)", "in_sync"}});
     EXPECT_EQ(remove("md1", "2"), -2036);
@@ -132,7 +132,7 @@ TEST_F(RemoveDisk, DoesNotMistakeALetterOfTheNameForAMark) {
     EXPECT_EQ(remove("md1", "2"), -2036);
 }
 
-// The controller's scan gives members as it likes.
+// The controller's scan may print any member text.
 TEST(RemoveDiskOnTheController, FindsNoMemberForADiskWithoutAName) {
     ArrayMachine machine("VEL7205U");
     machine.tool(ArrayMachine::vexadm)

@@ -25,7 +25,7 @@ const Texts xfs_models = {"KOR7206L",    "KOR7206G",           "KOR7206H",   "KO
                           "VEL7205U",    "VEL7205A",           "KOR7206LBX", "KOR7206",
                           "vel7205e",    "VEL7205E-2000000000"};
 
-// Directories that a shell would read as more, or as less, than one word.
+// Directories that a shell would not interpret as exactly one word.
 const Texts unsafe_directories = {"/mnt/data/a;id",
                                   "/mnt/data/a b",
                                   "/mnt/data/$(id)",
@@ -209,7 +209,7 @@ TEST_F(Mounting, FailsWithChmod) {
                                                      "normal with exit(1)")));
 }
 
-// From here on the kernel does not tell its release.
+// From now on uname(2) fails.
 void refuse_uname() {
     sock_filter steps[] = {
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),

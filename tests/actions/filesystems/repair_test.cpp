@@ -144,7 +144,7 @@ TEST_F(RepairTool, GetsNoNameThatAShellWouldInterpret) {
     }
 }
 
-// The register knows /dev/data/pool on a mount point that is not that of new file systems.
+// The register has /dev/data/pool on a mount point other than that of new file systems.
 class Repair : public testing::Test {
   protected:
     static constexpr auto line = "/dev/data/pool\t/mnt/old/pool\txfs\tdefaults\t0 0";

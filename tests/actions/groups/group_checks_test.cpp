@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What keeps a group's name unique and a disk in one use only: the checks before a group is made.
+// The checks before a group is created: a unique name, and no disk that is already in use.
 #include "actions/groups/groups.h"
 #include "fixtures/group_machine.h"
 #include "inventory/disks.h"
@@ -73,7 +73,7 @@ TEST_F(CheckGroupName, PassesOnTheOtherCodesOfTheGroupList) {
 
 class CheckVolume : public testing::Test {
   protected:
-    // The name that it has afterwards is in `name`.
+    // `name` is the volume's name after the check.
     int check(const std::string& typed, const std::string& device = "0") {
         machine.remove("/var/log/log.libzav");
         run = machine.operation([&] {
@@ -252,7 +252,7 @@ TEST_F(CheckVolume, RefusesADiskInUseBeforeItLooksAtTheGroups) {
     EXPECT_EQ(check("6"), -2043);
 }
 
-// A disk is listed under its channel, and looked for under its kernel name.
+// A disk is listed under its channel but looked up by its kernel name.
 TEST_F(CheckVolume, TakesADiskThatCarriesAGroup) {
     machine.on("data", {"/dev/sdd"});
     EXPECT_EQ(check("4"), 0);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Bringing a group back: what happens to each of its volumes, and in which order.
+// Restoring a group: what happens to each of its volumes, and in which order.
 #include "fixtures/group_recovery.h"
 
 namespace zav::test {
@@ -22,7 +22,9 @@ std::string on_ram(const std::string& id, int number) {
 
 class RestoreGroup : public testing::Test {
   protected:
-    void restore(const std::vector<Volume>& volumes) { run = restore_group(machine, backup_of(volumes)); }
+    void restore(const std::vector<Volume>& volumes) {
+        run = restore_group(machine, backup_of(volumes));
+    }
     void expect_restored(const Texts& commands) {
         EXPECT_EQ(run.returned, 0);
         EXPECT_EQ(run.out, restored);
@@ -33,7 +35,7 @@ class RestoreGroup : public testing::Test {
         EXPECT_EQ(run.out, nothing_restored);
         EXPECT_THAT(actions(run), IsEmpty());
     }
-    // The work ended before the group's metadata, without a word.
+    // Recovery ended before it restored the metadata, without a message.
     void expect_stopped(int code, const Texts& commands = {}) {
         EXPECT_EQ(run.returned, code);
         EXPECT_EQ(run.out, "");
@@ -44,7 +46,7 @@ class RestoreGroup : public testing::Test {
     Result run;
 };
 
-// What is read.
+// The sources.
 
 TEST_F(RestoreGroup, ReadsTheArraysAndTheVolumes) {
     restore({{"a", "md0"}});
@@ -103,7 +105,7 @@ TEST_F(RestoreGroup, RestoresARecordedGroupWhoseVolumeIsMissing) {
     expect_restored({on_ram("DBc3C1-Rr0K-05dv-AasZ-5VQX-Ntqc-LdXVSd", 2), restore_vg1});
 }
 
-// Volumes that are there.
+// Volumes that exist.
 
 TEST_F(RestoreGroup, LeavesAnActiveArrayAlone) {
     machine.sees(live("a", "/dev/md0"));
@@ -141,7 +143,7 @@ TEST_F(RestoreGroup, TakesTheVolumesInTheBackupsOrder) {
                      on_ram("a", 4), restore_vg1});
 }
 
-// Arrays that broke.
+// Broken arrays.
 
 TEST_F(RestoreGroup, FailsAndWipesAnInactiveArrayBeforeItsSubstitute) {
     machine.sees(live("a", "/dev/md1"));
@@ -158,7 +160,7 @@ TEST_F(RestoreGroup, FailsEveryMemberThatIsNotFaultyYet) {
     restore({{"a", "md1"}});
     Texts commands = actions(run);
     ASSERT_THAT(commands, testing::SizeIs(6));
-    std::sort(commands.begin(), commands.begin() + 3); // the kernel's directory has no order
+    std::sort(commands.begin(), commands.begin() + 3); // the directory is not sorted
     EXPECT_THAT(commands,
                 ElementsAre("/sbin/mdadm /dev/md1 -f /dev/sdc", "/sbin/mdadm /dev/md1 -f /dev/sdd",
                             "/sbin/mdadm /dev/md1 -f /dev/sdf", wipe_md1, on_ram("a", 2),
@@ -177,7 +179,7 @@ TEST_F(RestoreGroup, NeedsNoArrayForAMissingVolume) {
     expect_restored({on_ram("a", 2), restore_vg1});
 }
 
-// The list fails at md1, whose members nobody can read.
+// The list fails at md1, whose members cannot be read.
 TEST_F(RestoreGroup, UsesWhatAnArrayListHoldsThatFailed) {
     machine.remove("/sys/block/md1");
     machine.sees(live("a", "/dev/md0") + live("b", "/dev/md1"));
@@ -269,7 +271,7 @@ TEST_F(RestoreGroup, PassesOverNoRamDiskForOtherNames) {
     expect_restored({on_ram("id1", 2), restore_vg1});
 }
 
-// Text that no command may see.
+// Text that must not reach a command.
 
 TEST_F(RestoreGroup, RunsNothingWithAUuidThatIsNotPlain) {
     for (const char* id : {"a;reboot", "$(reboot)", "a b", "-y", "a'b", "", "a/b", "`x`", "\x80"}) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The two ways into the recovery of a group: by its name, and by that of a pool.
+// The two entry points of group recovery: by the group's name and by a pool's name.
 #include "fixtures/group_recovery.h"
 
 #include <cstdio>
@@ -127,7 +127,7 @@ TEST(ResumedGroup, MayHaveABackupWithoutAFinalLineEnd) {
                 ElementsAre("/sbin/pvcreate -u a /dev/ram2", "/sbin/vgcfgrestore vg1"));
 }
 
-// Prints the group after what the work printed, "before" when it stayed what it was.
+// Prints the group after recovery's own output; "before" if it was not set.
 Result handle(RecoveryMachine& machine, const std::string& pool = "pub") {
     return machine.operation([&pool] {
         GroupName group("before");
@@ -198,7 +198,7 @@ TEST(GroupOfABrokenPool, StaysWhatItWasWithoutTheDirectory) {
 
 TEST(GroupOfABrokenPool, StaysWhatItWasWhenItsBackupCannotBeOpened) {
     RecoveryMachine machine;
-    const std::string cut(32, 'v'); // a name that was cut names no file
+    const std::string cut(32, 'v'); // a truncated name matches no file
     machine.backup(cut + "x", backup_of({{"a", "sdf"}}, {"pub"}));
     const Result result = handle(machine);
     EXPECT_EQ(result.returned, 0);

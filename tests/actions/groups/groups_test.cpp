@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Creating, deleting and extending volume groups: the commands, in order, and what a failure of
-// each leaves.
+// Creating, deleting and extending volume groups: the commands, their order, and what a failed one
+// leaves.
 #include "actions/groups/groups.h"
 #include "fixtures/group_machine.h"
 
@@ -140,7 +140,7 @@ TEST_F(CreateGroup, ReturnsTheCodeOfTheFirstVolumeThatIsRefused) {
     EXPECT_THAT(changes(run), IsEmpty());
 }
 
-// A list that is too long. Each disk adds 9 characters to the name and 28 of the command.
+// A list that is too long. The command has 28 characters, plus the name, plus 9 per disk.
 
 class CreateGroupOnManyDisks : public CreateGroup {
   protected:
@@ -210,7 +210,7 @@ TEST_F(CreateGroup, ContinuesWhenADiskCannotBePrepared) {
 
 class CreateGroupOnThree : public CreateGroup {
   protected:
-    // What came before the volume that fails stays, what comes after it is not touched.
+    // What was done before the failing volume stays; what comes after it is not touched.
     void expect_stopped(const char* end) {
         EXPECT_EQ(create({"md0", "4", "5"}), -11000);
         EXPECT_EQ(run.out, "cannot create sdd\n");
@@ -357,7 +357,7 @@ TEST_F(DeleteGroup, KeepsAGroupThatHoldsPoolsSilently) {
     EXPECT_THAT(machine.log(), IsEmpty());
 }
 
-// The use is counted in whole gigabytes, rounded down.
+// The used size is in whole GiB, rounded down.
 TEST_F(DeleteGroup, IgnoresPoolsOfLessThanAGigabyteInAll) {
     machine.on("data", {"/dev/md0"}, 255);
     EXPECT_EQ(remove(), 0);
@@ -371,7 +371,7 @@ TEST_F(DeleteGroup, AddsUpWhatPoolsUseOnAllVolumes) {
     expect_nothing_done(-2047);
 }
 
-// The last command counts.
+// The last command decides.
 
 TEST_F(DeleteGroup, SucceedsWhenVgremoveFailedAndTheVolumesAreReleased) {
     machine.on("data", {"/dev/md0"});

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The steps that make, mount, register and repair network disks, each for itself.
+// The steps that create, mount, register and repair network disks, each on its own.
 #include "actions/netdisks/netdisks.h"
 #include "fixtures/pool_command.h"
 
@@ -39,7 +39,7 @@ class NetfsOperation : public testing::Test {
     int remove() {
         return run([] { return netfstab_remove(mntpoint); });
     }
-    // The only command fails in every way, and the operation with it.
+    // The only command fails in every possible way, and the operation with it.
     void expect_fails(const char* tool, int code, const std::function<int()>& operation) {
         for (const Fault& fault : faults) {
             PoolMachine broken;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What makes, grows and removes pools: the checks in front, the command, its failures.
+// Creating, growing and removing pools: the checks, the command, its failures.
 #include "actions/pools/pools.h"
 #include "fixtures/pool_machine.h"
 
@@ -11,7 +11,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// A pool of lvdisplay -c.
+// A pool in the output of lvdisplay -c.
 std::string line(const std::string& path, const std::string& group, std::uint64_t gib) {
     return "  " + path + ":" + group + ":3:1:-1:0:" + std::to_string(gib << 21) +
            ":512:-1:0:-1:254:0\n";

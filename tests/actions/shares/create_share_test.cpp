@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The making of a share: its steps in order, what each failing one gives and leaves.
+// Creating a share: the steps in order, and the code and the remains of each that fails.
 #include "fixtures/share_operation.h"
 
 namespace zav::test {
@@ -23,7 +23,7 @@ class CreateShare : public ShareOperation {
     Result create(const share_info& share) {
         return operate([&] { return create_share(share, "data"); });
     }
-    // All that a failing share leaves in the files.
+    // What a failed creation leaves in the files.
     void expect_registered(const std::string& service = "samba") {
         EXPECT_EQ(machine.read(share_register), register_section({.service = service}));
         EXPECT_EQ(machine.read(smb_conf), samba_global + samba_section("pub", directory));
@@ -133,7 +133,7 @@ TEST_F(CreateShare, NeedsTheListOfShares) {
 }
 
 TEST_F(CreateShare, ReportsANameThatIsOnlyInTheRegister) {
-    // The list of shares looks both up under "a" and finds "x" twice.
+    // The list of shares looks both sections up as "a" and finds "x" twice.
     machine.file(share_register, "[a]\n    sharename = x\n[a]\n    sharename = pub\n");
     const Result result = create(share_of("samba"));
     EXPECT_EQ(result.returned, -2066);
@@ -299,7 +299,7 @@ TEST_F(CreateShare, SucceedsWithAServiceThatDoesNotStart) {
     EXPECT_EQ(result_of([] { return create_share(share_of("nfs", "", "", "b"), "data"); }), 0);
 }
 
-// The room of the group "data" of 100 GiB for a share that is restored.
+// The free space of the group "data" of 100 GiB when a share is restored.
 TEST_F(ShareOperation, AcceptsSizesUpToTheGroupsFreeSpace) {
     const auto check = [this](const char* group, std::uint64_t size) {
         return result_of([=] { return share_space_check(group, size); });

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The deletion of shares in use and of forbidden ones, with their pools.
+// Deleting shares in use and forbidden ones, with their pools.
 #include "fixtures/share_operation.h"
 
 namespace zav::test {
@@ -19,7 +19,7 @@ const std::string ftp_directory = "/home/ftpuser/pub";
 const std::string replacing_mdfstab = "mv /tmp/mdfstab.XXXXXX /etc/mdfstab > /dev/null";
 constexpr auto recycle_item = "/etc/exports_recy.conf";
 
-// What comes first: the mount, its registration, its directory, the pool.
+// What is removed first: the mount, its registration, its directory, the pool.
 Texts removing(const std::string& path) {
     return joined({{unmounting(path), replacing_mdfstab, saved(mdfstab)},
                    removing_directory(path),
@@ -32,7 +32,7 @@ class DeleteShare : public ShareOperation {
         return operate([name] { return delete_share(name); });
     }
     int code() { return remove().returned; }
-    // What is left of a share that is not deleted in the end.
+    // What is left if the last steps of a deletion fail.
     void expect_kept() {
         EXPECT_EQ(machine.read(share_register), register_section({}));
         EXPECT_EQ(machine.read(smb_conf), samba_global + samba_section("pub", directory));
@@ -219,7 +219,7 @@ TEST_F(DeleteShare, ContinuesWithoutItsMountPoint) {
 
 TEST_F(DeleteShare, SucceedsWhereThePoolIsGone) {
     has_share("samba");
-    // Only the first list has the pool: the one that its group is looked up in.
+    // Only the first list, in which the group is looked up, has the pool.
     const std::string pool = "  /dev/data/pub:data:3:1:-1:0:4194304:512:-1:0:-1:254:0\n";
     machine.tool(pool_tool::lvdisplay).on("/sbin/lvdisplay -c").prints(pool).then();
     const Result result = remove();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The edit of shares that stay in use, of those that become forbidden, and of forbidden ones.
+// Editing shares that stay in use, that become forbidden, and that are forbidden.
 #include "fixtures/share_operation.h"
 
 namespace zav::test {

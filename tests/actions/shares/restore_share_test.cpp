@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Shares whose pools are there: put into the files and mounted again, and repaired.
+// Shares whose pools exist: registered and mounted again, and repaired.
 #include "fixtures/share_operation.h"
 
 namespace zav::test {
@@ -74,7 +74,7 @@ TEST_F(RestoreShare, SucceedsForARegisteredShare) {
     EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
-// The register has no users: what its service's file has lost comes from the command.
+// The register has no users: those that the service's file has lost come from the command.
 TEST_F(RestoreShare, GivesARegisteredShareThatItsFileLostItsUsers) {
     has_share("samba", "anna");
     machine.file(smb_conf, samba_global);
@@ -140,7 +140,7 @@ TEST_F(RepairShare, UnmountsRepairsMountsAndRegisters) {
     machine.file(mdfstab, "");
     const Result result = repair();
     EXPECT_EQ(result.returned, 0);
-    // The list of mounts still has it, so it is not mounted a second time.
+    // It is still in the mount table, so it is not mounted a second time.
     EXPECT_THAT(changes(result), ElementsAreArray(joined({{unmounting(directory), repairing},
                                                           making_directory(directory),
                                                           {saved(mdfstab), saved(smb_conf)}})));
@@ -150,7 +150,7 @@ TEST_F(RepairShare, UnmountsRepairsMountsAndRegisters) {
     EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
-// What an initiator has made of the device is not ours to repair.
+// The contents of the device belong to the initiator and are not repaired.
 TEST_F(RepairShare, LeavesATargetAloneWhateverTheGivenService) {
     has_share("iscsi");
     const Result result = repair("samba");
@@ -201,8 +201,8 @@ TEST_F(RepairShare, ContinuesWhereTheToolFails) {
     }
 }
 
-// The comment that a repaired share is registered with. The list reads the name over two lines, so
-// that the register does not know it.
+// The comment that a repaired share is registered with. Its name in the register spans two lines,
+// which the list of shares joins and the register's reader does not: it is registered again.
 class RepairedComment : public RepairShare {
   protected:
     std::string of(const std::string& comment) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The steps of forbidden shares: into the recycle files, changed there, out of them.
+// The steps for forbidden shares: moved to the recycle files, changed there, removed from them.
 #include "actions/shares/steps.h"
 #include "fixtures/share_operation.h"
 
@@ -20,7 +20,7 @@ std::string recycled(const std::string& name, const std::string& users = "",
 
 class RecycleSteps : public ShareOperation {
   protected:
-    // Also prints the record's service afterwards, which is to be none.
+    // Also prints the record's service afterwards, which must be empty.
     Result change(int (*step)(share_info&), share_info share) {
         Result result = operate([=] {
             share_info changed = share;

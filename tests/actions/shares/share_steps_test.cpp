@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The steps that register shares and put them into their services' files, those that change them
-// there and those that take them out.
+// The steps that add shares to the register and the services' files, change them there, and remove
+// them.
 #include "actions/shares/steps.h"
 #include "fixtures/share_operation.h"
 
@@ -28,7 +28,7 @@ class ShareSteps : public ShareOperation {
     Result remove(const share_info& share) {
         return operate([&] { return remove_share(share); });
     }
-    // What stands in smb.conf behind the global part.
+    // The contents of smb.conf after the global part.
     std::string samba() const {
         const std::string text = machine.read(smb_conf);
         EXPECT_THAT(text, StartsWith(samba_global));
