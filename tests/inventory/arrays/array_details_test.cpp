@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Level, size and state of arrays, as mdadm tells them.
+// Level, size and state of arrays, as mdadm reports them.
 #include "fixtures/array_root.h"
 
 #include <csignal>
@@ -86,7 +86,7 @@ TEST_F(ArrayDetails, ReportsNoFailureOfMdadmItself) {
     EXPECT_EQ(root.discover(details_of_two).code, 0);
 }
 
-// What get_mdinfo_from_mdadm() makes of one array's details.
+// The record that get_mdinfo_from_mdadm() makes from one array's details.
 FoundArray details(ArrayRoot& root, const std::string& text) {
     root.detail("md1").prints(text);
     const Discovery found = root.discover([](mdinfo_list& list) {
@@ -172,7 +172,7 @@ TEST_F(ArrayDetails, ReadsDetailsThatAreAMegabyteOfGarbage) {
     EXPECT_EQ(found.arrays.at(0).status, "inactive");
 }
 
-// Values copied out for callers.
+// Values copied for callers.
 
 std::string value_of(std::string_view text, const char* key, std::size_t capacity, int& code) {
     char value[64] = "before";

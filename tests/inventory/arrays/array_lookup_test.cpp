@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Asking about one array by its name: whether it runs, its type, its member disks.
-#include "inventory/arrays.h"
+// Looking up one array by its name: whether it runs, its type, its member disks.
 #include "fixtures/array_machine.h"
+#include "inventory/arrays.h"
 
 namespace zav::test {
 namespace {
@@ -18,7 +18,7 @@ class ArrayLookup : public testing::Test {
         run = machine.operation([&] { return check_raid_state(name); });
         return run.returned;
     }
-    // The type goes to the output.
+    // Prints the type.
     int type(const char* name) {
         run = machine.operation([&] {
             BoundedText<8> found;
@@ -28,7 +28,7 @@ class ArrayLookup : public testing::Test {
         });
         return run.returned;
     }
-    // The members go to the output, one a line.
+    // Prints the members, one per line.
     int members(const char* name) {
         run = machine.operation([&] {
             disk_list disks;

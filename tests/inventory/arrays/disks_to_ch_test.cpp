@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Members of arrays as channels.
+// Rewriting the members of arrays as channels.
 #include "fixtures/array_root.h"
 #include "inventory/array_members.h"
 #include "sources/mdstat.h"
@@ -74,7 +74,7 @@ TEST_F(MembersToChannels, LeavesAnArrayWithoutMembersAlone) {
     EXPECT_EQ(array.status, "clean");
 }
 
-// What counts is the last character but one, of a text of at least four.
+// The second to last character decides, in a text of at least four.
 TEST_F(MembersToChannels, TreatsAnSBeforeTheLastCharacterAsASpare) {
     disk("sdsa", 9);
     EXPECT_EQ(with("sda(s)").spare, "1");
@@ -141,7 +141,7 @@ TEST_F(MembersToChannels, SurvivesGarbage) {
     EXPECT_EQ(array.members, "");
 }
 
-// Whether an array of that type with such members is inactive afterwards.
+// The state of an array of that type with these members afterwards.
 struct Demotion {
     const char* type;
     const char* members;
@@ -167,7 +167,7 @@ INSTANTIATE_TEST_SUITE_P(Striped, StateWithChannels,
                                          Demotion{"raid0", "sda,sdb", "clean"},
                                          Demotion{"raid0", "sda,*(M)", "inactive"},
                                          Demotion{"RAID0", "sda,*(M)", "inactive"},
-                                         // A mark alone is none of this rule's business.
+                                         // Marks alone do not matter to this rule.
                                          Demotion{"raid0", "sda(F),sdb(S)", "clean"}));
 
 INSTANTIATE_TEST_SUITE_P(
@@ -177,7 +177,7 @@ INSTANTIATE_TEST_SUITE_P(
         Demotion{"RAID1", "sdx,sdy", "inactive"}, Demotion{"raid1", "sda,*(M)", "clean"},
         Demotion{"raid1", "sda(F),*(M)", "inactive"}, Demotion{"raid1", "sda(S),*(M)", "inactive"},
         Demotion{"raid1", "sda(f),*(M)", "inactive"}, Demotion{"raid1", "sda(s),*(M)", "inactive"},
-        // Only the first bracket counts, here that of the missing member.
+        // Only the first parenthesis counts, here that of the missing member.
         Demotion{"raid1", "*(M),sda(F)", "clean"}, Demotion{"raid1", "sdx,sda", "clean"},
         Demotion{"raid1", "sdx,sda(", "clean"}, Demotion{"raid1", "sda(F),sdb", "clean"}));
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Which groups have a backup, which backup has a pool, and which volumes LVM sees.
+// The groups that have a backup, the backup that has a pool, and the volumes that LVM sees.
 #include "fixtures/recovery_root.h"
 #include "inventory/backups.h"
 
@@ -30,7 +30,7 @@ Texts lines_of(const std::string& text) {
     return lines;
 }
 
-// Prints the names of the groups that have a backup, one a line.
+// Prints the names of the groups that have a backup, one per line.
 Result groups(RecoveryMachine& machine, std::size_t max = enough, const RunOptions& options = {}) {
     return machine.operation(
         [max] {
@@ -131,7 +131,7 @@ TEST(GroupsWithABackup, AreUnknownInADirectoryThatCannotBeRead) {
     EXPECT_EQ(result.out, "cannot open '/etc/lvm/backup'\n");
 }
 
-// Prints the group that had a pool, "before" when it stayed what it was.
+// Prints the group that had a pool; "before" if it was not set.
 Result group_of(RecoveryMachine& machine, const std::string& pool) {
     return machine.operation([&pool] {
         GroupName group("before");
@@ -216,7 +216,7 @@ TEST_F(GroupOfAPool, IsLoggedWithTheReasonAlsoWithoutAnOutput) {
     EXPECT_THAT(machine.logged(), ElementsAre(EndsWith("]: No such file or directory")));
 }
 
-// A name that was cut names no file.
+// A truncated name matches no file.
 TEST_F(GroupOfAPool, IsLookedForInTheOtherBackupsWhenOneCannotBeOpened) {
     const std::string cut(32, 'v');
     machine.backup(cut + "x", backup_of({}, {"pub"}));
@@ -238,7 +238,7 @@ TEST_F(GroupOfAPool, IsNotLedAstrayByGarbage) {
     expect_group("pub", "d");
 }
 
-// Shows the volumes that LVM sees.
+// Prints the volumes that LVM sees.
 Result volumes(RecoveryMachine& machine) {
     return machine.operation([] {
         live_pv_list list;
@@ -265,7 +265,7 @@ TEST(CurrentVolumes, AreThoseOfPvdisplay) {
     EXPECT_THAT(machine.log(), IsEmpty());
 }
 
-// With volumes missing the tool may well fail.
+// The tool may fail if volumes are missing.
 TEST(CurrentVolumes, AreReadAlthoughPvdisplayFails) {
     RecoveryMachine machine;
     machine.tool(RecoveryMachine::pvdisplay)

@@ -13,7 +13,7 @@ void list_with_sda(disk_list& list) {
     add_disk(list, "sda", 1);
 }
 
-/// A disk as only the partition table knows it.
+/// A disk that only the partition table knows.
 void list_with_partition_disk(disk_list& list) {
     add_disk(list, "sda", 1, "5");
 }

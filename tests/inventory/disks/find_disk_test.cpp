@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A disk by its channel and device.
-#include "inventory/disks.h"
+// Finding a disk by its channel and device.
 #include "fixtures/disk_root.h"
 #include "inventory/disks.h"
 #include "sources/share_lines.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The registered file systems joined with the pools and the mount table, and questions asked of the
+// The registered file systems joined with the pools and the mount table, and look-ups in the
 // register.
 #include "fixtures/pool_machine.h"
 #include "inventory/filesystems.h"
@@ -25,7 +25,7 @@ void print(const fs_list& list) {
 
 class FileSystems : public testing::Test {
   protected:
-    // Reads the register; what was returned is the reader's result.
+    // Reads the register; returns the reader's result.
     Result read() {
         return machine.operation([] {
             fs_list list;
@@ -46,7 +46,7 @@ class FileSystems : public testing::Test {
     int has(const char* pool) {
         return machine.operation([=] { return mdfstab_has(pool); }).returned;
     }
-    // The outputs of a lookup as "type|mount point"; they begin as "old|before".
+    // The results of a look-up as "type|mount point", initially "old|before".
     Result look_up(const char* pool, const char* group) {
         return machine.operation([=] {
             BoundedText<16> type("old");

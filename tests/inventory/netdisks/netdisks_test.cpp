@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Network disks that are registered, mounted, or known by their label.
+// Network disks: registered, mounted, found by their label.
 #include "fixtures/pool_machine.h"
 #include "inventory/netdisks.h"
 
@@ -18,7 +18,7 @@ class NetfsDiscovery : public testing::Test {
     int label_used(const std::string& label) {
         return machine.operation([&] { return netfs_label_used(label); }).returned;
     }
-    // What `find` prints and gives.
+    // The output and the result of `find`.
     std::string found(std::string (*find)(std::string_view), const std::string& label) {
         return machine
             .operation([&] {
@@ -27,7 +27,7 @@ class NetfsDiscovery : public testing::Test {
             })
             .out;
     }
-    // The label's device, after what was printed.
+    // The label's device, after the printed text.
     std::string mounted(const std::string& label) { return found(mounted_device, label); }
     std::string labelled(const std::string& label) { return found(labelled_device, label); }
     PoolMachine machine;
@@ -93,7 +93,7 @@ TEST_F(NetfsDiscovery, FindsADeviceByItsLabel) {
 
 class NetfsList : public NetfsDiscovery {
   protected:
-    // Every disk as "label status device", after what is printed.
+    // Every disk as "label status device", after the printed text.
     std::string list(int expected = 0) {
         return machine
             .operation([expected] {

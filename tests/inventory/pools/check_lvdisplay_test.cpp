@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Whether a group has a pool, asked of lvdisplay about that pool alone.
+// Whether a group has a pool, according to lvdisplay for that pool alone.
 #include "fixtures/pool_machine.h"
 #include "inventory/pools.h"
 
@@ -13,7 +13,7 @@ using testing::IsEmpty;
 
 class PoolPresence : public testing::Test {
   protected:
-    // What is found when the tool prints that.
+    // The result for that output of the tool.
     int found(const std::string& output, const char* pool = "pool") {
         machine.pool_lines(output);
         return ask("data", pool).returned;

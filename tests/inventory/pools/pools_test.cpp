@@ -28,7 +28,7 @@ class Pools : public testing::Test {
         machine.disks(2);
         machine.group({.name = "data", .volumes = {{.device = "/dev/sda"}}});
     }
-    // The table of all pools; what was returned is the reader's result.
+    // Prints the table of all pools; returns the reader's result.
     Result shown() {
         Result result = machine.call([] {
             pool_list pools;

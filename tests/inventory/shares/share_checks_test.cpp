@@ -16,7 +16,7 @@ TEST(ShareName, IsThatOfAnyPool) {
     EXPECT_EQ(check_share_name(std::string(32, 'n').c_str()), 0);
 }
 
-// A command would take it for an option.
+// A command would interpret it as an option.
 TEST(ShareName, DoesNotBeginWithAHyphen) {
     EXPECT_EQ(check_share_name("-"), -114);
     EXPECT_EQ(check_share_name("-pub"), -114);
@@ -55,7 +55,7 @@ TEST(ShareMode, IsNoOtherText) {
     EXPECT_EQ(service_of_mode(nullptr), "");
 }
 
-// The comment's code, and what is stored over "old".
+// The comment's code, and the stored text, which is "old" before.
 std::pair<int, std::string> take_comment(const char* text) {
     BoundedText<129> comment{"old"};
     const int code = check_comment(comment, text);
@@ -98,7 +98,7 @@ class ShareUser : public testing::Test {
         run = machine.operation([&] { return check_user(mode, users.c_str()); });
         return run.returned;
     }
-    // The NFS host's code and what is printed about it.
+    // The NFS host's code, and what is printed.
     std::pair<int, std::string> host(const std::string& text) {
         const int code = check("nfs", text);
         EXPECT_THAT(machine.logged(), code == 0 ? testing::Matcher<Texts>(IsEmpty())
@@ -179,7 +179,7 @@ TEST_F(ShareUser, OfNfsNeedsNoUserFiles) {
 }
 
 TEST_F(ShareUser, IsOneOfTheAppliance) {
-    machine.remove(passwd); // the system's are not needed then
+    machine.remove(passwd); // the system's users are not needed then
     expect_accepted("samba", "anna");
     expect_accepted("ftp", "bert");
     expect_refused(-612, "iscsi", "carla");
@@ -240,7 +240,7 @@ TEST_F(ShareUser, ListIsNeverCut) {
     expect_refused(-613, "iscsi", list(256));
     expect_accepted("ftp", std::string(255, 'f'));
     expect_refused(-613, "ftp", std::string(256, 'f'));
-    // "    valid users = " is in the line of 255 characters.
+    // "    valid users = " counts in the line of 255 characters.
     expect_accepted("samba", list(237));
     expect_refused(-613, "samba", list(238));
     expect_refused(-613, "Samba", list(238));
@@ -277,7 +277,7 @@ TEST_F(ShareUser, OfFtpIsAPlainFileName) {
     }
 }
 
-// The services' files take it for two users.
+// The services' files would treat it as two users.
 TEST_F(ShareUser, HasNoBlanks) {
     users_named({"a b", "a", "b"});
     for (const char* mode : {"samba", "iscsi"}) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a share lies on: its pool's group by lvdisplay, and the array or disk of that.
+// The device of a share: the group of its pool by lvdisplay, and the array or disk of the group.
 #include "fixtures/share_machine.h"
 #include "inventory/shares.h"
 
@@ -107,7 +107,7 @@ TEST_F(PoolGroup, CannotBeReadWithoutRoomForTheOutput) {
 
 class ShareDevice : public testing::Test {
   protected:
-    // The devices of shares of those names, and the commands of looking for them.
+    // The devices of the shares with those names, and the commands that find them.
     Result run(const std::vector<const char*>& names) {
         return machine.operation([=] {
             share_list list;

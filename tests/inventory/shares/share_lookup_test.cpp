@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// How the collector finds the users of FTP shares, and how one share is looked up in its list.
+// Finding the users of FTP shares, and looking up one share in the list.
 #include "fixtures/share_machine.h"
 #include "inventory/shares.h"
 
@@ -16,8 +16,8 @@ using testing::SizeIs;
 
 const auto no_home = MatchesRegex("find_one_user:[0-9]+ return -1062 with .+");
 
-// Two FTP shares, the first and the second of the list, and the FTP server's users anna and bert,
-// whose files say nothing.
+// Two FTP shares, the first and the second in the list, and the FTP server's users anna and bert
+// with empty files.
 class FtpUserCollection : public testing::Test {
   protected:
     FtpUserCollection() {
@@ -43,7 +43,7 @@ class FtpUserCollection : public testing::Test {
         }
         return texts;
     }
-    // The server's users, or what a directory holds, in the order of the directory.
+    // The server's users, or the entries of a directory, in the directory's order.
     Texts in_order(const std::string& path = "/etc/vsftpd") const {
         Texts names;
         const auto folder = machine.host_path(path);

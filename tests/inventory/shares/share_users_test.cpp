@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The users of shares: secrets, the appliance's and the system's users, the files of the FTP
-// server's users.
+// The users of shares: secrets, the appliance's and the system's users, the FTP server's user
+// files.
 #include "base/file_locks.h"
 #include "fixtures/share_machine.h"
 #include "inventory/share_users.h"
@@ -16,7 +16,7 @@ using testing::IsEmpty;
 
 class ShareUsers : public testing::Test {
   protected:
-    // What a look-up of a user returns.
+    // The result of looking up a user.
     int returned_by(int (*function)(std::string_view), const std::string& user) {
         return machine.operation([=] { return function(user); }).returned;
     }
@@ -50,7 +50,7 @@ class ShareUsers : public testing::Test {
         EXPECT_EQ(run.returned, run.out.empty() ? -1 : 0);
         return run.out;
     }
-    // The names of the FTP server's files in the order of their directory.
+    // The names of the FTP server's files in the directory's order.
     Texts in_directory_order() const {
         Texts names;
         for (const auto& entry :
