@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The one executable: which request or applet a command line means, and how it ends.
+// The executable: which request or applet a command line selects, and how it ends.
 #include "private_root.h"
 
 #include <cerrno>
@@ -32,7 +32,7 @@ Result run(const std::vector<std::string>& arguments, const RunOptions& options 
     return result;
 }
 
-// What every outcome of the dispatcher itself looks like.
+// The output of a request to the dispatcher itself, which always ends with status 0.
 std::string printed(const std::vector<std::string>& arguments, const RunOptions& options = {}) {
     PrivateRoot root;
     const Result result = root.run(arguments, options);
@@ -118,7 +118,7 @@ TEST(Dispatcher, SurvivesAnEmptyArgumentList) {
         return status;
     });
     EXPECT_EQ(result.returned, 0);
-    // Newer kernels put an empty text in the place of the missing name.
+    // Newer kernels substitute an empty string for the missing name.
     EXPECT_THAT(result.out, testing::AnyOf(usage_of(""), "applets '' not found\n"));
 }
 
@@ -127,7 +127,7 @@ TEST(Dispatcher, WorksWithoutAnyOpenDescriptor) {
 }
 
 TEST(Dispatcher, PassesOnTheStatusOfAnAppletModulo256) {
-    PrivateRoot root; // without disks: the array list cannot be had
+    PrivateRoot root; // without disks the array list cannot be built
     root.allow_unexpected();
     const Result result = root.run({"mdmanage", "-S"});
     EXPECT_EQ(result.out, "for errno '-422'\n");

@@ -22,7 +22,7 @@ const std::vector<std::string> names = {"diskmanage", "disksmart", "fsmanage",  
 constexpr const char* program = "/usr/bin/program"; // on the same file system as the links
 constexpr const char* success = "zavbox links install success\n";
 
-// A root in which the program is a file of the tree itself.
+// A root in which the program is a file of the tree.
 class InstallRoot : public PrivateRoot {
   public:
     InstallRoot() {
@@ -106,7 +106,7 @@ TEST(Install, LeavesAnotherFileOfTheNameAloneSilently) {
 }
 
 TEST(Install, NamesEachLinkThatFailsWithoutALineEndAndSaysSuccess) {
-    PrivateRoot root; // the program lies on another file system than the links
+    PrivateRoot root; // the program is on another file system than the links
     const Result result = root.run({"--install"});
     EXPECT_EQ(result.out, errors_for_all() + success);
     EXPECT_EQ(result.exit_status, 0);
@@ -114,7 +114,7 @@ TEST(Install, NamesEachLinkThatFailsWithoutALineEndAndSaysSuccess) {
 
 TEST(Install, ContinuesAfterALinkThatFails) {
     InstallRoot root;
-    root.directory("/usr/bin/mdmanage"); // EEXIST: no error
+    root.directory("/usr/bin/mdmanage"); // EEXIST is not an error
     root.read_only("/usr/bin");
     EXPECT_EQ(root.install({"-s"}).out,
               "error:/usr/bin/diskmanageerror:/usr/bin/disksmarterror:/usr/bin/fsmanage"

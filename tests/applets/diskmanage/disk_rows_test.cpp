@@ -39,7 +39,7 @@ void fill(disk_info& disk) {
     attribute.raw = 4000000000U;
 }
 
-/// What a function prints.
+/// The text that a function prints.
 std::string printed_by(const std::function<void()>& print) {
     PrivateRoot root;
     const auto run = [&] {

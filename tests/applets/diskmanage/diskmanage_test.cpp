@@ -202,7 +202,7 @@ TEST_F(DiskManageHotspare, TakesTheFirstNumberOfAList) {
                                           "/usr/local/bin/hotspare -a /dev/sdc"));
 }
 
-// An unknown option ends the options: neither -a nor -r is read then.
+// An unknown option ends option parsing: neither -a nor -r is parsed.
 TEST_F(DiskManageHotspare, WithoutAModeIsMinus204) {
     diskmanage({"-H", "-n", "3", "--bogus"});
     EXPECT_EQ(run.out, "for errno '-204'\n");

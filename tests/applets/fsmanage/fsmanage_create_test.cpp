@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// fsmanage --create: its checks, its steps in order, what each failing step leaves.
+// fsmanage --create: its checks, its steps in order, what each failed step leaves.
 #include "fixtures/pool_command.h"
 
 namespace zav::test {
@@ -22,7 +22,7 @@ const std::string line = "/dev/data/pool\t/mnt/data/pool\txfs\tdefaults\t0 0\n";
 class FsCreate : public PoolCommand {
   protected:
     FsCreate() : PoolCommand("fsmanage") {}
-    // From an empty register.
+    // Starts from an empty register.
     void create() {
         machine.file(mdfstab, "");
         manage({"-C", "-n", "pool", "-s", "5", "-g", "data"});

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// fsmanage --delete: what is asked first, its steps in order, what each failing step leaves.
+// fsmanage --delete: its checks, its steps in order, what each failed step leaves.
 #include "fixtures/pool_command.h"
 
 namespace zav::test {
@@ -20,7 +20,7 @@ constexpr auto check = "/sbin/lvdisplay -c data/pool > /tmp/lvdisplay.XXXXXX";
 const std::string line = "/dev/data/pool\t/mnt/data/pool\txfs\tdefaults\t0 0";
 constexpr auto no_restore = "vg restore: no\n";
 
-// A mounted pool, known to the backup of its group.
+// A mounted pool that is in the backup of its group.
 class FsDelete : public PoolCommand {
   protected:
     FsDelete() : PoolCommand("fsmanage") {
@@ -32,7 +32,7 @@ class FsDelete : public PoolCommand {
         machine.registered({line});
         manage({"-D", "-n", "pool", "-g", "data"});
     }
-    // All goes its way up to the removal of the pool, which happens.
+    // All steps succeed, up to the removal of the pool.
     void expect_deleted() const {
         expect_succeeded(no_restore);
         EXPECT_THAT(changes(run), ElementsAre(unmount, release, rm, move, save, lvremove));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// fsmanage --repair: unmounted, repaired, mounted again, and what each failing step leaves.
+// fsmanage --repair: unmounting, repairing, mounting again, and what each failed step leaves.
 #include "fixtures/pool_command.h"
 
 namespace zav::test {
@@ -22,14 +22,14 @@ std::string line_of(const std::string& type, const std::string& mntpoint = "/mnt
     return "/dev/data/pool\t" + mntpoint + "\t" + type + "\tdefaults\t0 0";
 }
 
-// A mounted pool that umount unmounts.
+// A mounted pool that can be unmounted.
 class FsRepair : public PoolCommand {
   protected:
     FsRepair() : PoolCommand("fsmanage") {
         machine.pools({"/dev/data/pool"}).registered({line_of("xfs")});
         machine.tool(pool_tool::umount).any().does("echo 'proc /proc proc rw 0 0' >/proc/mounts");
     }
-    // The register stays as it is in any case.
+    // The register never changes.
     void repair(const std::string& group = "data") {
         machine.mounts({"/dev/mapper/data-pool /mnt/data/pool"});
         const Snapshot before = machine.snapshot();

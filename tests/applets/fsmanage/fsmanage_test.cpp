@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// fsmanage --display, and which of several modes is taken.
+// fsmanage --display, and which of several modes is carried out.
 #include "fixtures/pool_command.h"
 
 namespace zav::test {
@@ -18,7 +18,7 @@ const std::string mount = "/dev/mapper/data-pool /mnt/data/pool";
 class FsDisplay : public PoolCommand {
   protected:
     FsDisplay() : PoolCommand("fsmanage") { machine.pools({"/dev/data/pool"}).registered({line}); }
-    // Whatever it shows, it ends in the same way and leaves all as it was.
+    // It always ends the same way and changes nothing.
     void display(const char* option = "-S") {
         const Snapshot before = machine.snapshot();
         manage({option});

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// lvmanage --create: its checks in their order, the one command, what follows when that fails.
+// lvmanage --create: its checks in order, its only command, and what follows a failure of that.
 #include "fixtures/pool_command.h"
 
 namespace zav::test {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// lvmanage --delete: its checks, the group brought back before, what follows a failed removal.
+// lvmanage --delete: its checks, the restoration of the group, and what follows a failed removal.
 #include "fixtures/pool_command.h"
 
 namespace zav::test {
@@ -17,7 +17,7 @@ class LvDelete : public PoolCommand {
   protected:
     LvDelete() : PoolCommand("lvmanage") { machine.pools({"/dev/data/first", "/dev/data/pool"}); }
     void delete_pool() { manage({"-D", "-n", "pool", "data"}); }
-    // lvdisplay tells nothing when it is asked for the pool alone.
+    // lvdisplay prints nothing when asked for the pool alone.
     void unlist_pool_alone() {
         machine.tool(pool_tool::lvdisplay).on("/sbin/lvdisplay -c data/pool").exits(5);
     }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// lvmanage --display, and which of several modes is taken.
+// lvmanage --display, and which of several modes is carried out.
 #include "fixtures/pool_command.h"
 
 namespace zav::test {
@@ -24,7 +24,7 @@ class LvDisplay : public PoolCommand {
         EXPECT_THAT(changes(run), IsEmpty());
         EXPECT_THAT(before.changes_to(machine.snapshot()), IsEmpty());
     }
-    // The code is printed and logged, without a table, and the command succeeds.
+    // The code is printed and logged without a table, and the command succeeds.
     void expect_only_printed(const Texts& arguments) {
         display(arguments);
         expect_succeeded("for errno '-126'\n");

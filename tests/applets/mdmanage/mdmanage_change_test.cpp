@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// mdmanage -a and -r, what it does when several or no modes are given, and its usage.
+// mdmanage -a and -r, several modes or none, and the usage.
 #include "fixtures/array_machine.h"
 
 namespace zav::test {
@@ -122,7 +122,7 @@ TEST_F(Change, PassesOtherCodesOn) {
     expect_failure(machine, run, -2036);
 }
 
-// With several modes the first of create, display, add, remove, recover, delete is done.
+// Of several modes, the first of create, display, add, remove, recover, delete is carried out.
 class Modes : public Change {};
 
 TEST_F(Modes, CreateComesBeforeDisplay) {
@@ -167,7 +167,7 @@ TEST_F(Modes, NoneShowsTheUsage) {
     }
 }
 
-// The places of the options seen so far in the option string.
+// The bits of the options seen so far.
 TEST_F(Modes, NoneBeforeAnUnknownOptionIsTheMaskOfTheOthers) {
     EXPECT_EQ(manage({"-n", "x", "--bogus"}), 0x20);
     EXPECT_EQ(run.out, "");

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// mdmanage --create: arguments, reservation, and a creation from the first command to the last.
+// mdmanage --create: arguments, reservation, and a whole creation from the first command to the
+// last.
 #include "fixtures/array_machine.h"
 
 namespace zav::test {
@@ -14,7 +15,7 @@ using testing::MatchesRegex;
 class Create : public testing::Test {
   protected:
     Create() { machine.box(6); }
-    // With these arguments behind -C.
+    // With these arguments after -C.
     int create(Texts arguments) {
         arguments.insert(arguments.begin(), "-C");
         run = machine.mdmanage(arguments);
@@ -24,7 +25,7 @@ class Create : public testing::Test {
         expect_failure(machine, run, code);
         EXPECT_THAT(changes(run), IsEmpty());
     }
-    // Refused before any command.
+    // Refused before any command is run.
     void expect_refused(Texts arguments, int code) {
         create(std::move(arguments));
         expect_failure(machine, run, code);
@@ -96,7 +97,7 @@ TEST_F(Create, NeedsALevel) {
     expect_refused({"-n", "data", "-d", "1", "1,2"}, -130);
 }
 
-// Only the first character of a level decides here; the type is checked with the disks.
+// Here only the first character of a level decides; the type is checked later, with the disks.
 TEST_F(Create, RefusesLevelsThatBeginLikeOne) {
     for (const char* level : {"10", "5x", "50", "01", "666666666"}) {
         create({"-n", "data", "-l", level, "-d", "1", "1,2,3,4"});
@@ -147,7 +148,7 @@ TEST_F(Create, NeedsChannels) {
     expect_refused({"-n", "data", "-l", "1", "-d", "1"}, -111);
 }
 
-// The record holds 127 characters: a longer list would lose its end, which can be half a channel.
+// The record holds 127 characters: a longer list would be truncated, perhaps within a channel.
 TEST_F(Create, RefusesAListOfChannelsThatDoesNotFit) {
     EXPECT_EQ(create({"-n", "data", "-l", "1", "-d", "1", "1,2" + std::string(124, ',')}), 0);
     for (const std::size_t length : {128U, 129U}) {
@@ -232,7 +233,7 @@ TEST_F(Create, CutsANameOf32CharactersForTheArray) {
 
 class FailedCreate : public Create {
   protected:
-    // mdadm fails, and /proc/mdstat then has these lines.
+    // mdadm fails, and /proc/mdstat then contains these lines.
     int create_with_mdstat(const std::string& mdstat, const std::string& name = "data") {
         machine.file("/var/mdstat", mdstat);
         machine.tool(ArrayMachine::mdadm)
@@ -308,7 +309,7 @@ TEST_F(FailedCreate, WithoutMdadmIsReportedToo) {
     expect_not_created();
 }
 
-// The fifth reading of the arrays' state is the one that looks for the new array.
+// The fifth read of /proc/mdstat looks for the new array.
 class FailedCreateWithoutState : public FailedCreate {
   protected:
     Rule fifth_state() {

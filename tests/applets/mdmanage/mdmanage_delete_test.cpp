@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// mdmanage --delete: the array is stopped and its former members are prepared for the next use.
+// mdmanage --delete: stopping the array and clearing its former members.
 #include "fixtures/array_machine.h"
 
 namespace zav::test {
@@ -11,7 +11,7 @@ using testing::IsEmpty;
 
 class Delete : public testing::Test {
   protected:
-    // md1 of one disk, so that nothing depends on the order of a directory.
+    // md1 has one disk, so that nothing depends on the order of a directory.
     Delete() {
         machine.box(6);
         machine.running("md1", "raid1", {"sdb"});
@@ -87,7 +87,7 @@ TEST_F(Delete, PassesOverADiskThatIsGone) {
     EXPECT_EQ(changes(run).back(), "/sbin/mdadm -S /dev/md1 > /dev/null");
 }
 
-// What counts is the place of the disk: it may have a new name by then.
+// The disk is found by its channel and device: its name may have changed.
 TEST_F(Delete, PreparesTheDiskThatIsInThePlaceNow) {
     stop().does("/.harness/busybox sed -i s/sdb/sdx/ /proc/scsi/mvSata/0");
     EXPECT_EQ(remove("md1"), 0);

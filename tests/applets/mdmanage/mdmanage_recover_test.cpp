@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// mdmanage --recover, and what every failure of mdmanage looks like from outside.
+// mdmanage --recover, and how every failure of mdmanage is reported.
 #include "fixtures/array_machine.h"
 
 namespace zav::test {
@@ -78,7 +78,7 @@ TEST(RecoverCommand, ReportsAFailedLookUpAsAWrongName) {
     expect_failure(machine, machine.mdmanage({"-R", "-n", "md1"}), -127);
 }
 
-// Of an unknown level it would be created again as a stripe.
+// With an unknown level it would be re-created as a stripe.
 TEST(RecoverCommand, RefusesAnArrayOfAnUnknownLevel) {
     ArrayMachine machine;
     machine.box(3).running("md1", "raid5", {"sda", "sdb", "sdc"});
@@ -88,7 +88,7 @@ TEST(RecoverCommand, RefusesAnArrayOfAnUnknownLevel) {
     EXPECT_THAT(changes(run), IsEmpty());
 }
 
-// One failure: what it takes beside md1, a RAID-5 of sda, sdb (faulty) and sdc on device "1".
+// One failure and its cause, besides md1, a RAID-5 of sda, sdb (faulty) and sdc on device "1".
 struct Failure {
     int code;
     const char* name;

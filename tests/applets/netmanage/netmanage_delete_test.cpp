@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// netmanage --delete: unmounted, unregistered, its device cleared, and what each failing step
+// netmanage --delete: unmounting, unregistering, clearing the device, and what each failed step
 // leaves.
 #include "fixtures/pool_command.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// netmanage --repair: unmounted, repaired, mounted again, and what each failing step leaves.
+// netmanage --repair: unmounting, repairing, mounting again, and what each failed step leaves.
 #include "fixtures/pool_command.h"
 
 namespace zav::test {
@@ -21,14 +21,14 @@ std::string line_of(const std::string& type, const std::string& mntpoint = "/mnt
     return "LABEL=disk\t" + mntpoint + "\t" + type + "\tdefaults\t0 0";
 }
 
-// A mounted disk that umount unmounts.
+// A mounted disk that can be unmounted.
 class NetRepair : public PoolCommand {
   protected:
     NetRepair() : PoolCommand("netmanage") {
         machine.registered({line_of("xfs")}, netfstab);
         machine.tool(pool_tool::umount).any().does("echo 'proc /proc proc rw 0 0' >/proc/mounts");
     }
-    // The registers stay as they are in any case.
+    // The registers never change.
     void repair(const Texts& mounts = {"/dev/sdf /mnt/netdisk/disk"}) {
         machine.mounts(mounts);
         const Snapshot before = machine.snapshot();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// netmanage --create and --display, and which of several modes is taken.
+// netmanage --create and --display, and which of several modes is carried out.
 #include "fixtures/pool_command.h"
 
 namespace zav::test {
@@ -22,7 +22,7 @@ const std::string line = "LABEL=disk\t/mnt/netdisk/disk\txfs\tdefaults\t0 0";
 class NetCreate : public PoolCommand {
   protected:
     NetCreate() : PoolCommand("netmanage") {}
-    // From an empty register.
+    // Starts from an empty register.
     void create() {
         machine.file(netfstab, "");
         manage({"-C", "-n", "disk", "-g", "sdf"});
@@ -194,7 +194,7 @@ const std::string header = "name\tmntpoint\tstatus\tallsize\tusedsize\townername
 class NetDisplay : public PoolCommand {
   protected:
     NetDisplay() : PoolCommand("netmanage") { machine.registered({line}, netfstab); }
-    // Whatever it shows, it ends in the same way, runs nothing and leaves all as it was.
+    // It always ends the same way, runs nothing and changes nothing.
     void display(const char* option = "-S") {
         const Snapshot before = machine.snapshot();
         manage({option});

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The rule language, with options that no applet has.
+// The rule language, with invented options.
 #include "applets/options/option_fixture.h"
 
 #include <gmock/gmock.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What sharemanage checks before it does anything: each check's code, their order, and the log.
+// The checks of sharemanage before it does anything: their codes, their order, and the log.
 #include "fixtures/share_command.h"
 
 namespace zav::test {
@@ -8,8 +8,8 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// An action's options, from the one that is checked first; each with a bad and a good value, and
-// the code for the bad one. An option "" is the operand.
+// An option of an action, with a bad and a good value and the code for the bad one, in the order of
+// the checks. The option "" is the operand.
 struct Checked {
     std::string option;
     std::string bad;
@@ -42,7 +42,7 @@ class ShareChecks : public ShareCommand {
             expect_refused(options[at].code, check, arguments(action, options, at));
         }
     }
-    // Each of the texts in place of that option's good value is refused.
+    // Each text is refused as the value of that option.
     void expect_each_refused(const std::string& action, const std::string& check,
                              const std::vector<Checked>& options, const std::string& option,
                              const Texts& texts) {

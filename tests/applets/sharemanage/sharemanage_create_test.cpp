@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// sharemanage --create: a share of each service, and how it ends when a step fails.
+// sharemanage --create: a share of each service, and the result when a step fails.
 #include "fixtures/share_command.h"
 
 namespace zav::test {
@@ -188,7 +188,7 @@ TEST_F(ShareCreate, RefusesANameThatAShareHas) {
 }
 
 TEST_F(ShareCreate, ReportsANameThatIsOnlyInTheRegister) {
-    // Of two sections of one name the list shows the first alone.
+    // Of two sections with the same name the list shows only the first.
     machine.shares({{.name = "twin"}});
     machine.file(share_register,
                  machine.read(share_register) + "[twin]\n    sharename = pub\n    samba = 1\n");

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// vgmanage --delete: the group's arrays are brought back as far as LVM needs, then the group is
-// removed and its volumes are released.
+// vgmanage --delete: the group is restored as far as LVM needs, then removed, and its volumes are
+// released.
 #include "fixtures/group_machine.h"
 
 namespace zav::test {
@@ -15,7 +15,7 @@ using testing::StartsWith;
 
 constexpr auto no_directory = "'/etc/lvm/backup' not exist\n";
 constexpr auto no_backup = "file '/etc/lvm/backup/data' cannot open\n";
-// Of every volume that the machine shows.
+// The UUID of every volume of the machine.
 constexpr auto uuid = "AAAAAA-0000-0000-0000-0000-0000-000000";
 
 class VgDelete : public testing::Test {
@@ -35,9 +35,9 @@ class VgDelete : public testing::Test {
                          "\"\n\t\t\tdevice = \"/dev/" + device +
                          "\"\t# Hint only\n\t\t}\n\t}\n}\n");
     }
-    // What LVM says when asked for the group after a failure.
+    // The look-up of the group in LVM after a failure.
     Rule looked_up() { return machine.tool(group_tool::vgdisplay).on("/sbin/vgdisplay -c data"); }
-    // The command is refused with this code, and changes nothing.
+    // The command is refused with this code and changes nothing.
     void expect_refused(int code, const std::string& before, const std::string& name = "data") {
         remove(name);
         expect_failure(machine, run, code, before);
@@ -100,7 +100,7 @@ TEST_F(VgDelete, PutsRamDisksInThePlacesOfLostVolumesFirst) {
 }
 
 TEST_F(VgDelete, TouchesNothingWhenTheGroupCannotBeRestored) {
-    backup("md1"); // the volume is on md0 now
+    backup("md1"); // but the volume is on md0
     expect_refused(-301, "raid restore 'data' fail\n");
     EXPECT_EQ(outside(run).back(), "/sbin/pvdisplay -c > /tmp/pvdisplay.XXXXXX");
 }
@@ -208,7 +208,7 @@ TEST_F(VgDelete, ReportsAGroupWhoseListFailed) {
     expect_refused(-11001, no_backup);
 }
 
-// Nothing was done, and nobody knows whether the group is there: that is no success.
+// Nothing was done, and it is unknown whether the group exists: that is not a success.
 TEST_F(VgDelete, DoesNotTreatAGroupAsGoneWhenLvmDoesNotAnswer) {
     const auto expect_reported = [this] {
         EXPECT_NE(remove(), 0);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// vgmanage --create and --display, and which of several modes is taken.
+// vgmanage --create and --display, and which of several modes is carried out.
 #include "fixtures/group_machine.h"
 
 namespace zav::test {
@@ -19,13 +19,13 @@ class VgCreate : public testing::Test {
         return run.exit_status;
     }
     int create_data() { return create({"-n", "data", "-c", "md0"}); }
-    // The command is refused with this code alone, and changes nothing.
+    // The command is refused, prints only this code, and changes nothing.
     void expect_refused(int code, const Texts& arguments) {
         create(arguments);
         expect_failure(machine, run, code);
         EXPECT_THAT(changes(run), IsEmpty());
     }
-    // The failure is printed and logged, and the command succeeds all the same.
+    // The failure is printed and logged, but the status is 0.
     void expect_only_printed(const std::string& before = "") {
         EXPECT_EQ(run.exit_status, 0);
         EXPECT_EQ(run.out, before + "for errno '-302'\n");
