@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The example program in C: the whole status page of an appliance.
+// The C example program: the whole status page of an appliance.
 #include "fixtures/status_root.h"
 
 namespace zav::test {

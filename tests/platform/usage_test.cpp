@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The use of memory and processor, the time.
+// Memory use, processor use, and the time.
 #include "fixtures/status_root.h"
 
 #include <csignal>

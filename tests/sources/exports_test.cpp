@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The exports of the NFS server: read for changes, read for listings, written.
+// The exports of the NFS server: parsed for changes, parsed for listings, written.
 #include "base/codes.h"
 #include "fixtures/share_lists.h"
 #include "fixtures/share_machine.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The iSCSI target daemon's file: read for changes, read for listings, written.
+// The iSCSI target daemon's file: parsed for changes, parsed for listings, written.
 #include "fixtures/share_lists.h"
 #include "fixtures/share_machine.h"
 #include "sources/ietd_conf.h"

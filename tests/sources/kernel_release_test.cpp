@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The kernel's release.
+// Kernel releases.
 #include "sources/kernel_release.h"
 
 #include <gtest/gtest.h>

@@ -19,7 +19,7 @@ using std::literals::operator""s;
 
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 
-// Ids and devices of a backup's volumes.
+// Ids and devices of the volumes in a backup.
 Pairs volumes(const std::string& backup) {
     backup_pv_list list;
     parse_backup_volumes(backup, list);
@@ -30,7 +30,7 @@ Pairs volumes(const std::string& backup) {
     return pairs;
 }
 
-// The volumes of a backup's section with these lines.
+// The volumes in a backup section with these lines.
 Pairs volumes_of_section(const std::string& lines) {
     return volumes("\tphysical_volumes {\n" + lines);
 }
@@ -97,7 +97,7 @@ TEST(PoolOfABackup, MayEndTheBackupWithoutALineEnd) {
     EXPECT_TRUE(section_has_pool("pub {\nid ="));
 }
 
-// Lines come in pieces of 255 characters, each as a line of its own.
+// Lines are read in pieces of 255 characters, each like a line of its own.
 TEST(PoolOfABackup, IsFoundAfterLongLines) {
     EXPECT_TRUE(section_has_pool(std::string(1000, 'x') + "\npub {\nid = \"x\"\n"));
     EXPECT_TRUE(section_has_pool(std::string(255, 'x') + "pub {\nid = \"x\"\n"));
@@ -205,7 +205,7 @@ TEST(VolumesOfABackup, AreReadAfterLongLines) {
                 ElementsAre(Pair("a", "md0"), Pair("b", "md1")));
 }
 
-// The rest of the line stands between the two.
+// The rest of the line comes between the two.
 TEST(VolumesOfABackup, AreNoneWhenTheirIdsLineIsTooLong) {
     EXPECT_THAT(volumes_of_section("id = \"a\"" + std::string(300, '#') +
                                    "\ndevice = \"/dev/md0\"\nid = \"b\"\ndevice = \"/dev/md1\"\n"),

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// pvdisplay -c, as recovery reads it.
+// pvdisplay -c, as parsed for recovery.
 #include "base/memory.h"
 #include "sources/lvm.h"
 
@@ -19,7 +19,7 @@ using std::literals::operator""s;
 
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 
-// UUIDs and names of what pvdisplay printed.
+// The UUIDs and names in the output of pvdisplay.
 Pairs live_volumes(const std::string& output) {
     live_pv_list list;
     parse_live_volumes(output, list);
@@ -59,7 +59,7 @@ TEST(LiveVolumes, AreOnRamDisksInRecordingsOfARecovery) {
     }
 }
 
-// The tool mixes remarks into its output: they have no UUID that a backup knows.
+// Messages in the tool's output: their UUIDs are in no backup.
 TEST(LiveVolumes, HaveRemarksBetweenThemInARecording) {
     EXPECT_THAT(
         live_volumes(recorded("lvm_raid5_failed_pvdisplay").text),

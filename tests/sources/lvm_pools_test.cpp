@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// lvdisplay -c, as pools and shares read it.
+// lvdisplay -c, as parsed for pools and shares.
 #include "base/text.h"
 #include "sources/lvm.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The device tables of mdadm's details and of superblocks.
+// The device tables in mdadm's details and in superblocks.
 #include "sources/mdadm.h"
 
 #include <gmock/gmock.h>
@@ -13,7 +13,7 @@ using testing::SizeIs;
 
 using Paths = std::vector<std::string>;
 
-// Details of an array of that many devices with these lines in the table.
+// The details of an array of that many devices with these table lines.
 std::string details(const std::string& raid_devices, const std::string& table) {
     return "/dev/md1:\n     Raid Level : raid5\n   Raid Devices : " + raid_devices +
            "\n          State : clean\n\n    Number   Major   Minor   RaidDevice State\n" + table;
@@ -31,7 +31,7 @@ std::string removed(int slot) {
 TEST(MemberTable, HasThePathsOfARecordedArray) {
     const auto table = parse_member_table(recorded("mdadm_D_raid5").text);
     ASSERT_TRUE(table);
-    // The third member came as the replacement of another and has number 3.
+    // The third member replaced another one and has number 3.
     EXPECT_THAT(table->members, ElementsAre("/dev/sda", "/dev/sdb", "/dev/sdc"));
     EXPECT_EQ(table->hole, 0U);
     EXPECT_EQ(table->raid_devices, 3U);
@@ -43,7 +43,7 @@ TEST(MemberTable, OfVersion090HasThePathsToo) {
     EXPECT_THAT(table->members, ElementsAre("/dev/sda", "/dev/sdb", "/dev/sdc"));
 }
 
-// A slot without a number is on no line of its number.
+// A removed slot has no number, so that no line begins with it.
 TEST(MemberTable, HasNoHoleForASlotWithoutANumber) {
     const auto table = parse_member_table(recorded("v090_two_of_three_detail").text);
     ASSERT_TRUE(table);
@@ -138,7 +138,7 @@ TEST(MemberTable, IsReadWithCarriageReturnsTabsAndWithoutAFinalNewline) {
     EXPECT_EQ(table->raid_devices, 2U);
 }
 
-// It would become part of commands.
+// The path would become part of commands.
 TEST(MemberTable, IsRefusedWithAPathThatIsNotAPlainDevice) {
     for (const char* path : {"/dev/sda;reboot", "/dev/$(reboot)", "/dev/`reboot`", "/dev/a|b",
                              "/dev/../etc/passwd", "/dev/", "/dev/a'b"}) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The details that mdadm prints.
+// Values in mdadm's details.
 #include "sources/mdadm.h"
 
 #include <gmock/gmock.h>

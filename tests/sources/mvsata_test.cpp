@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The status files of the SATA controller: which disks they tell of, and where those are.
+// The status files of the SATA controller: the disks in them and their places.
 #include "fixtures/disk_root.h"
 #include "sources/mvsata.h"
 
@@ -29,8 +29,8 @@ TEST(PciLocation, GivesTheBoxForEveryPairOfCharacters) {
     const std::map<std::string, int> boxes = {{"1,4", 1}, {"1,5", 2}, {"1,0", 1}, {"1,1", 2},
                                               {"0,4", 1}, {"0,5", 2}, {"3,3", 1}, {"3,1", 2},
                                               {"3,2", 1}, {"2,1", 3}, {"2,2", 4}};
-    // An expansion disk tells boxes 3 and 4 by its device, the disk after it the others by its
-    // channel.
+    // Boxes 3 and 4 show in the device of an expansion disk, the others in the channel of the disk
+    // after it.
     const std::vector<std::vector<std::string>> seen_of_box = {{"sdx 1 0", "sda -7 0"},
                                                                {"sdx 1 0", "sda 1 0"},
                                                                {"sdx 1 0", "sda 9 0"},

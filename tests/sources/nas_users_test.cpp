@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The appliance's and the system's users.
-#include "sources/passwd.h"
+// The users of the appliance and of the system.
 #include "sources/nas_users.h"
+#include "sources/passwd.h"
 
 #include <gmock/gmock.h>
 #include <string>

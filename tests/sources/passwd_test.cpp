@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Homes in /etc/passwd.
+// Home directories in /etc/passwd.
 #include "sources/passwd.h"
 
 #include <gmock/gmock.h>

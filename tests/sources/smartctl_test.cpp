@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What smartctl prints, as identity and health and as attributes. The outputs are described in
-// smart_outputs/README.md.
+// The output of smartctl, parsed as identity and health and as attributes. The outputs are
+// described in smart_outputs/README.md.
 #include "sources/smart_outputs.h"
 #include "sources/smartctl.h"
 
@@ -152,7 +152,7 @@ TEST(SmartSummary, ValueRunsToTheLinesEndColonsIncluded) {
     EXPECT_EQ(parse_smart_summary(" \tSerial Number :\t a: b:c  \r\n").serial_number, "a: b:c");
 }
 
-/// Eighteen lines that are counted: 0 to 17.
+/// Eighteen counted lines: 0 to 17.
 const std::string lines_above = [] {
     std::string text;
     for (int line = 0; line < 18; ++line) {
@@ -165,7 +165,7 @@ constexpr char spin_up_row[] = "3 Spin_Up_Time 0x0003 097 096 025 Pre-fail Alway
 constexpr char spin_up[] = "3|Spin_Up_Time|97|96|25|-|4015";
 
 TEST(SmartAttributes, AreTheSevenOfAnOlderSmartctlsTable) {
-    // Its first row is the first line that is looked at.
+    // Its first row is the first line that is parsed.
     EXPECT_THAT(
         attributes_of(smart_output("old_sata_healthy_attributes")),
         ElementsAre("1|Raw_Read_Error_Rate|117|100|6|-|131427586", "3|Spin_Up_Time|97|96|0|-|4015",
@@ -229,7 +229,7 @@ TEST(SmartAttributes, AreNoneInAnOutputWithoutATable) {
 TEST(SmartAttributes, BeginOnCountedLine18) {
     EXPECT_THAT(attributes_of(lines_above + spin_up_row), ElementsAre(spin_up));
     EXPECT_THAT(attributes_of(lines_above.substr(5) + spin_up_row), IsEmpty());
-    // The rows of failed attributes stand above it when nothing else was asked for.
+    // With -H alone, the rows of failed attributes come before line 18.
     EXPECT_THAT(attributes_of(smart_output("health_only")), IsEmpty());
 }
 
@@ -242,7 +242,7 @@ TEST(SmartAttributes, AfterEmptyLinesAreCountedWithoutThem) {
 }
 
 TEST(SmartAttributes, AfterALongLineAreCountedByItsPieces) {
-    // 17 lines and a line of two pieces make up the 18; one of a single piece leaves one missing.
+    // 17 lines and one of two pieces count as 18; with a line of a single piece, one is missing.
     const std::string sixteen_lines = lines_above.substr(10);
     EXPECT_THAT(attributes_of(sixteen_lines + std::string(254, 'x') + "\n" + spin_up_row),
                 IsEmpty());

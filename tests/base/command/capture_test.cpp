@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The file under /tmp that takes a tool's output.
+// The file under /tmp that holds a tool's output.
 #include "base/codes.h"
 #include "base/command.h"
 #include "base/command/real_tools_root.h"
@@ -186,7 +186,7 @@ TEST(CaptureRun, LogsNothingForACommandThatWorks) {
     EXPECT_THAT(root.log(), IsEmpty());
 }
 
-// A root in which the caller cannot make a file under /tmp.
+// A root in which the caller cannot create files under /tmp.
 class ClosedTmpRoot : public CaptureRoot {
   public:
     ClosedTmpRoot() : CaptureRoot("echo ran > /var/log/ran") {
@@ -233,7 +233,7 @@ TEST(CaptureWithoutAFile, IsMissingForItsReader) {
 TEST(CaptureWithoutAFile, NeitherReadsNorRemovesAFileThatComesLater) {
     CaptureRoot root;
     root.call([] {
-        const Capture capture("/tmp/too-few-XXXXX"); // is refused
+        const Capture capture("/tmp/too-few-XXXXX"); // mkstemp refuses it
         run_command("/usr/local/bin/cp /sbin/tool /tmp/too-few-XXXXX");
         EXPECT_EQ(capture.read(), std::nullopt);
         return 0;
@@ -241,7 +241,7 @@ TEST(CaptureWithoutAFile, NeitherReadsNorRemovesAFileThatComesLater) {
     EXPECT_THAT(root.tmp(), ElementsAre("too-few-XXXXX"));
 }
 
-// Runs the tool and reads its output; prints the text that it got.
+// Runs the tool, reads its output and prints it.
 int run_and_read() {
     Capture capture(name_template);
     const int status = capture.run(tool_given(capture));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Files that are only read while nobody changes them, and files that take the place of others.
+// Files that are read only while nobody changes them, and files that replace others.
 #include "base/file.h"
 #include "base/file_locks.h"
 #include "private_root.h"
@@ -77,7 +77,7 @@ TEST_F(SharedLock, IsNotGrantedWithoutAFileToRead) {
     EXPECT_FALSE(lock_shared(fd.get()));
 }
 
-// A copy that is to take the place of a file with this mode; what write_copy() says of it.
+// The result of write_copy() for a copy that is to replace a file with this mode.
 int copied(PrivateRoot& root, mode_t mode, const test::RunOptions& options = {}) {
     root.file("/tmp/original", "old\n", mode).file("/tmp/copy", "", 0600);
     return root

@@ -31,7 +31,7 @@ Reading failed(int code) {
     return {code, "before"};
 }
 
-// Key "k" of section "s".
+// Reads key "k" of section "s".
 Reading get(std::string_view file, std::size_t room = 600, const char* section = "s",
             const char* key = "k") {
     const MemoryFile source(file);
@@ -41,7 +41,7 @@ Reading get(std::string_view file, std::size_t room = 600, const char* section =
     return {code, value.c_str()};
 }
 
-// A place for the value whatever else the file holds.
+// Reads a key with a large enough buffer.
 Reading get_key(std::string_view file, const char* key) {
     return get(file, 600, "s", key);
 }
@@ -201,7 +201,7 @@ TEST(KeyValueGet, LastLineNeedsNoLineFeed) {
     EXPECT_EQ(get("[s]\nk=1"), found("1"));
 }
 
-// Room.
+// Buffer size.
 
 TEST(KeyValueGet, ValueShorterThanTheRoomIsCopiedWhole) {
     EXPECT_EQ(get("[s]\nk=abcd\n", 5), found("abcd"));
