@@ -1,7 +1,7 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
-# demo.sh - the demonstration's story, told inside the virtual appliance: every command's real
-# output under a caption, and a check of everything that the captions claim.
+# demo.sh - the demonstration inside the virtual appliance: the real output of every command under a
+# caption, and a check of everything that the captions claim.
 # shellcheck source-path=SCRIPTDIR source=guest/functions.sh
 . /usr/local/lib/appliance.sh
 
@@ -14,7 +14,7 @@ caption() {
     echo "== $*"
 }
 
-# show COMMAND...: show it and what it prints; its status is left in "status".
+# show COMMAND...: print the command and its output, and leave its exit status in "status".
 show() {
     echo "\$ $*"
     "$@" >"$output" 2>&1
@@ -23,7 +23,7 @@ show() {
     [ "$status" -eq 0 ] || echo "(exit status $status)"
 }
 
-# check CLAIM COMMAND...: the claim holds when the command succeeds.
+# check CLAIM COMMAND...: the claim holds if the command succeeds.
 check() {
     claim=$1
     shift
@@ -40,7 +40,7 @@ exits_with() {
     [ "$status" -eq "$1" ]
 }
 
-# refused CODE: an exit status is the code's lowest byte.
+# refused CODE: the command printed the code, and its exit status is the code's lowest byte.
 refused() {
     [ "$status" -eq $(($1 & 255)) ] && [ "$(cat "$output")" = "for errno '$1'" ]
 }
@@ -49,17 +49,17 @@ logged() {
     grep -qF "$1" /var/log/log.libzav
 }
 
-# column N: that column of the one array in the last table.
+# column N: that column of the only row in the last table.
 column() {
     awk -F'\t' -v n="$1" 'NR == 3 { print $n }' "$output"
 }
 
-# has_channels LIST: the table's channels are these, in whatever order.
+# has_channels LIST: the table shows these channels, in any order.
 has_channels() {
     [ "$(column 8 | tr , '\n' | sort | paste -sd, -)" = "$1" ]
 }
 
-# prints TEXT: a line of the last output begins so.
+# prints TEXT: a line of the last output begins with the text.
 prints() {
     awk -v text="$1" 'index($0, text) == 1 { found = 1 } END { exit !found }' "$output"
 }
@@ -69,7 +69,7 @@ file_checksum() {
     sha256sum </mnt/data/pub/file | cut -d' ' -f1
 }
 
-# add_user NAME: a user of the system and of Samba's, whose password is "secret".
+# add_user NAME: add a user to the system and to Samba, with the password "secret".
 add_user() {
     mkdir -p /run/samba /var/lib/samba/private
     useradd --create-home "$1"
@@ -89,7 +89,7 @@ table_is_empty() {
     [ "$(wc -l <"$output")" -eq 2 ]
 }
 
-# disk_row_ends CHANNEL TEXT: the disk's row in the last listing ends so.
+# disk_row_ends CHANNEL TEXT: the disk's row in the last listing ends with the text.
 disk_row_ends() {
     awk -F'\t' -v channel="'$1'" '$2 == channel' "$output" | grep -q "$2\$"
 }
@@ -102,7 +102,7 @@ is_blank() {
     [ -z "$(wipefs --noheadings "$1")" ]
 }
 
-# The data: the same bytes for the same seed, at the array's start and near its end.
+# The test data: the same bytes for the same seed, at the array's start and near its end.
 pattern() {
     awk -v seed="$1" 'BEGIN {
         srand(seed)
@@ -117,7 +117,7 @@ write_data() {
 }
 
 checksum() {
-    # From the disks, not from memory.
+    # From the disks, not from the page cache.
     echo 3 >/proc/sys/vm/drop_caches
     {
         dd if=/dev/md1 bs=1M count=3 status=none
@@ -131,7 +131,7 @@ check_data() {
     check "$1" test "$read_back" = "$written"
 }
 
-# await_sync [ARRAY]: let the kernel finish, and say how far it is.
+# await_sync [ARRAY]: let the kernel finish the sync, and print the progress.
 await_sync() {
     array=${1-md1}
     release_rebuild
@@ -157,7 +157,7 @@ caption "A virtual appliance: Linux $release with md, six disks and the controll
 show lsblk --nodeps --output NAME,SIZE,MODEL /dev/sda /dev/sdb /dev/sdc /dev/sdd /dev/sde /dev/sdf
 show tail -n 3 /proc/scsi/mvSata/0
 
-caption "The same disks by their channels, the numbers of their slots: none is used yet"
+caption "The same disks by channel, the number of the slot: none is in use yet"
 show zavbox diskmanage --display
 check "six disks, exit status 0" exits_with 0
 for channel in 1 2 3 4 5 6; do
@@ -190,7 +190,7 @@ write_data
 written=$(checksum)
 echo "   sha256 $written"
 
-caption "What would do harm is refused, and the log says why"
+caption "Harmful requests are refused, and the log says why"
 show zavbox mdmanage --create -n md2 -l 1 -d 0 1,4
 check "a disk that is in use: -2030" refused -2030
 check "logged" logged "'sda,sdd' or '' includes used disk in md1"
@@ -202,7 +202,7 @@ check "removing a healthy member: -2036" refused -2036
 check "logged" logged "'1' in md1 is not fauty"
 show tail -n 6 /var/log/log.libzav
 
-caption "The disk in slot 6 becomes a hot spare; one that is in use does not"
+caption "The disk in slot 6 becomes a hot spare; a disk in use is refused"
 show zavbox diskmanage --hotspare -a 6
 check "made a hot spare, exit status 0" exits_with 0
 show zavbox diskmanage --hotspare -a 1
@@ -213,7 +213,7 @@ show zavbox diskmanage --display
 check "the list shows the hot spare" disk_row_ends 6 "''	'0'	'H'"
 check "and the array of the first disk" disk_row_ends 1 "'md1'	'1'	'NH'"
 show zavbox diskmanage --hotspare -r 6
-check "taken back, exit status 0" exits_with 0
+check "no longer a hot spare, exit status 0" exits_with 0
 show zavbox diskmanage --display -n 6
 check "an ordinary disk again" disk_row_ends 6 "''	'0'	'NH'"
 
@@ -222,9 +222,9 @@ show mdadm /dev/md1 -f /dev/sdb
 show zavbox mdmanage --display
 check "degraded" status_is "clean, degraded"
 check "the list marks the disk" has_channels "1,2(F),3"
-check_data "the data is still whole"
+check_data "the data is intact"
 
-caption "It is taken out of the array"
+caption "It is removed from the array"
 show zavbox mdmanage -r 2 md1
 check "removed, exit status 0" exits_with 0
 show zavbox mdmanage --display
@@ -242,15 +242,15 @@ check "the rebuild is complete" redundant md1
 show zavbox mdmanage --display
 check "clean" status_is clean
 check "three members in sync" has_channels "1,3,4"
-check_data "the data is whole"
+check_data "the data is intact"
 
 caption "A second disk fails: now the data depends on the new one"
 show mdadm /dev/md1 -f /dev/sda
 show zavbox mdmanage --display
 check "degraded" status_is "clean, degraded"
-check_data "the data is whole"
+check_data "the data is intact"
 
-caption "The array is deleted and its disks are prepared for a new use"
+caption "The array is deleted and its disks are cleared for reuse"
 show zavbox mdmanage --delete -n md1
 check "deleted, exit status 0" exits_with 0
 show zavbox mdmanage --display
@@ -259,17 +259,17 @@ for disk in sda sdc sdd; do
     check "$disk carries no trace of it" is_blank "/dev/$disk"
 done
 
-caption "A disk that comes from elsewhere is cleared"
+caption "A disk with an old file system is cleared"
 mkfs.xfs -q /dev/sdf
-check "it carries a file system" test ! "$(wipefs --noheadings /dev/sdf | wc -l)" -eq 0
+check "it holds a file system" test ! "$(wipefs --noheadings /dev/sdf | wc -l)" -eq 0
 show zavbox diskmanage --init -n 6
 check "cleared, exit status 0" exits_with 0
 check "nothing is left of it" is_blank /dev/sdf
 show zavbox disksmart --display -n 6
 check "exit status 0" exits_with 0
-check "what it says about its health" grep -q "^SMART support is: ." "$output"
+check "it reports its health" grep -q "^SMART support is: ." "$output"
 
-caption "A new array carries a volume group, and the group a pool with a mounted file system"
+caption "A new array with a volume group, and in the group a pool with a mounted file system"
 : >/etc/mdfstab
 : >/etc/netfstab
 show zavbox mdmanage --create -n md2 -l 5 -d 0 1,2,3
@@ -290,20 +290,20 @@ echo "   a file of 20 MiB, sha256 $written"
 show zavbox fsmanage --display
 check "the file system is available" prints "/dev/data/pub	/mnt/data/pub	available"
 
-caption "A disk under the pool fails, is taken out and replaced"
+caption "A disk under the pool fails, is removed and replaced"
 await_sync md2
 show mdadm /dev/md2 -f /dev/sdb
 show zavbox mdmanage -r 2 md2
-check "taken out, exit status 0" exits_with 0
+check "removed, exit status 0" exits_with 0
 show zavbox mdmanage -a 5 md2
 check "replaced, exit status 0" exits_with 0
 await_sync md2
 check "the rebuild is complete" redundant md2
 umount /mnt/data/pub
 mount /dev/data/pub /mnt/data/pub
-check "the file is whole" test "$(file_checksum)" = "$written"
+check "the file is intact" test "$(file_checksum)" = "$written"
 
-caption "The file system breaks off with a dirty log and is repaired"
+caption "The file system shuts down with a dirty log and is repaired"
 echo "a change that only the log has" >/mnt/data/pub/late
 sync /mnt/data/pub/late
 xfs_io -x -c shutdown /mnt/data/pub
@@ -313,9 +313,9 @@ show zavbox fsmanage --repair -n pub -g data
 check "repaired, exit status 0" exits_with 0
 show zavbox fsmanage --display
 check "available again" prints "/dev/data/pub	/mnt/data/pub	available"
-check "the file is whole" test "$(file_checksum)" = "$written"
+check "the file is intact" test "$(file_checksum)" = "$written"
 
-caption "A network disk, known by its label"
+caption "A network disk, found by its label"
 show zavbox netmanage --create -n shelf -g sdf
 check "created, exit status 0" exits_with 0
 show zavbox netmanage --display
@@ -324,7 +324,7 @@ show zavbox netmanage --delete -n shelf
 check "deleted, exit status 0" exits_with 0
 check "the disk is clear" is_blank /dev/sdf
 
-caption "Two disks of the array fail: the pool is lost, and LVM's backup lets go of it"
+caption "Two disks of the array fail: the pool is lost and is deleted with the help of LVM's backup"
 show mdadm /dev/md2 -f /dev/sda
 show mdadm /dev/md2 -f /dev/sdc
 show zavbox mdmanage --display
@@ -338,19 +338,19 @@ check "no longer registered" test ! -s /etc/mdfstab
 show zavbox vgmanage --display
 check "the group is empty, on a RAM disk" prints "data	resizable		1G	0G	ram2"
 
-caption "The group goes, and the array after it (today's LVM makes no second substitute)"
+caption "The group is deleted, then the array (today's LVM accepts no second substitute)"
 show rm /etc/lvm/backup/data
 show zavbox vgmanage --delete -n data
 check "deleted, exit status 0" exits_with 0
 show zavbox mdmanage --delete -n md2
 check "deleted, exit status 0" exits_with 0
 
-caption "The models of another family make ReiserFS"
+caption "Some product models use ReiserFS"
 sed -i 's/^type = .*/type = KOR7206LB/' /etc/sys_info
 show zavbox mdmanage --create -n md3 -l 0 -d 0 4,6
 show zavbox vgmanage --create -n more -c md3
 show zavbox fsmanage --create -n pub -s 5 -g more
-check "more than the group has room for: -2053" refused -2053
+check "larger than the space left in the group: -2053" refused -2053
 show zavbox fsmanage --create -n pub -s 1 -g more
 check "created, exit status 0" exits_with 0
 check "ReiserFS is mounted" grep -q "^/dev/mapper/more-pub /mnt/more/pub reiserfs" /proc/mounts
@@ -368,26 +368,26 @@ check "created, exit status 0" exits_with 0
 show zavbox sharemanage --display
 check "in use" prints "docs	samba	/mnt/more/docs	anna	rw	1GB	0.04GB	for anna	md3"
 show testparm -s --section-name docs
-check "Samba takes its configuration" exits_with 0
+check "Samba accepts the configuration" exits_with 0
 echo "hello" >/tmp/up
 show smbclient -U anna%secret //localhost/docs -c "put /tmp/up letter; get letter /tmp/down"
 check "anna's file comes back" cmp /tmp/up /tmp/down
 show smbclient -U bert%secret //localhost/docs -c ls
 check "bert is refused" prints "tree connect failed: NT_STATUS_ACCESS_DENIED"
 
-caption "What runs, and how the appliance is: a C program asks the library"
+caption "Services and state of the appliance: a C program asks the library"
 show /run/share/status_page
 check "exit status 0" exits_with 0
 check "Samba runs" grep -Eqx 'Samba +running' "$output"
 check "the FTP server does not" grep -Eqx 'FTP +stopped' "$output"
 
-caption "The share is forbidden, and put in use again as it was"
+caption "The share is forbidden, then put in use again unchanged"
 show zavbox sharemanage --edit -n docs -f samba -b 0
 check "forbidden, exit status 0" exits_with 0
 /etc/init.d/samba stop
 /etc/init.d/samba start
 show smbclient -U anna%secret //localhost/docs -c ls
-check "nobody gets in" prints "tree connect failed: NT_STATUS_BAD_NETWORK_NAME"
+check "nobody can connect" prints "tree connect failed: NT_STATUS_BAD_NETWORK_NAME"
 show zavbox sharemanage --edit -n docs -f samba -b 1
 /etc/init.d/samba stop
 /etc/init.d/samba start

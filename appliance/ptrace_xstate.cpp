@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-// Lets Debian 12's User-mode Linux run on processors whose register state is larger than it knows.
+// Lets Debian 12's User-mode Linux run on processors whose register state is larger than it expects.
 //
 // With AMX the state of a traced process takes some 11 KB.  The kernel of the appliance reads the
-// first 2.7 KB of it, all that its guests use, but then writes only those back, and the machine
-// takes nothing less than a whole state: the first guest process dies.  Loaded before the C
-// library (LD_PRELOAD), this ptrace fills such a short state up with registers at rest.
+// first 2.7 KB, which is all that its guests use, but then writes only those back, while the
+// machine accepts only a whole state: the first guest process dies.  Preloaded before the C
+// library (LD_PRELOAD), this ptrace completes such a short state with initial register values.
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -17,9 +17,9 @@ namespace {
 
 using Ptrace = long (*)(int, int, void*, void*);
 
-// Where the header says which parts of the state are in use, one bit a part.
+// Where the header says which parts of the state are in use, one bit per part.
 constexpr std::size_t parts_offset = 512;
-// Parts 0 to 9, x87 to protection keys: what a short state holds.
+// Parts 0 to 9, x87 to protection keys, are those of a short state.
 constexpr std::uint64_t short_parts = 0x3ff;
 
 Ptrace real_ptrace() {
@@ -31,7 +31,7 @@ Ptrace real_ptrace() {
 
 std::array<unsigned char, 65536> state;
 
-// How large the state of a traced process is on this processor; 0 when that cannot be told.
+// The size of a traced process's state on this processor; 0 when unknown.
 std::size_t state_size(int pid, void* kind) {
     static std::size_t size = 0;
     if (size == 0) {

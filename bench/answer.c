@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: MIT */
-/* A tool that answers at once: as "cat" with the file it is given, under any other name with
- * /answers/NAME/LAST, where LAST is what follows the last "/" of its last argument. */
+/* A tool that answers at once: as "cat" with the given file, under any other name with
+ * /answers/NAME/LAST, where LAST is the last path component of its last argument. */
 #include <fcntl.h>
 #include <stdio.h>
 #include <string.h>

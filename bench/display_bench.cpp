@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-// The listings that cost most: mdmanage --display on an appliance with 16 disks and 16 arrays,
+// The most expensive listings: mdmanage --display on an appliance with 16 disks and 16 arrays,
 // disksmart --display --detail with 24 disks, lvmanage and fsmanage --display with 64 pools in 8
-// groups on 16 arrays, sharemanage --display with many shares. Processor time, outside commands,
-// memory, and wall time beside a shell script that runs the same commands.
+// groups on 16 arrays, sharemanage --display with many shares. Measures processor time, outside
+// commands, memory, and wall time compared to a shell script that runs the same commands.
 //
-// The commands come from a run with the test harness's stand-in tools, which write a journal. What
-// those answered is then given by a small static program in place of every tool, started without a
-// shell in between as real tools are.
+// The commands come from a run with the test harness's stand-in tools, which write a journal. Their
+// answers are then given by a small static program in place of every tool, started without a shell
+// as real tools are.
 #include "base/file.h"
 #include "base/text.h"
 #include "figure.h"
@@ -35,17 +35,17 @@ constexpr int pool_count = 64;
 constexpr int pairs = 20;
 constexpr int warming_up = 3;
 
-/// One listing and what is expected of it.
+/// One listing and its expected figures.
 struct Listing {
     std::string name; ///< of the figures
-    Commands command; ///< behind "zavbox"
+    Commands command; ///< after "zavbox"
     std::function<void(Machine&)> furnish;
     Commands expected; ///< the outside commands
-    int lines;         ///< at least so many are printed
+    int lines;         ///< the fewest that are printed
     double most_cpu_ms;
     int exit_status = 0;
     double most_memory_mib = 3;
-    double most_wall_ratio = 1.10; ///< beside the script; 0 where its commands are the least
+    double most_wall_ratio = 1.10; ///< to the script; 0: no limit, the commands take the least
 };
 
 const Commands script = {"/bin/sh", "/commands.sh"};
@@ -65,13 +65,13 @@ Commands disk_list_commands(int disks) {
     for (int file = 1; file <= disks; ++file) {
         commands.push_back("cat /proc/scsi/mvSata/" + std::to_string(file));
     }
-    std::ranges::sort(commands); // the directory's order is its own
+    std::ranges::sort(commands); // the directory's order varies
     commands.emplace_back("/usr/local/bin/hotspare --list");
     return commands;
 }
 
-/// What the discovery's steps come to: the arrays' names, the details of each, the disk list for
-/// the members, the progress.
+/// The commands of an array list: the names, the details of each, the disk list for the members,
+/// the progress.
 Commands array_list_commands() {
     const Commands disk_list = disk_list_commands(array_count);
 
@@ -84,7 +84,7 @@ Commands array_list_commands() {
     return commands;
 }
 
-/// The arrays, and the disk list again for their channels.
+/// The array list, and the disk list again for the channels.
 Commands array_commands() {
     const Commands disk_list = disk_list_commands(array_count);
     Commands commands = array_list_commands();
@@ -92,8 +92,7 @@ Commands array_commands() {
     return commands;
 }
 
-/// The disk list, then for each disk its summary and its attributes; disks in the directory's
-/// order.
+/// The disk list, then the summary and the attributes of each disk, in the directory's order.
 Commands health_commands() {
     Commands commands = disk_list_commands(health_count);
     for (int disk = 0; disk < health_count; ++disk) {
@@ -104,7 +103,7 @@ Commands health_commands() {
     return commands;
 }
 
-/// The pools, then the groups for their devices: with the disks and arrays for the volumes.
+/// The pools, then the groups for their devices, which take the disks and arrays for the volumes.
 Commands pool_commands() {
     const Commands disks = disk_list_commands(array_count);
     const Commands arrays = array_list_commands();
@@ -115,7 +114,7 @@ Commands pool_commands() {
     return commands;
 }
 
-/// With the runs of status files, which are in the directory's order, sorted.
+/// With the reads of status files, which come in the directory's order, sorted.
 Commands with_sorted_files(Commands commands) {
     const auto is_file = [](const std::string& command) {
         return command.starts_with("cat /proc/scsi/");
@@ -129,7 +128,7 @@ Commands with_sorted_files(Commands commands) {
     return commands;
 }
 
-/// A whole disk is in one array: sixteen arrays have one each.
+/// A disk belongs to one array: sixteen arrays have one each.
 void furnish_arrays(Machine& machine) {
     machine.disks(array_count);
     for (int number = 0; number < array_count; ++number) {
@@ -173,7 +172,7 @@ void furnish_pools(Machine& machine) {
     machine.file("/etc/mdfstab", lines).file("/proc/mounts", mounts);
 }
 
-/// Every share is one of Samba's, on a mounted pool of its own.
+/// Every share is a Samba share on a mounted pool of its own.
 void furnish_shares(Machine& machine, int count) {
     machine.disks(1);
     machine.array({.name = "md0", .level = "raid5", .members = {{.name = "sda"}}});
@@ -244,7 +243,7 @@ std::string last_part(const std::string& path) {
     return path.substr(path.rfind('/') + 1);
 }
 
-/// Puts the program that answers in place of the tools, with what they answered so far.
+/// Replaces the tools by the answering program, with the answers they have given so far.
 void use_fast_tools(Machine& machine, const Commands& commands) {
     const std::string answer = BENCH_ANSWER;
     for (const std::string& command : commands) {
@@ -270,7 +269,7 @@ void use_fast_tools(Machine& machine, const Commands& commands) {
     machine.bind("/bin/dash", "/bin/sh");
 }
 
-/// Runs a command with an empty /tmp, so that both sides make their files anew.
+/// Runs a command with an empty /tmp, so that both sides create their files.
 Usage run_fresh(const Commands& command, int exit_status) {
     for (const auto& entry : std::filesystem::directory_iterator("/tmp")) {
         std::filesystem::remove(entry.path());
@@ -282,14 +281,14 @@ Usage run_fresh(const Commands& command, int exit_status) {
     return usage;
 }
 
-/// Inside the root: prints what `pairs` runs of each side took.
+/// Inside the root: prints the times of `pairs` runs of each side.
 int measure_inside(const Commands& display, int exit_status) {
     std::vector<double> ratio;
     std::vector<double> wall;
     std::vector<double> script_wall;
     std::vector<double> cpu;
     for (int pair = -warming_up; pair < pairs; ++pair) {
-        // Each comes first in every other pair.
+        // Each side goes first in every other pair.
         const bool display_first = pair % 2 == 0;
         Usage ours;
         Usage shell;

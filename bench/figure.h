@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// How every measuring program tells a figure: as one line of words between tabs, which
-// scripts/bench makes a table of.
+// How every measuring program reports a figure: as one line of tab-separated fields, which
+// scripts/bench formats as a table.
 #pragma once
 
 #include <algorithm>
@@ -16,7 +16,7 @@ struct Figure {
     std::string unit;
     double limit = 0;
     std::string remark = {};
-    bool exact = false; ///< the limit is the value expected
+    bool exact = false; ///< the limit is the expected value
 };
 
 inline void print(const Figure& figure) {

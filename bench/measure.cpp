@@ -28,7 +28,7 @@ std::vector<char*> pointers_to(const std::vector<std::string>& command) {
     return words;
 }
 
-/// What a child is started with: all standard descriptors on /dev/null.
+/// How a child is started: all standard descriptors on /dev/null.
 class Quiet {
   public:
     Quiet() {
@@ -115,7 +115,7 @@ long peak_memory_kib(const std::vector<std::string>& command, const std::string&
         } else if (!started) {
             ::ptrace(PTRACE_SETOPTIONS, pid, nullptr, PTRACE_O_TRACEEXIT | PTRACE_O_EXITKILL);
             started = true;
-            signal = 0; // the stop at the beginning of the program
+            signal = 0; // the stop at the start of the program
         }
         ::ptrace(PTRACE_CONT, pid, nullptr, signal);
     }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Measuring one run of a program from outside. All figures are those of the program alone: what its
-// children use is never in them.
+// Measures one run of a program from outside. All figures are those of the program alone, without
+// its children.
 #pragma once
 
 #include <string>
@@ -14,14 +14,14 @@ struct Usage {
     int exit_status = -1;  ///< -1 when it was not measured
 };
 
-/// Runs a program to its end, input and outputs on /dev/null. The processor time is read from the
-/// program's own processor clock while it is a zombie: exact to the scheduler's nanosecond, and
+/// Runs a program to its end with input and outputs on /dev/null. The processor time is read from
+/// the program's processor clock while it is a zombie: exact to the scheduler's nanosecond, and
 /// without its children, whose time only wait(2) would add.
 Usage run_measured(const std::vector<std::string>& command);
 
-/// The most memory in KiB that a program ever has resident: VmHWM of /proc, read when it is about
-/// to exit (a tracer is told of that moment). rusage would give the largest of the program, its
-/// children and whoever started it. `proc` is where procfs is. 0 when it cannot be read.
+/// The peak resident memory of a program in KiB: VmHWM in /proc, read when it is about to exit (a
+/// tracer is notified of that). rusage would give the largest of the program, its children and its
+/// parent. `proc` is where procfs is mounted. 0 when it cannot be read.
 long peak_memory_kib(const std::vector<std::string>& command, const std::string& proc);
 
 } // namespace zav::bench

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Every parser over a text and over one of ten times its lines: the times' ratio tells whether it
-// is linear.
+// Every parser on a text and on one with ten times its lines: the ratio of the times shows whether
+// it is linear.
 #include "actions/arrays/recovery.h"
 #include "base/file.h"
 #include "base/key_value.h"
@@ -38,7 +38,7 @@ namespace zav::bench {
 
 namespace {
 
-constexpr int short_text = 200; // lines; the longer text's records too stay within a cache
+constexpr int short_text = 200; // lines; the records of the longer text fit in a cache too
 constexpr int times_longer = 10;
 constexpr int rounds = 15;
 constexpr double most_time = 11;
@@ -80,7 +80,7 @@ std::string slot_line(int number) {
                        disk_name(number).c_str());
 }
 
-/// A file of the text, made once for each.
+/// A file with the text, made once per text.
 class TextFiles {
   public:
     TextFiles() = default;
@@ -141,7 +141,7 @@ Parse fill(Parsing parsing) {
 
 std::vector<Parser> text_parsers() {
     static TextFiles files;
-    constexpr int file_lines = 1000; // else opening the file is most of the time
+    constexpr int file_lines = 1000; // with fewer, opening the file takes most of the time
     const auto any_line = [](int i) { return format_text("key%05d : value\n", i); };
     const auto item = [](int i) { return format_text("\tkey%05d = value\n", i); };
     return {
@@ -253,7 +253,7 @@ std::string mount_line(int number) {
 }
 
 std::vector<Parser> pool_parsers() {
-    constexpr int pools = 410; // ten times that are 4,100
+    constexpr int pools = 410; // ten times that is 4,100
     return {
         {"lvdisplay", pool_line, "",
          [](const std::string& text) {
@@ -351,8 +351,8 @@ int measure() {
 } // namespace zav::bench
 
 int main(int argc, char** argv) {
-    // Memory that goes back to the system and comes anew page by page with each run would be
-    // measured with the longer text only.
+    // Memory that is returned to the system and faulted in again with each run would count for the
+    // longer text only.
     ::mallopt(M_TRIM_THRESHOLD, INT_MAX);
     ::mallopt(M_MMAP_THRESHOLD, INT_MAX);
     std::vector<char*> arguments(argv, argv + argc);

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* The least that a static program costs. */
+/* The minimum cost of a static program. */
 int main(void) {
     return 0;
 }

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: MIT */
-/* status_page - prints the appliance's status page: what a front end shows first. It uses nothing
- * but the library's C interface; what cannot be told is shown with its code. */
+/* status_page - prints the appliance's status page, as a front end would show it first. Uses only
+ * the library's C interface; a value that cannot be read is shown as its code. */
 #include "zav/zav_status.h"
 
 #include <stdio.h>

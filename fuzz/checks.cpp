@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the checks of arguments let through holds only what it may.
+// Arguments that pass a check contain only allowed characters.
 #include "base/checks.h"
 
 #include "fuzz.h"
@@ -19,7 +19,7 @@ bool consists_of(std::string_view text, std::string_view characters) {
     return text.find_first_not_of(characters) == text.npos;
 }
 
-/// A result is one of three, and 0 just for 1 to `longest` of the characters.
+/// A check has one of three results, and 0 exactly for 1 to `longest` of the characters.
 void check_result(int result, std::string_view text, std::size_t longest,
                   std::string_view characters) {
     const bool good_length = !text.empty() && text.size() <= longest;

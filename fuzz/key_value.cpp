@@ -44,8 +44,8 @@ bool is_within(std::string_view text, std::string_view forbidden) {
     return text.find_first_of(forbidden) == text.npos && text == trim_right(skip_blanks(text));
 }
 
-/// Whether the format can hold the item at all: what ends a line, begins a comment or a header,
-/// joins lines or separates key and value has its meaning for it.
+/// Whether the format can hold the item: it must not contain what ends or joins lines, begins a
+/// comment or a header, or separates key and value.
 bool can_be_held(const Item& item) {
     constexpr std::string_view line_ends("\n\r\f\x1a\0", 5);
     return !item.section.empty() && is_within(item.section, line_ends) && !item.key.empty() &&
@@ -55,7 +55,7 @@ bool can_be_held(const Item& item) {
            item.key.size() + item.value.size() + 4 <= longest_line;
 }
 
-/// Whether the text has a line that a line feed does not end: it gets one with every rewriting.
+/// Whether the text has a line that does not end in a line feed: rewriting adds one.
 bool has_cut_line(std::string_view text) {
     std::size_t length = 0;
     for (const char c : text) {

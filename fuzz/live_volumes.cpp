@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What pvdisplay prints, and how the volumes of a backup stand to it.
+// What pvdisplay prints, and how the volumes of a backup relate to it.
 #include "base/text.h"
 #include "fuzz.h"
 #include "sources/lvm.h"
@@ -32,7 +32,7 @@ PvState state(const live_pv_list& live, std::string_view id, std::string_view de
     return pv_state(volume, live);
 }
 
-// The state of a volume with the id of `volume`, the first that has it.
+// The state of the first volume with the id of `volume`.
 void check_states(const live_pv_list& live, const live_pv& volume) {
     const std::string_view name = volume.pvname;
     require(state(live, volume.uuid, name) ==

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// /proc/mdstat: the names of the arrays, and their progress against a plain search.
+// /proc/mdstat: the names of the arrays, and their progress compared with a plain search.
 #include "sources/mdstat.h"
 
 #include "base/text.h"
@@ -55,7 +55,7 @@ void run(std::string_view input) {
     for (const std::string& name : parse_mdstat_names(input)) {
         require(name.starts_with("md") && is_plain_name(name), "an array has a plain name");
         if (++looked_up > 32) {
-            continue; // the plain search reads everything for each
+            continue; // the plain search reads the whole text for each name
         }
         const std::string found = progress.of(name);
         // Beyond 2^53 the figure is printed rounded.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The device table that an array is created from again, and that of a superblock.
+// The device table that an array is re-created from, and the table of a superblock.
 #include "base/text.h"
 #include "fuzz.h"
 #include "sources/mdadm.h"

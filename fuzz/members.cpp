@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Member lists of an array. Input: the array's type, its members, a list to compare them with,
-// then the names of the disks, one a line.
+// then the names of the disks, one per line.
 #include "base/text.h"
 #include "fuzz.h"
 #include "inventory/array_members.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The option parser, with rules and arguments of every kind. The rules that end the process when
-// they are broken are left out. Input: the rules as pairs of a kind and letters, then the
-// arguments, one a line.
+// The option parser, with rules and arguments of every kind, except rules that end the process when
+// they are broken. Input: the rules as pairs of a kind and letters, then the arguments, one per
+// line.
 #include "applets/options.h"
 
 #include "fuzz.h"
@@ -79,7 +79,7 @@ void run(std::string_view input) {
     const char* level = nullptr;
     OptionList list;
     int counter = 0;
-    optind = 0; // begins anew
+    optind = 0; // getopt starts over
     opterr = 0;
     const auto count = static_cast<int>(arguments.size());
     const std::uint32_t flags =

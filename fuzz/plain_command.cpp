@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What is started without a shell must mean to a shell just what its words say.
+// A command that is started without a shell must mean the same to a shell.
 #include "base/command.h"
 #include "base/text.h"
 #include "fuzz.h"
@@ -22,7 +22,7 @@ void run(std::string_view input) {
     if (!command) {
         return;
     }
-    // Put together again in the order of the text: words and redirections are all there is.
+    // Reassembled in the order of the text: there is nothing but words and redirections.
     auto word = command->words.begin();
     auto redirection = command->redirections.begin();
     const auto pieces = split(input, " ");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The share register and the services' files: what is read and written again is the same.
+// The share register and the services' files: reading and writing them changes nothing.
 #include "base/codes.h"
 #include "base/file.h"
 #include "base/text.h"
@@ -34,13 +34,13 @@ std::string joined(const share_list& list,
     return text;
 }
 
-/// Whether every line that is written is short enough to be read as one.
+/// Whether every written line is short enough to be read as one line.
 bool has_short_lines(std::string_view text) {
     return std::ranges::all_of(split(text, "\n"),
                                [](std::string_view line) { return line.size() < 255; });
 }
 
-/// Text that was written from records that were read gives the same text again.
+/// A text written from parsed records, parsed and written again, stays the same.
 void check_round_trip(std::string_view input, Parse parse,
                       const std::function<Lines(const share_info&)>& lines_of) {
     share_list list;
@@ -52,7 +52,7 @@ void check_round_trip(std::string_view input, Parse parse,
     }
     share_list again;
     if (parse(once, again) != 0) {
-        return; // a name or a comment that the file cannot carry: never written by a command
+        return; // a name or a comment that the file cannot hold: no command writes it
     }
     const std::string twice = joined(again, lines_of);
     share_list third;

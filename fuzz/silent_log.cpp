@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The log of a fuzzer: nowhere. Stands in for frame/log.cpp, so that no run touches the machine's.
+// A log that writes nothing. Replaces lib/base/log.cpp, so that no run touches the machine's log.
 #include "base/log.h"
 
 namespace zav {

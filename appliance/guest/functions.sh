@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=sh
-# What scripts inside the appliance share; they read it from /usr/local/lib/appliance.sh.
+# Functions for scripts inside the appliance, installed as /usr/local/lib/appliance.sh.
 
-# throttle_rebuild, release_rebuild: hold rebuilds back so that they can be looked at, let them run.
+# throttle_rebuild, release_rebuild: slow rebuilds down so that they can be observed; let them run.
 throttle_rebuild() {
     echo 100 >/proc/sys/dev/raid/speed_limit_min
     echo 2000 >/proc/sys/dev/raid/speed_limit_max
@@ -13,7 +13,7 @@ release_rebuild() {
     echo 2000000 >/proc/sys/dev/raid/speed_limit_min
 }
 
-# rebuild_of ARRAY: set "rebuild" to how far its rebuild is, as /proc/mdstat says it, or to nothing.
+# rebuild_of ARRAY: set "rebuild" to the progress in /proc/mdstat, or to nothing.
 rebuild_of() {
     rebuild=
     found=
@@ -32,7 +32,7 @@ rebuild_of() {
     done </proc/mdstat
 }
 
-# redundant ARRAY: true when no member is missing and no rebuild is to be done.
+# redundant ARRAY: true if no member is missing and no rebuild is pending.
 redundant() {
     [ -r "/sys/block/$1/md/degraded" ] || return 1
     read -r degraded <"/sys/block/$1/md/degraded"
@@ -41,13 +41,13 @@ redundant() {
     [ "$degraded $resync $action" = "0 none idle" ]
 }
 
-# uptime_seconds: set "now".
+# uptime_seconds: set "now" to the uptime in seconds.
 uptime_seconds() {
     read -r now _ </proc/uptime
     now=${now%.*}
 }
 
-# wait_until_redundant ARRAY SECONDS: false when that takes longer.
+# wait_until_redundant ARRAY SECONDS: false if that takes longer.
 wait_until_redundant() {
     uptime_seconds
     deadline=$((now + $2))
@@ -58,15 +58,15 @@ wait_until_redundant() {
     done
 }
 
-# pull_disk DISK: take it out while the machine runs.
+# pull_disk DISK: remove the disk while the machine runs.
 pull_disk() {
     echo 1 >"/sys/block/$1/device/delete"
     while [ -b "/dev/$1" ]; do sleep 0.02; done
     mvsata-status
 }
 
-# plug_disk SLOT: put the disk of that slot (0, 1, ...) in again, and set "plugged" to its name,
-# which is another one as long as an array still holds the one before.
+# plug_disk SLOT: insert the disk of that slot (0, 1, ...) again, and set "plugged" to its name,
+# which is a new one as long as an array still holds the old one.
 plug_disk() {
     logical_unit=/sys/kernel/config/target/loopback/naa.6001405000000001/tpgt_1/lun/lun_$1
     rm "$logical_unit/disk"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The options of every applet: their settings, their bits, and what excludes or needs what.
+// The options of every applet: settings, bits, exclusions and requirements.
 #include "applets/applets.h"
 #include "applets/options/option_fixture.h"
 
@@ -93,7 +93,7 @@ const Settings all_settings[] = {
      {{'C', 0x1}, {'S', 0x2}, {'D', 0x4}, {'n', 0x8}, {'c', 0x10}, {'d', 0x20}}},
 };
 
-// The targets that the applet with the most arguments needs.
+// With as many targets as the applet with the most arguments needs.
 std::uint32_t parse_for(const char* applet, const std::vector<std::string>& words) {
     const char* text = nullptr;
     return parse(applet_options(applet), words, {&text, &text, &text, &text, &text, &text, &text});
@@ -101,7 +101,7 @@ std::uint32_t parse_for(const char* applet, const std::vector<std::string>& word
 
 class AppletOptions : public testing::TestWithParam<Settings> {
   protected:
-    // The option with an argument when it takes one.
+    // The option, with an argument if it takes one.
     static std::vector<std::string> given(char letter) {
         const std::string taking = GetParam().short_options;
         std::vector<std::string> words = {std::string("-") + letter};
@@ -140,10 +140,10 @@ TEST_P(AppletOptions, LongOptionsStandForLetters) {
 TEST_P(AppletOptions, EachLetterSetsItsBit) {
     for (const auto& [letter, bit] : GetParam().bits) {
         std::vector<std::string> words = given(letter);
-        words.insert(words.begin(), "-S"); // a mode, which every applet needs
+        words.insert(words.begin(), "-S"); // every applet needs a mode
         std::uint32_t expected = GetParam().bits.at('S') | bit;
         if (std::string(GetParam().applet) == "diskmanage" && letter == 'H') {
-            words.insert(words.end(), {"-a", "1"}); // which it needs in turn
+            words.insert(words.end(), {"-a", "1"}); // required by -H
             expected |= GetParam().bits.at('a');
         }
         EXPECT_EQ(parse_for(GetParam().applet, words) & ~conflict_bit, expected) << letter;
@@ -162,7 +162,7 @@ TEST_P(AppletOptions, EachLongOptionSetsTheBitOfItsLetter) {
     }
 }
 
-// Which letters conflict when the second of them is read.
+// The pairs of letters that conflict when the second one is parsed.
 const std::map<std::string, std::vector<std::string>> conflicts = {
     {"diskmanage", {"SH", "SI", "HS", "HI", "IS", "IH", "ra"}},
     {"disksmart", {}},
@@ -181,7 +181,7 @@ TEST_P(AppletOptions, EachPairOfLettersConflictsOrNot) {
         std::vector<std::string> words = given(first);
         const std::vector<std::string> more = given(second);
         words.insert(words.end(), more.begin(), more.end());
-        words.emplace_back("--unknown"); // so that a missing mode is not looked at
+        words.emplace_back("--unknown"); // so that a missing mode does not matter
         return parse_for(GetParam().applet, words);
     };
     PrivateRoot root;
@@ -201,7 +201,7 @@ TEST_P(AppletOptions, EachPairOfLettersConflictsOrNot) {
     EXPECT_TRUE(result.has_returned);
 }
 
-// What an applet needs besides, seen from outside: the usage instead of anything else.
+// Whether missing requirements make the applet print its usage and nothing else.
 bool shows_usage_of(const char* applet, std::vector<std::string> words) {
     PrivateRoot root;
     words.insert(words.begin(), applet);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The usage texts, to the letter: front ends and manuals quote them, misspellings included.
+// The exact usage texts: front ends and manuals quote them, misspellings included.
 #include "applets/applet_texts.h"
 #include "applets/applets.h"
 #include "private_root.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The table of applets and how one of them is run.
+// The table of applets, and running one of them.
 #include "applets/applets.h"
 #include "private_root.h"
 
@@ -56,7 +56,7 @@ Result run_applet(std::vector<std::string> words) {
     PrivateRoot root;
     return root.call([&] {
         std::vector<char*> arguments = argument_vector(words);
-        optind = 0; // getopt starts afresh
+        optind = 0; // getopt starts over
         applet_run(words[0].c_str(), static_cast<int>(words.size()), arguments.data());
         return 0;
     });

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The one executable: which request or applet a command line means, and how it ends.
+// The executable: which request or applet a command line selects, and how it ends.
 #include "private_root.h"
 
 #include <cerrno>
@@ -32,7 +32,7 @@ Result run(const std::vector<std::string>& arguments, const RunOptions& options 
     return result;
 }
 
-// What every outcome of the dispatcher itself looks like.
+// The output of a request to the dispatcher itself, which always ends with status 0.
 std::string printed(const std::vector<std::string>& arguments, const RunOptions& options = {}) {
     PrivateRoot root;
     const Result result = root.run(arguments, options);
@@ -62,7 +62,7 @@ TEST(Dispatcher, ShowsItsThreeVersions) {
                                       "SVN version:\t360\n");
 }
 
-TEST(Dispatcher, TakesVersionWithAnotherWordForAnApplet) {
+TEST(Dispatcher, TreatsVersionWithAnotherWordAsAnApplet) {
     EXPECT_EQ(printed({"--version", "now"}), "applets '--version' not found\n");
 }
 
@@ -74,7 +74,7 @@ TEST(Dispatcher, ShowsItsUsageForHelp) {
     EXPECT_EQ(printed({"--help"}), usage_of("zavbox"));
 }
 
-TEST(Dispatcher, TakesHelpWithAnotherWordForAnApplet) {
+TEST(Dispatcher, TreatsHelpWithAnotherWordAsAnApplet) {
     EXPECT_EQ(printed({"--help", "mdmanage"}), "applets '--help' not found\n");
 }
 
@@ -83,7 +83,7 @@ TEST(Dispatcher, ShowsTheWholePathThatItWasStartedUnder) {
     EXPECT_EQ(printed({"--help"}, {.argv0 = "/100%s/"}), usage_of("/100%s/"));
 }
 
-TEST(Dispatcher, KnowsNoAppletOfAnotherName) {
+TEST(Dispatcher, ReportsAnUnknownApplet) {
     for (const char* name : {"nomanage", "MDMANAGE", "mdmanag", "mdmanagee", "", " mdmanage", "-s",
                              "%s%n", "--versio", "/usr/bin/mdmanage"}) {
         EXPECT_EQ(printed({name}), std::string("applets '") + name + "' not found\n");
@@ -118,7 +118,7 @@ TEST(Dispatcher, SurvivesAnEmptyArgumentList) {
         return status;
     });
     EXPECT_EQ(result.returned, 0);
-    // Newer kernels put an empty text in the place of the missing name.
+    // Newer kernels substitute an empty string for the missing name.
     EXPECT_THAT(result.out, testing::AnyOf(usage_of(""), "applets '' not found\n"));
 }
 
@@ -126,8 +126,8 @@ TEST(Dispatcher, WorksWithoutAnyOpenDescriptor) {
     EXPECT_EQ(run({"--version"}, {.closed = {0, 1, 2}}).exit_status, 0);
 }
 
-TEST(Dispatcher, PassesTheStatusOfAnAppletOnModulo256) {
-    PrivateRoot root; // without disks: the array list cannot be had
+TEST(Dispatcher, PassesOnTheStatusOfAnAppletModulo256) {
+    PrivateRoot root; // without disks the array list cannot be built
     root.allow_unexpected();
     const Result result = root.run({"mdmanage", "-S"});
     EXPECT_EQ(result.out, "for errno '-422'\n");

@@ -23,7 +23,7 @@ const std::vector<std::string> names = {"diskmanage", "disksmart", "fsmanage",  
 constexpr const char* program = "/usr/bin/program"; // on the same file system as the links
 constexpr const char* success = "zavbox links install success\n";
 
-// A root in which the program is a file of the tree itself.
+// A root in which the program is a file of the tree.
 class InstallRoot : public PrivateRoot {
   public:
     InstallRoot() {
@@ -98,7 +98,7 @@ TEST(Install, AcceptsLinksThatAreThereAlready) {
     EXPECT_TRUE(root.is_hard_link("mdmanage"));
 }
 
-TEST(Install, LeavesAnotherFileOfTheNameAloneWithoutAWord) {
+TEST(Install, LeavesAnotherFileOfTheNameAloneSilently) {
     InstallRoot root;
     root.file("/usr/bin/mdmanage", "of somebody else\n");
     EXPECT_EQ(root.install({}).out, success);
@@ -107,15 +107,15 @@ TEST(Install, LeavesAnotherFileOfTheNameAloneWithoutAWord) {
 }
 
 TEST(Install, NamesEachLinkThatFailsWithoutALineEndAndSaysSuccess) {
-    PrivateRoot root; // the program lies on another file system than the links
+    PrivateRoot root; // the program is on another file system than the links
     const Result result = root.run({"--install"});
     EXPECT_EQ(result.out, errors_for_all() + success);
     EXPECT_EQ(result.exit_status, 0);
 }
 
-TEST(Install, GoesOnAfterALinkThatFails) {
+TEST(Install, ContinuesAfterALinkThatFails) {
     InstallRoot root;
-    root.directory("/usr/bin/mdmanage"); // EEXIST: no error
+    root.directory("/usr/bin/mdmanage"); // EEXIST is not an error
     root.read_only("/usr/bin");
     EXPECT_EQ(root.install({"-s"}).out,
               "error:/usr/bin/diskmanageerror:/usr/bin/disksmarterror:/usr/bin/fsmanage"

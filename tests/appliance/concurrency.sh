@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash disable=SC2154  # run sets output and status
-# Several zavbox at once.
+# Several instances of zavbox at once.
 
 test_two_creations_never_take_one_name() {
     local first=0 second=0
@@ -11,7 +11,7 @@ test_two_creations_never_take_one_name() {
     wait "$one" || first=$?
     wait "$two" || second=$?
     run echo "first: $first $(cat /tmp/first), second: $second $(cat /tmp/second)"
-    # The other one meets the reservation (-412), or the array if it comes after it (-2031).
+    # The other one finds the name reserved (-412), or taken if it comes later (-2031).
     expect_line "first: 0 , second: (100|17) for errno '-(412|2031)'|first: (100|17) for errno '-(412|2031)', second: 0 "
     run grep -c '^md' /proc/mdstat
     expect 0 1

@@ -6,7 +6,7 @@ disk_row() {
     printf "'%s'\t'%s'\t'1'\t'running'\t'%s'\t''\t'0'\t%s" "$1" "$2" "$3" "$4"
 }
 
-# expect_disk NAME CHANNEL END: "diskmanage --display" shows the disk with a row that ends so.
+# expect_disk NAME CHANNEL END: "diskmanage --display" shows the disk in a row with that end.
 expect_disk() {
     local model
     model=$(sed 's/ *$//' "/sys/block/$1/device/model")
@@ -61,7 +61,7 @@ test_a_disk_becomes_a_hot_spare_and_an_ordinary_disk_again() {
     expect_code -204
 }
 
-test_a_disk_in_use_becomes_no_hot_spare() {
+test_a_disk_in_use_is_refused_as_a_hot_spare() {
     create_array md1 1 1,2
     run zavbox diskmanage --hotspare -a 1
     expect_code -201
@@ -83,8 +83,8 @@ test_init_marks_a_member_faulty_and_leaves_the_array_its_disk() {
     expect 0 "disk : ch = 1, devcie = 0, name = sda"
     run member_state md1 sda
     expect 0 faulty
-    # The appliance's diskformat refuses a disk that something holds; the log tells.
-    expect_that "the log tells" grep -qF "system(\"/usr/local/bin/diskformat /dev/sda\") return normal with exit(1)" "$log_file"
+    # The appliance's diskformat refuses a disk that an array holds; this is logged.
+    expect_that "this is logged" grep -qF "system(\"/usr/local/bin/diskformat /dev/sda\") return normal with exit(1)" "$log_file"
     run zavbox mdmanage -r 1 md1
     expect 0
     run zavbox diskmanage --init -n 1

@@ -34,7 +34,7 @@ test_a_group_on_single_disks_clears_them() {
     expect_line "'sda'	'1'	'1'	'running'	'.*'	''	'0'	''	'1'	'NH'"
 }
 
-test_what_is_used_becomes_no_volume() {
+test_disks_and_arrays_in_use_are_refused_as_volumes() {
     create_array md1 1 1,2
     run zavbox vgmanage --create -n vg1 -c md1
     expect 0
@@ -68,14 +68,14 @@ for errno '-2047'"
     expect_that "the pool is there" test -e /dev/vg1/pool
 }
 
-# The substitute for a volume gets its UUID, which today's LVM refuses while the volume is there.
-test_a_group_on_single_disks_is_not_brought_back_by_todays_lvm() {
+# A substitute gets the UUID of its volume, which today's LVM refuses while the volume exists.
+test_a_group_on_single_disks_is_not_restored_by_todays_lvm() {
     run zavbox vgmanage --create -n vg1 -c 1
     expect 0
     run zavbox vgmanage --delete -n vg1
     expect $((-301 & 255)) "raid restore 'vg1' fail
 for errno '-301'"
-    expect_that "the log tells why" grep -q "vg_raid_resume.*return with -3" "$log_file"
+    expect_that "the reason is logged" grep -q "vg_raid_resume.*return with -3" "$log_file"
     rm /etc/lvm/backup/vg1
     run zavbox vgmanage --delete -n vg1
     expect 0 "file '/etc/lvm/backup/vg1' cannot open"

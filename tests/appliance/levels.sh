@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash disable=SC2154  # run sets output and status
-# The five levels: created from channels by the real mdadm, listed, deleted.
+# The five levels: created by the real mdadm, listed, deleted.
 
 test_a_raid5_has_a_bitmap_and_shows_its_progress_until_it_is_clean() {
     run zavbox mdmanage --create -n md1 -l 5 -d 0 1,2,3
@@ -53,7 +53,7 @@ test_a_raid6_of_four_disks_has_no_bitmap() {
 
 test_a_linear_array_is_listed_as_jbod() {
     run zavbox mdmanage --create -n data -l jbod -d 0 1,2
-    # An array device can only be called md...: mdadm refuses the name.
+    # Array devices must be named md...: mdadm refuses the name.
     expect_code -416
     run zavbox mdmanage --create -n md2 -l JBOD -d 0 1,2
     expect 0
@@ -93,7 +93,7 @@ test_foreground_initialisation_ends_when_the_array_is_in_sync() {
     expect 0
 }
 
-test_deleting_prepares_the_former_members() {
+test_deleting_clears_the_former_members() {
     create_array md1 5 1,2,3
     run zavbox mdmanage --delete -n md1
     expect_status 0

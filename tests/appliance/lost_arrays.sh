@@ -1,10 +1,11 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash disable=SC2154  # run sets output and status
-# Groups whose array has lost more disks than it can do without: LVM lets go of them by RAM disks.
+# Groups on arrays that have lost more disks than their level tolerates: RAM disks replace the
+# arrays, so that LVM can delete the groups.
 
 lose_array() {
     mdadm --quiet /dev/md1 -f /dev/sda
-    # It says "busy" and marks the member all the same.
+    # mdadm says "busy" but marks the member nevertheless.
     mdadm --quiet /dev/md1 -f /dev/sdb || true
 }
 
@@ -24,7 +25,7 @@ test_a_pool_on_a_lost_array_is_deleted() {
     expect_that "not mounted" test -z "$(grep vg1 /proc/mounts)"
     run zavbox vgmanage --display
     expect_line 'vg1	resizable		1G	0G	ram2'
-    # A second substitute for the same volume is what today's LVM refuses.
+    # Today's LVM refuses a second substitute for the same volume.
     run zavbox vgmanage --delete -n vg1
     expect_status $((-301 & 255))
     mv /etc/lvm/backup/vg1 /etc/lvm/backup.vg1

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash disable=SC2154  # run sets output and status
-# Members that fail, leave and join.
+# Members that fail, are removed and added.
 
 test_a_failed_member_is_removed_and_replaced() {
     create_array md1 5 1,2,3
@@ -19,14 +19,14 @@ test_a_failed_member_is_removed_and_replaced() {
     expect_no_log
 }
 
-test_a_disk_more_than_needed_is_a_spare() {
+test_an_extra_disk_is_a_spare() {
     create_array md1 1 1,2
     run zavbox mdmanage -a 3 md1
     expect 0
     expect_row md1 raid1 "clean, resyncing" "$progress" 1GB "1,2,3(S)" 3
 }
 
-test_a_mirror_that_lost_a_disk_goes_on() {
+test_a_mirror_that_lost_a_disk_keeps_running() {
     create_array md1 1 1,2
     finish_rebuild md1
     run mdadm /dev/md1 -f /dev/sda
@@ -61,7 +61,7 @@ test_removing_a_member_in_sync_is_refused() {
     expect_row md1 raid6 "clean, resyncing" "$progress" 2GB 1,2,3,4 None
 }
 
-test_removing_what_is_no_member_is_refused() {
+test_removing_a_disk_that_is_not_a_member_is_refused() {
     create_array md1 1 1,2
     run zavbox mdmanage -r 5 md1
     expect_code -2033
@@ -73,7 +73,7 @@ test_removing_what_is_no_member_is_refused() {
     expect_code -2038
 }
 
-test_a_stripe_takes_and_gives_no_disk() {
+test_a_stripe_neither_takes_nor_gives_up_disks() {
     create_array md1 0 1,2
     run zavbox mdmanage -a 3 md1
     expect_code -2037

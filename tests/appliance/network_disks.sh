@@ -21,7 +21,7 @@ test_a_network_disk_is_known_by_its_label() {
     umount /mnt/netdisk/disk
     run zavbox netmanage --display
     expect_line 'disk	/mnt/netdisk/disk	umount	.*	netdisk	N.A.'
-    # What udev does elsewhere.
+    # The link that udev creates elsewhere.
     mkdir -p /dev/disk/by-label
     ln -s ../../sdd /dev/disk/by-label/disk
     run zavbox netmanage --repair -n disk
@@ -42,14 +42,14 @@ test_a_network_disk_of_another_model_has_reiserfs() {
     expect 0
     expect_that "mounted" grep -q "^/dev/sdd /mnt/netdisk/disk reiserfs " /proc/mounts
     umount /mnt/netdisk/disk
-    # Its device is not known any more: it is not cleared.
+    # Its device is no longer known, so it is not cleared.
     run zavbox netmanage --delete -n disk
     expect 0
     expect_log "network disk 'disk' is not mounted: its device is not cleared"
     expect_that "the data is there" test -n "$(wipefs --noheadings /dev/sdd)"
 }
 
-test_a_disk_in_use_becomes_no_network_disk() {
+test_a_disk_in_use_is_refused_as_a_network_disk() {
     local model
     empty_registers
     create_array md1 1 1,2

@@ -7,7 +7,7 @@ fs_header='name	mntpoint	status	allsize	usedsize	ownername	device
 lv_header='lvname	status	allsize	usedsize	vgname	device
 *****************************************************'
 
-# expect_fs_list TEXT: a display ends with -1, which front ends know.
+# expect_fs_list TEXT: the last command printed the list and ended with -1, as displays always do.
 expect_fs_list() {
     expect $((-1 & 255)) "$1"
 }
@@ -75,7 +75,7 @@ test_a_pool_of_another_model_has_reiserfs() {
     expect_fs_list "$fs_header
 /dev/vg1/pool	/mnt/vg1/pool	available	1023M	32M	vg1	0"
     echo kept >/mnt/vg1/pool/file
-    # Today's reiserfsck ends with 1 on a file system without a fault.
+    # Today's reiserfsck exits with 1 on a healthy file system.
     run zavbox fsmanage --repair -n pool -g vg1
     expect_code -509
     expect_that "mounted again" is_mounted reiserfs

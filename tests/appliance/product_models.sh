@@ -12,7 +12,7 @@ test_a_vel7205u_lists_what_the_controller_tool_reports() {
     use_model VEL7205U
     run zavbox mdmanage --display
     expect_status 0
-    # This product's disks have no kernel names, so no channels come out of the members.
+    # This product's disks have no kernel names, so the members have no channels.
     expect_line 'md1	raid5	clean	100%	md1	2GB	0GB		None'
     mdadm -q /dev/md1 -f /dev/sda
     run zavbox mdmanage --display -n md1

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash disable=SC2154  # run sets output and status
-# What today's kernel and mdadm do in places where one might expect something else.
+# Unexpected behaviour of today's kernel and mdadm.
 
 test_failing_beyond_the_redundancy_is_reported_but_done() {
     create_array md1 5 1,2,3
@@ -11,7 +11,7 @@ test_failing_beyond_the_redundancy_is_reported_but_done() {
     expect_status 2
     run member_state md1 sdb
     expect 0 faulty,blocked
-    # Such a member counts as nothing: neither faulty nor in sync.
+    # Such a member counts neither as faulty nor as in sync.
     expect_row md1 raid5 inactive '100%' 2GB "1(F),2,3" None
     run zavbox mdmanage -r 2 md1
     expect_code -2036
@@ -66,8 +66,8 @@ test_removing_needs_the_long_option() {
     expect_that "through the wrapper it is gone" test ! -e /sys/block/md1/md/dev-sda
 }
 
-test_an_old_superblock_lists_a_failed_member_behind_the_others() {
-    # Recovery takes the members in the order of this list: here it would mix up the data.
+test_an_old_superblock_lists_a_failed_member_after_the_others() {
+    # Recovery takes the members in the order of this list, which would scramble the data here.
     mkdir -p /etc/mdadm
     echo 'CREATE metadata=0.90' >/etc/mdadm/mdadm.conf
     create_array md1 5 1,2,3

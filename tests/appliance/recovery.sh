@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash disable=SC2154  # run sets output and status
-# Bringing back an array.  Only superblocks of version 0.90 carry the table of members that
-# a lost one is found by.
+# Recovering an array.  Only superblocks of version 0.90 have the table of members by which a lost
+# member is found.
 
 use_old_superblocks() {
     mkdir -p /etc/mdadm
@@ -27,7 +27,7 @@ test_a_disk_that_came_back_under_another_name_is_found_by_its_superblock() {
     create_array md1 5 1,2,3
     finish_rebuild md1
     write_pattern
-    # Assembled again the array has nothing left to write, so that it does not notice the loss.
+    # An array that was just assembled has nothing to write, so it does not notice the loss.
     mdadm -q -S /dev/md1
     mdadm -q -A /dev/md1 /dev/sda /dev/sdb /dev/sdc
     pull_disk sdb
@@ -38,11 +38,11 @@ test_a_disk_that_came_back_under_another_name_is_found_by_its_superblock() {
     expect 0 "disk: /dev/sda
 disk: /dev/sdc"
     recovered_row "1,2,3(S)" 3
-    expect_that "the disk is in its old place" grep -q "$plugged\[1\]" /proc/mdstat
-    expect_that "the data is whole" pattern_is_there
+    expect_that "the disk is in its old slot" grep -q "$plugged\[1\]" /proc/mdstat
+    expect_that "the data is intact" pattern_is_there
 }
 
-test_an_array_with_a_failed_member_is_created_again_over_its_data() {
+test_an_array_with_a_failed_member_is_recreated_with_its_data() {
     create_array md1 5 1,2,3
     finish_rebuild md1
     write_pattern
@@ -53,10 +53,10 @@ test_an_array_with_a_failed_member_is_created_again_over_its_data() {
 disk: /dev/sdb
 disk: /dev/sdc"
     recovered_row "1,2,3(S)" 3
-    expect_that "the data is whole" pattern_is_there
+    expect_that "the data is intact" pattern_is_there
 }
 
-test_an_array_that_lost_a_disk_for_good_is_stopped_and_not_created_again() {
+test_an_array_that_lost_a_disk_for_good_is_stopped_and_not_recreated() {
     create_array md1 5 1,2,3
     finish_rebuild md1
     mdadm -q /dev/md1 -f /dev/sdb
@@ -72,7 +72,7 @@ for errno '-419'"
     expect_row md1 raid5 "clean, degraded" '100%' 2GB 1,3 None
 }
 
-test_a_new_superblock_does_not_tell_where_the_lost_disk_was() {
+test_a_new_superblock_does_not_show_where_the_lost_disk_was() {
     create_array md1 6 1,2,3,4
     finish_rebuild md1
     mdadm -q -S /dev/md1
@@ -85,7 +85,7 @@ test_a_new_superblock_does_not_tell_where_the_lost_disk_was() {
     expect_that "the array still runs" is_listed md1
 }
 
-test_recovering_a_mirror_makes_a_stripe_of_it() {
+test_recovering_a_mirror_turns_it_into_a_stripe() {
     create_array md1 1 1,2
     finish_rebuild md1
     mdadm -q /dev/md1 -f /dev/sdb

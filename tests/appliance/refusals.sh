@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash disable=SC2154  # run sets output and status
-# Creations that are refused, and what they leave as it was.
+# Requests that are refused and change nothing.
 
 test_a_disk_of_another_array_is_refused() {
     create_array md1 1 1,2

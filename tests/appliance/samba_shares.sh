@@ -9,7 +9,7 @@ samba_as() { # USER COMMANDS
     run smbclient -U "$1%secret" //localhost/pub -c "$2"
 }
 
-test_a_samba_share_is_used_by_whom_it_is_for() {
+test_a_samba_share_is_open_to_its_users_only() {
     create_group
     create_users
     run zavbox sharemanage --create -n pub -f samba -s 1 -u anna -c "for anna" vg1

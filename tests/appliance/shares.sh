@@ -45,7 +45,7 @@ test_an_nfs_share_is_exported() {
     mount_nfs
     expect_status 32
     expect_listed nfs /mnt/vg1/pub 10.0.0.1 ro '\(Null\)'
-    # The server holds on to what was mounted.
+    # The server keeps a pool busy that was mounted by a client.
     /etc/init.d/nfs stop
     run zavbox sharemanage --delete -n pub
     expect 0 "vg restore: no"
@@ -118,7 +118,7 @@ test_a_share_without_its_configuration_is_restored_and_repaired() {
     : >/etc/mdfstab
     run zavbox sharemanage --display
     expect 0 "$share_header"
-    # The pool is there: no room is needed for it.
+    # The pool exists, so no free space is needed.
     run zavbox sharemanage --restore -n pub -f samba -s 0 -u anna vg1
     expect 0
     expect_that "the data" grep -qx kept /mnt/vg1/pub/file
@@ -148,7 +148,7 @@ test_an_iscsi_share_has_a_pool_and_a_target() {
     expect_that "no pool" test -z "$(lvs --noheadings)"
 }
 
-test_a_share_that_is_refused_leaves_nothing() {
+test_a_refused_share_leaves_nothing() {
     create_group
     run zavbox sharemanage --create -n pub -f samba -s 5 vg1
     expect_code -2053

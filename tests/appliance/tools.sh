@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash disable=SC2154  # run sets output and status
-# The appliance's own tools, and the wrappers around tools that changed.
+# The appliance's own tools, and the wrappers around tools that have changed.
 
 is_blank() {
     [ -z "$(wipefs --noheadings "$1")" ]
@@ -23,7 +23,7 @@ test_hotspare_keeps_a_list_of_disks() {
     expect 0 "Global hotspare disk: sdc"
 }
 
-test_hotspare_refuses_what_is_no_free_disk() {
+test_hotspare_refuses_anything_but_a_free_disk() {
     run hotspare -a /dev/sdz
     expect 1 "hotspare: '/dev/sdz' is no disk"
     run hotspare -a /dev/ram2
@@ -35,7 +35,7 @@ test_hotspare_refuses_what_is_no_free_disk() {
     expect 0 "Global hotspare disk:"
 }
 
-test_changes_of_the_hot_spare_list_at_once_are_not_lost() {
+test_simultaneous_changes_of_the_hot_spare_list_are_not_lost() {
     local disk
     for disk in a b c d e f g h; do hotspare -a "/dev/sd$disk" & done
     wait
@@ -180,7 +180,7 @@ test_the_wrapped_mkfs_reiserfs_takes_a_label() {
     expect 0 nd2
 }
 
-test_the_wrapped_mdadm_hands_on_a_failed_creation() {
+test_the_wrapped_mdadm_passes_on_a_failed_creation() {
     run mdadm -C /dev/md1 --fg-init -l 1 -n 2 -R /dev/sda /dev/nosuch
     expect_that "mdadm's own status" test "$status" -ne 0
     expect_that "no array" test ! -e /sys/block/md1/md

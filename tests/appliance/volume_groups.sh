@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash disable=SC2154  # run sets output and status
-# Disks and arrays that carry a physical volume of the real LVM.
+# Disks and arrays with a physical volume of the real LVM.
 
 test_a_disk_in_a_physical_volume_is_refused() {
     pvcreate -qq /dev/sdb
@@ -32,7 +32,7 @@ test_an_array_with_a_volume_group_is_not_deleted() {
 
 test_an_active_volume_keeps_its_array_and_its_data() {
     create_array md1 5 1,2,3
-    # While it is rebuilt the kernel lets go of a failed disk only after a while.
+    # During a rebuild the kernel releases a failed disk only after a while.
     finish_rebuild md1
     pvcreate -qq /dev/md1
     vgcreate -qq vg1 /dev/md1

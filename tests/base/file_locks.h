@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A file that the test itself has locked, as another instance of the program would.
+// A file that the test itself has locked, like another instance of the program.
 #pragma once
 
 #include <chrono>
@@ -35,7 +35,7 @@ class LockedFile {
     LockedFile& operator=(const LockedFile&) = delete;
     ~LockedFile() { unlock(); }
 
-    // Whether another process comes to wait for the lock.
+    // Whether another process waits for the lock within ten seconds.
     [[nodiscard]] bool is_waited_for() const {
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
         while (std::chrono::steady_clock::now() < end) {

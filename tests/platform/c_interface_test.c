@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: MIT */
-/* Compiled as C: the getters serve C programs, which know nothing but their header. */
-#include "zav/system_status.h"
+/* Compiled as C: C programs use the getters with nothing but their header. */
 #include "platform/status_page.h"
+#include "zav/system_status.h"
 
 #include <stdio.h>
 #include <string.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The getters as a C program uses them.
+// The getters, called from C.
 #include "fixtures/status_root.h"
 #include "platform/status_page.h"
 

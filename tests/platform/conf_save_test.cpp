@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Which tool saves a changed configuration item, and what is said when it cannot.
+// The tool that saves a changed configuration item, and the messages when it fails.
 #include "fixtures/library.h"
 #include "platform/conf_save.h"
 #include "private_root.h"
@@ -33,7 +33,7 @@ class ConfSave : public testing::Test {
         return root_.call([item] { return conf_save(item); });
     }
 
-    // Messages, without the empty line behind each.
+    // Messages, without the empty line after each.
     std::vector<std::string> messages() const {
         std::vector<std::string> texts;
         if (root_.exists("/var/log/log.libzav")) {

@@ -115,7 +115,7 @@ TEST(StartTime, WithoutABufferFails) {
     EXPECT_EQ(code_without_buffer(root, starttime_get), -1004);
 }
 
-/// The three getters of the identity files behave alike, each with its own section, key and code.
+/// The three getters of the identity files differ only in section, key and code.
 struct Identity {
     const char* name;
     int (*getter)(char*, std::size_t);

@@ -101,7 +101,7 @@ TEST(PowerState, WithoutABufferFailsWhereThereIsASource) {
 
 class PowerTool : public testing::Test {
   public:
-    /// What the getter makes of the tool's output.
+    /// The getter's result for an output of the tool.
     Reading reading_of(const std::string& output, std::size_t size = 64) {
         root.tool(tool).on(tool).prints(output);
         return read_status(root, pwstate_get, size);

@@ -11,7 +11,7 @@ using testing::IsEmpty;
 constexpr char server_state[] = "/var/run/sys_state";
 constexpr char other_state[] = "/tmp/nas_state.conf";
 
-/// Both status files with both keys, each value telling where it stands.
+/// Both status files with both keys; each value names its place.
 void add_temperatures(PrivateRoot& root) {
     root.file(server_state, "[status]\n\ttemp = server\n\ttemp(cpu) = server cpu\n"
                             "[misc]\n\ttemp = wrong\n\ttemp(cpu) = wrong\n");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The probes: which process is asked for, and what each answer means.
+// The probes: the process that each looks for, and the meaning of each answer.
 #include "fixtures/status_root.h"
 #include "zav/service_state.h"
 
@@ -19,10 +19,10 @@ constexpr char busybox[] = "/bin/busybox";
 struct Probe {
     int (*probe)();
     const char* process;
-    const char* file; // its temporary one
+    const char* file; // its temporary file
 };
 
-// Samba is asked for twice and has tests of its own.
+// Samba takes two probes and has its own tests.
 const std::vector<Probe> probes = {
     {zav_status_get, "zav", "/tmp/zav_status.XXXXXX"},
     {nfs_status_get, "nfsd", "/tmp/nfs_status.XXXXXX"},
@@ -36,7 +36,7 @@ std::string pidof(const std::string& process, const std::string& file) {
 
 class ServiceState : public testing::Test {
   protected:
-    // The answer of pidof to whatever it is asked.
+    // The answer of pidof to every call.
     Rule pidof_answers() { return root.tool(busybox).any(); }
     int state(int (*probe)(), const RunOptions& options = {}) {
         run = root.call(probe, options);
@@ -44,7 +44,7 @@ class ServiceState : public testing::Test {
         EXPECT_EQ(run.out, "");
         return run.returned;
     }
-    // What a file with that content means.
+    // The state for a file with this content.
     int state_of(const std::string& content) {
         root.file("/tmp/state", content);
         return root.call([] { return share_status_get("/tmp/state"); }).returned;
@@ -85,7 +85,7 @@ TEST_F(ServiceState, OfSambaIsNotAskedFurtherWithoutItsFileDaemon) {
     EXPECT_EQ(run.commands.size(), 1U);
 }
 
-TEST_F(ServiceState, OfSambaIsWhateverTheSecondDaemonGives) {
+TEST_F(ServiceState, OfSambaIsThatOfTheSecondDaemon) {
     root.tool(busybox).on("/bin/busybox pidof smbd").prints("812\n");
     root.tool(busybox).on("/bin/busybox pidof nmbd");
     EXPECT_EQ(state(samba_status_get), -1011);
@@ -164,7 +164,7 @@ TEST_F(ServiceState, IsAFailureForTheLargestNumber) {
 }
 
 TEST_F(ServiceState, IsInTheFirst63Characters) {
-    EXPECT_EQ(state_of(std::string(62, ' ') + "-1\n"), 0); // "-" alone
+    EXPECT_EQ(state_of(std::string(62, ' ') + "-1\n"), 0); // only "-" is read
     EXPECT_EQ(state_of(std::string(61, ' ') + "-1\n"), -1);
 }
 
@@ -175,7 +175,7 @@ TEST_F(ServiceState, IsUnknownForAnEmptyFile) {
 
 TEST_F(ServiceState, IsUnknownForWhatIsNoFile) {
     for (const char* path : {"/tmp/none", "/tmp", "/etc/state"}) {
-        root.file("/etc/state", "812\n").read_only("/etc"); // may not be written
+        root.file("/etc/state", "812\n").read_only("/etc"); // not writable
         EXPECT_EQ(root.call([path] { return share_status_get(path); }).returned, -1011) << path;
     }
     EXPECT_EQ(root.log().size(), 3U);

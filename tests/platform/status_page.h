@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/** A status page as one of the appliance's C programs makes it: every getter, one line each. */
+/** A status page as a C program of the appliance would print it: every getter, one line each. */
 #pragma once
 
 #include <stddef.h>
@@ -8,7 +8,7 @@
 extern "C" {
 #endif
 
-/** Writes the page, cut to `size` bytes. Returns how many getters failed. */
+/** Writes the page, truncated to `size` bytes. Returns how many getters failed. */
 int make_status_page(char* page, size_t size);
 
 #ifdef __cplusplus

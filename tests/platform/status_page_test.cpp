@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The example program in C: the whole status page of an appliance.
+// The C example program: the whole status page of an appliance.
 #include "fixtures/status_root.h"
 
 namespace zav::test {
@@ -57,7 +57,7 @@ TEST_F(StatusPage, ShowsAnApplianceThatWorks) {
     root.expect_all_used();
 }
 
-TEST_F(StatusPage, ShowsWithItsCodeWhatABareSystemCannotTell) {
+TEST_F(StatusPage, ShowsCodesForWhatABareSystemLacks) {
     EXPECT_THAT(page(), MatchesRegex("host              \\(-1006\\)\n"
                                      "model             \\(-1001\\)\n"
                                      "software          \\(-1008\\)\n"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The use of memory and processor, the time.
+// Memory use, processor use, and the time.
 #include "fixtures/status_root.h"
 
 #include <csignal>
@@ -153,7 +153,7 @@ std::string time_text(std::time_t time) {
     return text;
 }
 
-TEST(SystemTime, IsTheLocalTimeOfNow) {
+TEST(SystemTime, IsTheCurrentLocalTime) {
     StatusRoot root;
     RunOptions options;
     options.environment["TZ"] = "EAST-3:30"; // 12600 seconds ahead

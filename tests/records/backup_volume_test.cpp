@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// How a volume of a backup stands to the volumes of now, and how those are shown.
+// How a volume of a backup relates to the live volumes, and how those are shown.
 #include "records/backup_volume.h"
 
 #include <gmock/gmock.h>
@@ -12,7 +12,7 @@ namespace {
 
 using Pairs = std::vector<std::pair<const char*, const char*>>;
 
-// The state of the volume "id" on `device`, with these UUIDs and names of now.
+// The state of the volume "id" on `device`, given the UUIDs and names of the live volumes.
 PvState state(const char* device, const Pairs& live) {
     backup_pv volume;
     volume.id = "id";

@@ -7,7 +7,7 @@
 namespace zav::test {
 namespace {
 
-TEST(NamesDisk, WhenATextBeginsWithTheDisksName) {
+TEST(NamesDisk, IfATextBeginsWithTheDisksName) {
     disk_info disk;
     disk.name = "sda";
     for (const char* text : {"sda", "sda(F)", "sda1", "sdaa"}) {
@@ -18,7 +18,7 @@ TEST(NamesDisk, WhenATextBeginsWithTheDisksName) {
     }
 }
 
-TEST(NamesDisk, ForNoTextOfANamelessDisk) {
+TEST(NamesDisk, NeverForANamelessDisk) {
     EXPECT_FALSE(names_disk("sda", disk_info()));
     EXPECT_FALSE(names_disk("", disk_info()));
 }

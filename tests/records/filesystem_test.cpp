@@ -110,7 +110,7 @@ TEST(FileSystemList, IsEmptyWhenDestroyed) {
     EXPECT_EQ(list.begin(), list.end());
 }
 
-TEST(FileSystemList, ThatIsNoneCannotBeDestroyed) {
+TEST(FileSystemList, ThatIsMissingCannotBeDestroyed) {
     CaptureStdout();
     EXPECT_EQ(fs_list_destroy(nullptr), -1);
     EXPECT_EQ(GetCapturedStdout(), "Can't destory NULL list\n");

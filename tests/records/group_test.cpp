@@ -52,7 +52,7 @@ TEST(GroupRow, IsFollowedByAnIndentedRowForEachPhysicalVolume) {
               "\t3\tAllocatable:yes \t0\t932G\t7G\tdata\n");
 }
 
-TEST(GroupRow, ShowsNoWordForWhatIsEmpty) {
+TEST(GroupRow, ShowsNoPlaceholderForEmptyValues) {
     const vginfo group;
     EXPECT_EQ(shown_by([&group] { vginfo_display(group); }), "\t\t\t0G\t0G\n");
 }

@@ -30,7 +30,7 @@ TEST(PoolList, CopiesOnePoolByItsWholePath) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "/dev/data/a\tavailable\t7G\t3G\tdata\t0\n");
 }
 
-TEST(PoolList, ThatIsMissingIsSaid) {
+TEST(PoolList, ThatIsMissingIsReported) {
     testing::internal::CaptureStdout();
     pool_list_show(nullptr);
     EXPECT_EQ(pool_list_destroy(nullptr), -1);

@@ -266,7 +266,7 @@ TEST(ShareRow, IsReadOnlyOnlyForZero) {
     EXPECT_EQ(shown(share), "\t\t\t*\trw\t0GB\t0.00GB\t(Null)\tN.A.\n");
 }
 
-TEST(ShareRow, ShowsUseInTenthsOfAGigabyteOf1024) {
+TEST(ShareRow, ShowsUseInGibFromUnitsOf10Mib) {
     for (const auto& [used, text] : std::vector<std::pair<std::int64_t, std::string>>{
              {0, "0.00GB"}, {1, "0.01GB"}, {53, "0.52GB"}, {100, "0.98GB"}, {-1, "-0.01GB"}}) {
         share_info share;

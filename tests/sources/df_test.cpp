@@ -20,7 +20,7 @@ TEST(MountedDisks, KeepTheirPartition) {
                 ElementsAre("sda1", "sdaa12"));
 }
 
-TEST(MountedDisks, BlanksBeforeTheDeviceAndNothingBehindItDoNoHarm) {
+TEST(MountedDisks, BlanksBeforeTheDeviceAndNothingAfterItDoNoHarm) {
     EXPECT_THAT(parse_mounted_disks("  \t/dev/sda1\t5\n/dev/sdb\n5 4 /dev/sdc\n/dev/hda\n"),
                 ElementsAre("sda1", "sdb"));
 }

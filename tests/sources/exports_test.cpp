@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The exports of the NFS server: read for changes, read for listings, written.
+// The exports of the NFS server: parsed for changes, parsed for listings, written.
 #include "base/codes.h"
 #include "fixtures/library.h"
 #include "fixtures/share_lists.h"
@@ -53,7 +53,7 @@ TEST_F(ExportsScan, TakesHostsAndAccess) {
     EXPECT_EQ(list.begin()->write, 1);
 }
 
-TEST_F(ExportsScan, TakesTheWholeTextUpToTheBracketForHosts) {
+TEST_F(ExportsScan, TreatsTheWholeTextUpToTheBracketAsHosts) {
     EXPECT_EQ(scanned("  /mnt/data/pub \t one two (rw)\n").users, "one two");
     EXPECT_EQ(scanned("/mnt/data/pub\tone(rw) two(ro)\n").users, "one");
     EXPECT_EQ(list.begin()->write, 1) << "the options of the first host";
@@ -83,13 +83,13 @@ TEST_F(ExportsScan, PassesOverCommentsAndOtherPaths) {
     EXPECT_EQ(odd.users, "");
 }
 
-TEST_F(ExportsScan, OnlyMeansNfsShares) {
+TEST_F(ExportsScan, OnlyAffectsNfsShares) {
     EXPECT_EQ(scanned("/mnt/data/pub a(ro)\n", "NFS").users, "a");
     EXPECT_EQ(scanned("/mnt/data/pub a(ro)\n", "samba").users, "");
     EXPECT_EQ(scanned("/mnt/data/pub a(ro)\n", "samba,nfs").users, "");
 }
 
-TEST_F(ExportsScan, MeansTheFirstShareOfAPath) {
+TEST_F(ExportsScan, AffectsTheFirstShareOfAPath) {
     add(list, "samba", "samba", "/a");
     add(list, "one", "nfs", "/a");
     add(list, "two", "nfs", "/a");
@@ -170,7 +170,7 @@ TEST(ExportsReader, HostsAreAllUpToTheBracket) {
                                     "r|nfs|/mnt/v/r||rw|0|")));
 }
 
-TEST(ExportsReader, FieldsHoldSoMuch) {
+TEST(ExportsReader, FieldsHaveTheirSizes) {
     const std::string path = "/mnt/" + std::string(150, 'p');
     EXPECT_THAT(
         read_exports(path + " *(rw)\n"),

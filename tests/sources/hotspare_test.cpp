@@ -13,7 +13,7 @@ using testing::ElementsAreArray;
 using testing::IsEmpty;
 using testing::Optional;
 
-TEST(HotSpareList, HasTheNamesBehindItsKey) {
+TEST(HotSpareList, HasTheNamesAfterItsKey) {
     EXPECT_THAT(parse_hotspare_list("Global hotspare disk: sda sdb\n"),
                 Optional(ElementsAre("sda", "sdb")));
 }
@@ -53,7 +53,7 @@ TEST(HotSpareList, CutsNamesToFiveCharacters) {
 }
 
 TEST(HotSpareList, LineIsCutTo80Characters) {
-    // 22 characters of key and 14 names of 4 with their blank: the 15th has characters 79 to 81.
+    // The key has 22 characters, each of 14 names 4 with its blank: the 15th has 79 to 81.
     std::string line = "Global hotspare disk: ";
     std::vector<std::string> expected;
     for (char letter = 'a'; letter < 'o'; ++letter) {

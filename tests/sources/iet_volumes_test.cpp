@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the iSCSI target daemon exports.
+// The volumes that the iSCSI target daemon exports.
 #include "fixtures/share_machine.h"
 #include "sources/iet_volumes.h"
 
@@ -29,7 +29,7 @@ Texts names(const share_list& list) {
 
 class VolumeScan : public testing::Test {
   protected:
-    // The names after one more line of the daemon's.
+    // The names after one more line of the daemon's output.
     Texts scanned(const std::string& text) {
         scan_iscsi_volumes(text, list);
         return names(list);

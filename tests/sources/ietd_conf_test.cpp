@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The iSCSI target daemon's file: read for changes, read for listings, written.
+// The iSCSI target daemon's file: parsed for changes, parsed for listings, written.
 #include "fixtures/library.h"
 #include "fixtures/share_lists.h"
 #include "fixtures/share_machine.h"
@@ -72,14 +72,14 @@ TEST_F(TargetScan, MakesAShareWithoutUsersAnIscsiShareToo) {
     EXPECT_EQ(list.begin()->type, "iSCSI");
 }
 
-TEST_F(TargetScan, MeansTheLastOfNamesakes) {
+TEST_F(TargetScan, AffectsTheLastOfNamesakes) {
     add(list, "disk1", "samba");
     add(list, "disk1", "nfs");
     EXPECT_THAT(scanned(std::string(target) + "IncomingUser anna x\n"), ElementsAre("", "anna"));
     EXPECT_EQ(list.begin()->type, "samba");
 }
 
-TEST_F(TargetScan, GivesTheUsersOfAnUnknownTargetToNobody) {
+TEST_F(TargetScan, DropsTheUsersOfAnUnknownTarget) {
     add(list, "disk1", "");
     EXPECT_THAT(scanned("IncomingUser early x\n" + std::string(target) + "IncomingUser anna x\n" +
                         "Target iqn:other\nIncomingUser late x\n"),
@@ -87,7 +87,7 @@ TEST_F(TargetScan, GivesTheUsersOfAnUnknownTargetToNobody) {
     EXPECT_THAT(names(list), ElementsAre("disk1")) << "none is added";
 }
 
-TEST_F(TargetScan, TakesTheNameBehindTheFirstColon) {
+TEST_F(TargetScan, TakesTheNameAfterTheFirstColon) {
     add(list, "disk1", "");
     add(list, "x:disk1", "");
     EXPECT_THAT(scanned("Target iqn:x:disk1.2\nIncomingUser anna x\n"), ElementsAre("", "anna"));
@@ -123,7 +123,7 @@ TEST(TargetReader, ReadsBlocksInTheirOrder) {
     EXPECT_THAT(read_targets(""), Pair(0, IsEmpty()));
 }
 
-TEST(TargetReader, NameStandsBehindTheFirstColon) {
+TEST(TargetReader, NameStandsAfterTheFirstColon) {
     EXPECT_THAT(read_targets("Target iqn.2006-05.x:a:b more\n"),
                 Pair(0, ElementsAre("a:b|iscsi|||rw|0|")));
     EXPECT_THAT(read_targets("Target iqn-without\nTargets x:y\nTarget \n"),

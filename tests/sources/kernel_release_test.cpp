@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The kernel's release.
+// Kernel releases.
 #include "sources/kernel_release.h"
 
 #include <gtest/gtest.h>
@@ -17,7 +17,7 @@ TEST(KernelVersion, IsMillionsThousandsAndOnes) {
     EXPECT_EQ(kernel_version("3.0.0"), 3000000);
 }
 
-TEST(KernelVersion, EndsBehindThreeNumbers) {
+TEST(KernelVersion, EndsAfterThreeNumbers) {
     EXPECT_EQ(kernel_version("2.6.30-rc1"), 2006030);
     EXPECT_EQ(kernel_version("2.6.32.68"), 2006032);
     EXPECT_EQ(kernel_version("5.15.0-generic"), 5015000);

@@ -19,7 +19,7 @@ using std::literals::operator""s;
 
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 
-// Ids and devices of a backup's volumes.
+// Ids and devices of the volumes in a backup.
 Pairs volumes(const std::string& backup) {
     backup_pv_list list;
     parse_backup_volumes(backup, list);
@@ -30,7 +30,7 @@ Pairs volumes(const std::string& backup) {
     return pairs;
 }
 
-// The volumes of a backup's section with these lines.
+// The volumes in a backup section with these lines.
 Pairs volumes_of_section(const std::string& lines) {
     return volumes("\tphysical_volumes {\n" + lines);
 }
@@ -84,7 +84,7 @@ TEST(PoolOfABackup, IsNotLookedForBeforeItsSection) {
     EXPECT_FALSE(backup_has_pool("pub {\nid = \"x\"\n}\n", "pub"));
 }
 
-TEST(PoolOfABackup, IsLookedForBehindTheEndOfItsSection) {
+TEST(PoolOfABackup, IsLookedForAfterTheEndOfItsSection) {
     EXPECT_TRUE(section_has_pool("}\n}\nphysical_volumes {\npub {\nid = \"x\"\n"));
 }
 
@@ -97,8 +97,8 @@ TEST(PoolOfABackup, MayEndTheBackupWithoutALineEnd) {
     EXPECT_TRUE(section_has_pool("pub {\nid ="));
 }
 
-// Lines come in pieces of 255 characters, each as a line of its own.
-TEST(PoolOfABackup, IsFoundBehindLongLines) {
+// Lines are read in pieces of 255 characters, each like a line of its own.
+TEST(PoolOfABackup, IsFoundAfterLongLines) {
     EXPECT_TRUE(section_has_pool(std::string(1000, 'x') + "\npub {\nid = \"x\"\n"));
     EXPECT_TRUE(section_has_pool(std::string(255, 'x') + "pub {\nid = \"x\"\n"));
     EXPECT_FALSE(section_has_pool(std::string(254, 'x') + "pub {\nid = \"x\"\n"));
@@ -106,7 +106,7 @@ TEST(PoolOfABackup, IsFoundBehindLongLines) {
         backup_has_pool(std::string(255, 'x') + "logical_volumes {\npub {\nid = \"x\"\n", "pub"));
 }
 
-TEST(PoolOfABackup, IsFoundBehindNuls) {
+TEST(PoolOfABackup, IsFoundAfterNuls) {
     EXPECT_TRUE(section_has_pool("\0\0\n\0pub {\npub {\0\nid = \"\0\"\n"s));
     EXPECT_FALSE(section_has_pool("pub\0 {\nid = \"x\"\n"s));
 }
@@ -160,7 +160,7 @@ TEST(VolumesOfABackup, NeedTheDeviceOnTheVeryNextLine) {
                 ElementsAre(Pair("b", "md0")));
 }
 
-TEST(VolumesOfABackup, MayHaveARemarkBehindTheirDevice) {
+TEST(VolumesOfABackup, MayHaveARemarkAfterTheirDevice) {
     const std::string id = "id = \"a\"\n";
     for (const char* remark :
          {"", "\t# Hint only", " # of /dev/sdb", " # \"hint\"", " x", "  \r", "\"", "/md7\""}) {
@@ -199,13 +199,13 @@ TEST(VolumesOfABackup, MayEndTheBackupWithoutALineEnd) {
                 ElementsAre(Pair("a", "md0")));
 }
 
-TEST(VolumesOfABackup, AreReadBehindLongLines) {
+TEST(VolumesOfABackup, AreReadAfterLongLines) {
     EXPECT_THAT(volumes_of_section(std::string(1000, 'x') + "\nid = \"a\"\ndevice = \"/dev/md0\"" +
                                    std::string(300, '#') + "\nid = \"b\"\ndevice = \"/dev/md1\"\n"),
                 ElementsAre(Pair("a", "md0"), Pair("b", "md1")));
 }
 
-// The rest of the line stands between the two.
+// The rest of the line comes between the two.
 TEST(VolumesOfABackup, AreNoneWhenTheirIdsLineIsTooLong) {
     EXPECT_THAT(volumes_of_section("id = \"a\"" + std::string(300, '#') +
                                    "\ndevice = \"/dev/md0\"\nid = \"b\"\ndevice = \"/dev/md1\"\n"),

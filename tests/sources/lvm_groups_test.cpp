@@ -81,7 +81,8 @@ TEST_F(Groups, HaveAStatusOfTwoBits) {
 TEST_F(Groups, HaveAStatusThatOtherBitsDoNotChange) {
     EXPECT_EQ(only(group_line("g", "772")).status, "resizable");
     EXPECT_EQ(only(group_line("g", "774")).status, "exported/resizable");
-    EXPECT_EQ(only(group_line("g", "4294967289")).status, "not resizable"); // all but 2 and 4
+    EXPECT_EQ(only(group_line("g", "4294967289")).status,
+              "not resizable"); // all bits except 2 and 4
 }
 
 TEST_F(Groups, HaveASizeRoundedDown) {
@@ -110,7 +111,7 @@ TEST_F(Groups, HaveNoSizesOnALineThatEndsEarly) {
 }
 
 TEST_F(Groups, AreReadFromTheFirst255CharactersOfTheirLine) {
-    // The second piece of the line looks like a line of its own.
+    // The second piece of the line looks like a line.
     const std::string line = group_line("data");
     EXPECT_THAT(names(line.substr(0, line.size() - 1) + std::string(300 - line.size(), 'x') +
                       group_line("rest")),
@@ -205,7 +206,7 @@ TEST_F(PhysicalVolumes, AreNotMadeOfTheToolsRemarks) {
                 IsEmpty());
 }
 
-TEST_F(PhysicalVolumes, HaveTheLastPartOfTheirPathForAName) {
+TEST_F(PhysicalVolumes, HaveTheLastPartOfTheirPathAsAName) {
     EXPECT_EQ(only(volume_line("/dev/md0", "data")).name, "md0");
     EXPECT_EQ(only(volume_line("/dev/mapper/data-pool", "data")).name, "data-pool");
     EXPECT_EQ(only(volume_line("/dev/" + std::string(40, 'n'), "data")).name, std::string(31, 'n'));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// pvdisplay -c, as recovery reads it.
+// pvdisplay -c, as parsed for recovery.
 #include "base/memory.h"
 #include "sources/lvm.h"
 
@@ -19,7 +19,7 @@ using std::literals::operator""s;
 
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 
-// UUIDs and names of what pvdisplay printed.
+// The UUIDs and names in the output of pvdisplay.
 Pairs live_volumes(const std::string& output) {
     live_pv_list list;
     parse_live_volumes(output, list);
@@ -59,7 +59,7 @@ TEST(LiveVolumes, AreOnRamDisksInRecordingsOfARecovery) {
     }
 }
 
-// The tool mixes remarks into its output: they have no UUID that a backup knows.
+// Messages in the tool's output: their UUIDs are in no backup.
 TEST(LiveVolumes, HaveRemarksBetweenThemInARecording) {
     EXPECT_THAT(
         live_volumes(recorded("lvm_raid5_failed_pvdisplay").text),
@@ -68,7 +68,7 @@ TEST(LiveVolumes, HaveRemarksBetweenThemInARecording) {
                     Pair("Iw27Cd-eF8y-8Hck-pQqi-HStE-XyrD-3aGSrS", "sdf")));
 }
 
-TEST(LiveVolumes, AreWhatStandsBeforeTheFirstAndBehindTheLastColon) {
+TEST(LiveVolumes, AreWhatStandsBeforeTheFirstAndAfterTheLastColon) {
     EXPECT_THAT(live_volumes(" \t /dev/md0 :vg1:\t AAAAAA-0000 \r\n/dev/sda:b\n"),
                 ElementsAre(Pair("AAAAAA-0000", "md0"), Pair("b", "sda")));
     EXPECT_THAT(live_volumes("/dev/md0:vg1:\n"), ElementsAre(Pair("", "md0")));

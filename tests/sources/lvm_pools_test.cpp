@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// lvdisplay -c, as pools and shares read it.
+// lvdisplay -c, as parsed for pools and shares.
 #include "base/text.h"
 #include "sources/lvm.h"
 
@@ -71,7 +71,7 @@ TEST_F(PoolParser, TakesTheLinesOfRealTools) {
     EXPECT_THAT(parse(recorded("lvm_lvdisplay_c_empty").text), IsEmpty());
 }
 
-TEST_F(PoolParser, TakesAnyStatusButZeroForAvailable) {
+TEST_F(PoolParser, TreatsAnyStatusButZeroAsAvailable) {
     EXPECT_THAT(
         parse(pool_line("/dev/data/a", "data", "7") + pool_line("/dev/data/b", "data", "-1") +
               pool_line("/dev/data/c", "data", "0") + pool_line("/dev/data/d", "data", "x")),

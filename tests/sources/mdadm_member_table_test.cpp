@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The device tables of mdadm's details and of superblocks.
+// The device tables in mdadm's details and in superblocks.
 #include "sources/mdadm.h"
 
 #include <gmock/gmock.h>
@@ -13,7 +13,7 @@ using testing::SizeIs;
 
 using Paths = std::vector<std::string>;
 
-// Details of an array of that many devices with these lines in the table.
+// The details of an array of that many devices with these table lines.
 std::string details(const std::string& raid_devices, const std::string& table) {
     return "/dev/md1:\n     Raid Level : raid5\n   Raid Devices : " + raid_devices +
            "\n          State : clean\n\n    Number   Major   Minor   RaidDevice State\n" + table;
@@ -31,7 +31,7 @@ std::string removed(int slot) {
 TEST(MemberTable, HasThePathsOfARecordedArray) {
     const auto table = parse_member_table(recorded("mdadm_D_raid5").text);
     ASSERT_TRUE(table);
-    // The third member came as the replacement of another and has number 3.
+    // The third member replaced another one and has number 3.
     EXPECT_THAT(table->members, ElementsAre("/dev/sda", "/dev/sdb", "/dev/sdc"));
     EXPECT_EQ(table->hole, 0U);
     EXPECT_EQ(table->raid_devices, 3U);
@@ -43,7 +43,7 @@ TEST(MemberTable, OfVersion090HasThePathsToo) {
     EXPECT_THAT(table->members, ElementsAre("/dev/sda", "/dev/sdb", "/dev/sdc"));
 }
 
-// A slot without a number is on no line of its number.
+// A removed slot has no number, so that no line begins with it.
 TEST(MemberTable, HasNoHoleForASlotWithoutANumber) {
     const auto table = parse_member_table(recorded("v090_two_of_three_detail").text);
     ASSERT_TRUE(table);
@@ -138,8 +138,8 @@ TEST(MemberTable, IsReadWithCarriageReturnsTabsAndWithoutAFinalNewline) {
     EXPECT_EQ(table->raid_devices, 2U);
 }
 
-// It would become part of commands.
-TEST(MemberTable, IsRefusedWithAPathThatIsNoneOfAPlainDevice) {
+// The path would become part of commands.
+TEST(MemberTable, IsRefusedWithAPathThatIsNotAPlainDevice) {
     for (const char* path : {"/dev/sda;reboot", "/dev/$(reboot)", "/dev/`reboot`", "/dev/a|b",
                              "/dev/../etc/passwd", "/dev/", "/dev/a'b"}) {
         EXPECT_FALSE(parse_member_table(details("2", member(0, path)))) << path;
@@ -159,7 +159,7 @@ TEST(Hole, AtTheFirstPlaceMovesAllOthers) {
     EXPECT_THAT(table.members, ElementsAre("/dev/sda", "/dev/sdb", "/dev/sdc"));
 }
 
-TEST(Hole, BehindTheLastMemberMovesNothing) {
+TEST(Hole, AfterTheLastMemberMovesNothing) {
     for (const std::size_t hole : {3U, 4U}) {
         MemberTable table = {{"/dev/sda", "/dev/sdb", "/dev/sdc"}, hole, 3};
         close_hole(table);
@@ -182,7 +182,7 @@ TEST(Hole, StaysWhileAMemberIsMissing) {
     EXPECT_EQ(table.hole, 2U);
 }
 
-TEST(Hole, ThatIsNoneMovesNothing) {
+TEST(Hole, ThatIsMissingMovesNothing) {
     MemberTable table = {{"/dev/sda", "/dev/sdc", "/dev/sdb"}, 0, 3};
     close_hole(table);
     EXPECT_THAT(table.members, ElementsAre("/dev/sda", "/dev/sdc", "/dev/sdb"));
@@ -194,12 +194,12 @@ TEST(Superblock, OfVersion090NamesTheOtherMembers) {
     EXPECT_FALSE(superblock_names_one_of(examination, {"/dev/sdx", "/dev/sdd"}));
 }
 
-TEST(Superblock, OfVersion12NamesNobody) {
+TEST(Superblock, OfVersion12NamesNoMember) {
     EXPECT_FALSE(superblock_names_one_of(recorded("mdadm_E_raid5_v12").text,
                                          {"/dev/sda", "/dev/sdb", "/dev/sdc"}));
 }
 
-TEST(Superblock, IsNotAskedOnItsOwnLine) {
+TEST(Superblock, DoesNotCountItsOwnLine) {
     EXPECT_FALSE(
         superblock_names_one_of("this     1       8  active sync   /dev/sdb\n", Paths{"/dev/sdb"}));
 }
@@ -216,7 +216,7 @@ TEST(Superblock, NamesADiskInTheFirstNineWordsOnly) {
     EXPECT_FALSE(superblock_names_one_of("0 1 2 3 4 5 6 7 8 /dev/sda\n", {"/dev/sda"}));
 }
 
-TEST(Superblock, ThatIsNoneNamesNobody) {
+TEST(Superblock, ThatIsMissingNamesNoMember) {
     EXPECT_FALSE(superblock_names_one_of("", {"/dev/sda"}));
     EXPECT_FALSE(superblock_names_one_of(std::string(100000, 'x'), {"/dev/sda"}));
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The details that mdadm prints.
+// Values in mdadm's details.
 #include "sources/mdadm.h"
 
 #include <gmock/gmock.h>
@@ -14,7 +14,7 @@ constexpr std::string_view detail = "/dev/md1:\n"
                                     "             State : clean, degraded \r\n"
                                     "    Number   Major   Minor   RaidDevice State\n";
 
-TEST(DetailValue, IsTheTextBehindTheColonWithoutBlanks) {
+TEST(DetailValue, IsTheTextAfterTheColonWithoutBlanks) {
     EXPECT_EQ(parse_detail_value(detail, "Raid Level"), "raid5");
     EXPECT_EQ(parse_detail_value(detail, "State"), "clean, degraded");
 }
@@ -33,7 +33,7 @@ TEST(DetailValue, IsTakenFromTheFirstLineWithTheKey) {
     EXPECT_EQ(parse_detail_value("State : clean\nState : active\n", "State"), "clean");
 }
 
-TEST(DetailValue, IsEmptyWhenNothingStandsBehindTheColon) {
+TEST(DetailValue, IsEmptyWhenNothingStandsAfterTheColon) {
     EXPECT_EQ(parse_detail_value("State :\n", "State"), "");
 }
 

@@ -55,7 +55,7 @@ TEST(Mdfstab, KnowsNoComments) {
         << "five characters in front of the group, whatever they are";
 }
 
-TEST(Mdfstab, FindsTheGroupBehindTheFirstFiveCharacters) {
+TEST(Mdfstab, FindsTheGroupAfterTheFirstFiveCharacters) {
     EXPECT_THAT(parse("/dev//data//a m t\n/abc/data/a m t\nshort m t\nmore_data m t\n/dev/ m t\n"),
                 ElementsAre("/dev//data//a|data|m|t", "/abc/data/a|data|m|t", "short||m|t",
                             "more_data|data|m|t", "/dev/||m|t"));

@@ -57,7 +57,7 @@ TEST(ArrayNames, MayStandOnALastLineWithoutItsEnd) {
     EXPECT_THAT(parse_mdstat_names("md1 : active"), ElementsAre("md1"));
 }
 
-TEST(ArrayNames, AreNotLookedForBehindANul) {
+TEST(ArrayNames, AreNotLookedForAfterANul) {
     EXPECT_THAT(parse_mdstat_names(std::string_view("\0md1 : active\nmd2 : active\n", 27)),
                 ElementsAre("md2"));
 }
@@ -102,7 +102,7 @@ TEST(Progress, DropsWhatIsLeftOfAMegabyte) {
               "1.0%(1.00MB/s)");
 }
 
-TEST(Progress, TakesTheSpeedBehindBlanks) {
+TEST(Progress, TakesTheSpeedAfterBlanks) {
     EXPECT_EQ(progress_on("[>]  recovery = 1.0% (1/2) finish=3min speed=\t2048K/sec"),
               "1.0%(2.00MB/s)");
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The memory in use.
+// Memory use.
 #include "sources/meminfo.h"
 
 #include <csignal>
@@ -47,7 +47,7 @@ TEST(MemoryInUse, OfTerabytesKeepsItsPrecision) {
 }
 
 TEST(MemoryInUse, DoesNotTakeSimilarKeys) {
-    // SwapCached, MemAvailable and the like stand before and after the four keys.
+    // Keys such as SwapCached and MemAvailable come before and after the four keys.
     EXPECT_THAT(memory_in_use("SwapCached: 9 kB\nMemAvailable: 9 kB\nmemtotal: 9\n" +
                               meminfo("100", "50", "0", "0") + "Active(file): 9 kB\n"),
                 Optional(FloatEq(50.0F)));

@@ -23,7 +23,7 @@ TEST(MountCommand, NamesReiserfsWhateverTheKernel) {
     }
 }
 
-TEST(MountCommand, TakesAnyOtherTypeForXfs) {
+TEST(MountCommand, TreatsAnyOtherTypeAsXfs) {
     for (const char* type : {"xfs", "ext4", "", "ReiserFS", "reiserfs2"}) {
         EXPECT_EQ(mount_text("/mnt/x", "-L x", type, "/bin/mount", "2.6.29"),
                   "mount -t xfs -L x /mnt/x > /dev/null");

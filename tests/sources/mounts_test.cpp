@@ -44,7 +44,7 @@ TEST(MountTable, NeedsNoLineFeedAtItsEnd) {
                 ElementsAre("/dev/a|/mnt/a", "/dev/b|/mnt/b"));
 }
 
-TEST(MountTable, TakesALineOfMoreThan4096CharactersForOneMount) {
+TEST(MountTable, TreatsALineOfMoreThan4096CharactersAsOneMount) {
     const std::string options(6000, 'o');
     EXPECT_THAT(parse("/dev/a /mnt/a overlay " + options + " 0 0\n/dev/b /mnt/b xfs rw 0 0\n"),
                 ElementsAre("/dev/a|/mnt/a", "/dev/b|/mnt/b"));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The status files of the SATA controller: which disks they tell of, and where those are.
+// The status files of the SATA controller: the disks in them and their places.
 #include "fixtures/disk_root.h"
 #include "fixtures/library.h"
 #include "sources/mvsata.h"
@@ -30,8 +30,8 @@ TEST(PciLocation, GivesTheBoxForEveryPairOfCharacters) {
     const std::map<std::string, int> boxes = {{"1,4", 1}, {"1,5", 2}, {"1,0", 1}, {"1,1", 2},
                                               {"0,4", 1}, {"0,5", 2}, {"3,3", 1}, {"3,1", 2},
                                               {"3,2", 1}, {"2,1", 3}, {"2,2", 4}};
-    // An expansion disk tells boxes 3 and 4 by its device, the disk after it the others by its
-    // channel.
+    // Boxes 3 and 4 show in the device of an expansion disk, the others in the channel of the disk
+    // after it.
     const std::vector<std::vector<std::string>> seen_of_box = {{"sdx 1 0", "sda -7 0"},
                                                                {"sdx 1 0", "sda 1 0"},
                                                                {"sdx 1 0", "sda 9 0"},
@@ -118,7 +118,7 @@ TEST(PortLines, WithFewerThanTenFieldsAreSkipped) {
     EXPECT_THAT(places_in("1,4", {"0 1 2 3 4 5 6 7 8", "0", "1 1 1"}), IsEmpty());
 }
 
-TEST(PortLines, OfStrangeWhiteSpaceAreSkipped) {
+TEST(PortLines, OfOtherWhiteSpaceAreSkipped) {
     EXPECT_THAT(places_in("1,4", {"0 \v \v \v \v \v \v \v \v \v", "0 \f \f \f \f \f \f \f \f \f"}),
                 IsEmpty());
 }
@@ -225,7 +225,7 @@ TEST(ExpansionDisk, AfterAnOwnDiskIsOnTheBoxThatThatLeft) {
                 ElementsAre("sda 9 0", "sdx 1 0"));
 }
 
-TEST(ControllerStatus, DisksAreAddedBehindThoseOfTheList) {
+TEST(ControllerStatus, DisksAreAddedAfterThoseOfTheList) {
     disk_list list;
     add_disk(list, "sdz", 16);
     parse_controller_status(status_file("1,4", {port_line("0", "2", "sda")}), list);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The appliance's and the system's users.
+// The users of the appliance and of the system.
 #include "sources/nas_users.h"
 #include "sources/passwd.h"
 

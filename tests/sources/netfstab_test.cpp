@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The register of network disks as text.
+// The register of network disks.
 #include "sources/netfstab.h"
 
 #include <gmock/gmock.h>

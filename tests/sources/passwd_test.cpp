@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Homes in /etc/passwd.
+// Home directories in /etc/passwd.
 #include "sources/passwd.h"
 
 #include <gmock/gmock.h>
@@ -14,7 +14,7 @@ TEST(PasswdLine, GetsAnotherHome) {
     EXPECT_EQ(with_home("anna:x:1:1:: /a b :/bin/sh -l", "/h"), "anna:x:1:1::/h:/bin/sh -l");
 }
 
-TEST(PasswdLine, ThatIsNoneStaysAsItIs) {
+TEST(PasswdLine, ThatIsInvalidStaysAsItIs) {
     for (const std::string line : {"", "anna", "+", "anna:x:1:1:Anna:/home/anna"}) {
         EXPECT_EQ(with_home(line, "/h"), line);
     }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The share register: read for changes, read for listings, written.
+// The share register: parsed for changes, parsed for listings, written.
 #include "base/codes.h"
 #include "fixtures/library.h"
 #include "fixtures/share_lists.h"
@@ -128,7 +128,7 @@ using testing::Pair;
 
 constexpr int malformed = -14;
 
-// The result and the shares, described.
+// The result and a description of the shares.
 using Parsed = std::pair<int, std::vector<std::string>>;
 
 Parsed parsed(FileCode (*parse)(std::string_view, share_list&), std::string_view text) {
@@ -141,11 +141,11 @@ Parsed read_register(std::string_view text) {
     return parsed(parse_register_sections, text);
 }
 
-// Each describes "pub" when nothing else is read of it.
+// Each is the description of "pub" when only this is read.
 constexpr auto bare = "pub||||rw|0|";
 constexpr auto bare_samba = "pub|samba|||rw|0|";
 
-// What a section of the register, or of a Samba file, with these lines is read as.
+// The result of parsing a section with these lines, in the register or in a Samba file.
 Parsed registered(const std::string& lines) {
     return read_register("[pub]\nsharename = pub\n" + lines);
 }
@@ -315,13 +315,13 @@ TEST(RegisterReader, FormFeedAndControlZEndALineAndBelongToIt) {
 }
 
 TEST(RegisterReader, LineOf255CharactersIsWhole) {
-    const std::string path(255 - 5, 'x'); // behind "path="
+    const std::string path(255 - 5, 'x'); // after "path="
     EXPECT_THAT(registered("path=" + path + "\ncomment=c\n"),
                 Pair(0, ElementsAre("pub||" + path.substr(0, 127) + "||rw|0|c")));
 }
 
 TEST(RegisterReader, RestOfALongLineIsALineOfItsOwn) {
-    const std::string text(255 - 8, 'x'); // behind "comment="
+    const std::string text(255 - 8, 'x'); // after "comment="
     EXPECT_THAT(registered("comment=" + text + "path=/x\n"),
                 Pair(0, ElementsAre("pub||/x||rw|0|" + text.substr(0, 128))));
     EXPECT_THAT(registered("comment=" + text + "xx\n"), Pair(0, testing::SizeIs(1)))
@@ -331,7 +331,7 @@ TEST(RegisterReader, RestOfALongLineIsALineOfItsOwn) {
         << "the second equals sign stands on the next line";
 }
 
-TEST(RegisterReader, FieldsHoldSoMuch) {
+TEST(RegisterReader, FieldsHaveTheirSizes) {
     const std::string long_text(200, 'x');
     EXPECT_THAT(registered("path = " + long_text + "\ncomment = " + long_text + "\n"),
                 Pair(0, ElementsAre("pub||" + long_text.substr(0, 127) + "||rw|0|" +

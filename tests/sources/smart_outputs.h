@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the tests of the disks' health share: the outputs of smart_outputs, and records as short
-// texts.
+// For the tests of the disks' health: the files in smart_outputs, and records as short texts.
 #pragma once
 
 #include "base/text.h"
@@ -14,7 +13,7 @@
 
 namespace zav::test {
 
-/// tests/disks/smart_outputs/NAME.txt; a test that asks for one that does not exist fails.
+/// tests/sources/smart_outputs/NAME.txt; the test fails if it does not exist.
 inline std::string smart_output(const std::string& name) {
     std::ifstream file(ZAV_TEST_SMART_OUTPUTS "/" + name + ".txt", std::ios::binary);
     EXPECT_TRUE(file.is_open()) << "no output " << name;

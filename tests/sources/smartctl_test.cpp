@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What smartctl prints, as identity and health and as attributes. The outputs are described in
-// smart_outputs/README.md.
+// The output of smartctl, parsed as identity and health and as attributes. The outputs are
+// described in smart_outputs/README.md.
 #include "sources/smart_outputs.h"
 #include "sources/smartctl.h"
 
@@ -87,7 +87,7 @@ TEST(SmartSummary, OfADiskWithoutAnIdentityIsWhatSmartctlSays) {
                             "Ambiguous - ATA", ""));
 }
 
-TEST(SmartSummary, IsFoundBehindRemarksOfPermissiveMode) {
+TEST(SmartSummary, IsFoundAfterRemarksOfPermissiveMode) {
     EXPECT_THAT(summary_of(smart_output("old_permissive_noise_attributes")),
                 ElementsAre("EMULATED SATA DISK", "EMU0103", "EF01", "500,107,862,016 bytes", "8",
                             "ATA-8-ACS revision 4", available, "Enabled", "PASSED"));
@@ -113,7 +113,7 @@ TEST(SmartSummary, ReadsLineEndsOfATerminal) {
               summary_of(smart_output("old_sata_healthy")));
 }
 
-TEST(SmartSummary, IsReadOnBehindAVeryLongLine) {
+TEST(SmartSummary, IsReadAfterAVeryLongLine) {
     EXPECT_EQ(summary_of(smart_output("long_line_attributes")),
               summary_of(smart_output("sata_healthy")));
 }
@@ -152,7 +152,7 @@ TEST(SmartSummary, ValueRunsToTheLinesEndColonsIncluded) {
     EXPECT_EQ(parse_smart_summary(" \tSerial Number :\t a: b:c  \r\n").serial_number, "a: b:c");
 }
 
-/// Eighteen lines that are counted: 0 to 17.
+/// Eighteen counted lines: 0 to 17.
 const std::string lines_above = [] {
     std::string text;
     for (int line = 0; line < 18; ++line) {
@@ -165,7 +165,7 @@ constexpr char spin_up_row[] = "3 Spin_Up_Time 0x0003 097 096 025 Pre-fail Alway
 constexpr char spin_up[] = "3|Spin_Up_Time|97|96|25|-|4015";
 
 TEST(SmartAttributes, AreTheSevenOfAnOlderSmartctlsTable) {
-    // Its first row is the first line that is looked at.
+    // Its first row is the first line that is parsed.
     EXPECT_THAT(
         attributes_of(smart_output("old_sata_healthy_attributes")),
         ElementsAre("1|Raw_Read_Error_Rate|117|100|6|-|131427586", "3|Spin_Up_Time|97|96|0|-|4015",
@@ -186,14 +186,14 @@ TEST(SmartAttributes, AreTheSevenOfANewerSmartctlsTable) {
                             "194|Temperature_Celsius|33|45|0|-|33"));
 }
 
-TEST(SmartAttributes, TellWhichOneIsFailing) {
+TEST(SmartAttributes, ShowWhichOneIsFailing) {
     const auto rows = attributes_of(smart_output("sata_failing_attributes"));
     EXPECT_THAT(rows, SizeIs(7));
     EXPECT_THAT(rows, testing::IsSupersetOf({"5|Reallocated_Sector_Ct|3|3|10|FAILING_NOW|3968",
                                              "10|Spin_Retry_Count|90|90|97|FAILING_NOW|65540"}));
 }
 
-TEST(SmartAttributes, TellWhichOneFailedOnce) {
+TEST(SmartAttributes, ShowWhichOneFailedOnce) {
     EXPECT_THAT(attributes_of(smart_output("sata_marginal_attributes")),
                 testing::Contains("194|Temperature_Celsius|48|44|45|In_the_past|33"));
     EXPECT_THAT(attributes_of(smart_output("old_sata_failing_attributes")),
@@ -207,7 +207,7 @@ TEST(SmartAttributes, AreFewerOnASolidStateDisk) {
                             "194|Temperature_Celsius|67|52|0|-|33"));
 }
 
-TEST(SmartAttributes, AreTheSameBehindRemarksAndLongLinesAndWithSmartSwitchedOff) {
+TEST(SmartAttributes, AreTheSameAfterRemarksAndLongLinesAndWithSmartSwitchedOff) {
     const auto rows = attributes_of(smart_output("sata_healthy_attributes"));
     for (const char* name :
          {"bad_checksums_attributes", "long_line_attributes", "smart_disabled_attributes"}) {
@@ -229,11 +229,11 @@ TEST(SmartAttributes, AreNoneInAnOutputWithoutATable) {
 TEST(SmartAttributes, BeginOnCountedLine18) {
     EXPECT_THAT(attributes_of(lines_above + spin_up_row), ElementsAre(spin_up));
     EXPECT_THAT(attributes_of(lines_above.substr(5) + spin_up_row), IsEmpty());
-    // The rows of failed attributes stand above it when nothing else was asked for.
+    // With -H alone, the rows of failed attributes come before line 18.
     EXPECT_THAT(attributes_of(smart_output("health_only")), IsEmpty());
 }
 
-TEST(SmartAttributes, BehindEmptyLinesAreNotCountedFurtherOn) {
+TEST(SmartAttributes, AfterEmptyLinesAreCountedWithoutThem) {
     const std::string empty_lines = "\n \n\t\n\r\n \t \r\n";
     EXPECT_THAT(attributes_of(empty_lines + lines_above.substr(5) + empty_lines + spin_up_row),
                 IsEmpty());
@@ -241,8 +241,8 @@ TEST(SmartAttributes, BehindEmptyLinesAreNotCountedFurtherOn) {
                 ElementsAre(spin_up, spin_up));
 }
 
-TEST(SmartAttributes, BehindALongLineAreCountedByItsPieces) {
-    // 17 lines and a line of two pieces make up the 18; one of a single piece leaves one missing.
+TEST(SmartAttributes, AfterALongLineAreCountedByItsPieces) {
+    // 17 lines and one of two pieces count as 18; with a line of a single piece, one is missing.
     const std::string sixteen_lines = lines_above.substr(10);
     EXPECT_THAT(attributes_of(sixteen_lines + std::string(254, 'x') + "\n" + spin_up_row),
                 IsEmpty());

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Samba's files: read for changes, read for listings, written.
+// Samba's files: parsed for changes, parsed for listings, written.
 #include "base/codes.h"
 #include "fixtures/library.h"
 #include "fixtures/share_lists.h"
@@ -28,7 +28,7 @@ share_info& add(share_list& list, const char* name, const char* type, const char
 
 class SambaScan : public testing::Test {
   protected:
-    // The share "pub" of that type, with the access and users that smb.conf gives it.
+    // The access and users of the share "pub" of that type after parsing smb.conf.
     const share_info& scanned(const std::string& text, const char* type = "samba") {
         list.clear();
         share_info& share = add(list, "pub", type);
@@ -87,7 +87,7 @@ using testing::Pair;
 
 constexpr int malformed = -14;
 
-// The result and the shares, described.
+// The result and a description of the shares.
 using Parsed = std::pair<int, std::vector<std::string>>;
 
 Parsed parsed(FileCode (*parse)(std::string_view, share_list&), std::string_view text) {
@@ -100,7 +100,7 @@ Parsed read_samba(std::string_view text) {
     return parsed(parse_samba, text);
 }
 
-// Each describes "pub" when nothing else is read of it.
+// Each is the description of "pub" when only this is read.
 constexpr auto bare = "pub||||rw|0|";
 constexpr auto bare_samba = "pub|samba|||rw|0|";
 
@@ -206,7 +206,7 @@ TEST(SambaReader, LineThatIsNoKeyIsMalformed) {
 TEST(SambaReader, LinesEndAsInTheRegister) {
     EXPECT_THAT(read_samba("[pub]\0path = /x\r\ncomment = c\fvalid users = u"sv),
                 Pair(0, ElementsAre("pub|samba|/x|u|rw|0|c\f")));
-    const std::string users(255 - 12, 'x'); // behind "valid users="
+    const std::string users(255 - 12, 'x'); // after "valid users="
     EXPECT_THAT(samba_share("valid users=" + users + "path=/x\n"),
                 Pair(0, ElementsAre("pub|samba|/x|" + users + "|rw|0|")));
     EXPECT_THAT(samba_share("valid users=" + users + "xyz\n"), Pair(malformed, testing::SizeIs(1)));

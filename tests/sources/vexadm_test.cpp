@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The tool of the RAID controller: disks, arrays, health.
+// The output of the RAID controller's tool: disks, arrays, health.
 #include "fixtures/disk_root.h"
 #include "sources/smart_outputs.h"
 #include "sources/vexadm.h"
@@ -100,7 +100,7 @@ class ControllerArrays : public testing::Test {
     mdinfo_list list;
 };
 
-TEST_F(ControllerArrays, AreTheMdLinesBehindTheFirstRule) {
+TEST_F(ControllerArrays, AreTheMdLinesAfterTheFirstRule) {
     parse(array_scan);
     std::vector<std::string> names;
     for (const mdinfo& array : list) {
@@ -178,7 +178,7 @@ TEST_F(ControllerArrays, AreNoneWithoutARule) {
     EXPECT_THAT(list, IsEmpty());
 }
 
-TEST_F(ControllerArrays, DoNotBeginBehindAnEmptyLine) {
+TEST_F(ControllerArrays, DoNotBeginAfterAnEmptyLine) {
     parse("\n \t \nmd0 /5/3/N/1/sda/#1\n");
     EXPECT_THAT(list, IsEmpty());
 }
@@ -195,7 +195,7 @@ std::vector<std::string> attributes_of(const std::string& output) {
     return rows(list);
 }
 
-/// Of one line about one attribute: "value worst threshold raw".
+/// "value worst threshold raw" of one attribute line.
 std::string numbers_of(const std::string& values) {
     smart_attribute_list list;
     parse_controller_attributes("Spin Up Time:" + values + "\n", list);
@@ -228,7 +228,7 @@ TEST(ControllerAttributes, AreTakenFromTheFirstLineOnInTheirOrder) {
 }
 
 TEST(ControllerAttributes, OfTheOtherElevenNamesAreNeverTaken) {
-    // One of them is printed with an underscore.
+    // The tool prints one of them with an underscore.
     for (const char* name :
          {"Start Stop Count", "Power On Hours", "Power Cycle Count", "Unknown Attribute",
           "Power-Off Retract_Count", "Power-Off Retract Count", "Load Cycle Count",
@@ -277,7 +277,7 @@ TEST(ControllerAttributes, WordsBetweenTheNumbersArePassedOver) {
     EXPECT_EQ(numbers_of(" ok"), "0 0 0 0");
 }
 
-TEST(ControllerAttributes, NumbersBehindTheFourthAreLeft) {
+TEST(ControllerAttributes, NumbersAfterTheFourthAreLeft) {
     EXPECT_EQ(numbers_of(" 97 96 25 (4015) 7 8"), "97 96 25 4015");
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The processor in use.
+// Processor use.
 #include "fixtures/status_root.h"
 #include "sources/vmstat.h"
 

@@ -47,13 +47,13 @@ TEST_F(FtpUserScan, GivesTheShareItsUserAndAccess) {
     EXPECT_EQ(list.begin()->users, "");
 }
 
-TEST_F(FtpUserScan, TakesEverythingButNoForWritable) {
+TEST_F(FtpUserScan, TreatsEverythingButNoAsWritable) {
     for (const char* line : {"write_enable=YES\n", "write_enable=no\n", "write_enable=NO!\n", ""}) {
         EXPECT_EQ(scanned(std::string(line) + "local_root=/x/pub\n").write, 1) << line;
     }
 }
 
-TEST_F(FtpUserScan, TakesWhatStandsBehindTheLastEqualsSign) {
+TEST_F(FtpUserScan, TakesWhatStandsAfterTheLastEqualsSign) {
     EXPECT_EQ(scanned("local_root=a=/x/pub\nwrite_enable=YES=NO\n").write, 0);
     EXPECT_EQ(scanned("local_root=/x/pub=other\n").users, "");
 }
@@ -66,14 +66,14 @@ TEST_F(FtpUserScan, KnowsAShareByTheLastComponent) {
     EXPECT_EQ(list.begin()->write, 1);
 }
 
-TEST_F(FtpUserScan, MeansTheFirstOfNamesakes) {
+TEST_F(FtpUserScan, AffectsTheFirstOfNamesakes) {
     add(list, "pub", "ftp");
     add(list, "pub", "ftp");
     scan_ftp_user("local_root=/x/pub\n", "anna", list);
     EXPECT_THAT(users(list), ElementsAre("anna", ""));
 }
 
-TEST_F(FtpUserScan, OnlyMeansFtpShares) {
+TEST_F(FtpUserScan, OnlyAffectsFtpShares) {
     EXPECT_EQ(scanned("local_root=/x/pub\n", "FTP").users, "anna");
     EXPECT_EQ(scanned("local_root=/x/pub\n", "samba").users, "");
     EXPECT_EQ(scanned("local_root=/x/pub\n", "samba,ftp").users, "");

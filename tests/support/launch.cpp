@@ -21,7 +21,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-// Present in a build with the address sanitizer only.
+// Defined only in builds with the address sanitizer.
 extern "C" void __asan_init() __attribute__((weak));
 
 namespace zav::test {
@@ -41,7 +41,7 @@ void note_error(Progress& progress, const char* text) {
     std::snprintf(progress.error.data(), progress.error.size(), "%s", text);
 }
 
-// The next process of this namespace gets the id `pid`.
+// Makes the next process in this namespace get the id `pid`.
 void choose_next_pid(pid_t pid) {
     const std::string folder = std::string(places::proc) + "/sys/kernel/";
     long most = 0;
@@ -129,7 +129,7 @@ void prepare_process(const RunOptions& options, const Channels& channels) {
     fail("cannot execute " + launch.options.program);
 }
 
-// Hands the failures of expectations over to the test, which sees only this child's files.
+// Passes failed expectations on to the test through a file.
 class FailureRecorder : public testing::ScopedFakeTestPartResultReporter {
   public:
     FailureRecorder()
@@ -148,7 +148,7 @@ class FailureRecorder : public testing::ScopedFakeTestPartResultReporter {
     testing::TestPartResultArray ignored_;
 };
 
-// Leaves by exit() so that buffers, coverage data and leak checks are as in any program.
+// Uses exit(), so that buffers, coverage data and leak checks work as in any program.
 [[noreturn]] void call_function(const Launch& launch, Progress& progress) {
     const std::vector<std::string> environment = environment_of(launch.options);
     clearenv();
@@ -157,7 +157,7 @@ class FailureRecorder : public testing::ScopedFakeTestPartResultReporter {
         setenv(variable.substr(0, sign).c_str(), variable.substr(sign + 1).c_str(), 1);
     }
     tzset();
-    prctl(PR_SET_DUMPABLE, 1); // the leak check attaches to its own process
+    prctl(PR_SET_DUMPABLE, 1); // the leak check attaches to the process
     const FailureRecorder recorder;
     try {
         progress.returned = launch.function();

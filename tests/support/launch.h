@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// How a run is started: what the test process prepares, and what its child makes of it.
+// Starting a run: what the test process prepares, and what its child does with it.
 #pragma once
 
 #include "run.h"
@@ -21,9 +21,9 @@ struct Launch {
     bool allow_unexpected = false;
 };
 
-// Memory that the child's side shares with the test: how far it came.
+// Progress of the child, in memory shared with the test.
 struct Progress {
-    std::array<char, 1024> error; // why the program was not started; empty when it was
+    std::array<char, 1024> error; // why the program was not started; empty if it was
     pid_t pid;                    // the program's, inside
     int wait_status;
     bool ended; // wait_status is set
@@ -33,9 +33,9 @@ struct Progress {
     int signal_to_send;
 };
 
-// Descriptors of the child's side, numbers of the test process.
+// Descriptors for the child, as numbered in the test process.
 struct Channels {
-    int go = -1; // readable when ids are mapped
+    int go = -1; // readable once ids are mapped
     int in = -1;
     int out = -1;
     int err = -1;
@@ -45,8 +45,8 @@ struct Channels {
 [[noreturn]] void run_as_first_process(const Launch& launch, const Channels& channels,
                                        Progress& progress);
 
-// The folder in which a coverage build leaves its counters, which every root has under the same
-// path: $ZAV_TEST_BIND, else in a coverage build the build folder, else empty.
+// The folder for the counters of a coverage build, bound into every root under the same path:
+// $ZAV_TEST_BIND, or the build folder in a coverage build, otherwise empty.
 std::string folder_of_counters();
 
 // The environment of the program: "NAME=value" strings.

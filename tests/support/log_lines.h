@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Messages of the library's log.
+// Messages in the library's log.
 #pragma once
 
 #include <string>
@@ -9,11 +9,11 @@
 namespace zav::test {
 
 // One message: "Nov 20 10:11:12 0.1.2 ERROR zavbox[2]:text". Library messages end in a newline and
-// the layout adds one, so an empty line follows them in the file; a text may hold newlines itself.
+// the log adds one, so an empty line follows them in the file; a text may contain newlines itself.
 struct LogLine {
     std::string stamp;   // "Nov 20 10:11:12"
     std::string version; // "0.1.2"
-    std::string level;   // "ERROR", "debug", or empty for a message without such a prefix
+    std::string level;   // "ERROR", "debug", or empty for a message without a prefix
     std::string process;
     int pid = 0;
     std::string text; // after "ERROR zavbox[2]:", without the newlines at its end

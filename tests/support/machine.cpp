@@ -10,7 +10,7 @@ namespace zav::test {
 namespace {
 
 // A controller status file with one disk. The box number comes from the PCI location, the channel
-// from adapter and port. Counted from 0 the disks are lines 9 to 14, without empty lines.
+// from adapter and port. The disks are lines 9 to 14, counted from 0 without empty lines.
 std::string controller_file(const MachineDisk& disk) {
     const int device = std::atoi(disk.device.c_str());
     if (device < 0 || device > 4 || (device > 0 && (disk.channel < 1 || disk.channel > 16))) {

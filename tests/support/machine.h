@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // A private root that looks like a healthy appliance: model, disk controller, arrays, volume groups
-// and all outside tools, each answering as a working one does. Its answers are defaults: optional
-// for expect_all_used(), and a test's own rule for the same text goes first. Tools do what their
-// rules say and nothing else: creating or stopping an array changes no file.
+// and all outside tools, which succeed. The answers are defaults: expect_all_used() does not
+// require them, and a test's own rule for the same text takes precedence. Tools only do what their
+// rules say: creating or stopping an array changes no file.
 #pragma once
 
 #include "private_root.h"
@@ -16,7 +16,7 @@ namespace zav::test {
 struct MachineDisk {
     std::string name = {};              // sda, ...
     int channel = 0;                    // 0: one more than the number of disks so far
-    std::string device = "0";           // "1" to "4": behind an expansion box, channel 1 to 16
+    std::string device = "0";           // "1" to "4": in an expansion box, channel 1 to 16
     std::uint64_t sectors = 3907029168; // of 512 bytes
     std::string state = "running";
     std::string model = "DISK-2000";
@@ -32,7 +32,7 @@ struct MachineArray {
     std::string level = "raid5";
     std::string state = "clean"; // mdadm's "State"
     std::uint64_t size_kb = 3906764800;
-    int raid_disks = 0; // 0: as many as there are members
+    int raid_disks = 0; // 0: the number of members
     std::vector<MachineMember> members = {};
     std::string progress =
         {}; // third line in /proc/mdstat, such as "[=>...]  recovery = 12.6% ..."
@@ -63,12 +63,12 @@ class Machine : public PrivateRoot {
     // Adds or replaces an array: /proc/mdstat, /sys/block/NAME/md, the answer of mdadm --detail.
     Machine& array(const MachineArray& array);
     Machine& remove_array(const std::string& name);
-    // An array as it was recorded: PREFIX_mdstat, PREFIX_detail, PREFIX_sysfs of tests/captures.
-    // Its mdstat becomes the machine's.
+    // A recorded array: PREFIX_mdstat, PREFIX_detail, PREFIX_sysfs in tests/captures. Its mdstat
+    // becomes the machine's.
     Machine& recorded_array(const std::string& prefix);
 
     Machine& group(const MachineGroup& group); // one more volume group
-    // The lines of "vgdisplay -c" and "pvdisplay -c" as they are given.
+    // Sets the lines of "vgdisplay -c" and "pvdisplay -c".
     Machine& group_lines(const std::string& vgdisplay, const std::string& pvdisplay);
     // Further lines of /bin/df, such as "/dev/sdf1 100 50 50 50% /mnt/usb".
     Machine& mounted(const std::vector<std::string>& lines);

@@ -21,7 +21,7 @@
 #include <thread>
 #include <unistd.h>
 
-// Present in a build with the address sanitizer, or with --coverage, only.
+// Defined only in builds with the address sanitizer, or with --coverage.
 extern "C" void __asan_init() __attribute__((weak));
 extern "C" void __gcov_exit() __attribute__((weak));
 
@@ -33,7 +33,7 @@ namespace {
     throw std::runtime_error("private root: " + what + ": " + std::strerror(errno));
 }
 
-// $TMPDIR, or memory, where a tree is made and removed a hundred times faster than on a disk.
+// $TMPDIR, or memory, where creating and removing a tree is a hundred times faster than on a disk.
 std::string folder_for_roots() {
     if (const char* folder = std::getenv("TMPDIR"); folder != nullptr && *folder == '/') {
         return folder;
@@ -69,7 +69,7 @@ void write_file(const fs::path& path, std::string_view content, mode_t mode) {
     }
 }
 
-// Removes a tree even where a run took away its owner's permissions.
+// Removes a tree even if a run has removed its owner's permissions.
 void remove_tree(const fs::path& path) {
     std::error_code error;
     fs::remove_all(path, error);
@@ -178,7 +178,7 @@ void PrivateRoot::make_tree() {
     }
 }
 
-// /proc/PID leads to the real one, if there is such a process.
+// /proc/PID links to the real one, if there is such a process.
 void PrivateRoot::show_process(pid_t pid) {
     const std::string name = "/" + std::to_string(pid);
     if (!exists("/proc" + name)) {
@@ -317,7 +317,7 @@ void PrivateRoot::expect_all_used() const {
     }
 }
 
-// In one step: a run under way may be reading them.
+// Atomically: a run under way may be reading them.
 void PrivateRoot::write_rules() const {
     const fs::path next = base_ / "rules";
     write_file(next, to_bytes(rules_.in_force()), 0644);

@@ -31,33 +31,33 @@ class PrivateRoot {
     PrivateRoot& directory(const std::string& path, mode_t mode = 0755);
     PrivateRoot& symlink(const std::string& target, const std::string& path);
     PrivateRoot& fifo(const std::string& path, mode_t mode = 0644);
-    PrivateRoot& remove(const std::string& path);    // with all below it; no error when missing
-    std::string read(const std::string& path) const; // throws when it cannot be read
-    bool exists(const std::string& path) const;      // a dangling link exists
+    PrivateRoot& remove(const std::string& path);    // with everything below; no error if missing
+    std::string read(const std::string& path) const; // throws if it cannot be read
+    bool exists(const std::string& path) const;      // true for a dangling link
     mode_t mode(const std::string& path) const;      // permission bits
     std::vector<std::string> list(const std::string& path) const;   // names, sorted
     std::vector<std::string> tmp() const;                           // list("/tmp")
-    std::filesystem::path host_path(const std::string& path) const; // seen by the test itself
-    // Waits until a run has made the path; false when it does not appear in time.
+    std::filesystem::path host_path(const std::string& path) const; // as seen by the test
+    // Waits until a run has created the path; false if it does not appear in time.
     bool appears(const std::string& path,
                  std::chrono::milliseconds limit = std::chrono::seconds(5)) const;
 
     // Mounts for all later runs: a file or directory of the host (read-only by default), or a
-    // directory of the tree that even uid 0 cannot write to.
+    // directory of the tree that not even uid 0 can write to.
     PrivateRoot& bind(const std::string& host_path, const std::string& path, bool writable = false);
     PrivateRoot& read_only(const std::string& path);
 
-    // Stand-in tools. Naming one makes it exist; a call that no rule answers exits 127 and fails
-    // the test.
+    // Stand-in tools. Naming a tool creates it; a call without a rule exits with 127 and fails the
+    // test.
     Tool tool(const std::string& path);
     void allow_unexpected() { allow_unexpected_ = true; }
-    void expect_all_used() const; // fails for rules, or answers of a sequence, that were not used
+    void expect_all_used() const; // fails for unused rules or unused answers of a sequence
 
-    // Runs. The arguments are those after the program's name.
+    // Runs. The arguments do not include the program's name.
     Result run(const std::vector<std::string>& arguments, const RunOptions& options = {});
     StartedRun start(const std::vector<std::string>& arguments, const RunOptions& options = {});
-    // The same for a function, in a forked child: what it changes is seen only in the tree, what it
-    // returns in Result::returned. Expectations that fail inside fail the test.
+    // The same for a function in a forked child: its changes are visible only in the tree, its
+    // return value is in Result::returned. Expectations that fail inside fail the test.
     Result call(const Function& function, const RunOptions& options = {});
     StartedRun start_call(const Function& function, const RunOptions& options = {});
 

@@ -15,7 +15,7 @@ std::filesystem::path captures_folder() {
     return folder != nullptr ? folder : ZAV_TEST_CAPTURES_FOLDER;
 }
 
-// Everything after the first line, which goes to `head`.
+// Returns everything after the first line, and the first line in `head`.
 std::string read_body(const std::filesystem::path& path, std::string& head) {
     std::ifstream in(path, std::ios::binary);
     if (!in || !std::getline(in, head)) {

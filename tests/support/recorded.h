@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Outputs of the real tools, recorded in tests/captures.
+// Recorded outputs of the real tools in tests/captures.
 #pragma once
 
 #include <string>
@@ -11,10 +11,10 @@ struct Recorded {
     int exit_status = 0;
     std::string versions; // of kernel and tool
     std::string text;     // standard output
-    std::string errors;   // standard error, when something was written there
+    std::string errors;   // standard error, if something was written there
 };
 
-// The recording tests/captures/NAME.txt (and NAME.err.txt). Throws when there is none.
+// The recording tests/captures/NAME.txt (and NAME.err.txt). Throws if there is none.
 Recorded recorded(const std::string& name);
 
 } // namespace zav::test

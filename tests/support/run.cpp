@@ -27,7 +27,7 @@ std::string content_of(const std::filesystem::path& path) {
     return {std::istreambuf_iterator<char>(in), {}};
 }
 
-// Takes what is there; closes the descriptor at its end.
+// Reads what is available; closes the descriptor at the end of input.
 void take(int& descriptor, std::string& to) {
     char buffer[65536];
     const ssize_t count = read(descriptor, buffer, sizeof buffer);
@@ -61,7 +61,7 @@ void report_sanitizers(const std::string& folder) {
     }
 }
 
-// Lines that a coverage build writes when it cannot save its counters (another uid, a file limit).
+// Lines that a coverage build prints when it cannot save its counters (other uid, file limit).
 std::string without_coverage_noise(const std::string& text) {
     if (folder_of_counters().empty() || text.find("profiling") == std::string::npos) {
         return text;

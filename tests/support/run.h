@@ -23,15 +23,15 @@ struct RunOptions {
     // Changes to the default environment (PATH with the six folders, HOME=/, TZ=UTC0); a null value
     // removes the variable. Variables that steer sanitizers and coverage pass through.
     std::map<std::string, std::optional<std::string>> environment = {};
-    std::string input = {};                      // what standard input holds
-    std::map<int, std::string> descriptors = {}; // number: path inside, opened for it
+    std::string input = {};                      // the contents of standard input
+    std::map<int, std::string> descriptors = {}; // number: path inside the root to open
     std::set<int> closed = {};                   // descriptors that are closed at the start
-    uid_t uid = 0;                               // 65534 runs without any privilege
+    uid_t uid = 0;                               // 65534: without any privilege
     std::map<int, rlim_t> limits = {};           // soft limits, RLIMIT_FSIZE and the like
     std::set<int> ignored_signals = {};
     std::string working_directory = "/";
     mode_t umask = 022;
-    pid_t pid = 0; // process id to get; 0: the next, which is 2
+    pid_t pid = 0; // the process id; 0: the next one, which is 2
     std::chrono::milliseconds time_limit = std::chrono::seconds(20);
 };
 
@@ -58,17 +58,17 @@ class Function {
 struct Result {
     int exit_status = -1; // -1 when a signal ended the run
     int signal = 0;
-    int returned = 0; // call(): the function's result, whole
+    int returned = 0; // call(): the function's return value
     bool has_returned = false;
     std::string out;
     std::string err;
     std::vector<std::string> commands; // exact texts of the outside commands, in order
     pid_t pid = 0;                     // inside the root
-    bool left_processes = false;       // something was still running when the program had ended
+    bool left_processes = false;       // something was still running after the program had ended
 
-    // The texts without redirections, as rules match them.
+    // The commands without redirections, as rules match them.
     std::vector<std::string> commands_without_redirection() const;
-    // The texts with the last six characters of temporary files' names as XXXXXX.
+    // The commands with XXXXXX for the last six characters of temporary files' names.
     std::vector<std::string> commands_with_templates() const;
 };
 
@@ -79,11 +79,11 @@ class StartedRun {
     StartedRun& operator=(StartedRun&& other) noexcept;
     ~StartedRun();
 
-    // Waits for the end and gives what was seen. Reports a failure of the current test when the
-    // time limit passed, a stand-in tool got a command without a rule, or a sanitizer complained.
+    // Waits for the end and returns the result. Fails the current test if the time limit has
+    // passed, a stand-in tool got a command without a rule, or a sanitizer reported an error.
     Result wait();
-    pid_t pid() const;       // inside the root; 0 until the program is there
-    void signal(int number); // sends a signal to the program, once that is there
+    pid_t pid() const;       // inside the root; 0 until the program has started
+    void signal(int number); // sends a signal to the program once it has started
 
   private:
     friend class PrivateRoot;

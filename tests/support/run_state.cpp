@@ -72,7 +72,7 @@ StartedRun::State::~State() {
 }
 
 void StartedRun::State::start(const Launch& launch) {
-    std::fflush(nullptr); // a child of call() writes out its copies of these buffers
+    std::fflush(nullptr); // otherwise a child of call() would write its copies of these buffers
     progress = shared_progress();
     run_folder = launch.run_folder;
     allow_unexpected = launch.allow_unexpected;

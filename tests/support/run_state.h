@@ -9,7 +9,7 @@
 
 namespace zav::test {
 
-// What the test process holds of a run under way.
+// The state of a run under way in the test process.
 struct StartedRun::State {
     State() = default;
     ~State();
@@ -18,7 +18,7 @@ struct StartedRun::State {
 
     // Starts the run.
     void start(const Launch& launch);
-    // Reads both outputs until the end of the run; false when the time limit ended it.
+    // Reads both outputs until the end of the run; false if the time limit ended it.
     bool collect(std::string& text_out, std::string& text_err);
 
     pid_t first_process = -1;

@@ -38,7 +38,7 @@ bool write_text(const std::string& path, const std::string& text) {
     return written;
 }
 
-// The ids of this process's own namespace, each mapped to itself.
+// The ids of this process's namespace, each mapped to itself.
 std::string identity_map(const std::string& path) {
     std::ifstream in(path);
     std::string lines;
@@ -53,7 +53,7 @@ std::string identity_map(const std::string& path) {
     return lines;
 }
 
-// Mount flags that a user namespace may not take away from a mount of its parent.
+// Mount flags that a user namespace must not remove from a mount of its parent.
 unsigned long locked_flags(const std::string& path) {
     struct statvfs status {};
     if (statvfs(path.c_str(), &status) != 0) {
@@ -116,7 +116,7 @@ void map_ids(pid_t child) {
     write_text(folder + "setgroups", "deny");
     const std::string user = "0 " + std::to_string(geteuid()) + " 1\n";
     const std::string group = "0 " + std::to_string(getegid()) + " 1\n";
-    // Without a user namespace of its own the child has ids already, and this cannot be written.
+    // Without its own user namespace the child already has ids, and this file cannot be written.
     if (!write_text(folder + "uid_map", user) && errno != EPERM) {
         fail("cannot map uid 0");
     }
@@ -153,8 +153,8 @@ void drop_privileges(uid_t id) {
         setresuid(id, id, id) == 0) {
         return;
     }
-    // Only one id is mapped: a further user namespace gives it the wanted number, and without
-    // capabilities it is as powerless as any other.
+    // Only one id is mapped: another user namespace gives it the wanted number, and without
+    // capabilities it has no more privileges than any other.
     if (unshare(CLONE_NEWUSER) != 0) {
         fail("cannot drop to another uid");
     }

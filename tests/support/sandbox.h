@@ -17,14 +17,14 @@ struct Mount {
 struct Sandbox {
     std::string root;
     std::vector<Mount> mounts;
-    std::string proc; // where procfs goes, on the host
+    std::string proc; // where procfs is mounted, on the host
 };
 
-// A child in new user, mount and PID namespaces, in which it is process 1. Returns twice like
-// fork(). Throws in the parent when the system does not allow it.
+// Creates a child in new user, mount and PID namespaces, in which it is process 1. Returns twice
+// like fork(). Throws in the parent if the system does not allow it.
 pid_t fork_into_namespaces();
-// Parent: gives the child's user namespace its ids. As root all ids keep their numbers, otherwise
-// the caller becomes uid 0 and there is no other.
+// Parent: maps the ids of the child's user namespace. For root, all ids keep their numbers;
+// otherwise the caller becomes uid 0, the only one.
 void map_ids(pid_t child);
 // Child: makes the sandbox's tree its root. Throws std::runtime_error.
 void enter(const Sandbox& sandbox);

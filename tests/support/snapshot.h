@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The state of files, to prove that a run changes nothing, or exactly what it should.
+// The state of files, to prove that a run changes nothing, or only what it should.
 #pragma once
 
 #include <filesystem>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Stand-in tools of a private root: which command gets which answer.
+// The stand-in tools of a private root: commands and their answers.
 #pragma once
 
 #include <cstddef>
@@ -11,8 +11,9 @@ namespace zav::test {
 
 struct RuleState;
 
-// One rule: what a tool answers to a command. Without any of the calls below it prints nothing and
-// exits 0. Within one answer the order is always: snippet, output, filler, error output, end.
+// One rule: a tool's answer to a command. Without any of the calls below the tool prints nothing
+// and exits with 0. The order within an answer is always: snippet, output, filler, error output,
+// end.
 class Rule {
   public:
     explicit Rule(std::shared_ptr<RuleState> state);
@@ -21,15 +22,16 @@ class Rule {
     Rule& prints_bytes(size_t count);  // that many bytes of filler lines
     Rule& complains(std::string text); // on standard error
     Rule& does(std::string snippet);   // busybox sh; the real arguments are $1, $2, ...
-    Rule& exits(int status);           // default: the snippet's status, else 0
+    Rule& exits(int status);           // default: the snippet's status, or 0
     Rule& killed_by(int signal);
     Rule& replays(const std::string& capture); // output and exit status of a recorded run
 
-    Rule& then();          // what follows describes the next call's answer; the last one repeats
-    Rule& times(size_t n); // the answers are given n times, after that the next rule answers
+    Rule& then(); // what follows describes the answer to the next call; the last one repeats
+    Rule& times(size_t n); // the answers are given n times, then the next rule answers
     Rule& once() { return times(1); }
-    Rule& optional();   // expect_all_used() does not ask for it
-    Rule& as_default(); // for fixtures: optional, and tried after a test's rules of its kind
+    Rule& optional(); // not required by expect_all_used()
+    Rule&
+    as_default(); // for fixtures: optional, and tried after a test's own rules of the same kind
 
   private:
     std::shared_ptr<RuleState> state_;
@@ -37,8 +39,8 @@ class Rule {
 
 // A stand-in tool. A command is compared without its redirections ("/sbin/mdadm -S /dev/md1" for
 // "/sbin/mdadm -S /dev/md1 > /dev/null 2>> /dev/null"), blanks as they are. Exact rules are tried
-// before prefixes (longest first) and those before any(). Of rules for the same text, those with
-// once()/times() come first in their order; of the others the last one declared holds, so a test
+// before prefixes (longest first), and prefixes before any(). Of rules for the same text, those
+// with once()/times() come first, in order; of the others the last one declared applies, so a test
 // overrides what a fixture has set up.
 class Tool {
   public:
@@ -47,7 +49,7 @@ class Tool {
     Rule on(const std::string& command);
     Rule on_prefix(const std::string& beginning);
     Rule any();
-    // A recorded run answers its own command.
+    // Answers the command of a recorded run with its recording.
     Rule replays(const std::string& capture);
 
   private:
@@ -59,7 +61,7 @@ class Tool {
 class RuleBook {
   public:
     Rule add(RuleState state);
-    // The rules in the order in which they are tried, unreachable ones left out.
+    // The rules in the order in which they are tried, without unreachable ones.
     std::vector<RuleState> in_force() const;
 
   private:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Builds with sanitizers and with coverage work inside a private root.
+// Builds with sanitizers or coverage work inside a private root.
 #include "victim_root.h"
 
 #include <cstdlib>
@@ -14,7 +14,7 @@ extern "C" void __gcov_exit() __attribute__((weak));
 namespace zav::test {
 namespace {
 
-// Without the address sanitizer a leak is no failure; with it, it fails the test.
+// With the address sanitizer a leak fails the test; without it, it does not.
 TEST(Sanitizer, SeesALeakOfTheProgram) {
     VictimRoot root;
     if (__asan_init == nullptr) {
@@ -62,7 +62,7 @@ bool has_counters(const std::filesystem::path& folder) {
     return false;
 }
 
-// A folder of the host for counters, which is bound into every root.
+// A folder of the host for counters, bound into every root.
 class Coverage : public testing::Test {
   protected:
     Coverage() {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The tree, the journal and the ways to start a run.
+// The tree, the journal, and the ways to start a run.
 #include "private_root.h"
 #include "victim_root.h"
 
@@ -194,7 +194,7 @@ TEST(Run, KeepsItsJournalApartFromARunAtTheSameTime) {
 
 TEST(Run, CannotWriteToTheHostThroughItsMounts) {
     VictimRoot root;
-    const auto refused = testing::AnyOf(EROFS, EACCES); // EACCES where the caller is not root
+    const auto refused = testing::AnyOf(EROFS, EACCES); // EACCES if the caller is not root
     EXPECT_THAT(root.run({"may-write", "/usr/lib"}).exit_status, refused);
     EXPECT_THAT(root.run({"may-write", "/bin/sh"}).exit_status, refused);
     EXPECT_EQ(root.run({"may-write", "/etc"}).exit_status, 0);

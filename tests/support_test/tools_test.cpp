@@ -16,7 +16,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-// Runs one command with system() and gives what it printed and its wait status.
+// Runs one command with system(); returns its output and its wait status.
 Result run_command(PrivateRoot& root, const std::string& command) {
     return root.call([&command] { return std::system(command.c_str()); });
 }
@@ -110,7 +110,7 @@ TEST(StandInTool, GivesTheAnswersOfASequenceInOrderAndRepeatsTheLast) {
     EXPECT_EQ(run_command(root, "/bin/tool; /bin/tool; /bin/tool; /bin/tool").out, "1233");
 }
 
-TEST(StandInTool, GoesOnToTheNextRuleAfterOneThatHoldsOnce) {
+TEST(StandInTool, ContinuesWithTheNextRuleAfterOneThatHoldsOnce) {
     PrivateRoot root;
     Tool tool = root.tool("/bin/tool");
     tool.any().prints("usual ");
@@ -144,7 +144,7 @@ TEST(StandInTool, DiesOfASignal) {
     const Result result = run_command(root, "/bin/tool 2>> /dev/null");
     EXPECT_EQ(result.returned, SIGKILL);
     EXPECT_EQ(result.out, "before");
-    // Where a shell has more to do than this, it reports the death in its own way.
+    // A shell that has more to do reports the death in its own way.
     EXPECT_EQ(run_command(root, "true; /bin/tool; exit $?").returned, (128 + SIGKILL) << 8);
 }
 
@@ -166,7 +166,7 @@ TEST(StandInTool, LetsASnippetSeeWhatTheProgramGaveIt) {
     PrivateRoot root;
     root.tool("/bin/tool").any().does("ls /proc/self/fd; env | grep -c ZAV; cat");
     const Result result = root.call([] { return std::system("/bin/tool"); }, {.input = "input"});
-    EXPECT_EQ(result.out, "0\n1\n2\n3\n0\ninput"); // 3 is ls reading the directory
+    EXPECT_EQ(result.out, "0\n1\n2\n3\n0\ninput"); // 3 is the directory that ls reads
 }
 
 TEST(StandInTool, PrintsAMegabyte) {

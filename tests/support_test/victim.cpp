@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What the harness tests run in place of the program under test: does what its first argument says.
+// The program that the harness tests run in place of the program under test: does what its first
+// argument says.
 #include <cerrno>
 #include <csignal>
 #include <cstdio>

@@ -5,7 +5,7 @@
 
 namespace zav::test {
 
-// A root in which /usr/bin/zavbox is the small program of these tests.
+// A root in which /usr/bin/zavbox is victim.cpp.
 class VictimRoot : public PrivateRoot {
   public:
     VictimRoot() { bind(ZAV_TEST_VICTIM, "/usr/bin/zavbox"); }

@@ -58,7 +58,7 @@ TEST_F(AddDisk, ReportsAKilledCommand) {
     EXPECT_THAT(last_message(machine), testing::HasSubstr("return unnormal with exit(0) for '"));
 }
 
-TEST_F(AddDisk, KnowsNoOtherArrayAndSaysNothing) {
+TEST_F(AddDisk, RefusesAnUnknownArraySilently) {
     machine.running("md10", "raid5", {"sda", "sdb", "sdc"});
     EXPECT_EQ(add("md1", "4"), -2038);
     EXPECT_THAT(changes(run), IsEmpty());
@@ -176,7 +176,7 @@ TEST_F(AddDisk, NeedsTheGroupList) {
     EXPECT_THAT(last_message(machine), EndsWith("]: return with -11000"));
 }
 
-// Behind the RAID controller a disk has no name for the command.
+// Behind the RAID controller a disk has no name that the command could use.
 TEST(AddDiskOnTheController, RunsNoCommandWithoutADisk) {
     ArrayMachine machine("VEL7205U");
     machine.tool(ArrayMachine::vexadm)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Creating an array with all checks: what is refused, in which order, and what is run.
+// Creating an array with all checks: what is refused, in which order, and which commands are run.
 #include "actions/arrays/creation.h"
 #include "fixtures/array_machine.h"
 #include "fixtures/library.h"
@@ -38,7 +38,7 @@ class CreateArray : public testing::Test {
         });
         return run.returned;
     }
-    // Nothing was changed, and that is the last message of the log.
+    // Nothing was changed, and this is the last message in the log.
     void expect_refused(const std::string& message) {
         EXPECT_THAT(changes(run), IsEmpty());
         EXPECT_EQ(last_message(machine), message);
@@ -156,7 +156,7 @@ TEST_F(CreateArray, ComparesTheSpareListAsItIs) {
     EXPECT_EQ(create({.spare = "4"}), 0);
 }
 
-// Of two arrays the first one in the list decides.
+// The first array in the list that conflicts decides.
 TEST_F(CreateArray, ChecksNameAndDisksArrayByArray) {
     machine.running("md2", "raid1", {"sda", "sdc"}).running("md1", "raid1", {"sde", "sdf"});
     EXPECT_EQ(create({.name = "md1"}), -2030);
@@ -214,7 +214,7 @@ TEST_F(CreateArray, SeesAHotspareThatIsMadeMeanwhile) {
     machine.tool(ArrayMachine::hotspare)
         .on("/usr/local/bin/hotspare --list")
         .prints("Global hotspare disk:\n")
-        .times(4); // all lists but the last
+        .times(4); // all lists except the last
     machine.hotspares("sda");
     EXPECT_EQ(create(), -2030);
     expect_refused("'sda,sdb' or '' includes global hotspare disk");
@@ -240,7 +240,7 @@ TEST_F(CreateArray, NamesTheFirstArrayMd0) {
     EXPECT_THAT(changes(run).back(), testing::HasSubstr(" /dev/md0 -l 1"));
 }
 
-TEST_F(CreateArray, ChoosesTheNumberBehindTheHighest) {
+TEST_F(CreateArray, ChoosesTheNumberAfterTheHighest) {
     machine.running("md3", "raid0", {"sdc"})
         .running("md0", "raid0", {"sdd"})
         .running("md1", "raid0", {"sde"});
@@ -248,13 +248,13 @@ TEST_F(CreateArray, ChoosesTheNumberBehindTheHighest) {
     EXPECT_THAT(changes(run).back(), testing::HasSubstr(" /dev/md4 -l 1"));
 }
 
-TEST_F(CreateArray, ChoosesBehindANumberOfMoreDigits) {
+TEST_F(CreateArray, ChoosesAfterANumberOfMoreDigits) {
     machine.running("md9", "raid0", {"sdc"}).running("md127", "raid0", {"sdd"});
     EXPECT_EQ(create({.name = ""}), 0);
     EXPECT_THAT(changes(run).back(), testing::HasSubstr(" /dev/md128 -l 1"));
 }
 
-TEST_F(CreateArray, TakesAnArrayWithoutANumberForNumber0) {
+TEST_F(CreateArray, CountsAnArrayWithoutANumberAsNumber0) {
     machine.running("md_d3", "raid0", {"sdc"});
     EXPECT_EQ(create({.name = ""}), 0);
     EXPECT_THAT(changes(run).back(), testing::HasSubstr(" /dev/md1 -l 1"));
@@ -272,7 +272,7 @@ TEST_F(CreateArray, ChecksTheDisksWhenTheNameIsChosenToo) {
     expect_refused("'sda,sdb' or '' includes used disk in md0");
 }
 
-TEST_F(CreateArray, RefusesANameThatIsNoneForACommand) {
+TEST_F(CreateArray, RefusesANameThatNoCommandMayHold) {
     for (const char* name : {"a;b", "$(reboot)", "../x", "a b", "`x`"}) {
         EXPECT_EQ(create({.name = name}), -127) << name;
         EXPECT_THAT(run.commands, IsEmpty());
@@ -316,7 +316,7 @@ TEST_F(CreateArray, NeedsTheSecondDiskListToo) {
     EXPECT_THAT(changes(run), IsEmpty());
 }
 
-// Sixteen disks on the main controller, each in a file of its own: the directory orders them.
+// Sixteen disks on the main controller, each in its own file, in the order of the directory.
 TEST(CreateArrayOfSixteen, NamesEveryDisk) {
     ArrayMachine machine;
     machine.disks(16);
@@ -338,7 +338,7 @@ TEST(CreateArrayOfSixteen, NamesEveryDisk) {
     EXPECT_THAT(changes(run), testing::SizeIs(17));
 }
 
-// Behind the RAID controller disks have channels but no names of the kernel.
+// Behind the RAID controller disks have channels but no kernel names.
 TEST(CreateArrayOnTheController, FindsNoDisksToTake) {
     ArrayMachine machine("VEL7205U");
     machine.tool(ArrayMachine::vexadm)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Running the command that creates an array: disks prepared, bounds, length.
+// Running the command that creates an array: clearing the disks, bounds, length.
 #include "actions/arrays/creation.h"
 #include "fixtures/array_machine.h"
 #include "fixtures/library.h"
@@ -48,7 +48,7 @@ TEST_F(Creation, TakesTheBitmapFromTheRunningKernel) {
                     "/sbin/mdadm -C --bitmap=internal --bitmap-chunk=16384  /dev/data -l 5"));
 }
 
-TEST_F(Creation, GoesOnWhenADiskCannotBePrepared) {
+TEST_F(Creation, ContinuesWhenADiskCannotBePrepared) {
     machine.tool(ArrayMachine::diskformat).any().exits(1);
     EXPECT_EQ(create("raid1", "sda,sdb"), 0);
     EXPECT_THAT(outside(run), SizeIs(3));
@@ -124,7 +124,7 @@ INSTANTIATE_TEST_SUITE_P(OfLevel, CreationBounds,
                                          Bounds{"linear", -1, 2, 16}, Bounds{"other", 0, 2, 16}),
                          [](const auto& test) { return test.param.type; });
 
-// A linear array whose command has just that many characters.
+// A linear array whose command has exactly that many characters.
 class CommandLength : public Creation, public testing::WithParamInterface<std::size_t> {
   protected:
     int create_with_length(std::size_t length) {
@@ -165,7 +165,7 @@ INSTANTIATE_TEST_SUITE_P(Characters, LengthThatReachesTheShell,
                          testing::Values(240, 241, 242, 243, 244, 247, 248, 254, 255),
                          testing::PrintToStringParamName());
 
-// Runs the command that makes an array again.
+// Runs the command that re-creates an array.
 class Recreation : public testing::Test {
   protected:
     int recreate(const char* type, const std::string& disks, const std::string& name = "md1") {

@@ -45,14 +45,14 @@ TEST_F(DeleteArray, ReportsAnArrayInUse) {
                            "exit(1) for '"));
 }
 
-TEST_F(DeleteArray, KnowsNoOtherArrayAndSaysNothing) {
+TEST_F(DeleteArray, RefusesAnUnknownArraySilently) {
     EXPECT_EQ(remove("md"), -2038);
     EXPECT_EQ(remove("md10"), -2038);
     EXPECT_THAT(changes(run), IsEmpty());
     EXPECT_THAT(machine.log(), IsEmpty());
 }
 
-TEST_F(DeleteArray, RefusesAnArrayThatCarriesAGroupAndSaysNothing) {
+TEST_F(DeleteArray, RefusesAnArrayThatCarriesAGroupSilently) {
     machine.group("vg1", {"/dev/sdc", "/dev/md1"});
     EXPECT_EQ(remove("md1"), -2035);
     EXPECT_THAT(changes(run), IsEmpty());
@@ -114,7 +114,7 @@ TEST_F(FailDisk, ReturnsTheSignalThatKilledTheCommand) {
     EXPECT_THAT(last_message(machine), HasSubstr("return unnormal with exit(0) for '"));
 }
 
-TEST_F(FailDisk, RunsNoCommandWithANameThatIsNone) {
+TEST_F(FailDisk, RunsNoCommandWithAnInvalidName) {
     EXPECT_EQ(fail("md1", "sda;reboot"), -1);
     EXPECT_EQ(fail("md1", ""), -1);
     EXPECT_EQ(fail("md1;reboot", "sda"), -1);

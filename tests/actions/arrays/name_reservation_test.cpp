@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The file of array names whose creation is under way.
+// The file with the names of arrays that are being created.
 #include "actions/arrays/name_reservation.h"
 #include "fixtures/array_machine.h"
 #include "fixtures/library.h"
@@ -30,7 +30,7 @@ class Reservations : public testing::Test {
     int del(const std::string& name, const RunOptions& options = {}) {
         return machine.operation([&] { return del_name(name.c_str()); }, options).returned;
     }
-    // A process that has a lock on the file until the run is destroyed.
+    // A process that holds a lock on the file until the run is destroyed.
     StartedRun hold_lock(short type) {
         if (!machine.exists(path)) {
             machine.file(path, "");
@@ -162,7 +162,7 @@ TEST_F(Reservations, NeedAFileThatIsNoDevice) {
     EXPECT_EQ(del("md1"), 0);
 }
 
-// Anyone may write into it, but it belongs to somebody else.
+// Writable for everybody, but owned by another user.
 TEST_F(Reservations, NeedAFileOfTheirOwner) {
     machine.file(path, "md7\n", 0666);
     const RunOptions nobody = {.uid = 65534};
@@ -218,7 +218,7 @@ TEST_F(Reservations, WaitForALockThatIsGivenBack) {
     EXPECT_EQ(machine.read(path), "md7\nmd1\n");
 }
 
-// Five tries have four sleeps between them.
+// Five attempts with four sleeps between them.
 Code add_in_four_seconds(const char* name) {
     const auto start = std::chrono::steady_clock::now();
     const auto result = add_name(name);
@@ -242,7 +242,7 @@ TEST_F(Reservations, GiveUpAfterFiveTriesWhenAnotherProcessReads) {
     EXPECT_EQ(machine.operation([] { return add_in_four_seconds("md1"); }).returned, -405);
 }
 
-// From here on this process is told that there are no locks to be had.
+// From now on this process gets no locks (ENOLCK).
 void deny_locks() {
     sock_filter steps[] = {
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),

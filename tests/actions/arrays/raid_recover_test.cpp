@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Bringing back an array that does not start: what is asked of mdadm, what is printed, and the
-// order of the disks in the command that makes it again.
+// Recovering an array that does not start: the mdadm calls, what is printed, and the order of the
+// disks in the command that re-creates it.
 #include "actions/arrays/recovery.h"
 #include "fixtures/array_machine.h"
 #include "fixtures/library.h"
@@ -14,7 +14,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::MatchesRegex;
 
-// A line of the table, of a member or of a slot that lost its own.
+// A line of the table: a member, or a slot that has lost its member.
 struct Slot {
     int number;
     const char* path;
@@ -38,7 +38,7 @@ class Recover : public testing::Test {
                              "\n          State : clean, degraded, Not Started\n\n" + table(slots));
     }
     Rule detail_rule() { return machine.tool(ArrayMachine::mdadm).on("/sbin/mdadm -D /dev/md1"); }
-    // What the superblock of a disk says; without slots it has none.
+    // The superblock of a disk; no slots: the disk has none.
     void superblock(const std::string& disk, const std::vector<Slot>& slots) {
         Rule rule = examine_rule(disk);
         if (slots.empty()) {
@@ -71,7 +71,7 @@ class Recover : public testing::Test {
     Result run;
 };
 
-TEST_F(Recover, MakesAWholeArrayAgainFromItsMembers) {
+TEST_F(Recover, RecreatesACompleteArrayFromItsMembers) {
     details(3, {{0, "/dev/sdb"}, {1, "/dev/sda"}, {2, "/dev/sdc"}});
     EXPECT_EQ(recover(), 0);
     EXPECT_THAT(
@@ -171,13 +171,13 @@ TEST_F(Recover, MovesTheLastMemberIntoTheHoleWhenAllAreThere) {
     EXPECT_THAT(recreated(), HasSubstr(" -n 3 -R /dev/sda /dev/sdb /dev/sdc >"));
 }
 
-TEST_F(Recover, MovesNothingWhenTheHoleIsBehindAllMembers) {
+TEST_F(Recover, MovesNothingWhenTheHoleIsAfterAllMembers) {
     details(3, {{0, "/dev/sda"}, {1, "/dev/sdb"}, {2, "/dev/sdc"}, {3, nullptr}});
     EXPECT_EQ(recover(), 0);
     EXPECT_THAT(recreated(), HasSubstr(" -n 3 -R /dev/sda /dev/sdb /dev/sdc >"));
 }
 
-TEST_F(Recover, TakesSeventeenSlotsForTooMany) {
+TEST_F(Recover, RefusesSeventeenSlots) {
     std::vector<std::string> paths;
     std::vector<Slot> slots;
     for (char letter = 'a'; letter <= 'r'; ++letter) {
@@ -205,7 +205,7 @@ TEST_F(Recover, RefusesTooFewMembersAfterTheArrayIsStopped) {
     expect_failure_logged(-419);
 }
 
-TEST_F(Recover, MakesAMirrorAgainAsLevel0) {
+TEST_F(Recover, RecreatesAMirrorAsLevel0) {
     details(2, {{0, "/dev/sda"}, {1, "/dev/sdb"}});
     EXPECT_EQ(recover("raid1"), 0);
     EXPECT_EQ(recreated(), "/sbin/mdadm -C /dev/md1 -l 0 -n 2 -R /dev/sda /dev/sdb > /dev/null");
@@ -245,13 +245,13 @@ TEST_F(Recover, NeedsTheFileOfTheDetails) {
     expect_failure_logged(-411);
 }
 
-TEST_F(Recover, RunsNothingWithAPathThatIsNone) {
+TEST_F(Recover, RunsNothingWithAnInvalidPath) {
     details(3, {{0, "/dev/sda"}, {1, "/dev/$(reboot)"}, {2, "/dev/sdc"}});
     EXPECT_EQ(recover(), -411);
     EXPECT_THAT(run.commands, testing::SizeIs(1));
 }
 
-TEST_F(Recover, RunsNothingForANameThatIsNone) {
+TEST_F(Recover, RunsNothingForAnInvalidName) {
     EXPECT_EQ(recover("raid5", "md1;reboot"), -411);
     EXPECT_THAT(run.commands, IsEmpty());
     expect_failure_logged(-411);
@@ -264,7 +264,7 @@ TEST_F(Recover, NeedsTheDiskListForAMissingDisk) {
     expect_failure_logged(-410);
 }
 
-TEST_F(Recover, NeedsNoDiskListForAWholeArray) {
+TEST_F(Recover, NeedsNoDiskListForACompleteArray) {
     details(3, {{0, "/dev/sda"}, {1, "/dev/sdb"}, {2, "/dev/sdc"}});
     machine.without_disk_controller();
     EXPECT_EQ(recover(), 0);
@@ -278,7 +278,7 @@ TEST_F(Recover, EndsWhenTheArrayCannotBeStopped) {
     expect_failure_logged(-419);
 }
 
-TEST_F(Recover, EndsWhenTheArrayCannotBeMadeAgain) {
+TEST_F(Recover, EndsWhenTheArrayCannotBeRecreated) {
     details(3, {{0, "/dev/sda"}, {1, "/dev/sdb"}, {2, "/dev/sdc"}});
     machine.tool(ArrayMachine::mdadm).on_prefix("/sbin/mdadm -C").exits(1);
     EXPECT_EQ(recover(), -419);

@@ -56,7 +56,7 @@ TEST_F(RemoveDisk, ReportsAFailedCommand) {
                            "return normal with exit(1) for '"));
 }
 
-TEST_F(RemoveDisk, KnowsNoOtherArrayAndSaysNothing) {
+TEST_F(RemoveDisk, RefusesAnUnknownArraySilently) {
     EXPECT_EQ(remove("md1", "9"), -2038);
     EXPECT_THAT(machine.log(), IsEmpty());
 }
@@ -101,7 +101,7 @@ TEST_F(RemoveDisk, RefusesADiskThatIsNoMember) {
     expect_refused("'4' is not in md1");
 }
 
-TEST_F(RemoveDisk, DoesNotTakeAMemberForOneThatBeginsAlike) {
+TEST_F(RemoveDisk, DoesNotMistakeAMemberForOneThatBeginsAlike) {
     machine.box({{"sda", 1}, {"sdb", 2}, {"sdaa", 3}});
     machine.array("md1", "raid1", "clean", 2, {{"sdaa", "faulty"}, {"sdb", "in_sync"}});
     EXPECT_EQ(remove("md1", "1"), -2033);
@@ -121,20 +121,20 @@ TEST_F(RemoveDisk, RefusesASpareMember) {
     expect_refused("'2' in md1 is not fauty");
 }
 
-// Only a capital F is the mark of a faulty member.
+// Only a capital F marks a faulty member.
 TEST_F(RemoveDisk, RefusesAMemberWithAnotherMark) {
     machine.array("md1", "raid5", "clean", 2, {{"sda", "in_sync"}, {"sdb(f)", "in_sync"}});
     EXPECT_EQ(remove("md1", "2"), -2036);
     expect_refused("'2' in md1 is not fauty");
 }
 
-TEST_F(RemoveDisk, DoesNotTakeALetterOfTheNameForAMark) {
+TEST_F(RemoveDisk, DoesNotMistakeALetterOfTheNameForAMark) {
     machine.box({{"sda", 1}, {"sdF", 2}});
     machine.array("md1", "raid1", "clean", 2, {{"sda", "in_sync"}, {"sdF", "in_sync"}});
     EXPECT_EQ(remove("md1", "2"), -2036);
 }
 
-// The controller's scan gives members as it likes.
+// The controller's scan may print any member text.
 TEST(RemoveDiskOnTheController, FindsNoMemberForADiskWithoutAName) {
     ArrayMachine machine("VEL7205U");
     machine.tool(ArrayMachine::vexadm)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The two operations that change a disk. A failed command is in the log only.
+// The two operations that change a disk. A failed command is only logged.
 #include "actions/disks/disks.h"
 #include "fixtures/disk_root.h"
 
@@ -37,7 +37,7 @@ class DiskOperation : public testing::Test {
     DiskRoot root;
 };
 
-/// The log's line about a command that failed.
+/// The log line of a failed command.
 auto failed(const std::string& command, const std::string& end) {
     return MatchesRegex("system\\(\"" + command + "\"\\) return " + end + " for '.*'");
 }

@@ -26,7 +26,7 @@ const Texts xfs_models = {"KOR7206L",    "KOR7206G",           "KOR7206H",   "KO
                           "VEL7205U",    "VEL7205A",           "KOR7206LBX", "KOR7206",
                           "vel7205e",    "VEL7205E-2000000000"};
 
-// Directories that a shell would read as more, or as less, than one word.
+// Directories that a shell would not interpret as exactly one word.
 const Texts unsafe_directories = {"/mnt/data/a;id",
                                   "/mnt/data/a b",
                                   "/mnt/data/$(id)",
@@ -116,7 +116,7 @@ TEST_F(FileSystemMaking, FailsWithTheCommand) {
                                               failed(make_reiserfs, "normal with exit(127)")));
 }
 
-TEST_F(FileSystemMaking, RunsNothingOnANameThatAShellWouldRead) {
+TEST_F(FileSystemMaking, RunsNothingOnANameThatAShellWouldInterpret) {
     const Result result = machine.operation([] { return fs_make("pool", "da;ta"); });
     EXPECT_EQ(result.returned, -11000);
     EXPECT_EQ(machine.operation([] { return fs_make("p ool", "data"); }).returned, -11000);
@@ -156,7 +156,7 @@ TEST_F(Mounting, MountsXfsWithoutAModel) {
     EXPECT_EQ(outside(mount()).at(0), xfs_mount("/dev/data/pool", "/mnt/data/pool"));
 }
 
-TEST_F(Mounting, ReadsTheModelAfresh) {
+TEST_F(Mounting, ReadsTheModelEachTime) {
     const Result result = machine.operation([] {
         EXPECT_EQ(fs_make("pool", "data"), 0);
         std::ofstream("/etc/sys_info") << "[product]\ntype=VEL7205P\n";
@@ -210,7 +210,7 @@ TEST_F(Mounting, FailsWithChmod) {
                                                      "normal with exit(1)")));
 }
 
-// From here on the kernel does not tell its release.
+// From now on uname(2) fails.
 void refuse_uname() {
     sock_filter steps[] = {
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
@@ -234,7 +234,7 @@ TEST_F(Mounting, NeedsTheKernelsReleaseForEveryType) {
     }
 }
 
-TEST_F(Mounting, PutsNoDirectoryIntoACommandThatAShellWouldRead) {
+TEST_F(Mounting, PutsNoDirectoryIntoACommandThatAShellWouldInterpret) {
     for (const std::string& directory : unsafe_directories) {
         const Result result = mount(directory);
         EXPECT_EQ(result.returned, -11000) << directory;
@@ -244,7 +244,7 @@ TEST_F(Mounting, PutsNoDirectoryIntoACommandThatAShellWouldRead) {
                 failed(xfs_mount("/dev/data/pool", "/mnt/data/a;id"), "unnormal with exit(255)"));
 }
 
-TEST_F(Mounting, PutsNoPoolIntoACommandThatAShellWouldRead) {
+TEST_F(Mounting, PutsNoPoolIntoACommandThatAShellWouldInterpret) {
     for (const auto& [group, pool] : {std::pair("data", "p;id"), std::pair("da ta", "pool"),
                                       std::pair("data", "p$ool"), std::pair("data", "po ol")}) {
         const auto function = [group = group, pool = pool] {
@@ -256,7 +256,7 @@ TEST_F(Mounting, PutsNoPoolIntoACommandThatAShellWouldRead) {
     }
 }
 
-TEST_F(Mounting, TakesALabelForAName) {
+TEST_F(Mounting, AcceptsALabelAsAName) {
     const auto mount_label = [this](const char* label) {
         const std::string source = std::string("-L ") + label;
         return machine.operation([&] { return mount_source("/mnt/x", source, "xfs", "mount"); });
@@ -295,7 +295,7 @@ TEST_F(Unmounting, FailsWithTheCommand) {
                             failed("umount /mnt/x > /dev/null", "normal with exit(127)")));
 }
 
-TEST_F(Unmounting, TakesNoDirectoryThatAShellWouldRead) {
+TEST_F(Unmounting, TakesNoDirectoryThatAShellWouldInterpret) {
     for (const std::string& directory : unsafe_directories) {
         const Result result = unmount(directory);
         EXPECT_EQ(result.returned, -11000) << directory;
@@ -379,7 +379,7 @@ TEST_F(MountPoint, ThatCannotBeRemovedFailsInAWordingOfItsOwn) {
                                               failed(command, "normal with exit(127)", "")));
 }
 
-TEST_F(MountPoint, ThatAShellWouldReadReachesNoCommand) {
+TEST_F(MountPoint, ThatAShellWouldInterpretReachesNoCommand) {
     for (const std::string& directory : unsafe_directories) {
         for (const Result& result : {create_directory(directory), remove_directory(directory)}) {
             EXPECT_EQ(result.returned, -11000) << directory;
@@ -396,7 +396,7 @@ TEST_F(MountPoint, ThatAShellWouldReadReachesNoCommand) {
                 failed("rm -rf /mnt/data/a;id > /dev/null", "unnormal with exit(255)", ""));
 }
 
-TEST(MountPointOfARegister, IsRefusedWhenAShellWouldReadIt) {
+TEST(MountPointOfARegister, IsRefusedWhenAShellWouldInterpretIt) {
     PoolMachine machine;
     for (const std::string& directory : unsafe_directories) {
         EXPECT_EQ(machine.call([&] { return check_mount_point(directory.c_str()); }).returned, -602)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The register of mounted file systems in trouble: it cannot be opened, read, written or replaced,
+// Faults of the register of mounted file systems: it cannot be opened, read, written or replaced,
 // or two processes change it at once.
 #include "actions/filesystems/filesystems.h"
 #include "actions/filesystems/mount_register.h"
@@ -20,11 +20,11 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// With a pool on it.
+// With one pool in it.
 const std::string content = "# comment\n/dev/data/a /mnt/data/a xfs\n"
                             "/dev/data/pool /mnt/data/pool xfs\n";
 
-// Files of more bytes cannot be written.
+// Larger files cannot be written.
 RunOptions with_largest_file(rlim_t size) {
     return {.limits = {{RLIMIT_FSIZE, size}}, .ignored_signals = {SIGXFSZ}};
 }
@@ -118,7 +118,7 @@ TEST_F(RegisterFault, AReadOnlyRegisterCannotBeReplaced) {
     EXPECT_EQ(machine.read(mdfstab), content);
 }
 
-TEST_F(RegisterFault, AReadOnlyRegisterWithoutTheMountPointIsWell) {
+TEST_F(RegisterFault, AReadOnlyRegisterWithoutTheMountPointIsNoFailure) {
     machine.file(mdfstab, "/dev/data/a /mnt/data/a xfs\n").read_only("/etc");
     EXPECT_EQ(remove().returned, 0);
 }
@@ -184,7 +184,7 @@ TEST(FaultyRegister, IsNamedWhereLinesAreRemovedOnly) {
                             "directory"));
 }
 
-// Another process has the register while a change comes.
+// Another process holds the register while it is to be changed.
 class RegisterInUse : public RegisterFault {
   protected:
     RegisterInUse() : lock(machine.host_path(mdfstab)) {}
@@ -195,7 +195,7 @@ class RegisterInUse : public RegisterFault {
     StartedRun removing() {
         return machine.start_call([] { return mdfstab_remove("/mnt/data/pool"); });
     }
-    // Puts another file in the register's place, as a removal does.
+    // Replaces the register by another file, as a removal does.
     void replace(const std::string& text) {
         machine.file("/etc/mdfstab.new", text);
         std::filesystem::rename(machine.host_path("/etc/mdfstab.new"), machine.host_path(mdfstab));
@@ -281,7 +281,7 @@ TEST_F(RegisterFault, IsFreeForTheToolThatSavesIt) {
     save([] { return mdfstab_remove("/mnt/data/missing"); });
 }
 
-// Starts a process for each number, all at once, and counts those that succeed.
+// Starts one process per number, all at once, and counts those that succeed.
 template <class Called>
 int together(int count, Called function) {
     int gate[2];

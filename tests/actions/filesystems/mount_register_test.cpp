@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Changes to the register of mounted file systems: the line of a pool, what stays, who is told.
+// Changes to the register of mounted file systems: the line of a pool, what stays, how it is saved.
 #include "actions/filesystems/filesystems.h"
 #include "actions/filesystems/mount_register.h"
 #include "fixtures/library.h"

@@ -64,7 +64,7 @@ TEST_F(UnmountingByName, FailsWithoutTheMountTable) {
     EXPECT_THAT(result.commands, IsEmpty());
 }
 
-TEST_F(UnmountingByName, RefusesADirectoryThatAShellWouldRead) {
+TEST_F(UnmountingByName, RefusesADirectoryThatAShellWouldInterpret) {
     for (const char* directory : {"/mnt/a;id/pool", "/mnt/a\\040b/pool", "/mnt/$x/pool",
                                   "/mnt/`id`/pool", "/mnt/a\\011/pool", "/mnt/a\\012/pool",
                                   "/mnt/a\\134/pool", "/mnt/a&b/pool", "/mnt/*/pool"}) {
@@ -137,7 +137,7 @@ TEST_F(RepairTool, MayFail) {
                                               failed(command, "normal with exit(127)")));
 }
 
-TEST_F(RepairTool, GetsNoNameThatAShellWouldRead) {
+TEST_F(RepairTool, GetsNoNameThatAShellWouldInterpret) {
     for (const char* pool : {"p;id", "p ool", "$(id)"}) {
         const Result result = machine.operation([=] { return fs_repair(pool, "data", "xfs"); });
         EXPECT_EQ(result.returned, -509) << pool;
@@ -145,7 +145,7 @@ TEST_F(RepairTool, GetsNoNameThatAShellWouldRead) {
     }
 }
 
-// The register knows /dev/data/pool on a mount point that is not that of new file systems.
+// The register has /dev/data/pool on a mount point other than that of new file systems.
 class Repair : public testing::Test {
   protected:
     static constexpr auto line = "/dev/data/pool\t/mnt/old/pool\txfs\tdefaults\t0 0";
@@ -190,7 +190,7 @@ TEST_F(Repair, MountsTheRegisteredTypeWhateverTheModel) {
                             make_directory, protect, mount, open));
 }
 
-TEST_F(Repair, TakesTheFirstRegisteredPoolOfThatNameWhateverTheGroup) {
+TEST_F(Repair, TakesTheFirstRegisteredPoolOfThatNameInAnyGroup) {
     machine.registered({"/dev/more/pool /mnt/more/pool xfs", line});
     const Result result = repair();
     EXPECT_EQ(result.returned, 0);
@@ -234,7 +234,7 @@ TEST_F(Repair, StopsWithoutTheMountTable) {
     EXPECT_THAT(result.commands, IsEmpty());
 }
 
-TEST_F(Repair, RefusesAMountPointThatAShellWouldRead) {
+TEST_F(Repair, RefusesAMountPointThatAShellWouldInterpret) {
     for (const char* directory : {"/mnt/a;id/pool", "/mnt/$(id)", "mnt/pool", "`id`"}) {
         machine.registered({std::string("/dev/data/pool ") + directory + " xfs"});
         const Result result = repair();
@@ -244,7 +244,7 @@ TEST_F(Repair, RefusesAMountPointThatAShellWouldRead) {
     EXPECT_THAT(machine.logged(), Contains("no command takes the mount point '/mnt/$(id)'"));
 }
 
-TEST_F(Repair, GoesOnAndFailsInTheEndWhenTheToolFails) {
+TEST_F(Repair, ContinuesAndFailsAtTheEndWhenTheToolFails) {
     machine.tool("/sbin/xfs_repair").any().exits(1);
     const Result result = repair();
     EXPECT_EQ(result.returned, -509);
@@ -253,7 +253,7 @@ TEST_F(Repair, GoesOnAndFailsInTheEndWhenTheToolFails) {
                                               returned("repair_kor_fs", -509)));
 }
 
-TEST_F(Repair, GoesOnWithoutAMountPoint) {
+TEST_F(Repair, ContinuesWithoutAMountPoint) {
     machine.tool(pool_tool::mkdir).any().exits(1);
     const Result without_directory = repair();
     EXPECT_EQ(without_directory.returned, 0);
@@ -305,7 +305,7 @@ TEST_F(Repair, IsDoneThoughThePoolCannotBeRegistered) {
     EXPECT_EQ(repair().returned, 0);
 }
 
-TEST_F(Repair, GetsNoPoolThatAShellWouldRead) {
+TEST_F(Repair, GetsNoPoolThatAShellWouldInterpret) {
     machine.registered({"/dev/data/p;id /mnt/data/pool xfs"});
     const Result result =
         machine.operation([] { return repair_kor_fs("p;id", "data", printed()); });

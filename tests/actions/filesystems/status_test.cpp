@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What is measured and tried on a file system: its sizes, a small file of our own, files that a
-// user has there.
+// What is measured and tried on a file system: its sizes, a small test file, and the user's files,
+// which stay.
 #include "actions/filesystems/status.h"
 #include "fixtures/library.h"
 #include "fixtures/pool_machine.h"
@@ -19,7 +19,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-// A directory of the machine that the checks are about.
+// The directory that is checked.
 constexpr auto directory = "/mnt/data/pool";
 constexpr auto test_file = "/mnt/data/pool/test";
 
@@ -33,7 +33,7 @@ fs_info& add(fs_list& list, const char* mntpoint = directory, const char* status
     return fs;
 }
 
-// The status of a file system there after the check.
+// Prints the status of a file system on the directory after the check.
 void check(const char* mntpoint, const char* status = "available") {
     fs_list list;
     const fs_info& fs = add(list, mntpoint, status);
@@ -47,7 +47,7 @@ void mount_ram(int mebibytes, unsigned long flags = 0) {
     EXPECT_EQ(::mount("ram", directory, "tmpfs", flags, size.c_str()), 0);
 }
 
-// Nothing at all may be written there from now on.
+// From now on nothing can be written there.
 void make_read_only() {
     EXPECT_EQ(::mount(nullptr, directory, nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
 }
@@ -56,7 +56,7 @@ class SpaceCheck : public testing::Test {
   protected:
     SpaceCheck() { machine.directory(directory); }
 
-    // What a check of one file system of that status says about it.
+    // The status of one file system after a check, starting from `before`.
     std::string status(const char* before = "available", const char* mntpoint = directory,
                        const RunOptions& options = {}) {
         const auto function = [=] {
@@ -212,7 +212,7 @@ TEST_F(SpaceCheck, KeepsTheStatusOfAFullOne) {
     }
 }
 
-TEST_F(SpaceCheck, SaysSomethingOfOneWithoutAMountPointAndGoesOn) {
+TEST_F(SpaceCheck, ReportsOneWithoutAMountPointAndContinues) {
     const Result result = machine.operation([] {
         fs_list list;
         const fs_info& first = add(list, "");
@@ -226,7 +226,7 @@ TEST_F(SpaceCheck, SaysSomethingOfOneWithoutAMountPointAndGoesOn) {
     EXPECT_EQ(result.out, "filesystem  cannot statfs\n");
 }
 
-TEST_F(SpaceCheck, OfNothingIsWell) {
+TEST_F(SpaceCheck, OfNothingSucceeds) {
     EXPECT_EQ(machine
                   .operation([] {
                       fs_list list;
@@ -236,7 +236,7 @@ TEST_F(SpaceCheck, OfNothingIsWell) {
               0);
 }
 
-// The whole list, shown. What was returned is the reader's result.
+// Prints the whole list; returns the reader's result.
 class FileSystemListing : public SpaceCheck {
   protected:
     Result shown() {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What keeps a group's name unique and a disk in one use only: the checks before a group is made.
+// The checks before a group is created: a unique name, and no disk that is already in use.
 #include "actions/groups/groups.h"
 #include "fixtures/group_machine.h"
 #include "fixtures/library.h"
@@ -74,7 +74,7 @@ TEST_F(CheckGroupName, PassesOnTheOtherCodesOfTheGroupList) {
 
 class CheckVolume : public testing::Test {
   protected:
-    // The name that it has afterwards is in `name`.
+    // `name` is the volume's name after the check.
     int check(const std::string& typed, const std::string& device = "0") {
         machine.remove("/var/log/log.libzav");
         run = machine.operation([&] {
@@ -110,7 +110,7 @@ TEST_F(CheckVolume, TakesAnArrayOnAnyDevice) {
     EXPECT_EQ(check("md0", "4"), 0);
 }
 
-TEST_F(CheckVolume, KnowsNoOtherArray) {
+TEST_F(CheckVolume, RefusesAnUnknownArray) {
     for (const std::string typed :
          {"md7", "md", "md00", "MD0", "data", "hdb", "1a", "SDD", "s", "4;5", "4-5", "xsdd"}) {
         EXPECT_EQ(check(typed), -2044) << typed;
@@ -253,7 +253,7 @@ TEST_F(CheckVolume, RefusesADiskInUseBeforeItLooksAtTheGroups) {
     EXPECT_EQ(check("6"), -2043);
 }
 
-// A disk is listed under its channel, and looked for under its kernel name.
+// A disk is listed under its channel but looked up by its kernel name.
 TEST_F(CheckVolume, TakesADiskThatCarriesAGroup) {
     machine.on("data", {"/dev/sdd"});
     EXPECT_EQ(check("4"), 0);

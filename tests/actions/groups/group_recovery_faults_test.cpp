@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Bringing a group back with tools that fail, are killed, or are missing, each in turn.
+// Restoring a group with tools that fail, are killed, or are missing, each in turn.
 #include "fixtures/group_recovery.h"
 #include "fixtures/library.h"
 
@@ -19,7 +19,7 @@ using testing::StartsWith;
 
 enum class Fault { fails, is_killed, is_missing };
 
-// How the log tells of it.
+// How the log describes it.
 std::string outcome(Fault fault) {
     switch (fault) {
     case Fault::fails:
@@ -34,7 +34,7 @@ std::string outcome(Fault fault) {
 
 class FaultyTools : public testing::TestWithParam<Fault> {
   protected:
-    // The tool at `path` has the fault where its command begins with `beginning`.
+    // The tool at `path` has the fault in commands that begin with `beginning`.
     void break_tool(const std::string& path, const std::string& beginning) {
         switch (GetParam()) {
         case Fault::fails:
@@ -51,7 +51,7 @@ class FaultyTools : public testing::TestWithParam<Fault> {
     void restore(const std::vector<Volume>& volumes) {
         run = restore_group(machine, backup_of(volumes));
     }
-    // The only line of the log, up to the reason.
+    // The only line in the log, up to the reason.
     void expect_logged(const std::string& command, const std::string& wording) {
         EXPECT_THAT(machine.logged(), ElementsAre(StartsWith("system(\"" + command + "\")" +
                                                              outcome(GetParam()) + wording)));
@@ -110,7 +110,7 @@ TEST_P(FaultyTools, DdIsOnlyLogged) {
     expect_logged("dd if=/dev/zero of=/dev/md1 bs=1M count=4 > /dev/null", " for '");
 }
 
-// Without mdadm at all nothing would be known about the array.
+// Without mdadm nothing would be known about the array.
 TEST_P(FaultyTools, MdadmIsOnlyLoggedForAMember) {
     const bool missing = GetParam() == Fault::is_missing;
     const std::string command = "/sbin/mdadm /dev/md1 -f /dev/sdc";
@@ -131,7 +131,7 @@ TEST_P(FaultyTools, MdadmIsOnlyLoggedForAMember) {
     expect_logged(command, " for '");
 }
 
-// What it printed until then counts.
+// What it has printed by then counts.
 TEST_P(FaultyTools, PvdisplayIsOnlyLogged) {
     if (GetParam() == Fault::is_missing) {
         machine.remove(RecoveryMachine::pvdisplay);
@@ -174,7 +174,7 @@ TEST_P(FaultyTools, MdadmMakesAnArrayInactiveWithoutItsDetails) {
     EXPECT_EQ(run.returned, 0);
     Texts commands = actions(run);
     ASSERT_THAT(commands, testing::SizeIs(5));
-    std::sort(commands.begin(), commands.begin() + 2); // the kernel's directory has no order
+    std::sort(commands.begin(), commands.begin() + 2); // the directory is not sorted
     EXPECT_THAT(commands,
                 ElementsAre("/sbin/mdadm /dev/md0 -f /dev/sda", "/sbin/mdadm /dev/md0 -f /dev/sdb",
                             "dd if=/dev/zero of=/dev/md0 bs=1M count=4 > /dev/null",
@@ -208,7 +208,7 @@ class RestoreWithoutLiveVolumes : public testing::Test {
     Result run;
 };
 
-TEST_F(RestoreWithoutLiveVolumes, TakesEveryVolumeForMissingAndFails) {
+TEST_F(RestoreWithoutLiveVolumes, TreatsEveryVolumeAsMissingAndFails) {
     restore({{"a", "md0"}, {"b", "md1"}, {"c", "sdf"}});
     EXPECT_EQ(run.returned, -1);
     EXPECT_THAT(run.out, MatchesRegex("cannot open /tmp/pvdisplay\\..{6}\nvg restore: yes\n"));
@@ -229,7 +229,7 @@ TEST_F(RestoreWithoutLiveVolumes, FailsForABackupWithoutVolumesToo) {
     EXPECT_THAT(actions(run), IsEmpty());
 }
 
-TEST_F(RestoreWithoutLiveVolumes, TellsOfAStopInstead) {
+TEST_F(RestoreWithoutLiveVolumes, ReportsAStopInstead) {
     machine.tool(RecoveryMachine::pvcreate).on_prefix("/sbin/pvcreate -u b").exits(5);
     restore({{"a", "md0"}, {"b", "md1"}});
     EXPECT_EQ(run.returned, -3);
@@ -238,7 +238,7 @@ TEST_F(RestoreWithoutLiveVolumes, TellsOfAStopInstead) {
                 ElementsAre("/sbin/pvcreate -u a /dev/ram2", "/sbin/pvcreate -u b /dev/ram3"));
 }
 
-// The tool of today wants one more option and refuses.
+// Today's pvcreate requires one more option and refuses.
 TEST(RestoreWithTodaysPvcreate, Stops) {
     RecoveryMachine machine;
     machine.tool(RecoveryMachine::pvdisplay)

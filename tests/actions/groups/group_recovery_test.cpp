@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Bringing a group back: what happens to each of its volumes, and in which order.
+// Restoring a group: what happens to each of its volumes, and in which order.
 #include "fixtures/group_recovery.h"
 #include "fixtures/library.h"
 
@@ -36,7 +36,7 @@ class RestoreGroup : public testing::Test {
         EXPECT_EQ(run.out, nothing_restored);
         EXPECT_THAT(actions(run), IsEmpty());
     }
-    // The work ended before the group's metadata, without a word.
+    // Recovery ended before it restored the metadata, without a message.
     void expect_stopped(int code, const Texts& commands = {}) {
         EXPECT_EQ(run.returned, code);
         EXPECT_EQ(run.out, "");
@@ -47,7 +47,7 @@ class RestoreGroup : public testing::Test {
     Result run;
 };
 
-// What is read.
+// The sources.
 
 TEST_F(RestoreGroup, ReadsTheArraysAndTheVolumes) {
     restore({{"a", "md0"}});
@@ -106,7 +106,7 @@ TEST_F(RestoreGroup, RestoresARecordedGroupWhoseVolumeIsMissing) {
     expect_restored({on_ram("DBc3C1-Rr0K-05dv-AasZ-5VQX-Ntqc-LdXVSd", 2), restore_vg1});
 }
 
-// Volumes that are there.
+// Volumes that exist.
 
 TEST_F(RestoreGroup, LeavesAnActiveArrayAlone) {
     machine.sees(live("a", "/dev/md0"));
@@ -144,7 +144,7 @@ TEST_F(RestoreGroup, TakesTheVolumesInTheBackupsOrder) {
                      on_ram("a", 4), restore_vg1});
 }
 
-// Arrays that broke.
+// Broken arrays.
 
 TEST_F(RestoreGroup, FailsAndWipesAnInactiveArrayBeforeItsSubstitute) {
     machine.sees(live("a", "/dev/md1"));
@@ -161,7 +161,7 @@ TEST_F(RestoreGroup, FailsEveryMemberThatIsNotFaultyYet) {
     restore({{"a", "md1"}});
     Texts commands = actions(run);
     ASSERT_THAT(commands, testing::SizeIs(6));
-    std::sort(commands.begin(), commands.begin() + 3); // the kernel's directory has no order
+    std::sort(commands.begin(), commands.begin() + 3); // the directory is not sorted
     EXPECT_THAT(commands,
                 ElementsAre("/sbin/mdadm /dev/md1 -f /dev/sdc", "/sbin/mdadm /dev/md1 -f /dev/sdd",
                             "/sbin/mdadm /dev/md1 -f /dev/sdf", wipe_md1, on_ram("a", 2),
@@ -180,7 +180,7 @@ TEST_F(RestoreGroup, NeedsNoArrayForAMissingVolume) {
     expect_restored({on_ram("a", 2), restore_vg1});
 }
 
-// The list fails at md1, whose members nobody can read.
+// The list fails at md1, whose members cannot be read.
 TEST_F(RestoreGroup, UsesWhatAnArrayListHoldsThatFailed) {
     machine.remove("/sys/block/md1");
     machine.sees(live("a", "/dev/md0") + live("b", "/dev/md1"));
@@ -272,7 +272,7 @@ TEST_F(RestoreGroup, PassesOverNoRamDiskForOtherNames) {
     expect_restored({on_ram("id1", 2), restore_vg1});
 }
 
-// Text that no command may see.
+// Text that must not reach a command.
 
 TEST_F(RestoreGroup, RunsNothingWithAUuidThatIsNotPlain) {
     for (const char* id : {"a;reboot", "$(reboot)", "a b", "-y", "a'b", "", "a/b", "`x`", "\x80"}) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The two ways into the recovery of a group: by its name, and by that of a pool.
+// The two entry points of group recovery: by the group's name and by a pool's name.
 #include "fixtures/group_recovery.h"
 #include "fixtures/library.h"
 
@@ -49,7 +49,7 @@ TEST(ResumedGroup, NeedsNoBackupDirectory) {
     EXPECT_THAT(machine.log(), IsEmpty());
 }
 
-TEST(ResumedGroup, NeedsNoBackupDirectoryThatIsOne) {
+TEST(ResumedGroup, AcceptsAFileInPlaceOfTheBackupDirectory) {
     RecoveryMachine machine;
     machine.file("/etc/lvm/backup", backup_of({{"a", "sdf"}}));
     const Result result = resume(machine);
@@ -109,7 +109,7 @@ TEST(ResumedGroup, WithoutLiveVolumesFailsAlthoughItIsRestored) {
     EXPECT_THAT(machine.logged("vg_raid_resume"), ElementsAre(EndsWith("return with -1")));
 }
 
-TEST(ResumedGroup, WithGarbageForABackupIsLeftAlone) {
+TEST(ResumedGroup, WithGarbageAsABackupIsLeftAlone) {
     RecoveryMachine machine;
     for (const std::string& text :
          {std::string(), std::string(1 << 20, 'x'), std::string(1 << 20, '\0'),
@@ -129,7 +129,7 @@ TEST(ResumedGroup, MayHaveABackupWithoutAFinalLineEnd) {
                 ElementsAre("/sbin/pvcreate -u a /dev/ram2", "/sbin/vgcfgrestore vg1"));
 }
 
-// Prints the group after what the work printed, "before" when it stayed what it was.
+// Prints the group after recovery's own output; "before" if it was not set.
 Result handle(RecoveryMachine& machine, const std::string& pool = "pub") {
     return machine.operation([&pool] {
         GroupName group("before");
@@ -200,7 +200,7 @@ TEST(GroupOfABrokenPool, StaysWhatItWasWithoutTheDirectory) {
 
 TEST(GroupOfABrokenPool, StaysWhatItWasWhenItsBackupCannotBeOpened) {
     RecoveryMachine machine;
-    const std::string cut(32, 'v'); // a name that was cut names no file
+    const std::string cut(32, 'v'); // a truncated name matches no file
     machine.backup(cut + "x", backup_of({{"a", "sdf"}}, {"pub"}));
     const Result result = handle(machine);
     EXPECT_EQ(result.returned, 0);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Creating, deleting and extending volume groups: the commands, in order, and what a failure of
-// each leaves.
+// Creating, deleting and extending volume groups: the commands, their order, and what a failed one
+// leaves.
 #include "actions/groups/groups.h"
 #include "fixtures/group_machine.h"
 #include "fixtures/library.h"
@@ -141,7 +141,7 @@ TEST_F(CreateGroup, ReturnsTheCodeOfTheFirstVolumeThatIsRefused) {
     EXPECT_THAT(changes(run), IsEmpty());
 }
 
-// A list that is too long. Each disk adds 9 characters to the name and 28 of the command.
+// A list that is too long. The command has 28 characters, plus the name, plus 9 per disk.
 
 class CreateGroupOnManyDisks : public CreateGroup {
   protected:
@@ -193,7 +193,7 @@ TEST_F(CreateGroupOnManyDisks, RefusesAListThatWouldBeCutBeforeTheFirstCommand) 
 
 // Commands that fail.
 
-TEST_F(CreateGroup, GoesOnWhenADiskCannotBePrepared) {
+TEST_F(CreateGroup, ContinuesWhenADiskCannotBePrepared) {
     const auto expect_created = [this](const char* end) {
         EXPECT_EQ(create({"4"}), 0);
         EXPECT_EQ(changes(run).back(), "/sbin/vgcreate data  /dev/sdd > /dev/null");
@@ -211,7 +211,7 @@ TEST_F(CreateGroup, GoesOnWhenADiskCannotBePrepared) {
 
 class CreateGroupOnThree : public CreateGroup {
   protected:
-    // What came before the volume that fails stays, what comes after it is not touched.
+    // What was done before the failing volume stays; what comes after it is not touched.
     void expect_stopped(const char* end) {
         EXPECT_EQ(create({"md0", "4", "5"}), -11000);
         EXPECT_EQ(run.out, "cannot create sdd\n");
@@ -346,20 +346,20 @@ TEST_F(DeleteGroup, LetsTheToolsPrintNothing) {
     EXPECT_EQ(run.err, "");
 }
 
-TEST_F(DeleteGroup, KnowsNoOtherGroupAndSaysNothing) {
+TEST_F(DeleteGroup, RefusesAnUnknownGroupSilently) {
     machine.on("data1", {"/dev/md0"}).on("dat", {"/dev/md1"});
     expect_nothing_done(-2046);
     EXPECT_THAT(machine.log(), IsEmpty());
 }
 
-TEST_F(DeleteGroup, KeepsAGroupThatHoldsPoolsAndSaysNothing) {
+TEST_F(DeleteGroup, KeepsAGroupThatHoldsPoolsSilently) {
     machine.on("data", {"/dev/md0"}, 256); // 1 GiB
     expect_nothing_done(-2047);
     EXPECT_THAT(machine.log(), IsEmpty());
 }
 
-// The use is counted in whole gigabytes, rounded down.
-TEST_F(DeleteGroup, TakesPoolsOfLessThanAGigabyteInAllForNone) {
+// The used size is in whole GiB, rounded down.
+TEST_F(DeleteGroup, IgnoresPoolsOfLessThanAGigabyteInAll) {
     machine.on("data", {"/dev/md0"}, 255);
     EXPECT_EQ(remove(), 0);
     EXPECT_THAT(changes(run), Contains("/sbin/vgremove data > /dev/null"));
@@ -372,7 +372,7 @@ TEST_F(DeleteGroup, AddsUpWhatPoolsUseOnAllVolumes) {
     expect_nothing_done(-2047);
 }
 
-// The last command counts.
+// The last command decides.
 
 TEST_F(DeleteGroup, SucceedsWhenVgremoveFailedAndTheVolumesAreReleased) {
     machine.on("data", {"/dev/md0"});

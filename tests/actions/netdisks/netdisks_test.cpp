@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The steps that make, mount, register and repair network disks, each for itself.
+// The steps that create, mount, register and repair network disks, each on its own.
 #include "actions/netdisks/netdisks.h"
 #include "fixtures/library.h"
 #include "fixtures/pool_command.h"
@@ -40,7 +40,7 @@ class NetfsOperation : public testing::Test {
     int remove() {
         return run([] { return netfstab_remove(mntpoint); });
     }
-    // The only command fails in every way, and the operation with it.
+    // The only command fails in every possible way, and the operation with it.
     void expect_fails(const char* tool, int code, const Function& operation) {
         for (const Fault& fault : faults) {
             PoolMachine broken;
@@ -68,7 +68,7 @@ TEST_F(NetfsOperation, FailsWithTheToolThatMakesTheFileSystem) {
     expect_fails(pool_tool::mkfs_xfs, -11000, [] { return netfs_make("disk", "sdf"); });
 }
 
-TEST_F(NetfsOperation, MakesNoFileSystemUnderAStrangeName) {
+TEST_F(NetfsOperation, MakesNoFileSystemUnderAnUnsafeName) {
     for (const auto& [label, device] : {std::pair{"di;sk", "sdf"},
                                         {"-L", "sdf"},
                                         {"$(reboot)", "sdf"},
@@ -121,7 +121,7 @@ TEST_F(NetfsOperation, FailsWhenTheMountedDiskCannotBeOpenedToAll) {
                                                      "normal with exit(1)")));
 }
 
-TEST_F(NetfsOperation, MountsNothingUnderAStrangeName) {
+TEST_F(NetfsOperation, MountsNothingUnderAnUnsafeName) {
     for (const auto& [directory, label] : {std::pair{"/mnt/a;b", "disk"},
                                            {"/mnt/a b", "disk"},
                                            {"mnt/a", "disk"},
@@ -155,7 +155,7 @@ TEST_F(NetfsOperation, FailsWithTheToolThatRepairs) {
     expect_fails("/sbin/reiserfsck", -509, [] { return netfs_repair("/dev/sdf", "reiserfs"); });
 }
 
-TEST_F(NetfsOperation, RepairsNothingOnAStrangeDeviceOrOnNone) {
+TEST_F(NetfsOperation, RepairsNothingOnAnUnsafeDeviceOrOnNone) {
     for (const char* device : {"", "sdf", "-L", "/dev/sd f", "/dev/$(id)", "/dev/sdf;id"}) {
         EXPECT_EQ(repair(device, "xfs"), -509);
         EXPECT_THAT(result.commands, IsEmpty());

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What makes, grows and removes pools: the checks in front, the command, its failures.
+// Creating, growing and removing pools: the checks, the command, its failures.
 #include "actions/pools/pools.h"
 #include "fixtures/library.h"
 #include "fixtures/pool_machine.h"
@@ -12,7 +12,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// A pool of lvdisplay -c.
+// A pool in the output of lvdisplay -c.
 std::string line(const std::string& path, const std::string& group, std::uint64_t gib) {
     return "  " + path + ":" + group + ":3:1:-1:0:" + std::to_string(gib << 21) +
            ":512:-1:0:-1:254:0\n";
@@ -54,7 +54,7 @@ TEST_F(PoolCheck, FindsAPoolInItsGroup) {
     EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
-TEST_F(PoolCheck, WantsBothNames) {
+TEST_F(PoolCheck, NeedsBothNames) {
     machine.pools({"/dev/data/pool"});
     EXPECT_EQ(check("", "data"), -2050);
     EXPECT_EQ(check("pool", ""), -2050);
@@ -77,14 +77,14 @@ TEST_F(PoolCheck, ComparesWholeNames) {
     EXPECT_EQ(check("pool1", "Data"), -2052);
 }
 
-TEST_F(PoolCheck, TellsThatANamesakeIsInAnotherGroup) {
+TEST_F(PoolCheck, ReportsANamesakeInAnotherGroup) {
     machine.pools({"/dev/more/pool", "/dev/third/pool"});
     EXPECT_EQ(check("pool", "data"), -2052);
     EXPECT_THAT(machine.logged(),
                 ElementsAre("pool's vgname not match 'data'", "pool's vgname not match 'data'"));
 }
 
-TEST_F(PoolCheck, GoesOnBehindANamesake) {
+TEST_F(PoolCheck, ContinuesAfterANamesake) {
     machine.pools({"/dev/more/pool", "/dev/data/pool"});
     EXPECT_EQ(check("pool", "data"), 0);
     EXPECT_THAT(machine.logged(), ElementsAre("pool's vgname not match 'data'"));
@@ -96,7 +96,7 @@ TEST_F(PoolCheck, StopsAtThePool) {
     EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
-TEST_F(PoolCheck, WantsAPoolSmallerThanTheSize) {
+TEST_F(PoolCheck, NeedsAPoolSmallerThanTheSize) {
     machine.pool_lines(line("/dev/data/pool", "data", 5));
     EXPECT_EQ(check("pool", "data", 6), 0);
     EXPECT_EQ(check("pool", "data", 5), -2053);
@@ -161,13 +161,13 @@ TEST_F(PoolNameCheck, TakesTheNameOfAPoolInAnotherGroup) {
     EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
-TEST_F(PoolNameCheck, WantsBothNames) {
+TEST_F(PoolNameCheck, NeedsBothNames) {
     EXPECT_EQ(check_name("", "data"), -2050);
     EXPECT_EQ(check_name("pool", ""), -2050);
     EXPECT_THAT(machine.logged(), ElementsAre("Cannot find poolname!", "Cannot find poolname!"));
 }
 
-TEST_F(GroupSpaceCheck, WantsRoomForTheSize) {
+TEST_F(GroupSpaceCheck, NeedsFreeSpaceForTheSize) {
     EXPECT_EQ(check_space("more", 1), 0);
     EXPECT_EQ(check_space("more", 10), 0);
     EXPECT_EQ(check_space("more", 11), -2053);
@@ -175,12 +175,12 @@ TEST_F(GroupSpaceCheck, WantsRoomForTheSize) {
     EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
-TEST_F(GroupSpaceCheck, HasNoRoomForNothing) {
+TEST_F(GroupSpaceCheck, RefusesASizeOf0) {
     EXPECT_EQ(check_space("data", 0), -2053);
     EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
-TEST_F(GroupSpaceCheck, LeavesOutWhatPoolsHave) {
+TEST_F(GroupSpaceCheck, LeavesOutWhatPoolsUse) {
     machine.group({.name = "used",
                    .volumes = {{.device = "/dev/sde",
                                 .size_kb = std::uint64_t{20} << 20,
@@ -218,7 +218,7 @@ TEST_F(PoolCreation, RunsLvcreate) {
     EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
-TEST_F(PoolCreation, WantsRoomBeforeItLooksAtTheName) {
+TEST_F(PoolCreation, ChecksTheSpaceBeforeTheName) {
     machine.pools({"/dev/more/pool"});
     EXPECT_EQ(create("pool", "more", 11).returned, -2053);
     EXPECT_EQ(create("", "more", 11).returned, -2053);
@@ -250,7 +250,7 @@ TEST_F(PoolCreation, FailsWithTheCommand) {
                                               failed(command, "normal with exit(127)")));
 }
 
-TEST_F(PoolCreation, PutsNoNameIntoACommandThatAShellWouldRead) {
+TEST_F(PoolCreation, PutsNoNameIntoACommandThatAShellWouldInterpret) {
     for (const char* name : {"p;id", "p ool", "$(id)", "-n", "..", "p/q"}) {
         const Result result = create(name, "data", 5);
         EXPECT_EQ(result.returned, -11000) << name;
@@ -269,7 +269,7 @@ TEST_F(PoolExtension, RunsLvextend) {
     EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
-TEST_F(PoolExtension, RefusesTheSizeOfNow) {
+TEST_F(PoolExtension, RefusesTheCurrentSize) {
     machine.pools({"/dev/more/pool"});
     const Result result = extend("pool", "more", 2);
     EXPECT_EQ(result.returned, -2053);
@@ -277,7 +277,7 @@ TEST_F(PoolExtension, RefusesTheSizeOfNow) {
     EXPECT_THAT(machine.logged(), ElementsAre("/dev/more/pool's size 2G cannot extend to 2G"));
 }
 
-TEST_F(PoolExtension, WantsRoomForTheWholeNewSize) {
+TEST_F(PoolExtension, NeedsFreeSpaceForTheWholeNewSize) {
     machine.pools({"/dev/used/pool"});
     machine.group(
         {.name = "used",
@@ -291,7 +291,7 @@ TEST_F(PoolExtension, WantsRoomForTheWholeNewSize) {
     EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
-TEST_F(PoolExtension, ChecksThePoolBeforeTheRoom) {
+TEST_F(PoolExtension, ChecksThePoolBeforeTheSpace) {
     machine.pools({"/dev/more/pool"});
     EXPECT_EQ(extend("missing", "more", 1000).returned, -2055);
     EXPECT_EQ(extend("pool", "data", 1000).returned, -2052);
@@ -362,7 +362,7 @@ TEST_F(PoolRemoval, FailsWithTheCommand) {
                                               failed(command, "normal with exit(127)")));
 }
 
-TEST_F(PoolRemoval, RunsNoCommandOnANameThatAShellWouldRead) {
+TEST_F(PoolRemoval, RunsNoCommandOnANameThatAShellWouldInterpret) {
     machine.pool_lines(line("/dev/data/p;id", "data", 2));
     const Result result = remove("p;id", "data");
     EXPECT_EQ(result.returned, -11000);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The init scripts of the services.
+// Running the init scripts of the services.
 #include "actions/services/control.h"
 #include "fixtures/share_machine.h"
 

@@ -26,7 +26,7 @@ class FtpLimits : public testing::Test {
         root.tool("/usr/local/bin/xconf").any().as_default();
         root.tool("/usr/local/bin/nasconf").any().as_default();
     }
-    // The limits of a configuration; what it lacks keeps 7, 8, 9.
+    // The limits in a configuration; missing ones stay 7, 8, 9.
     std::string get(const std::string& configuration) {
         root.file(vsftpd_conf, configuration);
         const Result result = root.call([] {
@@ -41,13 +41,13 @@ class FtpLimits : public testing::Test {
         EXPECT_THAT(result.commands, IsEmpty());
         return result.out;
     }
-    // Sets the limits to 1, 2, 3 and gives the code.
+    // Sets the limits to 1, 2, 3 and returns the code.
     int set(const RunOptions& options = {}) {
         run = root.call([] { return ftp_limits_set(1, 2, 3); }, options);
         EXPECT_THAT(root.tmp(), IsEmpty());
         return run.returned;
     }
-    // What a configuration becomes.
+    // The configuration after setting the limits.
     std::string rewritten(const std::string& configuration) {
         root.file(vsftpd_conf, configuration);
         EXPECT_EQ(set(), 0);
@@ -83,7 +83,7 @@ TEST_F(FtpLimits, HaveExactKeys) {
               "7 8 9");
 }
 
-TEST_F(FtpLimits, AreUnsignedNumbersUpToWhatIsNone) {
+TEST_F(FtpLimits, AreUnsignedNumbersUpToTheFirstOtherCharacter) {
     EXPECT_EQ(get("local_max_rate= 12x\nmax_clients=\nmax_per_ip=4=5\n"), "12 0 4");
     EXPECT_EQ(get("local_max_rate=18446744073709551615\n"), "18446744073709551615 8 9");
 }
@@ -183,7 +183,7 @@ TEST_F(FtpLimits, AreSavedEvenWhenTheyCannotBeMovedIntoPlace) {
                             logged("normal with exit(127)")));
 }
 
-TEST_F(FtpLimits, AreSetWhateverTheSavingGives) {
+TEST_F(FtpLimits, AreSetEvenIfTheyCannotBeSaved) {
     root.file(vsftpd_conf, "max_clients=9\n");
     root.tool("/usr/local/bin/xconf").any().exits(1);
     EXPECT_EQ(set(), 0);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The making of a share: its steps in order, what each failing one gives and leaves.
+// Creating a share: the steps in order, and the code and the remains of each that fails.
 #include "fixtures/library.h"
 #include "fixtures/share_operation.h"
 
@@ -24,7 +24,7 @@ class CreateShare : public ShareOperation {
     Result create(const share_info& share) {
         return operate([&] { return create_share(share, "data", printed()); });
     }
-    // All that a failing share leaves in the files.
+    // What a failed creation leaves in the files.
     void expect_registered(const std::string& service = "samba") {
         EXPECT_EQ(machine.read(share_register), register_section({.service = service}));
         EXPECT_EQ(machine.read(smb_conf), samba_global + samba_section("pub", directory));
@@ -98,7 +98,7 @@ TEST_F(CreateShare, LeavesTheDefaultFtpUserAlone) {
     EXPECT_THAT(machine.list("/etc/vsftpd"), ElementsAre("ftpuser"));
 }
 
-TEST_F(CreateShare, MakesReiserfsWhereTheModelHasIt) {
+TEST_F(CreateShare, MakesReiserfsWhereTheModelUsesIt) {
     ShareMachine other("VEL7205E");
     const Result result =
         other.operation([] { return create_share(share_of("samba"), "data", printed()); });
@@ -134,8 +134,8 @@ TEST_F(CreateShare, NeedsTheListOfShares) {
     EXPECT_THAT(machine.logged().back(), returned("create_share", -505));
 }
 
-TEST_F(CreateShare, TellsOfANameThatOnlyTheRegisterKnows) {
-    // The list of shares looks both up under "a" and finds "x" twice.
+TEST_F(CreateShare, ReportsANameThatIsOnlyInTheRegister) {
+    // The list of shares looks both sections up as "a" and finds "x" twice.
     machine.file(share_register, "[a]\n    sharename = x\n[a]\n    sharename = pub\n");
     const Result result = create(share_of("samba"));
     EXPECT_EQ(result.returned, -2066);
@@ -168,7 +168,7 @@ TEST_F(CreateShare, StopsAtARegisterOrFileThatIsLockedOrBroken) {
     expect_failure("samba", -2060);
 }
 
-TEST_F(CreateShare, PassesOnThatThereIsNoRoomOrGroup) {
+TEST_F(CreateShare, PassesOnThatThereIsNoSpaceOrGroup) {
     machine.pools({"/dev/data/pub"});
     EXPECT_EQ(create(share_of("samba")).returned, -2051) << "the pool is there already";
     EXPECT_THAT(machine.logged().back(), returned("create_share", -2051));
@@ -210,7 +210,7 @@ TEST_F(CreateShare, StopsWithoutAPool) {
                 testing::Contains(failed(creating_pool, "unnormal with exit(0)")));
 }
 
-TEST_F(CreateShare, StopsWhereNobodyCanTellWhetherThePoolIsThere) {
+TEST_F(CreateShare, StopsWhenItIsUnknownWhetherThePoolExists) {
     machine.tool(pool_tool::lvcreate).any().exits(5);
     machine.tool(pool_tool::lvdisplay)
         .on("/sbin/lvdisplay -c")
@@ -254,7 +254,7 @@ TEST_F(CreateShare, StopsWithoutAFileSystem) {
     EXPECT_EQ(machine.read(mdfstab), "");
 }
 
-TEST_F(CreateShare, GoesOnWithoutItsMountPoint) {
+TEST_F(CreateShare, ContinuesWithoutItsMountPoint) {
     fails(pool_tool::mkdir, "mkdir ");
     const Result result = create(share_of("samba"));
     EXPECT_EQ(result.returned, 0);
@@ -276,7 +276,7 @@ TEST_F(CreateShare, StopsAtTheMount) {
     }
 }
 
-TEST_F(CreateShare, TellsThatTheMountIsNotRegisteredAfterTheRestart) {
+TEST_F(CreateShare, ReportsAnUnregisteredMountAfterTheRestart) {
     machine.remove(mdfstab).directory(mdfstab);
     const Result result = create(share_of("samba"));
     EXPECT_EQ(result.returned, -1066);
@@ -302,8 +302,8 @@ TEST_F(CreateShare, SucceedsWithAServiceThatDoesNotStart) {
         result_of([] { return create_share(share_of("nfs", "", "", "b"), "data", printed()); }), 0);
 }
 
-// The room of the group "data" of 100 GiB for a share that is restored.
-TEST_F(ShareOperation, HasRoomForSizesUpToTheGroupsFreeOne) {
+// The free space of the group "data" of 100 GiB when a share is restored.
+TEST_F(ShareOperation, AcceptsSizesUpToTheGroupsFreeSpace) {
     const auto check = [this](const char* group, std::uint64_t size) {
         return result_of([=] { return share_space_check(group, size, printed()); });
     };

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The deletion of shares in use and of forbidden ones, with their pools.
+// Deleting shares in use and forbidden ones, with their pools.
 #include "fixtures/library.h"
 #include "fixtures/share_operation.h"
 
@@ -20,7 +20,7 @@ const std::string ftp_directory = "/home/ftpuser/pub";
 const std::string replacing_mdfstab = "mv /tmp/mdfstab.XXXXXX /etc/mdfstab > /dev/null";
 constexpr auto recycle_item = "/etc/exports_recy.conf";
 
-// What comes first: the mount, its registration, its directory, the pool.
+// What is removed first: the mount, its registration, its directory, the pool.
 Texts removing(const std::string& path) {
     return joined({{unmounting(path), replacing_mdfstab, saved(mdfstab)},
                    removing_directory(path),
@@ -33,7 +33,7 @@ class DeleteShare : public ShareOperation {
         return operate([name] { return delete_share(name, printed()); });
     }
     int code() { return remove().returned; }
-    // What is left of a share that is not deleted in the end.
+    // What is left if the last steps of a deletion fail.
     void expect_kept() {
         EXPECT_EQ(machine.read(share_register), register_section({}));
         EXPECT_EQ(machine.read(smb_conf), samba_global + samba_section("pub", directory));
@@ -100,7 +100,7 @@ TEST_F(DeleteShare, RemovesAnFtpShareWhoseUserIsNotKnown) {
     EXPECT_THAT(changes(result), Not(Contains(HasSubstr("passwd"))));
 }
 
-TEST_F(DeleteShare, TellsThatThereIsNoSuchShare) {
+TEST_F(DeleteShare, ReportsAnUnknownShare) {
     has_share("samba");
     const Result result = remove("other");
     EXPECT_EQ(result.returned, -501);
@@ -111,7 +111,7 @@ TEST_F(DeleteShare, TellsThatThereIsNoSuchShare) {
     EXPECT_THAT(machine.logged().back(), returned("delete_share", -505));
 }
 
-TEST_F(DeleteShare, StopsAtAGroupThatCannotBeBroughtBack) {
+TEST_F(DeleteShare, StopsAtAGroupThatCannotBeRestored) {
     has_share("samba");
     // A volume that has moved to another device.
     machine.file(
@@ -209,7 +209,7 @@ TEST_F(DeleteShare, StopsWhereTheMountsCannotBeRead) {
     expect_kept();
 }
 
-TEST_F(DeleteShare, GoesOnWithoutItsMountPoint) {
+TEST_F(DeleteShare, ContinuesWithoutItsMountPoint) {
     has_share("samba");
     fails(pool_tool::chattr, "chattr ");
     fails(pool_tool::rm, "rm ");
@@ -220,7 +220,7 @@ TEST_F(DeleteShare, GoesOnWithoutItsMountPoint) {
 
 TEST_F(DeleteShare, SucceedsWhereThePoolIsGone) {
     has_share("samba");
-    // Only the first list has the pool: the one that its group is looked up in.
+    // Only the first list, in which the group is looked up, has the pool.
     const std::string pool = "  /dev/data/pub:data:3:1:-1:0:4194304:512:-1:0:-1:254:0\n";
     machine.tool(pool_tool::lvdisplay).on("/sbin/lvdisplay -c").prints(pool).then();
     const Result result = remove();
@@ -255,7 +255,7 @@ TEST_F(DeleteShare, StopsWhereThePoolStays) {
     EXPECT_EQ(machine.read(mdfstab), "") << "nothing is taken back";
 }
 
-TEST_F(DeleteShare, StopsWhereNobodyCanTellWhetherThePoolIsGone) {
+TEST_F(DeleteShare, StopsWhenItIsUnknownWhetherThePoolIsGone) {
     has_share("samba");
     const std::string pool = "  /dev/data/pub:data:3:1:-1:0:4194304:512:-1:0:-1:254:0\n";
     machine.tool(pool_tool::lvdisplay)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The edit of shares that stay in use, of those that become forbidden, and of forbidden ones.
+// Editing shares that stay in use, that become forbidden, and that are forbidden.
 #include "fixtures/library.h"
 #include "fixtures/share_operation.h"
 
@@ -37,7 +37,7 @@ using EditUsedShare = EditShare;
 using ForbidShare = EditShare;
 using EditForbiddenShare = EditShare;
 
-TEST_F(EditShare, TellsThatThereIsNoSuchShare) {
+TEST_F(EditShare, ReportsAnUnknownShare) {
     for (const int state : {0, 1}) {
         const Result result = edit(share_of("samba"), state);
         EXPECT_EQ(result.returned, -501);
@@ -49,7 +49,7 @@ TEST_F(EditShare, TellsThatThereIsNoSuchShare) {
     EXPECT_THAT(machine.logged().back(), returned("edit_share", -505));
 }
 
-TEST_F(EditShare, GivesTheRecordTheSizeAndPathOfNow) {
+TEST_F(EditShare, GivesTheRecordTheCurrentSizeAndPath) {
     has_share("samba");
     operate([] {
         share_info share = share_of("samba");
@@ -97,7 +97,7 @@ TEST_F(EditUsedShare, PutsAShareBackThatItsServiceLost) {
     EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
-TEST_F(EditUsedShare, FollowsTheGivenServiceButForTheRegister) {
+TEST_F(EditUsedShare, FollowsTheGivenServiceExceptInTheRegister) {
     has_share("samba", "anna");
     EXPECT_EQ(edit(share_of("nfs", "10.0.0.1"), 1).returned, -2067);
     EXPECT_EQ(machine.read(share_register), register_section({}));
@@ -214,7 +214,7 @@ TEST_F(ForbidShare, LeavesTheDefaultFtpUserAlone) {
     EXPECT_THAT(machine.list("/etc/vsftpd"), ElementsAre("ftpuser"));
 }
 
-TEST_F(ForbidShare, FreesNobodyWhereTheFtpUserIsNotKnown) {
+TEST_F(ForbidShare, FreesNoUserWhereTheFtpUserIsNotKnown) {
     has_share("ftp");
     machine.remove("/home/ftpuser/pub");
     const Result result = edit(share_of("ftp", "anna"), 0);
@@ -274,7 +274,7 @@ TEST_F(EditForbiddenShare, ChangesRegisterAndRecycleFile) {
     EXPECT_EQ(machine.read(smb_recycle), recycled("bert", "new", "no"));
 }
 
-TEST_F(EditForbiddenShare, AddsItToTheRecycleFileWithThePathOfNow) {
+TEST_F(EditForbiddenShare, AddsItToTheRecycleFileWithTheCurrentPath) {
     has_forbidden_share();
     share_info share = share_of("nfs", "10.0.0.1");
     share.path = "/given";

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Binding users to FTP shares: homes in /etc/passwd, files of the FTP server.
+// Binding users to FTP shares: home directories in /etc/passwd, the FTP server's user files.
 #include "actions/shares/ftp_users.h"
 #include "base/file_locks.h"
 #include "fixtures/library.h"
@@ -25,7 +25,7 @@ std::string merge(const std::string& option, const std::string& user) {
            user + " > /dev/null";
 }
 
-// The machine's /etc/passwd with other homes of anna and annabel.
+// The machine's /etc/passwd with other home directories for anna and annabel.
 std::string passwd_with(const std::string& anna = "/home/anna",
                         const std::string& annabel = "/home/annabel") {
     return "root:x:0:0:root:/root:/bin/sh\nanna:x:1001:100:Anna:" + anna +
@@ -37,7 +37,7 @@ std::string passwd_with(const std::string& anna = "/home/anna",
 const std::string annas_file =
     "local_umask=000\nwrite_enable=YES\nidle_session_timeout=60\nlocal_root=/home/ftpuser/pub\n";
 
-// Names that are no plain file names.
+// Names that are not plain file names.
 const Texts unsafe_users = {"../passwd", "a/b", "a;id", "a b", "$(id)", "`id`",
                             "a|b",       "a&b", "a>b",  "a*",  "a\nb",  "a'b",
                             "..",        ".",   "-a",   "",    "a+b",   "\xc3\xa4"};
@@ -193,7 +193,7 @@ TEST_F(FtpUsers, MoveThatFailsLeavesPasswdAndIsLoggedInItsOwnWording) {
 TEST_F(FtpUsers, IncompletePasswdIsNotMoved) {
     const std::string before = passwd_with() + "long:x:1:1:" + std::string(5000, 'n') + ":/:\n";
     machine.file(passwd, before);
-    const Result run = rehome("anna", "/h", with_largest_file(4000)); // the log has room
+    const Result run = rehome("anna", "/h", with_largest_file(4000)); // large enough for the log
     EXPECT_EQ(run.returned, -11000);
     EXPECT_THAT(run.commands, IsEmpty());
     EXPECT_EQ(machine.read(passwd), before);
@@ -211,7 +211,7 @@ TEST_F(FtpUsers, PasswdStaysWithoutATemporaryFile) {
     EXPECT_EQ(machine.read(passwd), passwd_with());
 }
 
-TEST_F(FtpUsers, RewrittenPasswdNeedsNotBeSaved) {
+TEST_F(FtpUsers, RewrittenPasswdNeedNotBeSaved) {
     machine.tool(pool_tool::xconf).any().exits(1);
     EXPECT_EQ(rehome("anna", "/h").returned, 0);
     EXPECT_EQ(machine.read(passwd), passwd_with("/h"));

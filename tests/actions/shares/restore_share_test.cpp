@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Shares whose pools are there: put into the files and mounted again, and repaired.
+// Shares whose pools exist: registered and mounted again, and repaired.
 #include "fixtures/library.h"
 #include "fixtures/share_operation.h"
 
@@ -75,7 +75,7 @@ TEST_F(RestoreShare, SucceedsForARegisteredShare) {
     EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
-// The register has no users: what its service's file has lost comes from the command.
+// The register has no users: those that the service's file has lost come from the command.
 TEST_F(RestoreShare, GivesARegisteredShareThatItsFileLostItsUsers) {
     has_share("samba", "anna");
     machine.file(smb_conf, samba_global);
@@ -104,7 +104,7 @@ TEST_F(RestoreShare, StopsAtTheMount) {
     EXPECT_EQ(machine.read(mdfstab), "");
 }
 
-TEST_F(RestoreShare, GoesOnWithoutAMountRegister) {
+TEST_F(RestoreShare, ContinuesWithoutAMountRegister) {
     machine.remove(mdfstab).directory(mdfstab);
     EXPECT_EQ(restore(share_of("samba")).returned, 0);
     EXPECT_THAT(machine.logged(), ElementsAre(HasSubstr("cannot open /etc/mdfstab for ")));
@@ -141,7 +141,7 @@ TEST_F(RepairShare, UnmountsRepairsMountsAndRegisters) {
     machine.file(mdfstab, "");
     const Result result = repair();
     EXPECT_EQ(result.returned, 0);
-    // The list of mounts still has it, so it is not mounted a second time.
+    // It is still in the mount table, so it is not mounted a second time.
     EXPECT_THAT(changes(result), ElementsAreArray(joined({{unmounting(directory), repairing},
                                                           making_directory(directory),
                                                           {saved(mdfstab), saved(smb_conf)}})));
@@ -151,7 +151,7 @@ TEST_F(RepairShare, UnmountsRepairsMountsAndRegisters) {
     EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
-// What an initiator has made of the device is not ours to repair.
+// The contents of the device belong to the initiator and are not repaired.
 TEST_F(RepairShare, LeavesATargetAloneWhateverTheGivenService) {
     has_share("iscsi");
     const Result result = repair("samba");
@@ -188,7 +188,7 @@ TEST_F(RepairShare, RunsTheToolOfTheModel) {
     EXPECT_EQ(tool_of(""), repairing);
 }
 
-TEST_F(RepairShare, GoesOnWhereTheToolFails) {
+TEST_F(RepairShare, ContinuesWhereTheToolFails) {
     has_share("samba");
     machine.mounts({});
     for (const auto& end : {"normal with exit(4)", "unnormal with exit(0)"}) {
@@ -203,8 +203,8 @@ TEST_F(RepairShare, GoesOnWhereTheToolFails) {
     }
 }
 
-// The comment that a repaired share is registered with. The list reads the name over two lines, so
-// that the register does not know it.
+// The comment that a repaired share is registered with. Its name in the register spans two lines,
+// which the list of shares joins and the register's reader does not: it is registered again.
 class RepairedComment : public RepairShare {
   protected:
     std::string of(const std::string& comment) {
@@ -265,7 +265,7 @@ TEST_F(RepairShare, TakesNoPathFromTheRegister) {
     EXPECT_THAT(result.commands, Not(Contains(HasSubstr("reboot"))));
 }
 
-TEST_F(RepairShare, TellsThatThereIsNoSuchShare) {
+TEST_F(RepairShare, ReportsAnUnknownShare) {
     const Result result = repair();
     EXPECT_EQ(result.returned, -501);
     EXPECT_THAT(changes(result), IsEmpty());

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Files of shares in trouble: not to be opened, malformed, on a full disk, without the tool that
-// saves them.
+// Faults of the share files: they cannot be opened, are malformed, are on a full disk, or the tool
+// that saves them is missing.
 #include "actions/shares/files.h"
 #include "base/codes.h"
 #include "fixtures/library.h"
@@ -25,7 +25,7 @@ struct Case {
     bool is_live;
     const char* path;
     const char* malformed; // content
-    std::string written;   // for one new share
+    std::string written;   // the contents with one new share
 };
 
 const std::vector<Case>& cases() {
@@ -43,12 +43,12 @@ const std::vector<Case>& cases() {
     return all;
 }
 
-// Files of more bytes cannot be written.
+// Larger files cannot be written.
 RunOptions with_largest_file(rlim_t size) {
     return {.limits = {{RLIMIT_FSIZE, size}}, .ignored_signals = {SIGXFSZ}};
 }
 
-// Rewrites the file of a case with one share.
+// Rewrites the file with one share.
 Result rewrite(ShareMachine& machine, const Case& test, const RunOptions& options = {}) {
     return machine.operation(
         [&test] {
@@ -80,7 +80,7 @@ TEST(ShareFileFault, FileThatCannotBeOpenedIsMinus2061) {
 TEST(ShareFileFault, MalformedFileIsMinus2063AndStays) {
     for (const Case& test : cases()) {
         if (test.malformed == nullptr) {
-            continue; // targets never are
+            continue; // targets are never malformed
         }
         ShareMachine machine;
         machine.file(test.path, test.malformed);
@@ -116,7 +116,7 @@ TEST(ShareFileFault, FullDiskKeepsSambasGlobalPart) {
     EXPECT_EQ(machine.read(smb_conf), std::string(samba_global) + "[old]");
 }
 
-TEST(ShareFileFault, FullDiskBehindAnOpenLineIsMinus2065) {
+TEST(ShareFileFault, FullDiskAfterAnOpenLineIsMinus2065) {
     ShareMachine machine;
     machine.file(smb_conf, "[global]");
     const Result run = rewrite(machine, cases().front(), with_largest_file(8));
@@ -181,7 +181,7 @@ TEST(ShareFileFault, FileThatCannotBeReadIsMinus12OrMinus2063) {
     });
 }
 
-// Adds a share to the register, in a process of its own.
+// Adds a share to the register in its own process.
 Code register_share(int number) {
     OpenRegister entries;
     if (const Code result = entries.open(); failed(result)) {

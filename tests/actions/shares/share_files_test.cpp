@@ -374,7 +374,7 @@ TEST_F(ShareFiles, TargetsWithoutAUserFileHaveEmptySecrets) {
 TEST_F(ShareFiles, TargetGetsTheLocalTimeOfItsWriting) {
     const auto now = [] {
         std::array<char, 20> text = {};
-        const std::time_t time = std::time(nullptr) + 9000; // the zone's two and a half hours
+        const std::time_t time = std::time(nullptr) + 9000; // the time zone's two and a half hours
         std::strftime(text.data(), text.size(), "%Y%m%d%H%M%S", std::gmtime(&time));
         return std::string(text.data());
     };

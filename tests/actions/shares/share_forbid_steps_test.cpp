@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The steps of forbidden shares: into the recycle files, changed there, out of them.
+// The steps for forbidden shares: moved to the recycle files, changed there, removed from them.
 #include "actions/shares/steps.h"
 #include "fixtures/library.h"
 #include "fixtures/share_operation.h"
@@ -21,7 +21,7 @@ std::string recycled(const std::string& name, const std::string& users = "",
 
 class RecycleSteps : public ShareOperation {
   protected:
-    // Also prints the record's service afterwards, which is to be none.
+    // Also prints the record's service afterwards, which must be empty.
     Result change(Code (*step)(share_info&), share_info share) {
         Result result = operate([=] {
             share_info changed = share;
@@ -229,7 +229,7 @@ TEST_F(RecycleRemovalStep, GoesByBothFiles) {
     EXPECT_THAT(outside(result), ElementsAre(saved(smb_recycle), saved(recycle_item)));
 }
 
-TEST_F(RecycleRemovalStep, TellsOfTheExportsOnly) {
+TEST_F(RecycleRemovalStep, ReportsTheExportsOnly) {
     const auto remove = [] { return remove_from_recycle_files(share_of("samba")); };
     machine.file(smb_recycle, recycled("pub"));
     const Result result = operate(remove);
@@ -300,7 +300,7 @@ TEST_F(ForbiddenSharesMerge, FillsInTheForbiddenSharesOfAList) {
     EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
-TEST_F(ForbiddenSharesMerge, MeansTheFirstOfNamesakes) {
+TEST_F(ForbiddenSharesMerge, AffectsTheFirstOfNamesakes) {
     machine.file(smb_recycle, recycled("pub", "anna"));
     operate([] {
         share_list list;
@@ -333,7 +333,7 @@ TEST_F(ForbiddenSharesMerge, FillsInAThousandShares) {
     });
 }
 
-TEST_F(ForbiddenSharesMerge, GoesOnBehindAFileThatCannotBeRead) {
+TEST_F(ForbiddenSharesMerge, ContinuesAfterAFileThatCannotBeRead) {
     machine.file(smb_recycle, "[broken\n").file(exports_recycle, export_of(path, "host"));
     operate([] {
         share_list list;

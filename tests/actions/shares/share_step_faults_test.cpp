@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What the steps tell when a file of theirs is locked, cannot be opened, read or written, and what
-// they leave then.
+// What the steps return when a file is locked or cannot be opened, read or written, and what they
+// leave.
 #include "actions/shares/steps.h"
 #include "fixtures/library.h"
 #include "fixtures/share_operation.h"
@@ -12,7 +12,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-// A step on the Samba share "pub" and the files that it opens, in their order.
+// A step on the Samba share "pub" and the files that it opens, in order.
 struct Step {
     std::string name;
     Function run;
@@ -46,7 +46,7 @@ const std::vector<Step>& steps() {
 
 class ShareStepFaults : public ShareOperation {
   protected:
-    // Before every step.
+    // Resets the files before every step.
     void prepare() {
         machine.remove(share_register);
         machine.shares({{.name = "other", .service = "ftp"}});
@@ -54,8 +54,8 @@ class ShareStepFaults : public ShareOperation {
             machine.remove(path).file(path, path == std::string(smb_conf) ? samba_global : "");
         }
     }
-    // Runs a step after something was done to a file, and gives its code. The commands tell how
-    // many files were written in front.
+    // Runs a step and returns its code. The number of commands shows how many files were written
+    // before it failed.
     int run(const Step& step, std::size_t written, const RunOptions& options = {}) {
         const Result result = operate(step.run, options);
         EXPECT_EQ(result.commands.size(), written) << step.name;
@@ -224,7 +224,7 @@ TEST_F(ShareStepWriting, ARecycleFileThatCannotBeWrittenKeepsTheOthersOfARemoval
     EXPECT_EQ(machine.read(share_register), forbidden_section());
 }
 
-// A step that waits where it hands over a file.
+// A step that waits while it saves a file.
 class ShareStepsAtOnce : public ShareStepFaults {
   protected:
     StartedRun start(const std::string& waits_at, const Function& step) {
@@ -237,7 +237,7 @@ class ShareStepsAtOnce : public ShareStepFaults {
     void go_on() { machine.file("/var/go", ""); }
 };
 
-TEST_F(ShareStepsAtOnce, OneWinsAndTheOtherIsToldSo) {
+TEST_F(ShareStepsAtOnce, OneWinsAndTheOtherIsRefused) {
     StartedRun first = start(smb_conf, on_share(add_share));
     ASSERT_TRUE(machine.appears("/var/saving"));
     const share_info second = share_of("nfs", "", "", "second");

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The steps that register shares and put them into their services' files, those that change them
-// there and those that take them out.
+// The steps that add shares to the register and the services' files, change them there, and remove
+// them.
 #include "actions/shares/steps.h"
 #include "fixtures/library.h"
 #include "fixtures/share_operation.h"
@@ -29,7 +29,7 @@ class ShareSteps : public ShareOperation {
     Result remove(const share_info& share) {
         return operate([&] { return remove_share(share); });
     }
-    // What stands in smb.conf behind the global part.
+    // The contents of smb.conf after the global part.
     std::string samba() const {
         const std::string text = machine.read(smb_conf);
         EXPECT_THAT(text, StartsWith(samba_global));
@@ -147,7 +147,7 @@ TEST_F(AddStep, ComparesTheServiceOfMissingSharesExactly) {
               register_section({.name = "lost"}) + register_section({.name = "pub"}));
 }
 
-TEST_F(AddStep, TellsOfAnUnknownServiceOnceItIsRegistered) {
+TEST_F(AddStep, ReportsAnUnknownServiceOnceItIsRegistered) {
     const Result result = add(share_of("samba,nfs"));
     EXPECT_EQ(result.returned, -2068);
     EXPECT_EQ(machine.read(share_register), forbidden_section());
@@ -244,7 +244,7 @@ TEST_F(RemoveStep, KnowsATargetWithoutItsTime) {
     EXPECT_EQ(machine.read(targets), target_of("disk10.2", "/b"));
 }
 
-TEST_F(RemoveStep, TellsWhereTheShareWasNot) {
+TEST_F(RemoveStep, ReportsAShareThatWasMissing) {
     machine.shares({{}});
     EXPECT_EQ(remove(share_of("nfs")).returned, -2067);
     EXPECT_EQ(machine.read(share_register), "");
@@ -254,7 +254,7 @@ TEST_F(RemoveStep, TellsWhereTheShareWasNot) {
     EXPECT_EQ(remove(share_of("ftp")).returned, -2067);
 }
 
-TEST_F(RemoveStep, WantsAKnownService) {
+TEST_F(RemoveStep, NeedsAKnownService) {
     machine.shares({{}});
     EXPECT_EQ(remove(share_of("samba,nfs")).returned, -2068);
     EXPECT_EQ(machine.read(share_register), "");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// How forbidden shares are put back in use, as shares of any service.
+// Putting forbidden shares back in use, with any service.
 #include "fixtures/library.h"
 #include "fixtures/share_operation.h"
 
@@ -22,7 +22,7 @@ std::string recycled(const std::string& users = "", const std::string& comment =
     return samba_section("pub", directory, users, comment, "writeable = yes");
 }
 
-// A forbidden share that is put in use.
+// Puts a forbidden share in use.
 class UseShare : public ShareOperation {
   protected:
     Result use(const share_info& share) {
@@ -31,7 +31,7 @@ class UseShare : public ShareOperation {
             return edit_share(used, 1, printed());
         });
     }
-    // No group has the pool, as far as lvdisplay knows.
+    // lvdisplay lists the pool in no group.
     void has_no_pool() { machine.pools({}); }
     const Texts emptying_recycle_files = {saved(smb_recycle), saved(recycle_item)};
 };
@@ -144,7 +144,7 @@ TEST_F(UseSambaShare, StopsAtTheMount) {
     EXPECT_EQ(machine.read(smb_recycle), recycled());
 }
 
-TEST_F(UseSambaShare, GoesOnWithoutAMountRegister) {
+TEST_F(UseSambaShare, ContinuesWithoutAMountRegister) {
     has_forbidden_share();
     machine.remove(mdfstab).directory(mdfstab);
     EXPECT_EQ(use(share_of("samba")).returned, 0);

@@ -40,7 +40,7 @@ void fill(disk_info& disk) {
     attribute.raw = 4000000000U;
 }
 
-/// What a function prints.
+/// The text that a function prints.
 std::string printed_by(const std::function<void()>& print) {
     PrivateRoot root;
     const auto run = [&] {
@@ -107,7 +107,7 @@ TEST(DiskShow, OfAVirtualDiskPrintsTheRecordOnly) {
     EXPECT_EQ(text, "'sda'\t'3'\t'931'\t'running'\t'VIRTUAL-DISK'\t'RAID md0'\t'5'\t'1'\n");
 }
 
-TEST(DiskShow, TakesOnlyTheExactModelForAVirtualDisk) {
+TEST(DiskShow, TreatsOnlyTheExactModelAsAVirtualDisk) {
     for (const char* model : {"VIRTUAL-DISK2", "virtual-disk", "VIRTUAL"}) {
         const std::string text = printed_by([model] {
             disk_info disk;
@@ -206,7 +206,7 @@ TEST(DiskListing, OfNoListIsAMessageAlone) {
     EXPECT_EQ(printed_by([] { display_disk_list_show(nullptr); }), "Can't show NULL disklist\n");
 }
 
-TEST(DiskListing, IsEmptiedWithoutAWord) {
+TEST(DiskListing, IsEmptiedSilently) {
     display_disk_list list;
     add_shown(list, "sda", 0);
     EXPECT_EQ(display_disk_list_destroy(&list), 0);

@@ -181,7 +181,7 @@ TEST_F(DiskManageHotspare, RemovesOneWithoutTouchingTheDisk) {
     EXPECT_THAT(machine.messages(), IsEmpty());
 }
 
-TEST_F(DiskManageHotspare, TakesTheLastChannelOfWhateverOption) {
+TEST_F(DiskManageHotspare, TakesTheLastChannelOfAnyOption) {
     EXPECT_EQ(diskmanage({"-H", "-a", "3", "-n", "4"}), 0);
     EXPECT_THAT(changes(run), Contains("/usr/local/bin/hotspare -a /dev/sdd"));
     EXPECT_EQ(diskmanage({"-H", "-n", "4", "-a", "3"}), 0);
@@ -203,7 +203,7 @@ TEST_F(DiskManageHotspare, TakesTheFirstNumberOfAList) {
                                           "/usr/local/bin/hotspare -a /dev/sdc"));
 }
 
-// An unknown option ends the options: neither -a nor -r is read then.
+// An unknown option ends option parsing: neither -a nor -r is parsed.
 TEST_F(DiskManageHotspare, WithoutAModeIsMinus204) {
     diskmanage({"-H", "-n", "3", "--bogus"});
     EXPECT_EQ(run.out, "for errno '-204'\n");
@@ -268,7 +268,7 @@ TEST_F(DiskManageHotspare, OfAHotSpareIsMinus203) {
     EXPECT_THAT(changes(run), IsEmpty());
 }
 
-TEST_F(DiskManageHotspare, RemovedFromADiskThatIsNoneIsMinus204) {
+TEST_F(DiskManageHotspare, RemovedFromAnOrdinaryDiskIsMinus204) {
     diskmanage({"-H", "-r", "3"});
     expect_failure(machine, run, -204, "diskmanage_main[828]");
     EXPECT_THAT(machine.messages(), Contains("zav_set_hotspare[617]: return with -204"));
@@ -358,7 +358,7 @@ TEST_F(DiskManageInit, MarksAMemberFaultyFirst) {
                                           "/usr/local/bin/diskformat /dev/sdb"));
 }
 
-TEST_F(DiskManageInit, GoesOnWhenTheArrayKeepsItsMember) {
+TEST_F(DiskManageInit, ContinuesWhenTheArrayKeepsItsMember) {
     machine.with_array();
     machine.tool("/sbin/mdadm").on("/sbin/mdadm /dev/md1 -f /dev/sdb").exits(1);
     EXPECT_EQ(diskmanage({"-I", "-n", "2"}), 0);

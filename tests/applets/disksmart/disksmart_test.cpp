@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// disksmart: the disks with what they say about their health.
+// disksmart: the disks with their health.
 #include "fixtures/disk_machine.h"
 #include "fixtures/library.h"
 

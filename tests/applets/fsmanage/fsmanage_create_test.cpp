@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// fsmanage --create: its checks, its steps in order, what each failing step leaves.
+// fsmanage --create: its checks, its steps in order, what each failed step leaves.
 #include "fixtures/pool_command.h"
 
 namespace zav::test {
@@ -22,7 +22,7 @@ const std::string line = "/dev/data/pool\t/mnt/data/pool\txfs\tdefaults\t0 0\n";
 class FsCreate : public PoolCommand {
   protected:
     FsCreate() : PoolCommand("fsmanage") {}
-    // From an empty register.
+    // Starts from an empty register.
     void create() {
         machine.file(mdfstab, "");
         manage({"-C", "-n", "pool", "-s", "5", "-g", "data"});
@@ -41,7 +41,7 @@ TEST_F(FsCreate, MakesRegistersAndMountsAPool) {
     EXPECT_THAT(machine.log(), IsEmpty());
 }
 
-TEST_F(FsCreate, MakesReiserfsOnTheModelsThatHaveIt) {
+TEST_F(FsCreate, MakesReiserfsOnTheModelsThatUseIt) {
     for (const auto& [model, tool] : {std::pair{"KOR7206LB", "xconf"},
                                       {"VEL7206P", "xconf"},
                                       {"VEL7205E", "nasconf"},
@@ -86,7 +86,7 @@ TEST_F(FsCreate, RefusesWhatIsMissing) {
     EXPECT_THAT(run.commands, IsEmpty());
 }
 
-TEST_F(FsCreate, RefusesNamesAndSizesThatAreNone) {
+TEST_F(FsCreate, RefusesInvalidNamesAndSizes) {
     expect_each_refused(-123, bad_names, [](const std::string& name) {
         return Texts{"-C", "-n", name, "-s", "5", "-g", "data"};
     });
@@ -98,7 +98,7 @@ TEST_F(FsCreate, RefusesNamesAndSizesThatAreNone) {
     });
 }
 
-TEST_F(FsCreate, RefusesANameRegisteredInWhateverGroup) {
+TEST_F(FsCreate, RefusesANameRegisteredInAnyGroup) {
     for (const char* path : {"/dev/data/pool", "/dev/more/pool"}) {
         machine.registered({path + std::string(" /mnt/x/y xfs defaults 0 0")});
         expect_refused(-327, {"-C", "-n", "pool", "-s", "5", "-g", "data"});
@@ -143,7 +143,7 @@ TEST_F(FsCreate, TakesTheNameOfAnUnregisteredPoolOfAnotherGroup) {
     EXPECT_EQ(changes(run).front(), lvcreate);
 }
 
-TEST_F(FsCreate, GoesOnAfterAFailureThatLeftNoPool) {
+TEST_F(FsCreate, ContinuesAfterAFailureThatLeftNoPool) {
     with_each_fault(pool_tool::lvcreate, [this](const std::string& end) {
         create();
         expect_succeeded();
@@ -214,7 +214,7 @@ TEST_F(FsCreate, KeepsTheLineThatHasTheMountPoint) {
     EXPECT_EQ(machine.read(mdfstab), other);
 }
 
-TEST_F(FsCreate, AddsALineOfItsOwnBehindARegisterWithoutAFinalLineFeed) {
+TEST_F(FsCreate, AddsALineOfItsOwnAfterARegisterWithoutAFinalLineFeed) {
     machine.file(mdfstab, "# kept\n\n/dev/more/b /mnt/more/b xfs defaults 0 0");
     manage({"-C", "-n", "pool", "-s", "5", "-g", "data"});
     expect_succeeded();

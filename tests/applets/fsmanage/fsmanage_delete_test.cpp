@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// fsmanage --delete: what is asked first, its steps in order, what each failing step leaves.
+// fsmanage --delete: its checks, its steps in order, what each failed step leaves.
 #include "fixtures/library.h"
 #include "fixtures/pool_command.h"
 
@@ -21,7 +21,7 @@ constexpr auto check = "/sbin/lvdisplay -c data/pool > /tmp/lvdisplay.XXXXXX";
 const std::string line = "/dev/data/pool\t/mnt/data/pool\txfs\tdefaults\t0 0";
 constexpr auto no_restore = "vg restore: no\n";
 
-// A mounted pool, known to the backup of its group.
+// A mounted pool that is in the backup of its group.
 class FsDelete : public PoolCommand {
   protected:
     FsDelete() : PoolCommand("fsmanage") {
@@ -33,7 +33,7 @@ class FsDelete : public PoolCommand {
         machine.registered({line});
         manage({"-D", "-n", "pool", "-g", "data"});
     }
-    // All goes its way up to the removal of the pool, which happens.
+    // All steps succeed, up to the removal of the pool.
     void expect_deleted() const {
         expect_succeeded(no_restore);
         EXPECT_THAT(changes(run), ElementsAre(unmount, release, rm, move, save, lvremove));
@@ -51,7 +51,7 @@ TEST_F(FsDelete, UnmountsUnregistersAndRemovesAPool) {
     EXPECT_THAT(machine.log(), IsEmpty());
 }
 
-TEST_F(FsDelete, RefusesNamesThatAreNone) {
+TEST_F(FsDelete, RefusesInvalidNames) {
     expect_each_refused(-123, bad_names, [](const std::string& name) {
         return Texts{"-D", "-n", name, "-g", "data"};
     });
@@ -119,7 +119,7 @@ TEST_F(FsDelete, FindsAGroupWhoseNameIsAsLongAsItMayBe) {
     EXPECT_EQ(changes(run).back(), "/sbin/lvremove -f " + group + "/pool > /dev/null");
 }
 
-TEST_F(FsDelete, BringsTheGroupBackBeforeItUnmounts) {
+TEST_F(FsDelete, RestoresTheGroupBeforeItUnmounts) {
     lose_volume("data", {"pool"});
     delete_pool();
     expect_succeeded("vg restore: yes\n");
@@ -128,7 +128,7 @@ TEST_F(FsDelete, BringsTheGroupBackBeforeItUnmounts) {
                             unmount, release, rm, move, save, lvremove));
 }
 
-TEST_F(FsDelete, LeavesAllAsItIsWhenTheGroupCannotBeBroughtBack) {
+TEST_F(FsDelete, LeavesAllAsItIsWhenTheGroupCannotBeRestored) {
     lose_volume("data", {"pool"});
     with_each_fault("/sbin/pvcreate", [this](const std::string&) {
         delete_pool();
@@ -138,7 +138,7 @@ TEST_F(FsDelete, LeavesAllAsItIsWhenTheGroupCannotBeBroughtBack) {
     });
 }
 
-TEST_F(FsDelete, PutsNoGroupOfAStrangeBackupIntoACommand) {
+TEST_F(FsDelete, PutsNoUnsafeGroupOfABackupIntoACommand) {
     machine.remove("/etc/lvm/backup/data");
     machine.backup("da;ta", {"pool"});
     delete_pool();
@@ -183,7 +183,7 @@ TEST_F(FsDelete, LeavesAllAsItIsWithoutAMountTable) {
     EXPECT_EQ(machine.read(mdfstab), line + "\n");
 }
 
-TEST_F(FsDelete, PutsNoStrangeMountDirectoryIntoACommand) {
+TEST_F(FsDelete, PutsNoUnsafeMountDirectoryIntoACommand) {
     for (const char* directory : {"/srv/a;b/pool", "/srv/$(reboot)/pool", "/srv/a\\040b/pool"}) {
         machine.mounts({std::string("/dev/sdf ") + directory});
         delete_pool();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// fsmanage --repair: unmounted, repaired, mounted again, and what each failing step leaves.
+// fsmanage --repair: unmounting, repairing, mounting again, and what each failed step leaves.
 #include "fixtures/library.h"
 #include "fixtures/pool_command.h"
 
@@ -23,14 +23,14 @@ std::string line_of(const std::string& type, const std::string& mntpoint = "/mnt
     return "/dev/data/pool\t" + mntpoint + "\t" + type + "\tdefaults\t0 0";
 }
 
-// A mounted pool that umount unmounts.
+// A mounted pool that can be unmounted.
 class FsRepair : public PoolCommand {
   protected:
     FsRepair() : PoolCommand("fsmanage") {
         machine.pools({"/dev/data/pool"}).registered({line_of("xfs")});
         machine.tool(pool_tool::umount).any().does("echo 'proc /proc proc rw 0 0' >/proc/mounts");
     }
-    // The register stays as it is in any case.
+    // The register never changes.
     void repair(const std::string& group = "data") {
         machine.mounts({"/dev/mapper/data-pool /mnt/data/pool"});
         const Snapshot before = machine.snapshot();
@@ -102,7 +102,7 @@ TEST_F(FsRepair, ChecksTheNameBeforeTheGroup) {
     expect_refused(-123, {"-R", "-n", "pool"});
 }
 
-TEST_F(FsRepair, RefusesNamesThatAreNone) {
+TEST_F(FsRepair, RefusesInvalidNames) {
     expect_each_refused(-126, bad_names, [](const std::string& name) {
         return Texts{"-R", "-n", name, "-g", "data"};
     });
@@ -171,7 +171,7 @@ TEST_F(FsRepair, RepairsNothingWithoutAMountTable) {
                             returned("fsmanage_main", -602)));
 }
 
-TEST_F(FsRepair, PutsNoStrangeMountDirectoryIntoACommand) {
+TEST_F(FsRepair, PutsNoUnsafeMountDirectoryIntoACommand) {
     for (const char* directory : {"/srv/a;b/pool", "/srv/`id`/pool", "/srv/a\\040b/pool"}) {
         machine.mounts({std::string("/dev/sdf ") + directory});
         manage({"-R", "-n", "pool", "-g", "data"});
@@ -181,7 +181,7 @@ TEST_F(FsRepair, PutsNoStrangeMountDirectoryIntoACommand) {
     }
 }
 
-TEST_F(FsRepair, PutsNoStrangeMountPointOfTheRegisterIntoACommand) {
+TEST_F(FsRepair, PutsNoUnsafeMountPointOfTheRegisterIntoACommand) {
     for (const std::string directory :
          {"/mnt/$(reboot)/pool", "/mnt/a;b/pool", "/mnt/a*/pool", "-rf", "mnt/pool"}) {
         machine.registered({line_of("xfs", directory)});

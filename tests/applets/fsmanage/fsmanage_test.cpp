@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// fsmanage --display, and which of several modes is taken.
+// fsmanage --display, and which of several modes is carried out.
 #include "fixtures/library.h"
 #include "fixtures/pool_command.h"
 
@@ -19,7 +19,7 @@ const std::string mount = "/dev/mapper/data-pool /mnt/data/pool";
 class FsDisplay : public PoolCommand {
   protected:
     FsDisplay() : PoolCommand("fsmanage") { machine.pools({"/dev/data/pool"}).registered({line}); }
-    // Whatever it shows, it ends in the same way and leaves all as it was.
+    // It always ends the same way and changes nothing.
     void display(const char* option = "-S") {
         const Snapshot before = machine.snapshot();
         manage({option});
@@ -117,7 +117,7 @@ class FsMode : public PoolCommand {
     }
 };
 
-TEST_F(FsMode, DeletesWhateverElseItIsToldToDo) {
+TEST_F(FsMode, DeleteComesFirst) {
     for (const char* other : {"-C", "-S", "-R"}) {
         machine.registered({line});
         manage_all({other, "-D"});
@@ -126,7 +126,7 @@ TEST_F(FsMode, DeletesWhateverElseItIsToldToDo) {
     }
 }
 
-TEST_F(FsMode, RepairsWhenToldToDisplayOrCreateToo) {
+TEST_F(FsMode, RepairComesBeforeDisplayAndCreate) {
     for (const char* other : {"-C", "-S"}) {
         manage_all({other, "-R"});
         expect_succeeded();
@@ -134,13 +134,13 @@ TEST_F(FsMode, RepairsWhenToldToDisplayOrCreateToo) {
     }
 }
 
-TEST_F(FsMode, DisplaysWhenToldToCreateToo) {
+TEST_F(FsMode, DisplayComesBeforeCreate) {
     manage_all({"-C", "-S"});
     EXPECT_THAT(run.out, testing::StartsWith(header));
     EXPECT_THAT(changes(run), IsEmpty());
 }
 
-TEST_F(FsMode, DoesNothingBehindAnUnknownOption) {
+TEST_F(FsMode, DoesNothingAfterAnUnknownOption) {
     manage({"-x", "-D", "-n", "pool", "-g", "data"});
     EXPECT_EQ(run.exit_status, 0);
     EXPECT_EQ(run.out, "");

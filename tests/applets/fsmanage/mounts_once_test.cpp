@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// How often a listing reads the mount table, which can be long: once. Here it is a pipe into which
-// one writer writes it once; whoever opens it again waits for ever.
+// A listing reads the mount table, which can be long, only once. Here the table is a pipe that one
+// writer fills once: opening it again would block forever.
 #include "fixtures/pool_machine.h"
 
 #include <chrono>
@@ -14,7 +14,7 @@ namespace {
 
 using testing::HasSubstr;
 
-// A process that writes the text into the pipe as soon as somebody reads.
+// A process that writes the text into the pipe as soon as it is opened for reading.
 class Writer {
   public:
     Writer(const std::string& pipe, const std::string& text) : pid_(::fork()) {
@@ -36,7 +36,7 @@ class Writer {
 
 class MountTableOnce : public testing::Test {
   protected:
-    // Runs a listing beside a writer of the table.
+    // Runs a listing while another process writes the table.
     Result listing(const std::string& command, const std::string& table) {
         machine.remove("/proc/mounts").fifo("/proc/mounts");
         const Writer writer(machine.host_path("/proc/mounts").string(), table);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// lvmanage --create: its checks in their order, the one command, what follows when that fails.
+// lvmanage --create: its checks in order, its only command, and what follows a failure of that.
 #include "fixtures/pool_command.h"
 
 namespace zav::test {
@@ -49,7 +49,7 @@ TEST_F(LvCreate, RefusesWhatIsMissing) {
     EXPECT_THAT(run.commands, IsEmpty());
 }
 
-TEST_F(LvCreate, RefusesNamesThatAreNone) {
+TEST_F(LvCreate, RefusesInvalidNames) {
     expect_each_refused(-126, bad_names, [](const std::string& name) {
         return Texts{"-C", "-n", name, "-L", "5", "data"};
     });
@@ -64,13 +64,13 @@ TEST_F(LvCreate, RefusesNamesThatAreNone) {
                                           "/dev/null"));
 }
 
-TEST_F(LvCreate, RefusesSizesThatAreNone) {
+TEST_F(LvCreate, RefusesInvalidSizes) {
     expect_each_refused(
         -113, {"", "5G", "-5", "+5", "1.5", "0x5", " 5", "5 ", "123456789"},
         [](const std::string& size) { return Texts{"-C", "-n", "pool", "-L", size, "data"}; });
 }
 
-TEST_F(LvCreate, RefusesANameInUseInWhateverGroup) {
+TEST_F(LvCreate, RefusesANameInUseInAnyGroup) {
     for (const char* path : {"/dev/data/pool", "/dev/more/pool"}) {
         machine.pools({"/dev/data/first", path});
         expect_refused(-327, {"-C", "-n", "pool", "-L", "5", "data"});
@@ -105,7 +105,7 @@ TEST_F(LvCreate, RefusesEveryGroupWithoutAListOfThem) {
     EXPECT_THAT(machine.logged(), testing::Contains("Cannot find vg 'data'!"));
 }
 
-TEST_F(LvCreate, RefusesASizeThatTheGroupHasNoRoomFor) {
+TEST_F(LvCreate, RefusesASizeThatIsNotFreeInTheGroup) {
     for (const char* size : {"101", "99999999", "0", "00"}) {
         expect_refused(-2053, {"-C", "-n", "pool", "-L", size, "data"});
         EXPECT_THAT(machine.logged(), ElementsAre(returned("lvmanage_main", -2053)));
@@ -115,7 +115,7 @@ TEST_F(LvCreate, RefusesASizeThatTheGroupHasNoRoomFor) {
     EXPECT_THAT(changes(run), ElementsAre("/sbin/lvcreate -L 100G -n pool data > /dev/null"));
 }
 
-TEST_F(LvCreate, PrintsThatThePoolsCannotBeReadAndGoesOn) {
+TEST_F(LvCreate, PrintsThatThePoolsCannotBeReadAndContinues) {
     hide_pools();
     create();
     EXPECT_EQ(run.exit_status, 0);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// lvmanage --delete: its checks, the group brought back before, what follows a failed removal.
+// lvmanage --delete: its checks, the restoration of the group, and what follows a failed removal.
 #include "fixtures/pool_command.h"
 
 namespace zav::test {
@@ -17,7 +17,7 @@ class LvDelete : public PoolCommand {
   protected:
     LvDelete() : PoolCommand("lvmanage") { machine.pools({"/dev/data/first", "/dev/data/pool"}); }
     void delete_pool() { manage({"-D", "-n", "pool", "data"}); }
-    // lvdisplay tells nothing when it is asked for the pool alone.
+    // lvdisplay prints nothing when asked for the pool alone.
     void unlist_pool_alone() {
         machine.tool(pool_tool::lvdisplay).on("/sbin/lvdisplay -c data/pool").exits(5);
     }
@@ -43,7 +43,7 @@ TEST_F(LvDelete, ChecksTheNameBeforeTheGroup) {
     EXPECT_THAT(run.commands, IsEmpty());
 }
 
-TEST_F(LvDelete, RefusesNamesThatAreNone) {
+TEST_F(LvDelete, RefusesInvalidNames) {
     expect_each_refused(-126, bad_names, [](const std::string& name) {
         return Texts{"-D", "-n", name, "data"};
     });
@@ -61,7 +61,7 @@ TEST_F(LvDelete, RemovesAPoolOfAGroupWithoutABackup) {
     EXPECT_THAT(changes(run), ElementsAre(remove_command));
 }
 
-TEST_F(LvDelete, BringsTheGroupBackBefore) {
+TEST_F(LvDelete, RestoresTheGroupFirst) {
     lose_volume("data", {"pool"});
     delete_pool();
     expect_succeeded("vg restore: yes\n");
@@ -69,7 +69,7 @@ TEST_F(LvDelete, BringsTheGroupBackBefore) {
                                           "/sbin/vgcfgrestore data", remove_command));
 }
 
-TEST_F(LvDelete, RemovesNothingOfAGroupThatCannotBeBroughtBack) {
+TEST_F(LvDelete, RemovesNothingOfAGroupThatCannotBeRestored) {
     lose_volume("data", {"pool"});
     with_each_fault("/sbin/pvcreate", [this](const std::string&) {
         delete_pool();
@@ -78,7 +78,7 @@ TEST_F(LvDelete, RemovesNothingOfAGroupThatCannotBeBroughtBack) {
     });
 }
 
-TEST_F(LvDelete, BringsBackOnlyTheGroupOfTheCommandLine) {
+TEST_F(LvDelete, RestoresOnlyTheGroupOfTheCommandLine) {
     lose_volume("more", {"pool"});
     delete_pool();
     expect_succeeded("file '/etc/lvm/backup/data' cannot open\n");
@@ -102,7 +102,7 @@ TEST_F(LvDelete, ReportsAPoolOfAnotherGroup) {
                 ElementsAre("pool's vgname not match 'more'", returned("lvmanage_main", -2052)));
 }
 
-TEST_F(LvDelete, ReportsPoolsThatCannotBeReadLikeNone) {
+TEST_F(LvDelete, ReportsPoolsThatCannotBeReadAsMissing) {
     hide_pools();
     delete_pool();
     EXPECT_EQ(run.exit_status, -2055 & 0xff);
@@ -132,7 +132,7 @@ TEST_F(LvDelete, SucceedsWhenThePoolIsGoneAfterAFailure) {
     });
 }
 
-TEST_F(LvDelete, TakesAPoolThatCannotBeCheckedAfterAFailureForGone) {
+TEST_F(LvDelete, TreatsAPoolThatCannotBeCheckedAfterAFailureAsGone) {
     hide_pools("/sbin/lvdisplay -c data/pool");
     machine.tool(pool_tool::lvremove).any().exits(5);
     delete_pool();

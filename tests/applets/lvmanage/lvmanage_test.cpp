@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// lvmanage --display, and which of several modes is taken.
+// lvmanage --display, and which of several modes is carried out.
 #include "fixtures/pool_command.h"
 
 namespace zav::test {
@@ -24,7 +24,7 @@ class LvDisplay : public PoolCommand {
         EXPECT_THAT(changes(run), IsEmpty());
         EXPECT_THAT(before.changes_to(machine.snapshot()), IsEmpty());
     }
-    // The code is printed and logged, without a table, and the command succeeds.
+    // The code is printed and logged without a table, and the command succeeds.
     void expect_only_printed(const Texts& arguments) {
         display(arguments);
         expect_succeeded("for errno '-126'\n");
@@ -87,13 +87,13 @@ TEST_F(LvDisplay, ShowsOnePoolByItsPath) {
     expect_succeeded(header + row);
 }
 
-TEST_F(LvDisplay, ChecksOnlyWhatStandsBehindTheLastSlash) {
+TEST_F(LvDisplay, ChecksOnlyWhatStandsAfterTheLastSlash) {
     machine.pool_lines("  /dev/da ta/pool:data:3:1:-1:0:4194304:512:-1:0:-1:254:0\n");
     display({"-n", "/dev/da ta/pool"});
     expect_succeeded(header + "/dev/da ta/pool\tavailable\t2G\t0G\tdata\t0\n");
 }
 
-TEST_F(LvDisplay, OnlyPrintsThatANameIsNoPath) {
+TEST_F(LvDisplay, OnlyPrintsThatANameIsNotAPath) {
     machine.pools({"/dev/data/pool"});
     for (const char* name : {"pool", "", "data"}) {
         expect_only_printed({"-n", name});
@@ -120,7 +120,7 @@ class LvMode : public PoolCommand {
     LvMode() : PoolCommand("lvmanage") { machine.pools({"/dev/data/pool"}); }
 };
 
-TEST_F(LvMode, CreatesWhenToldToDisplayOrDeleteToo) {
+TEST_F(LvMode, CreateComesBeforeDisplayAndDelete) {
     for (const char* other : {"-S", "-D"}) {
         manage({other, "-C", "-n", "new", "-L", "5", "data"});
         expect_succeeded();
@@ -128,13 +128,13 @@ TEST_F(LvMode, CreatesWhenToldToDisplayOrDeleteToo) {
     }
 }
 
-TEST_F(LvMode, DisplaysWhenToldToDeleteToo) {
+TEST_F(LvMode, DisplayComesBeforeDelete) {
     manage({"-D", "-S", "-n", "/dev/data/pool", "data"});
     expect_succeeded(header + row);
     EXPECT_THAT(changes(run), IsEmpty());
 }
 
-TEST_F(LvMode, DoesNothingBehindAnUnknownOption) {
+TEST_F(LvMode, DoesNothingAfterAnUnknownOption) {
     manage({"-x", "-D", "-n", "pool", "data"});
     EXPECT_EQ(run.exit_status, 0);
     EXPECT_EQ(run.out, "");
@@ -143,13 +143,13 @@ TEST_F(LvMode, DoesNothingBehindAnUnknownOption) {
     EXPECT_THAT(machine.logged(), ElementsAre("zav_getopt[499]: other option: ?"));
 }
 
-TEST_F(LvMode, GoesOnWithTheModeThatCameBeforeAnUnknownOption) {
+TEST_F(LvMode, RunsTheModeThatCameBeforeAnUnknownOption) {
     manage({"-S", "-x", "-n", "none"});
     EXPECT_EQ(run.exit_status, 0);
     EXPECT_EQ(run.out, header + row);
 }
 
-TEST_F(LvMode, GoesOnWithoutTheArgumentOfItsLastOption) {
+TEST_F(LvMode, RunsWithoutTheArgumentOfItsLastOption) {
     manage({"-S", "-n"});
     EXPECT_EQ(run.exit_status, 0);
     EXPECT_EQ(run.out, header + row);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// mdmanage -a and -r, what it does when several or no modes are given, and its usage.
+// mdmanage -a and -r, several modes or none, and the usage.
 #include "fixtures/array_machine.h"
 
 namespace zav::test {
@@ -61,7 +61,7 @@ TEST_F(Change, TakesTheArrayBeforeTheOptionsToo) {
     EXPECT_EQ(changes(run).back(), "/sbin/mdadm --manage /dev/md1 -r /dev/sdb > /dev/null");
 }
 
-TEST_F(Change, RefusesNamesThatAreNoneBeforeChannels) {
+TEST_F(Change, RefusesInvalidNamesBeforeChannels) {
     for (const char* option : {"-a", "-r"}) {
         expect_refused({option, "x"}, -127);
         expect_refused({option, "x", ""}, -127);
@@ -70,7 +70,7 @@ TEST_F(Change, RefusesNamesThatAreNoneBeforeChannels) {
     }
 }
 
-TEST_F(Change, RefusesChannelsThatAreNone) {
+TEST_F(Change, RefusesInvalidChannels) {
     for (const char* option : {"-a", "-r"}) {
         for (const std::string& channel :
              {std::string(""), std::string("x"), std::string("4;5"), std::string(129, '4')}) {
@@ -122,7 +122,7 @@ TEST_F(Change, PassesOtherCodesOn) {
     expect_failure(machine, run, -2036);
 }
 
-// With several modes the first of create, display, add, remove, recover, delete is done.
+// Of several modes, the first of create, display, add, remove, recover, delete is carried out.
 class Modes : public Change {};
 
 TEST_F(Modes, CreateComesBeforeDisplay) {
@@ -167,7 +167,7 @@ TEST_F(Modes, NoneShowsTheUsage) {
     }
 }
 
-// The places of the options seen so far in the option string.
+// The bits of the options seen so far.
 TEST_F(Modes, NoneBeforeAnUnknownOptionIsTheMaskOfTheOthers) {
     EXPECT_EQ(manage({"-n", "x", "--bogus"}), 0x20);
     EXPECT_EQ(run.out, "");

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// mdmanage --create: arguments, reservation, and a creation from the first command to the last.
+// mdmanage --create: arguments, reservation, and a whole creation from the first command to the
+// last.
 #include "fixtures/array_machine.h"
 
 namespace zav::test {
@@ -14,7 +15,7 @@ using testing::MatchesRegex;
 class Create : public testing::Test {
   protected:
     Create() { machine.box(6); }
-    // With these arguments behind -C.
+    // With these arguments after -C.
     int create(Texts arguments) {
         arguments.insert(arguments.begin(), "-C");
         run = machine.mdmanage(arguments);
@@ -24,7 +25,7 @@ class Create : public testing::Test {
         expect_failure(machine, run, code);
         EXPECT_THAT(changes(run), IsEmpty());
     }
-    // Refused before any command.
+    // Refused before any command is run.
     void expect_refused(Texts arguments, int code) {
         create(std::move(arguments));
         expect_failure(machine, run, code);
@@ -96,7 +97,7 @@ TEST_F(Create, NeedsALevel) {
     expect_refused({"-n", "data", "-d", "1", "1,2"}, -130);
 }
 
-// Only the first character of a level decides here; the type is checked with the disks.
+// Here only the first character of a level decides; the type is checked later, with the disks.
 TEST_F(Create, RefusesLevelsThatBeginLikeOne) {
     for (const char* level : {"10", "5x", "50", "01", "666666666"}) {
         create({"-n", "data", "-l", level, "-d", "1", "1,2,3,4"});
@@ -106,7 +107,7 @@ TEST_F(Create, RefusesLevelsThatBeginLikeOne) {
     }
 }
 
-TEST_F(Create, RefusesNamesThatAreNone) {
+TEST_F(Create, RefusesInvalidNames) {
     for (const std::string& name : {std::string(""), std::string(33, 'n'), std::string("a b"),
                                     std::string("a/b"), std::string("a.b"), std::string("\xc3")}) {
         expect_refused({"-n", name, "-l", "1", "-d", "1", "1,2"}, -127);
@@ -117,7 +118,7 @@ TEST_F(Create, NeedsAName) {
     expect_refused({"-l", "1", "-d", "1", "1,2"}, -127);
 }
 
-TEST_F(Create, RefusesDevicesThatAreNone) {
+TEST_F(Create, RefusesInvalidDevices) {
     for (const char* device : {"", "123456789", "1;2", "a b"}) {
         expect_refused({"-n", "data", "-l", "1", "-d", device, "1,2"}, -121);
     }
@@ -137,7 +138,7 @@ TEST_F(Create, FindsNoDisksWithoutADevice) {
                 ElementsAre("'1,2 in ' includes invalid channelIDs"));
 }
 
-TEST_F(Create, RefusesChannelsThatAreNone) {
+TEST_F(Create, RefusesInvalidChannels) {
     for (const char* channels : {"", "a", "1,b", "1;2", "1 2", "sda", "1.5", "+1"}) {
         expect_refused({"-n", "data", "-l", "1", "-d", "1", channels}, -111);
     }
@@ -147,7 +148,7 @@ TEST_F(Create, NeedsChannels) {
     expect_refused({"-n", "data", "-l", "1", "-d", "1"}, -111);
 }
 
-// The record holds 127 characters: a longer list would lose its end, which can be half a channel.
+// The record holds 127 characters: a longer list would be truncated, perhaps within a channel.
 TEST_F(Create, RefusesAListOfChannelsThatDoesNotFit) {
     EXPECT_EQ(create({"-n", "data", "-l", "1", "-d", "1", "1,2" + std::string(124, ',')}), 0);
     for (const std::size_t length : {128U, 129U}) {
@@ -232,7 +233,7 @@ TEST_F(Create, CutsANameOf32CharactersForTheArray) {
 
 class FailedCreate : public Create {
   protected:
-    // mdadm fails, and /proc/mdstat then has these lines.
+    // mdadm fails, and /proc/mdstat then contains these lines.
     int create_with_mdstat(const std::string& mdstat, const std::string& name = "data") {
         machine.file("/var/mdstat", mdstat);
         machine.tool(ArrayMachine::mdadm)
@@ -268,7 +269,7 @@ TEST_F(FailedCreate, IsSilentWithStatus1WhenTheArrayIsListed) {
         ElementsAre(MatchesRegex("system\\(.*\\) return normal with exit\\(1\\) for '.*'")));
 }
 
-TEST_F(FailedCreate, FindsTheArrayBehindWhiteSpaceAndBeforeAColon) {
+TEST_F(FailedCreate, FindsTheArrayAfterWhiteSpaceAndBeforeAColon) {
     create_with_mdstat(" \t data: active\n");
     expect_created_with_error();
 }
@@ -278,7 +279,7 @@ TEST_F(FailedCreate, FindsTheArrayOnALineWithoutAnEnd) {
     expect_created_with_error();
 }
 
-TEST_F(FailedCreate, DoesNotTakeAnotherArrayForIt) {
+TEST_F(FailedCreate, DoesNotMistakeAnotherArrayForIt) {
     create_with_mdstat("data2 : active\nDATA : active\nmd1 : data\nmydata : active\n");
     expect_not_created();
 }
@@ -308,7 +309,7 @@ TEST_F(FailedCreate, WithoutMdadmIsReportedToo) {
     expect_not_created();
 }
 
-// The fifth reading of the arrays' state is the one that looks for the new array.
+// The fifth read of /proc/mdstat looks for the new array.
 class FailedCreateWithoutState : public FailedCreate {
   protected:
     Rule fifth_state() {
@@ -327,14 +328,14 @@ TEST_F(FailedCreateWithoutState, ReadsWhatAFailingCatPrints) {
     EXPECT_THAT(last_message(machine), HasSubstr("cat /proc/mdstat > /tmp/mdstat."));
 }
 
-TEST_F(FailedCreateWithoutState, TakesAFailingCatForNotFound) {
+TEST_F(FailedCreateWithoutState, TreatsAFailingCatAsNotFound) {
     fifth_state().exits(1);
     create({"-n", "data", "-l", "1", "-d", "1", "1,2"});
     expect_not_created();
     EXPECT_EQ(run.out, "for errno '-416'\n");
 }
 
-TEST_F(FailedCreateWithoutState, TakesAFileThatIsGoneForNotFound) {
+TEST_F(FailedCreateWithoutState, TreatsAFileThatIsGoneAsNotFound) {
     fifth_state().does("rm /tmp/mdstat.*");
     create({"-n", "data", "-l", "1", "-d", "1", "1,2"});
     expect_not_created();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// mdmanage --delete: the array is stopped and its former members are prepared for the next use.
+// mdmanage --delete: stopping the array and clearing its former members.
 #include "fixtures/array_machine.h"
 
 namespace zav::test {
@@ -11,7 +11,7 @@ using testing::IsEmpty;
 
 class Delete : public testing::Test {
   protected:
-    // md1 of one disk, so that nothing depends on the order of a directory.
+    // md1 has one disk, so that nothing depends on the order of a directory.
     Delete() {
         machine.box(6);
         machine.running("md1", "raid1", {"sdb"});
@@ -87,7 +87,7 @@ TEST_F(Delete, PassesOverADiskThatIsGone) {
     EXPECT_EQ(changes(run).back(), "/sbin/mdadm -S /dev/md1 > /dev/null");
 }
 
-// What counts is the place of the disk: it may have a new name by then.
+// The disk is found by its channel and device: its name may have changed.
 TEST_F(Delete, PreparesTheDiskThatIsInThePlaceNow) {
     stop().does("/.harness/busybox sed -i s/sdb/sdx/ /proc/scsi/mvSata/0");
     EXPECT_EQ(remove("md1"), 0);
@@ -118,7 +118,7 @@ TEST_F(Delete, ReportsAnArrayThatIsStillThere) {
     EXPECT_EQ(outside(run).back(), "cat /proc/mdstat > /tmp/mdstat.XXXXXX");
 }
 
-TEST_F(Delete, SucceedsWhenTheArrayIsGoneAllTheSame) {
+TEST_F(Delete, SucceedsWhenTheArrayIsGoneAnyway) {
     stop().does("echo 'md10 : active' > /proc/mdstat").exits(1);
     EXPECT_EQ(remove("md1"), 0);
     EXPECT_EQ(run.out, "disk : ch = 2, devcie = 1, name = sdb\n");
@@ -131,7 +131,7 @@ TEST_F(Delete, ReportsAKilledStop) {
     expect_failure(machine, run, -415);
 }
 
-TEST_F(Delete, TakesAnArrayForGoneThatNobodyListsAnyMore) {
+TEST_F(Delete, TreatsAnArrayThatIsNoLongerListedAsGone) {
     stop().does("/.harness/busybox rm /proc/mdstat").exits(1);
     EXPECT_EQ(remove("md1"), 0);
     EXPECT_EQ(changes(run).back(), "/usr/local/bin/diskformat /dev/sdb");
@@ -145,7 +145,7 @@ TEST_F(Delete, TouchesNothingWithoutTheGroupList) {
     EXPECT_THAT(changes(run), IsEmpty());
 }
 
-TEST_F(Delete, TouchesNothingWithoutTheGroupListWhateverThenHappensToTheArrays) {
+TEST_F(Delete, TouchesNothingWithoutTheGroupListWhateverHappensToTheArrays) {
     machine.tool("/sbin/vgdisplay")
         .on("/sbin/vgdisplay -c")
         .does("/.harness/busybox rm /proc/mdstat")
@@ -170,13 +170,13 @@ TEST_F(Delete, RefusesAnArrayThatCarriesAGroup) {
     EXPECT_THAT(changes(run), IsEmpty());
 }
 
-TEST_F(Delete, KnowsNoOtherArray) {
+TEST_F(Delete, RefusesAnUnknownArray) {
     remove("md7");
     expect_failure(machine, run, -423);
     EXPECT_THAT(outside(run), ElementsAreArray(array_list_commands({"md1"})));
 }
 
-TEST_F(Delete, RefusesNamesThatAreNone) {
+TEST_F(Delete, RefusesInvalidNames) {
     machine.file(ArrayMachine::reservations, "md1\n");
     for (const std::string& name : {std::string(""), std::string("a b"), std::string(33, 'n')}) {
         remove(name);
@@ -215,7 +215,7 @@ TEST_F(Delete, DoesNotMakeTheFileOfReservations) {
     EXPECT_THAT(machine.tmp(), IsEmpty());
 }
 
-TEST_F(Delete, GoesOnWithAFileOfReservationsThatCannotBeUsed) {
+TEST_F(Delete, ContinuesWithAFileOfReservationsThatCannotBeUsed) {
     machine.symlink("/var/other", ArrayMachine::reservations);
     EXPECT_EQ(remove("md1"), 0);
 }

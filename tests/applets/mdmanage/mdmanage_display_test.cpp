@@ -85,7 +85,7 @@ TEST_F(Display, ShowsNoTableForAnUnknownArray) {
     }
 }
 
-TEST_F(Display, ShowsNoTableForANameThatIsNone) {
+TEST_F(Display, ShowsNoTableForAnInvalidName) {
     for (const std::string& name : {std::string(""), std::string("a b"), std::string(33, 'n')}) {
         display({"-S", "-n", name});
         expect_failure(machine, run, -127);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What is typed never becomes part of a command before its check, whatever option it stands at.
+// Arguments reach no command before they are checked, whichever option they belong to.
 #include "fixtures/array_machine.h"
 
 namespace zav::test {
@@ -10,7 +10,7 @@ using testing::Not;
 
 constexpr auto proof = "/var/injected";
 
-// Each would make a file when a shell read it.
+// A shell that interpreted one would create a file.
 const Texts payloads = {
     "md1;echo>/var/injected", "$(echo>/var/injected)",   "`echo>/var/injected`",
     "1|echo>/var/injected",   "1&&echo>/var/injected",   "1\necho>/var/injected\n",
@@ -18,7 +18,7 @@ const Texts payloads = {
     "\";echo>/var/injected",  "1,2;echo>/var/injected",  "JBOD;echo>/var/injected",
     "../../var/injected",     "-n\n;echo>/var/injected", "\\;echo>/var/injected"};
 
-// The places that what is typed can take; PAYLOAD is replaced.
+// Command lines in which PAYLOAD is replaced.
 const std::vector<Texts> places = {
     {"-C", "-n", "PAYLOAD", "-l", "1", "-d", "1", "4,5"},
     {"-C", "-n", "data", "-l", "PAYLOAD", "-d", "1", "4,5"},
@@ -62,7 +62,7 @@ TEST_P(Injection, ReachesNoCommand) {
 
 INSTANTIATE_TEST_SUITE_P(InPlace, Injection, testing::Range<std::size_t>(0, places.size()));
 
-// Names that the kernel or a tool gives are taken only when they are plain.
+// Names from the kernel or a tool are used only if they are plain.
 TEST(InjectionByTheSystem, ReachesNoCommand) {
     ArrayMachine machine;
     machine.box({{"sda;echo>/var/injected", 1}, {"sdb", 2}, {"sdc", 3}});

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// mdmanage --recover, and what every failure of mdmanage looks like from outside.
+// mdmanage --recover, and how every failure of mdmanage is reported.
 #include "fixtures/array_machine.h"
 
 namespace zav::test {
@@ -62,7 +62,7 @@ TEST(RecoverCommand, PrintsTheMembersBeforeTheFailure) {
     EXPECT_EQ(run.out, "disk: /dev/sda\ndisk: /dev/sdb\ndisk: /dev/sdc\nfor errno '-419'\n");
 }
 
-TEST(RecoverCommand, RefusesNamesThatAreNone) {
+TEST(RecoverCommand, RefusesInvalidNames) {
     ArrayMachine machine;
     for (const Texts& arguments : {Texts{"-R"}, Texts{"-R", "-n", ""}, Texts{"-R", "-n", "a b"},
                                    Texts{"-R", "-n", std::string(33, 'n')}}) {
@@ -78,8 +78,8 @@ TEST(RecoverCommand, ReportsAFailedLookUpAsAWrongName) {
     expect_failure(machine, machine.mdmanage({"-R", "-n", "md1"}), -127);
 }
 
-// Of an unknown level it would be created again as a stripe.
-TEST(RecoverCommand, RefusesAnArrayWhoseLevelIsNotTold) {
+// With an unknown level it would be re-created as a stripe.
+TEST(RecoverCommand, RefusesAnArrayOfAnUnknownLevel) {
     ArrayMachine machine;
     machine.box(3).running("md1", "raid5", {"sda", "sdb", "sdc"});
     machine.tool(ArrayMachine::mdadm).on("/sbin/mdadm --detail /dev/md1").exits(1);
@@ -88,7 +88,7 @@ TEST(RecoverCommand, RefusesAnArrayWhoseLevelIsNotTold) {
     EXPECT_THAT(changes(run), IsEmpty());
 }
 
-// One failure: what it takes beside md1, a RAID-5 of sda, sdb (faulty) and sdc on device "1".
+// One failure and its cause, besides md1, a RAID-5 of sda, sdb (faulty) and sdc on device "1".
 struct Failure {
     int code;
     const char* name;

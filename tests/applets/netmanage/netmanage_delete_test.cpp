@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// netmanage --delete: unmounted, unregistered, its device cleared, and what each failing step
+// netmanage --delete: unmounting, unregistering, clearing the device, and what each failed step
 // leaves.
 #include "fixtures/library.h"
 #include "fixtures/pool_command.h"
@@ -44,7 +44,7 @@ TEST_F(NetDelete, UnmountsUnregistersAndClearsADisk) {
     EXPECT_THAT(machine.log(), IsEmpty());
 }
 
-TEST_F(NetDelete, RefusesLabelsThatAreNone) {
+TEST_F(NetDelete, RefusesInvalidLabels) {
     expect_each_refused(-123, bad_names, [](const std::string& label) {
         return Texts{"-D", "-n", label};
     });
@@ -90,7 +90,7 @@ TEST_F(NetDelete, UnmountsEverythingUnderTheLabelAndClearsTheFirst) {
                                           move, save, clear));
 }
 
-TEST_F(NetDelete, PutsNoStrangeDeviceIntoACommand) {
+TEST_F(NetDelete, PutsNoUnsafeDeviceIntoACommand) {
     for (const std::string device :
          {"/dev/sd;f", "/dev/$(reboot)", "/dev/sd\\040f", "/dev/mapper/x", "//host/x", "-f"}) {
         machine.mounts({device + " /mnt/netdisk/disk"});
@@ -108,7 +108,7 @@ TEST_F(NetDelete, ClearsADeviceThatIsNamedWithoutItsDirectory) {
     expect_deleted();
 }
 
-TEST_F(NetDelete, PutsNoStrangeMountDirectoryIntoACommand) {
+TEST_F(NetDelete, PutsNoUnsafeMountDirectoryIntoACommand) {
     for (const char* directory : {"/srv/a;b/disk", "/srv/$(id)/disk", "/srv/a\\040b/disk"}) {
         machine.mounts({std::string("/dev/sdf ") + directory});
         delete_disk();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// netmanage --repair: unmounted, repaired, mounted again, and what each failing step leaves.
+// netmanage --repair: unmounting, repairing, mounting again, and what each failed step leaves.
 #include "fixtures/library.h"
 #include "fixtures/pool_command.h"
 
@@ -22,14 +22,14 @@ std::string line_of(const std::string& type, const std::string& mntpoint = "/mnt
     return "LABEL=disk\t" + mntpoint + "\t" + type + "\tdefaults\t0 0";
 }
 
-// A mounted disk that umount unmounts.
+// A mounted disk that can be unmounted.
 class NetRepair : public PoolCommand {
   protected:
     NetRepair() : PoolCommand("netmanage") {
         machine.registered({line_of("xfs")}, netfstab);
         machine.tool(pool_tool::umount).any().does("echo 'proc /proc proc rw 0 0' >/proc/mounts");
     }
-    // The registers stay as they are in any case.
+    // The registers never change.
     void repair(const Texts& mounts = {"/dev/sdf /mnt/netdisk/disk"}) {
         machine.mounts(mounts);
         const Snapshot before = machine.snapshot();
@@ -77,7 +77,7 @@ TEST_F(NetRepair, FindsTheToolsWhereTheModelHasThem) {
               "/usr/local/bin/reiserfsck --fix-fixable  -y /dev/sdf > /dev/null");
 }
 
-TEST_F(NetRepair, RefusesLabelsThatAreNone) {
+TEST_F(NetRepair, RefusesInvalidLabels) {
     expect_each_refused(-126, bad_names, [](const std::string& label) {
         return Texts{"-R", "-n", label};
     });
@@ -123,7 +123,7 @@ TEST_F(NetRepair, MountsADiskWhoseDeviceIsUnknown) {
                             returned("repair_kor_netfs", -509), returned("netmanage_main", -509)));
 }
 
-TEST_F(NetRepair, PutsNoStrangeDeviceIntoACommand) {
+TEST_F(NetRepair, PutsNoUnsafeDeviceIntoACommand) {
     for (const std::string device : {"/dev/sd;f", "/dev/$(reboot)", "/dev/sd\\040f", "-f"}) {
         repair({device + " /mnt/netdisk/disk"});
         expect_failed(-509);
@@ -173,7 +173,7 @@ TEST_F(NetRepair, RepairsNothingWithoutAMountTable) {
     EXPECT_THAT(run.commands, IsEmpty());
 }
 
-TEST_F(NetRepair, PutsNoStrangeMountDirectoryIntoACommand) {
+TEST_F(NetRepair, PutsNoUnsafeMountDirectoryIntoACommand) {
     for (const char* directory : {"/srv/a;b/disk", "/srv/`id`/disk", "/srv/a\\040b/disk"}) {
         repair({std::string("/dev/sdf ") + directory});
         expect_failed(-602);
@@ -181,7 +181,7 @@ TEST_F(NetRepair, PutsNoStrangeMountDirectoryIntoACommand) {
     }
 }
 
-TEST_F(NetRepair, PutsNoStrangeMountPointOfTheRegisterIntoACommand) {
+TEST_F(NetRepair, PutsNoUnsafeMountPointOfTheRegisterIntoACommand) {
     for (const std::string directory : {"/mnt/$(reboot)/disk", "/mnt/a;b/disk", "-rf", "disk"}) {
         machine.registered({line_of("xfs", directory)}, netfstab);
         repair();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// netmanage --create and --display, and which of several modes is taken.
+// netmanage --create and --display, and which of several modes is carried out.
 #include "fixtures/pool_command.h"
 
 namespace zav::test {
@@ -22,7 +22,7 @@ const std::string line = "LABEL=disk\t/mnt/netdisk/disk\txfs\tdefaults\t0 0";
 class NetCreate : public PoolCommand {
   protected:
     NetCreate() : PoolCommand("netmanage") {}
-    // From an empty register.
+    // Starts from an empty register.
     void create() {
         machine.file(netfstab, "");
         manage({"-C", "-n", "disk", "-g", "sdf"});
@@ -40,7 +40,7 @@ TEST_F(NetCreate, MakesRegistersAndMountsADisk) {
     EXPECT_THAT(machine.log(), IsEmpty());
 }
 
-TEST_F(NetCreate, MakesReiserfsOnTheModelsThatHaveIt) {
+TEST_F(NetCreate, MakesReiserfsOnTheModelsThatUseIt) {
     for (const auto& [model, tool] : {std::pair{"KOR7206LB", "xconf"},
                                       {"VEL7206P", "xconf"},
                                       {"VEL7205E", "nasconf"},
@@ -67,7 +67,7 @@ TEST_F(NetCreate, MakesXfsWithoutAModelAndSavesNothing) {
     expect_registered();
 }
 
-TEST_F(NetCreate, RefusesNamesThatAreNone) {
+TEST_F(NetCreate, RefusesInvalidNames) {
     expect_each_refused(-123, bad_names, [](const std::string& label) {
         return Texts{"-C", "-n", label, "-g", "sdf"};
     });
@@ -194,7 +194,7 @@ const std::string header = "name\tmntpoint\tstatus\tallsize\tusedsize\townername
 class NetDisplay : public PoolCommand {
   protected:
     NetDisplay() : PoolCommand("netmanage") { machine.registered({line}, netfstab); }
-    // Whatever it shows, it ends in the same way, runs nothing and leaves all as it was.
+    // It always ends the same way, runs nothing and changes nothing.
     void display(const char* option = "-S") {
         const Snapshot before = machine.snapshot();
         manage({option});
@@ -266,7 +266,7 @@ class NetMode : public PoolCommand {
     }
 };
 
-TEST_F(NetMode, CreatesWhateverElseItIsToldToDo) {
+TEST_F(NetMode, CreateComesFirst) {
     for (const char* other : {"-D", "-R", "-S"}) {
         machine.registered({}, netfstab);
         manage({other, "-C", "-n", "disk", "-g", "sdf"});
@@ -275,7 +275,7 @@ TEST_F(NetMode, CreatesWhateverElseItIsToldToDo) {
     }
 }
 
-TEST_F(NetMode, DeletesWhenToldToRepairOrDisplayToo) {
+TEST_F(NetMode, DeleteComesBeforeRepairAndDisplay) {
     for (const char* other : {"-R", "-S"}) {
         manage_registered({other, "-D"});
         expect_succeeded();
@@ -283,14 +283,14 @@ TEST_F(NetMode, DeletesWhenToldToRepairOrDisplayToo) {
     }
 }
 
-TEST_F(NetMode, RepairsWhenToldToDisplayToo) {
+TEST_F(NetMode, RepairComesBeforeDisplay) {
     machine.mounts({"/dev/sdf /mnt/netdisk/disk"});
     manage_registered({"-S", "-R"});
     expect_succeeded();
     EXPECT_EQ(outside(run).at(1), "/sbin/xfs_repair -L /dev/sdf > /dev/null");
 }
 
-TEST_F(NetMode, DoesNothingBehindAnUnknownOption) {
+TEST_F(NetMode, DoesNothingAfterAnUnknownOption) {
     manage({"-x", "-C", "-n", "disk", "-g", "sdf"});
     EXPECT_EQ(run.exit_status, 0);
     EXPECT_EQ(run.out, "");

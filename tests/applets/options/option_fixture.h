@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Command lines for the option parser: parsed in the test's own process, or in a private root when
-// the parsing may end the process or write to the log.
+// Command lines for the option parser: parsed in the test's own process, or in a private root if
+// parsing may end the process or write to the log.
 #pragma once
 
 #include "applets/options.h"
@@ -17,8 +17,8 @@
 
 namespace zav::test {
 
-// A usage ends the process with status 0, which would pass for a test that went well. While one of
-// these lives, it is a failure.
+// Printing the usage ends the process with status 0, which would look like a passed test. While an
+// object of this class exists, it is a failure.
 class NoEndExpected {
   public:
     NoEndExpected() {
@@ -60,10 +60,10 @@ class CommandLine {
         return parse_or_end(settings, targets);
     }
 
-    // The same where the process may end.
+    // The same if parsing may end the process.
     std::uint32_t parse_or_end(const OptionSettings& settings,
                                std::initializer_list<OptionTarget> targets = {}) {
-        optind = 0; // getopt starts afresh
+        optind = 0; // getopt starts over
         return zav_getopt(count(), arguments(), settings, targets);
     }
 
@@ -82,7 +82,7 @@ inline std::uint32_t parse(const OptionSettings& settings, std::vector<std::stri
     return CommandLine(std::move(words)).parse(settings, targets);
 }
 
-// What a parsing in a private root came to.
+// The outcome of parsing in a private root.
 struct Outcome {
     bool showed_usage = false; // and the process ended with status 0
     std::uint32_t flags = 0;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Random options and rules against a second parser, written the long way: one record for each
-// letter, rules read character by character.
+// Random options and rules, compared with a second, straightforward parser: one record per letter,
+// rules read character by character.
 #include "applets/options/option_fixture.h"
 
 #include <array>
@@ -25,7 +25,7 @@ struct Record {
 };
 
 struct Reference {
-    std::array<Record, 33> records = {}; // the last one takes what concerns no option
+    std::array<Record, 33> records = {}; // the last one is for letters that are no option
     std::size_t count = 0;
     std::uint32_t flags = 0;
     std::uint32_t global = 0;
@@ -130,7 +130,7 @@ struct Expected {
     std::array<int, 32> counts = {};
 };
 
-// False when the option is unknown.
+// False if the option is unknown.
 bool see(const Reference& rules, Expected& expected, int letter) {
     const std::size_t index = rules.index_of(static_cast<char>(letter));
     if (index == 32) {
@@ -267,13 +267,13 @@ std::uint32_t parse_case(const RandomCase& random_case) {
                        &text, &text, &text, &text, &text, &text, &text, &text, &text, &text});
 }
 
-// Whether the parsing ends the process with status 0.
+// Whether parsing ends the process with status 0.
 bool ends_with_usage(const RandomCase& random_case) {
     constexpr int has_returned = 1;
     const pid_t child = fork();
     if (child == 0) {
         close(STDOUT_FILENO);
-        // Ends at once: a sanitizer's leak check at each of many ends would take minutes.
+        // Exits at once: a sanitizer's leak check at each of many exits would take minutes.
         on_exit([](int status, void*) { _exit(status); }, nullptr);
         parse_case(random_case);
         _exit(has_returned);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The rule language, with options that no applet has.
+// The rule language, with invented options.
 #include "applets/options/option_fixture.h"
 
 #include <gmock/gmock.h>
@@ -65,7 +65,7 @@ TEST(OptionRules, ExclusionDoesNotReachOtherOptions) {
     EXPECT_EQ(parse(rules("x--yz"), {"-w", "-x"}), x | w);
 }
 
-TEST(OptionRules, ConflictStoresTheArgumentAndGoesOn) {
+TEST(OptionRules, ConflictStoresTheArgumentAndContinues) {
     const char* text = nullptr;
     CommandLine line({"-y", "-x", "given", "-z"});
     EXPECT_EQ(line.parse({"x:yz", "x--y", nullptr}, {&text}), x | y | z | conflict_bit);
@@ -255,7 +255,7 @@ TEST(OptionRules, CountedOptionIsNotNeeded) {
     EXPECT_EQ(parse(rules("xx"), {}, {&count}), 0u);
 }
 
-TEST(OptionRules, CounterRuleMayGoOnAsAPairRule) {
+TEST(OptionRules, CounterRuleMayContinueAsAPairRule) {
     int count = 0;
     EXPECT_EQ(parse(rules("xx--y"), {"-y", "-x", "-x"}, {&count}), x | y | conflict_bit);
     EXPECT_EQ(count, 2) << "a conflict counts as well";

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Parsing: which bit an option sets, where its argument goes, what an unknown option does.
+// Parsing: the bit that an option sets, the target of its argument, unknown options.
 #include "applets/options/option_fixture.h"
 
 #include <gmock/gmock.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What sharemanage checks before it does anything: each check's code, their order, and the log.
+// The checks of sharemanage before it does anything: their codes, their order, and the log.
 #include "fixtures/library.h"
 #include "fixtures/share_command.h"
 
@@ -9,8 +9,8 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// An action's options, from the one that is checked first; each with a bad and a good value, and
-// the code for the bad one. An option "" is the operand.
+// An option of an action, with a bad and a good value and the code for the bad one, in the order of
+// the checks. The option "" is the operand.
 struct Checked {
     std::string option;
     std::string bad;
@@ -43,7 +43,7 @@ class ShareChecks : public ShareCommand {
             expect_refused(options[at].code, check, arguments(action, options, at));
         }
     }
-    // Each of the texts in place of that option's good value is refused.
+    // Each text is refused as the value of that option.
     void expect_each_refused(const std::string& action, const std::string& check,
                              const std::vector<Checked>& options, const std::string& option,
                              const Texts& texts) {
@@ -96,7 +96,7 @@ TEST_F(ShareChecks, OfUsersAreLoggedWithBothNames) {
                                               returned("create_share_arg_check", -613)));
 }
 
-TEST_F(ShareChecks, MissOptionsThatAreNeeded) {
+TEST_F(ShareChecks, RefuseMissingOptions) {
     const std::string check = "create_share_arg_check";
     expect_refused(-114, check, {"-C", "-f", "samba", "-s", "5", "data"});
     expect_refused(-115, check, {"-C", "-n", "pub", "-s", "5", "data"});
@@ -108,7 +108,7 @@ TEST_F(ShareChecks, MissOptionsThatAreNeeded) {
     expect_refused(-115, "repair_share_arg_check", {"-R", "-n", "pub", "data"});
 }
 
-TEST_F(ShareChecks, RefuseNamesThatAreNone) {
+TEST_F(ShareChecks, RefuseInvalidNames) {
     const Texts names = {
         "",      "a.b", "a/b", "../x",   "$(reboot)", "a;b",    "a\nb",
         "[pub]", "a=b", "p'b", "global", "GLOBAL",    "glObal", std::string(33, 'n')};
@@ -118,24 +118,24 @@ TEST_F(ShareChecks, RefuseNamesThatAreNone) {
     expect_refused(-114, "repair_share_arg_check", {"-R", "-n", "a b", "-f", "nfs", "data"});
 }
 
-TEST_F(ShareChecks, RefuseModesThatAreNone) {
+TEST_F(ShareChecks, RefuseInvalidModes) {
     expect_each_refused("-C", "create_share_arg_check", new_share, "-f",
                         {"", "samba ", "smb", "samba,nfs", "nfs4"});
 }
 
-TEST_F(ShareChecks, RefuseSizesThatAreNone) {
+TEST_F(ShareChecks, RefuseInvalidSizes) {
     expect_each_refused("-C", "create_share_arg_check", new_share, "-s",
                         {"", "-5", "+5", "5.0", " 5", "0x5", "123456789"});
     expect_refused(-113, "edit_share_arg_check",
                    {"-E", "-n", "pub", "-f", "nfs", "-s", "", "-b", "1"});
 }
 
-TEST_F(ShareChecks, RefuseAccessThatIsNone) {
+TEST_F(ShareChecks, RefuseInvalidAccess) {
     expect_each_refused("-C", "create_share_arg_check", new_share, "-x",
                         {"", "RW", "Ro", "rw ", "r", "rwx"});
 }
 
-TEST_F(ShareChecks, RefuseCommentsThatTheFilesCannotCarry) {
+TEST_F(ShareChecks, RefuseCommentsThatTheFilesCannotHold) {
     const Texts comments = {"",
                             "a\nb",
                             "a\rb",
@@ -156,7 +156,7 @@ TEST_F(ShareChecks, RefuseCommentsThatTheFilesCannotCarry) {
     }
 }
 
-TEST_F(ShareChecks, RefuseUsersThatTheFilesCannotCarry) {
+TEST_F(ShareChecks, RefuseUsersThatTheFilesCannotHold) {
     std::string users = "x";
     while (users.size() < 239) {
         users += ",x";
@@ -176,7 +176,7 @@ TEST_F(ShareChecks, RefuseUsersThatTheFilesCannotCarry) {
     }
 }
 
-TEST_F(ShareChecks, TellWhichUserFileIsMissing) {
+TEST_F(ShareChecks, ReportWhichUserFileIsMissing) {
     machine.remove(passwd);
     expect_refused(-612, "create_share_arg_check", arguments("-C", new_share, 5));
     machine.remove(user_file);
@@ -202,7 +202,7 @@ TEST_F(ShareChecks, RefuseHostsAfterPrintingThoseWithAPrefix) {
                    "ip:10.0.0.0 99\n");
 }
 
-TEST_F(ShareChecks, RefuseGroupsThatAreNone) {
+TEST_F(ShareChecks, RefuseInvalidGroups) {
     expect_each_refused("-C", "create_share_arg_check", new_share, "",
                         {"", "a.b", "../data", "$(x)", "da ta", std::string(33, 'g')});
     expect_refused(-123, "repair_share_arg_check",
@@ -218,7 +218,7 @@ TEST_F(ShareChecks, KnowAGroupOf32Characters) {
     EXPECT_THAT(changes(run), IsEmpty());
 }
 
-TEST_F(ShareChecks, RefuseWhatTheGroupHasNoRoomFor) {
+TEST_F(ShareChecks, RefuseMoreThanTheGroupHasFree) {
     for (const auto& [action, check] : std::vector<std::pair<std::string, std::string>>{
              {"-C", "create_share_arg_check"}, {"-Q", "restore_share_arg_check"}}) {
         const Snapshot before = machine.snapshot();

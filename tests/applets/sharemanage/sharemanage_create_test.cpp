@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// sharemanage --create: a share of each service, and how it ends when a step fails.
+// sharemanage --create: a share of each service, and the result when a step fails.
 #include "fixtures/library.h"
 #include "fixtures/share_command.h"
 
@@ -88,7 +88,7 @@ TEST_F(ShareCreate, MakesAnFtpShareOfTheDefaultUserWithoutOne) {
     EXPECT_THAT(machine.list("/etc/vsftpd"), testing::ElementsAre("ftpuser"));
 }
 
-TEST_F(ShareCreate, TakesAnEmptyFtpUserForTheDefaultOne) {
+TEST_F(ShareCreate, TreatsAnEmptyFtpUserAsTheDefaultOne) {
     create("ftp", {"-u", ""});
     expect_succeeded();
     EXPECT_THAT(machine.list("/etc/vsftpd"), testing::ElementsAre("ftpuser"));
@@ -112,7 +112,7 @@ TEST_F(ShareCreate, MakesAnIscsiTarget) {
     EXPECT_THAT(machine.log(), IsEmpty());
 }
 
-TEST_F(ShareCreate, TakesCifsForSamba) {
+TEST_F(ShareCreate, TreatsCifsAsSamba) {
     EXPECT_EQ(create("CIFS"), 0);
     EXPECT_EQ(machine.read(share_register), register_section({}));
     EXPECT_EQ(machine.read(smb_conf), samba_global + samba_section("pub", "/mnt/data/pub"));
@@ -146,7 +146,7 @@ TEST_F(ShareCreate, OpensNfsToEveryoneForTheZeroAddress) {
     EXPECT_EQ(machine.read(exports), "/mnt/data/pub 10.0.0.0(rw,sync,no_root_squash)\n");
 }
 
-TEST_F(ShareCreate, TakesNoUserOfOtherServicesForTheZeroAddress) {
+TEST_F(ShareCreate, TreatsNoUserOfOtherServicesAsTheZeroAddress) {
     machine.file(user_file, "0.0.0.0|1|\n");
     EXPECT_EQ(create("samba", {"-u", "0.0.0.0"}), 0);
     EXPECT_THAT(machine.read(smb_conf), testing::HasSubstr("valid users = 0.0.0.0\n"));
@@ -188,8 +188,8 @@ TEST_F(ShareCreate, RefusesANameThatAShareHas) {
     EXPECT_THAT(before.changes_to(machine.snapshot()), IsEmpty());
 }
 
-TEST_F(ShareCreate, ReportsANameThatOnlyTheRegisterKnows) {
-    // Of two sections of one name the list shows the first alone.
+TEST_F(ShareCreate, ReportsANameThatIsOnlyInTheRegister) {
+    // Of two sections with the same name the list shows only the first.
     machine.shares({{.name = "twin"}});
     machine.file(share_register,
                  machine.read(share_register) + "[twin]\n    sharename = pub\n    samba = 1\n");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// sharemanage --edit, --repair and --restore: each service once, and how they end.
+// sharemanage --edit, --repair and --restore: each service once, and the results.
 #include "fixtures/share_command.h"
 
 namespace zav::test {
@@ -17,7 +17,7 @@ class ShareEdit : public ShareCommand {
         arguments.insert(arguments.end(), options.begin(), options.end());
         return manage(arguments);
     }
-    // What takes a share out of both recycle files.
+    // The commands that follow the removal of a share from both recycle files.
     const Texts leaving_recycle_files = {saved(smb_recycle), saved("/etc/exports_recy.conf")};
 };
 
@@ -74,7 +74,7 @@ TEST_F(ShareEdit, GivesAnFtpShareTheDefaultUserWithoutOne) {
                                   {rehoming, {ftp_list("-d", "anna"), saved(share_register)}})));
 }
 
-TEST_F(ShareEdit, TakesAnEmptyFtpUserForTheDefaultOne) {
+TEST_F(ShareEdit, TreatsAnEmptyFtpUserAsTheDefaultOne) {
     have_share("ftp", "anna");
     edit("ftp", "1", {"-u", ""});
     expect_succeeded();
@@ -194,7 +194,7 @@ TEST_F(ShareEdit, PutsAnFtpShareBackInUse) {
                                          {saved(share_register)}})));
 }
 
-// No failure to the front end: there is no line for it, only the status.
+// Not a failure for the front end: there is no line for it, only the status.
 TEST_F(ShareEdit, OfAShareThatItsFileLacksAddsIt) {
     have_share("samba");
     machine.file(smb_conf, samba_global);
@@ -224,7 +224,7 @@ class ShareRepair : public ShareCommand {
     int repair(const std::string& mode, const std::string& group = "data") {
         return manage({"--repair", "-n", "pub", "-f", mode, group});
     }
-    // The share is not mounted, and not registered to be.
+    // The share is neither mounted nor in the register of mounts.
     void lose_mount() { machine.mounts({}).file(mdfstab, ""); }
     const std::string xfs_repair = "/usr/local/bin/xfs_repair -L /dev/data/pub > /dev/null";
 };
@@ -246,7 +246,7 @@ TEST_F(ShareRepair, MountsASambaShareAgain) {
 
 TEST_F(ShareRepair, UnmountsAnNfsShareFirst) {
     have_share("nfs");
-    // The mount is gone once it is unmounted.
+    // umount removes the mount from the table.
     machine.tool(pool_tool::umount).any().does("echo proc /proc proc rw 0 0 > /proc/mounts");
     repair("nfs");
     expect_succeeded();
@@ -269,7 +269,7 @@ TEST_F(ShareRepair, MountsAnFtpShareInTheFtpUsersHome) {
 
 TEST_F(ShareRepair, LeavesIscsiAlone) {
     for (const char* mode : {"iscsi", "iSCSI"}) {
-        repair(mode); // whether there is such a share or not
+        repair(mode); // whether or not there is such a share
         expect_succeeded();
         EXPECT_THAT(run.commands, IsEmpty());
     }

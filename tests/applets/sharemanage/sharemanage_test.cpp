@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// sharemanage: which of several modes is taken, how options are read; --delete and --display.
+// sharemanage: which of several modes is carried out, how options are parsed; --delete and
+// --display.
 #include "fixtures/share_command.h"
 
 namespace zav::test {
@@ -18,9 +19,9 @@ class ShareModes : public ShareCommand {
     struct Mode {
         const char* letter;
         const char* name;
-        const char* check; // what refuses the mode without any option; none for display
+        const char* check; // the check that refuses the mode without options; none for display
     };
-    // In the order in which they are taken.
+    // In the order of precedence.
     const std::vector<Mode> modes = {{"-C", "--create", "create_share_arg_check"},
                                      {"-S", "--display", nullptr},
                                      {"-D", "--delete", "delete_share_arg_check"},
@@ -66,7 +67,7 @@ TEST_F(ShareModes, AreNeeded) {
     }
 }
 
-TEST_F(ShareModes, AreNotTakenBehindAnUnknownOption) {
+TEST_F(ShareModes, AreNotTakenAfterAnUnknownOption) {
     EXPECT_EQ(manage({"-z", "-C"}), 0);
     EXPECT_EQ(run.out, "");
     EXPECT_THAT(run.err, HasSubstr("z"));
@@ -238,7 +239,7 @@ TEST_F(ShareDisplay, RefusesANameThatNoShareHas) {
     }
 }
 
-TEST_F(ShareDisplay, RefusesANameThatIsNoneEvenWhereAShareHasIt) {
+TEST_F(ShareDisplay, RefusesAnInvalidNameEvenIfAShareHasIt) {
     machine.shares({{.name = "a b"}});
     display({"-n", "a b"});
     expect_failed(-114);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// vgmanage --delete: the group's arrays are brought back as far as LVM needs, then the group is
-// removed and its volumes are released.
+// vgmanage --delete: the group is restored as far as LVM needs, then removed, and its volumes are
+// released.
 #include "fixtures/group_machine.h"
 
 namespace zav::test {
@@ -15,7 +15,7 @@ using testing::StartsWith;
 
 constexpr auto no_directory = "'/etc/lvm/backup' not exist\n";
 constexpr auto no_backup = "file '/etc/lvm/backup/data' cannot open\n";
-// Of every volume that the machine shows.
+// The UUID of every volume of the machine.
 constexpr auto uuid = "AAAAAA-0000-0000-0000-0000-0000-000000";
 
 class VgDelete : public testing::Test {
@@ -35,9 +35,9 @@ class VgDelete : public testing::Test {
                          "\"\n\t\t\tdevice = \"/dev/" + device +
                          "\"\t# Hint only\n\t\t}\n\t}\n}\n");
     }
-    // What LVM says when asked for the group after a failure.
+    // The look-up of the group in LVM after a failure.
     Rule looked_up() { return machine.tool(group_tool::vgdisplay).on("/sbin/vgdisplay -c data"); }
-    // The command is refused with this code, and changes nothing.
+    // The command is refused with this code and changes nothing.
     void expect_refused(int code, const std::string& before, const std::string& name = "data") {
         remove(name);
         expect_failure(machine, run, code, before);
@@ -66,7 +66,7 @@ TEST_F(VgDelete, TakesTheLongName) {
     EXPECT_EQ(changes(run).front(), "/sbin/vgremove data > /dev/null");
 }
 
-TEST_F(VgDelete, GoesOnWithoutTheBackupDirectory) {
+TEST_F(VgDelete, ContinuesWithoutTheBackupDirectory) {
     machine.remove("/etc/lvm");
     EXPECT_EQ(remove(), 0);
     EXPECT_EQ(run.out, no_directory);
@@ -77,7 +77,7 @@ TEST_F(VgDelete, GoesOnWithoutTheBackupDirectory) {
     EXPECT_THAT(machine.log(), IsEmpty());
 }
 
-TEST_F(VgDelete, GoesOnWithoutABackupOfTheGroup) {
+TEST_F(VgDelete, ContinuesWithoutABackupOfTheGroup) {
     machine.file("/etc/lvm/backup/data1", "data1 {\n}\n");
     EXPECT_EQ(remove(), 0);
     EXPECT_EQ(run.out, no_backup);
@@ -99,13 +99,13 @@ TEST_F(VgDelete, PutsRamDisksInThePlacesOfLostVolumesFirst) {
     EXPECT_EQ(run.out, "vg restore: yes\n");
 }
 
-TEST_F(VgDelete, TouchesNothingWhenTheGroupCannotBeBroughtBack) {
-    backup("md1"); // the volume is on md0 now
+TEST_F(VgDelete, TouchesNothingWhenTheGroupCannotBeRestored) {
+    backup("md1"); // but the volume is on md0
     expect_refused(-301, "raid restore 'data' fail\n");
     EXPECT_EQ(outside(run).back(), "/sbin/pvdisplay -c > /tmp/pvdisplay.XXXXXX");
 }
 
-TEST_F(VgDelete, TouchesNothingWhenTheVolumesOfNowAreUnknown) {
+TEST_F(VgDelete, TouchesNothingWhenTheCurrentVolumesAreUnknown) {
     backup("md0");
     machine.tool(group_tool::pvdisplay).on("/sbin/pvdisplay -c").does("rm -f /tmp/pvdisplay.*");
     machine.tool(group_tool::pvcreate).any().exits(5);
@@ -116,13 +116,13 @@ TEST_F(VgDelete, TouchesNothingWhenTheVolumesOfNowAreUnknown) {
     EXPECT_THAT(changes(run), Not(testing::Contains(StartsWith("/sbin/vgremove"))));
 }
 
-TEST_F(VgDelete, BringsBackBeforeItLooksForTheGroup) {
+TEST_F(VgDelete, RestoresTheGroupBeforeItLooksForIt) {
     backup("md0");
     machine.group_lines("", "  /dev/md0::1:-1:8:8:-1:4096:0:0:0:" + std::string(uuid) + "\n");
     expect_refused(-2046, "vg restore: no\n");
 }
 
-TEST_F(VgDelete, KnowsNoOtherGroup) {
+TEST_F(VgDelete, RefusesAnUnknownGroup) {
     expect_refused(-2046, "file '/etc/lvm/backup/dat' cannot open\n", "dat");
     expect_refused(-2046, "file '/etc/lvm/backup/data1' cannot open\n", "data1");
     EXPECT_THAT(logged(machine), ElementsAre(returned("vgmanage_main", -2046)));
@@ -177,7 +177,7 @@ TEST_F(VgDelete, ReportsAGroupThatIsStillThere) {
     expect_still_there();
 }
 
-TEST_F(VgDelete, SucceedsWhenTheGroupIsGoneAllTheSame) {
+TEST_F(VgDelete, SucceedsWhenTheGroupIsGoneAnyway) {
     machine.tool(group_tool::pvremove).any().exits(5);
     looked_up().replays("vgdisplay_c_unknown").exits(5);
     EXPECT_EQ(remove(), 0);
@@ -208,8 +208,8 @@ TEST_F(VgDelete, ReportsAGroupWhoseListFailed) {
     expect_refused(-11001, no_backup);
 }
 
-// Nothing was done, and nobody knows whether the group is there: that is no success.
-TEST_F(VgDelete, DoesNotTakeAGroupForGoneWhenLvmDoesNotAnswer) {
+// Nothing was done, and it is unknown whether the group exists: that is not a success.
+TEST_F(VgDelete, DoesNotTreatAGroupAsGoneWhenLvmDoesNotAnswer) {
     const auto expect_reported = [this] {
         EXPECT_NE(remove(), 0);
         EXPECT_THAT(run.out, HasSubstr("for errno '"));
@@ -222,7 +222,7 @@ TEST_F(VgDelete, DoesNotTakeAGroupForGoneWhenLvmDoesNotAnswer) {
     expect_reported();
 }
 
-TEST_F(VgDelete, RefusesNamesThatAreNone) {
+TEST_F(VgDelete, RefusesInvalidNames) {
     for (const std::string& name : {std::string(""), std::string("a b"), std::string(".."),
                                     std::string("../group"), std::string(33, 'n')}) {
         expect_refused(-123, "", name);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What is typed never becomes part of a command before its check, whatever option it stands at, and
-// what the system names only when it is plain.
+// Arguments reach no command before they are checked, whichever option they belong to, and names
+// from the system only if they are plain.
 #include "fixtures/group_machine.h"
 
 namespace zav::test {
@@ -10,7 +10,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-// Each would make a file when a shell read it.
+// A shell that interpreted one would create a file.
 const Texts payloads = {
     "md0;echo>/var/injected", "$(echo>/var/injected)",   "`echo>/var/injected`",
     "4|echo>/var/injected",   "4&&echo>/var/injected",   "4\necho>/var/injected\n",
@@ -18,7 +18,7 @@ const Texts payloads = {
     "\";echo>/var/injected",  "4,5;echo>/var/injected",  "\\;echo>/var/injected",
     "../../../var/injected",  "-n\n;echo>/var/injected"};
 
-// The places that what is typed can take; PAYLOAD is replaced.
+// Command lines in which PAYLOAD is replaced.
 const std::vector<Texts> places = {{"-C", "-n", "PAYLOAD", "-c", "md0"},
                                    {"-C", "-n", "data", "-c", "PAYLOAD"},
                                    {"-C", "-n", "data", "-c", "md0,PAYLOAD"},
@@ -59,7 +59,7 @@ TEST_P(VgInjection, ReachesNoCommand) {
 
 INSTANTIATE_TEST_SUITE_P(InPlace, VgInjection, testing::Range<std::size_t>(0, places.size()));
 
-// Names that the kernel or a tool gives.
+// Names from the kernel or a tool.
 TEST(VgInjectionByTheSystem, ReachesNoCommand) {
     GroupMachine machine;
     machine.disk({.name = "sd;echo>injected", .channel = 9});

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// vgmanage --create and --display, and which of several modes is taken.
+// vgmanage --create and --display, and which of several modes is carried out.
 #include "fixtures/group_machine.h"
 #include "fixtures/library.h"
 
@@ -20,13 +20,13 @@ class VgCreate : public testing::Test {
         return run.exit_status;
     }
     int create_data() { return create({"-n", "data", "-c", "md0"}); }
-    // The command is refused with this code alone, and changes nothing.
+    // The command is refused, prints only this code, and changes nothing.
     void expect_refused(int code, const Texts& arguments) {
         create(arguments);
         expect_failure(machine, run, code);
         EXPECT_THAT(changes(run), IsEmpty());
     }
-    // The failure is printed and logged, and the command succeeds all the same.
+    // The failure is printed and logged, but the status is 0.
     void expect_only_printed(const std::string& before = "") {
         EXPECT_EQ(run.exit_status, 0);
         EXPECT_EQ(run.out, before + "for errno '-302'\n");
@@ -82,7 +82,7 @@ TEST_F(VgCreate, ChecksTheNameBeforeTheListBeforeTheDevice) {
     EXPECT_THAT(run.commands, IsEmpty());
 }
 
-TEST_F(VgCreate, RefusesNamesThatAreNone) {
+TEST_F(VgCreate, RefusesInvalidNames) {
     for (const std::string& name :
          {std::string(""), std::string("a b"), std::string("a.b"), std::string(33, 'n')}) {
         expect_refused(-123, {"-n", name, "-c", "md0"});
@@ -92,7 +92,7 @@ TEST_F(VgCreate, RefusesNamesThatAreNone) {
     EXPECT_EQ(create({"-n", std::string(32, 'n'), "-c", "md0"}), 0);
 }
 
-TEST_F(VgCreate, RefusesListsThatAreNone) {
+TEST_F(VgCreate, RefusesInvalidLists) {
     for (const std::string& list :
          {std::string(""), std::string(",md0"), std::string("md0 md1"), std::string("md0;"),
           std::string("md0,") + std::string(33, '1'), std::string("/dev/md0")}) {
@@ -102,7 +102,7 @@ TEST_F(VgCreate, RefusesListsThatAreNone) {
     expect_refused(-122, {"-n", "data"});
 }
 
-TEST_F(VgCreate, RefusesDevicesThatAreNone) {
+TEST_F(VgCreate, RefusesInvalidDevices) {
     for (const char* device : {"", "0 ", "1/2", "123456789"}) {
         expect_refused(-121, {"-n", "data", "-c", "md0", "-d", device});
         EXPECT_THAT(run.commands, IsEmpty());
@@ -167,7 +167,7 @@ TEST_F(VgCreate, SucceedsInSilenceWhenVgcreateFailedAndTheGroupIsThere) {
                                                     "normal with exit(5)")));
 }
 
-TEST_F(VgCreate, TakesAGroupThatCannotBeLookedUpForNone) {
+TEST_F(VgCreate, TreatsAGroupThatCannotBeLookedUpAsMissing) {
     machine.tool(group_tool::vgcreate).any().exits(5);
     machine.tool(group_tool::vgdisplay)
         .on("/sbin/vgdisplay -c data")
@@ -271,7 +271,7 @@ TEST_F(VgDisplay, ReportsAnUnknownGroupWithoutATable) {
     }
 }
 
-TEST_F(VgDisplay, RefusesNamesThatAreNone) {
+TEST_F(VgDisplay, RefusesInvalidNames) {
     for (const std::string& name : {std::string(""), std::string("a b"), std::string(33, 'n')}) {
         expect_refused(-123, {"-n", name});
     }
@@ -297,7 +297,7 @@ TEST_F(VgDisplay, ReportsListsThatCannotBeBuiltWhateverTheName) {
 
 // Modes.
 
-TEST(VgMode, CreatesWhenToldToDisplayOrDeleteToo) {
+TEST(VgMode, CreateComesBeforeDisplayAndDelete) {
     GroupMachine machine;
     for (const char* other : {"-S", "-D"}) {
         const Result run = machine.vgmanage({other, "-C", "-n", "data", "-c", "md0"});
@@ -306,7 +306,7 @@ TEST(VgMode, CreatesWhenToldToDisplayOrDeleteToo) {
     }
 }
 
-TEST(VgMode, DisplaysWhenToldToDeleteToo) {
+TEST(VgMode, DisplayComesBeforeDelete) {
     GroupMachine machine;
     machine.on("data", {"/dev/md0"});
     const Result run = machine.vgmanage({"-D", "-S", "-n", "data"});

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash
-# What the tests inside the virtual appliance are written with.  A test is a function whose name
-# begins with "test_"; each runs in a process of its own on blank disks.  The first check that does
-# not hold ends it and shows everything that was run until then.
+# Functions for the tests inside the virtual appliance.  A test is a function whose name begins with
+# "test_"; each runs in its own process on blank disks.  The first check that fails ends the test,
+# and everything that was run so far is shown.
 # shellcheck source-path=SCRIPTDIR source=../../../appliance/guest/functions.sh
 . /usr/local/lib/appliance.sh
 
@@ -12,7 +12,7 @@ checks_file=/tmp/test.checks
 output=
 status=0
 
-# run COMMAND...: what it prints is left in "output", how it ends in "status".
+# run COMMAND...: run it; its output is left in "output", its exit status in "status".
 run() {
     status=0
     output=$("$@" 2>&1 </dev/null) || status=$?
@@ -28,25 +28,25 @@ fail() {
     exit 1
 }
 
-# A check that held.
+# Count a check that passed.
 passed() {
     echo "$*" >>"$checks_file"
 }
 
-# expect STATUS [TEXT]: the last command ended so and printed exactly this, or nothing.
+# expect STATUS [TEXT]: the last command had this exit status and printed exactly this, or nothing.
 expect() {
     [ "$status" -eq "$1" ] || fail "exit status $status instead of $1"
     [ "$output" = "${2-}" ] || fail "printed '$output' instead of '${2-}'"
     passed "$@"
 }
 
-# expect_status STATUS: whatever it printed.
+# expect_status STATUS: the last command had this exit status, whatever it printed.
 expect_status() {
     [ "$status" -eq "$1" ] || fail "exit status $status instead of $1"
     passed "$@"
 }
 
-# expect_code CODE: it printed the code, and its lowest byte is the exit status.
+# expect_code CODE: the last command printed the code and exited with its lowest byte.
 expect_code() {
     expect $(($1 & 255)) "for errno '$1'"
 }
@@ -57,7 +57,7 @@ expect_line() {
     passed "$@"
 }
 
-# expect_log TEXT: the log has a line that ends so.
+# expect_log TEXT: the log has a line that ends with the text.
 expect_log() {
     [ -f "$log_file" ] || fail "no log, expected '$1'"
     while IFS= read -r line; do
@@ -82,8 +82,8 @@ expect_that() {
 }
 
 # expect_row NAME TYPE STATUS PROGRESS SIZE CHANNELS SPARE: "mdmanage --display" shows exactly one
-# such array on device 0.  Status and progress are extended regular expressions.  The kernel lists
-# members in an order of its own, so the channels are compared sorted.
+# such array on device 0.  Status and progress are extended regular expressions.  The order in which
+# the kernel lists members varies, so the channels are sorted before they are compared.
 expect_row() {
     local header='raidname	type	status	progress	device	allsize	usedsize	channel	spare'
     local rule='*******************************************************'
@@ -94,7 +94,7 @@ expect_row() {
     [ "${#lines[@]}" -eq 3 ] || fail "${#lines[@]} lines instead of 3"
     [ "${lines[0]}" = "$header" ] || fail "another header"
     [ "${lines[1]}" = "$rule" ] || fail "another rule"
-    # A tab is white space to read, which would make one of two: no column may be empty here.
+    # read treats successive tabs as one separator: no column may be empty here.
     IFS=$'\t' read -r name type state progress device size used channels spare <<<"${lines[2]}"
     channels=$(tr , '\n' <<<"$channels" | sort | paste -sd,)
     [[ $state =~ ^($3)$ ]] || fail "status '$state' instead of '$3'"
@@ -105,7 +105,7 @@ expect_row() {
     passed "$@"
 }
 
-# expect_no_arrays: the list has its header and rule only.
+# expect_no_arrays: the list has only its header and rule.
 expect_no_arrays() {
     run zavbox mdmanage --display
     expect_status 0
@@ -113,7 +113,7 @@ expect_no_arrays() {
     passed "$@"
 }
 
-# create_array NAME LEVEL CHANNELS: as a step on the way to something else.
+# create_array NAME LEVEL CHANNELS: create an array that a test needs.
 create_array() {
     run zavbox mdmanage --create -n "$1" -l "$2" -d 0 "$3"
     expect 0
@@ -128,7 +128,7 @@ set_model() {
     sed -i "s/^type = .*/type = $1/" /etc/sys_info
 }
 
-# create_group [LEVEL CHANNELS]: a group on an array, and empty registers.
+# create_group [LEVEL CHANNELS]: create a group on an array, and empty registers.
 create_group() {
     empty_registers
     create_array md1 "${1-0}" "${2-1,2}"
@@ -136,13 +136,13 @@ create_group() {
     expect 0
 }
 
-# A pool of 1 GiB on that group, mounted.
+# Create a mounted pool of 1 GiB in that group.
 create_fs() {
     run zavbox fsmanage --create -n pool -s 1 -g vg1
     expect 0
 }
 
-# Users of the system, and of Samba's: anna and bert, whose password is "secret".
+# Add the users anna and bert, with the password "secret", to the system and to Samba.
 create_users() {
     local user
     mkdir -p /run/samba /var/lib/samba/private
@@ -153,7 +153,8 @@ create_users() {
     done
 }
 
-# expect_listed TYPE PATH USER ACCESS COMMENT: the share "pub" is listed so, on a mounted pool.
+# expect_listed TYPE PATH USER ACCESS COMMENT: the share "pub" is listed with these values, on a
+# mounted pool.
 expect_listed() {
     run zavbox sharemanage --display
     expect_status 0
@@ -165,7 +166,7 @@ restart() {
     "/etc/init.d/$1" start
 }
 
-# finish_rebuild ARRAY: at full speed.
+# finish_rebuild ARRAY: finish the rebuild at full speed.
 finish_rebuild() {
     release_rebuild
     wait_until_redundant "$1" 120 || fail "$1 was not rebuilt in 120 s"
@@ -190,14 +191,14 @@ is_listed() {
     grep -q "^$1 :" /proc/mdstat
 }
 
-# A progress column while the kernel rebuilds.
+# The progress column during a rebuild.
 progress='[0-9.]+%\([0-9]+\.00MB/s\)'
 
 # --- the machine between two tests ---------------------------------------------------------------
 
 first_disks=$(cd /sys/block && echo sd*)
 
-# The sharing services as they were at first, none of them running.
+# Restore the sharing services to their initial state, with none of them running.
 restore_services() {
     local service
     if busybox pidof smbd nmbd vsftpd nfsd rpc.mountd >/dev/null; then
@@ -224,7 +225,7 @@ blank_machine() {
     for array in /sys/block/md*; do
         [ ! -d "$array/md" ] || /usr/local/lib/real/mdadm --quiet --stop "/dev/${array##*/}"
     done
-    # A disk that a test put in again under another name gets its own back.
+    # A disk that a test inserted again under another name gets its own name back.
     local disk unit slot=0
     for disk in $first_disks; do
         unit=$(readlink "/sys/block/$disk/device") || unit=gone
@@ -237,7 +238,7 @@ blank_machine() {
         slot=$((slot + 1))
     done
     wipefs --quiet --all /dev/sd?
-    # What a test left inside an array is seen again by the next array of the same disks.
+    # Data inside an array would be visible in the next array of the same disks.
     for device in /dev/sd? /dev/ram2 /dev/ram3; do
         dd if=/dev/zero of="$device" bs=1M count=8 status=none
     done
@@ -250,7 +251,7 @@ blank_machine() {
     throttle_rebuild
 }
 
-# run_test NAME: one line of the result, and the transcript when it failed.
+# run_test NAME: run the test, print one line, and the transcript if it failed.
 run_test() {
     local start end result title=${1#test_}
     rm -f "$transcript" "$checks_file"

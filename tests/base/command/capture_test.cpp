@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The file under /tmp that takes a tool's output.
+// The file under /tmp that holds a tool's output.
 #include "base/codes.h"
 #include "base/command.h"
 #include "base/command/real_tools_root.h"
@@ -187,7 +187,7 @@ TEST(CaptureRun, LogsNothingForACommandThatWorks) {
     EXPECT_THAT(root.log(), IsEmpty());
 }
 
-// A root in which the caller cannot make a file under /tmp.
+// A root in which the caller cannot create files under /tmp.
 class ClosedTmpRoot : public CaptureRoot {
   public:
     ClosedTmpRoot() : CaptureRoot("echo ran > /var/log/ran") {
@@ -243,7 +243,7 @@ TEST(CaptureWithoutAFile, NeitherReadsNorRemovesAFileThatComesLater) {
     EXPECT_THAT(root.tmp(), ElementsAre("too-few-XXXXX"));
 }
 
-// Runs the tool and reads its output; prints the text that it got.
+// Runs the tool, reads its output and prints it.
 Code run_and_read() {
     Capture capture(name_template);
     const WaitStatus status = capture.run(tool_given(capture));
@@ -262,7 +262,7 @@ TEST(CaptureReader, GetsTheText) {
     EXPECT_THAT(root.tmp(), IsEmpty());
 }
 
-TEST(CaptureReader, GoesOnWithWhatAFailedToolLeft) {
+TEST(CaptureReader, ContinuesWithWhatAFailedToolLeft) {
     CaptureRoot root("exit 3");
     const Result result = root.call(run_and_read);
     EXPECT_EQ(result.returned, 0);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A command that is started without a shell ends and acts as it does through one.
+// A command that is started without a shell acts and ends as it does through a shell.
 #include "base/command.h"
 #include "base/command/real_tools_root.h"
 #include "fixtures/library.h"
@@ -17,7 +17,7 @@ namespace {
 using test::RealToolsRoot;
 using test::Result;
 
-// What can be seen of a command: its status, its output, and every file.
+// The observable effects of a command: its status, its output, and all files.
 struct Effect {
     int status;
     std::string out;
@@ -35,7 +35,7 @@ void PrintTo(const Effect& effect, std::ostream* out) {
     }
 }
 
-// The shell's messages without the name under which it was started.
+// A shell's message without the name that the shell was started under.
 std::string without_shell_name(std::string text) {
     const std::size_t name = text.find("sh: ");
     return name == text.npos ? text : text.substr(name);
@@ -96,7 +96,7 @@ TEST_P(CommandEquivalence, ToTheShell) {
 INSTANTIATE_TEST_SUITE_P(
     Of, CommandEquivalence,
     testing::Values(
-        // Plain.
+        // Plain commands.
         "/sbin/tool", "/sbin/tool a b", "  /sbin/tool   a  b  ",
         "/sbin/tool -a --long=1 x,y:z @% +", "/sbin/tool a > /tmp/out", "/sbin/tool > /tmp/out a",
         "> /tmp/out /sbin/tool a", "/sbin/tool > /tmp/full", "/sbin/tool > /tmp/out > /tmp/out2",
@@ -110,7 +110,7 @@ INSTANTIATE_TEST_SUITE_P(
         "/usr/local/bin/cp /tmp/text /tmp/copy", "./-x", "./@%,:+", "../sbin/tool", "/tmp/a=b",
         "./a=b", "/sbin/tool a=b", "/sbin/tool 2", "/sbin/tool 2 > /tmp/out", "/sbin/tool -",
         "/sbin/tool /tmp/../tmp/./text",
-        // What only a shell understands.
+        // Commands that only a shell understands.
         "", " ", "true", "exit 5", "cd /missing", "a=b", "a=b /sbin/tool", "missing", "tool a",
         "/sbin/tool 'a  b' \"c\"", "/sbin/tool a\\ b", "/sbin/tool $HOME", "/sbin/tool `echo a`",
         "/sbin/tool $(echo a)", "/sbin/tool t*", "/sbin/tool tex?", "/sbin/tool [t]ext",

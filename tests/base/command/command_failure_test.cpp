@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the log says about a command that failed.
+// The log line of a failed command.
 #include "base/codes.h"
 #include "base/command.h"
 #include "base/command/real_tools_root.h"
@@ -18,7 +18,7 @@ using test::Result;
 using testing::IsEmpty;
 using testing::MatchesRegex;
 
-// The texts of the log, whole, with the reason (which says nothing reliable) taken out.
+// The full texts in the log, without the reason, which is not reliable.
 std::vector<std::string> logged(const PrivateRoot& root) {
     std::vector<std::string> texts;
     for (const LogLine& line : root.log()) {
@@ -198,7 +198,7 @@ TEST(RunOrFail, RunsNothingWhoseEndWouldBeDamaged) {
         const std::string command = start + std::string(length - start.size(), 'x');
         return root.call([&] { return run_or_fail({"name"}, command); }).returned;
     };
-    EXPECT_EQ(run(253), -11000); // "2" would be an argument
+    EXPECT_EQ(run(253), -11000); // "2" would become an argument
     EXPECT_EQ(run(256), -11000);
     EXPECT_FALSE(root.exists("/tmp/ran"));
     EXPECT_EQ(run(241), 0);

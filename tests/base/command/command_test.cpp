@@ -24,7 +24,7 @@ using testing::IsEmpty;
 
 constexpr const char* directories = "/bin:/sbin:/usr/bin:/usr/sbin:/usr/local/bin:/usr/local/sbin";
 
-// Exit statuses and signals as the wait status holds them.
+// Exit statuses and signals as encoded in the wait status.
 constexpr int exited(int status) {
     return status << 8;
 }
@@ -226,7 +226,7 @@ TEST(CommandPath, FindsCatInTheSystemsDirectoriesFirst) {
     EXPECT_EQ(result.out, "right\n");
 }
 
-TEST(CommandPath, IsPutBack) {
+TEST(CommandPath, IsRestored) {
     RealToolsRoot root;
     root.call(
         [] {
@@ -291,10 +291,10 @@ TEST(CommandPath, Of255CharactersComesBackWhole) {
         {.environment = {{"PATH", path}}});
 }
 
-// What a command of `length` characters does: a tool that notes its last argument and complains.
+// A command of `length` characters, with a tool that records its last argument and prints an error.
 struct LongCommand {
     std::size_t length;
-    const char* complaint; // the file that gets it; "" when it is thrown away, or nobody complains
+    const char* complaint; // the file with the error message; "" if there is none
     bool is_run;
     std::size_t cut; // characters that the last argument loses
     std::size_t arguments;

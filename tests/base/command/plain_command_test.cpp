@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Which commands are started without a shell: those to which a shell would add nothing.
+// The commands that are started without a shell: those to which a shell would add nothing.
 #include "base/command.h"
 
 #include <gmock/gmock.h>
@@ -114,7 +114,7 @@ TEST_P(CharacterForTheShell, IsRefusedWhereverItStands) {
     }
 }
 
-// Every byte but the blank and those that mean themselves.
+// Every byte except the blank and those without a special meaning.
 std::vector<int> bytes_for_the_shell() {
     const std::string plain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789"
                               "_-+./:,=@% ";
@@ -131,7 +131,7 @@ INSTANTIATE_TEST_SUITE_P(PlainCommand, CharacterForTheShell,
                          testing::ValuesIn(bytes_for_the_shell()),
                          [](const auto& byte) { return "Byte" + std::to_string(byte.param); });
 
-// The characters of a command of this length that its " 2>> /dev/null" leaves room for.
+// A command of this length, before " 2>> /dev/null" is appended.
 std::string of_length(std::size_t length) {
     const std::string start = "/bin/tool ";
     return start + std::string(length - start.size(), 'x');

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // What a child process inherits, and what its parent does meanwhile. Each command runs once without
-// and once with a shell in between.
+// a shell and once with one.
 #include "base/command/real_tools_root.h"
 #include "base/file.h"
 #include "base/process.h"
@@ -24,7 +24,7 @@ using testing::Field;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-// "/sbin/tool" alone, and as something that only a shell understands.
+// "/sbin/tool" alone, and in a form that only a shell understands.
 constexpr std::array<const char*, 2> ways = {"/sbin/tool", "true; /sbin/tool"};
 
 std::string printed(RealToolsRoot& root, const char* command,
@@ -76,7 +76,7 @@ TEST(Child, HasNoStandardInputAtAllWhenTheNullDeviceCannotBeOpened) {
             struct rlimit limit = {};
             ::getrlimit(RLIMIT_NOFILE, &limit);
             const rlim_t enough = std::exchange(limit.rlim_cur, 3);
-            ::setrlimit(RLIMIT_NOFILE, &limit); // no further file can be opened
+            ::setrlimit(RLIMIT_NOFILE, &limit); // no more files can be opened
             const auto status = run_program({{"/bin/cat"}, {}});
             limit.rlim_cur = enough;
             ::setrlimit(RLIMIT_NOFILE, &limit);
@@ -190,7 +190,7 @@ TEST(Program, IsNotTakenFromTheCurrentDirectory) {
         {.environment = {{"PATH", "/bin:"}}, .working_directory = "/tmp"});
 }
 
-TEST(Interrupt, WhileAToolRunsIsTheToolsBusiness) {
+TEST(Interrupt, WhileAToolRunsGoesToTheToolOnly) {
     RealToolsRoot root;
     root.script("/sbin/tool", "kill -INT $PPID; kill -QUIT $PPID; exit 3");
     const Result result = root.call([] { return run_command("/sbin/tool"); });
@@ -224,7 +224,7 @@ TEST(Interrupt, AfterwardsIsWhatItWasForTheCaller) {
     }
 }
 
-// Of SIGINT and SIGQUIT, those in a set that the kernel tells about a tool: "SigIgn", "SigBlk".
+// Which of SIGINT and SIGQUIT are in a tool's signal set: "SigIgn" or "SigBlk" in /proc/PID/status.
 std::set<int> interrupts_in(const char* set, const std::set<int>& ignored_by_caller) {
     RealToolsRoot root;
     const std::string status =
@@ -262,8 +262,8 @@ TEST(Signals, AreHeldBackInTheToolAsInItsCaller) {
     EXPECT_EQ(result.out, "SigBlk:\t0000000000000800\n");
 }
 
-// The tool's process shares the memory of its caller until it is the tool: a handler that ran there
-// would change its caller's variables.
+// The tool's process shares its caller's memory until it executes the tool: a handler that ran
+// there would change the caller's variables.
 TEST(Signals, RunNoHandlerOfTheCallerInTheTool) {
     RealToolsRoot root;
     root.fifo("/tmp/fifo");
@@ -273,8 +273,8 @@ TEST(Signals, RunNoHandlerOfTheCallerInTheTool) {
         struct sigaction note = {};
         note.sa_handler = [](int) { handled_in = ::getpid(); };
         ::sigaction(SIGUSR1, &note, nullptr);
-        // Process numbers follow each other in here: the tool's process, which waits at the pipe,
-        // is the next after the one that signals it.
+        // Process ids are sequential in the root: the tool's process, which waits at the pipe,
+        // follows the one that signals it.
         const pid_t signaller = ::fork();
         if (signaller == 0) {
             while (::kill(::getpid() + 1, SIGUSR1) != 0) {
@@ -302,7 +302,7 @@ TEST(Wait, IsResumedAfterASignalOfTheCaller) {
     EXPECT_EQ(result.returned, 3 << 8);
 }
 
-TEST(Wait, IsNotCheatedByACallerThatCollectsItsChildren) {
+TEST(Wait, SurvivesACallerThatCollectsItsChildren) {
     RealToolsRoot root;
     root.script("/sbin/tool", "exit 3");
     const Result result = root.call([] {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A private root in which commands run real programs, and a shell where they need one.
+// A private root in which commands run real programs, and a real shell where they need one.
 #pragma once
 
 #include "private_root.h"
@@ -19,7 +19,7 @@ class RealToolsRoot : public PrivateRoot {
         }
     }
 
-    // A program in place of what is there: an interpreter's text that the kernel itself can start.
+    // Installs a script that the kernel can execute directly.
     RealToolsRoot& script(const std::string& path, const std::string& text) {
         remove(path).file(path, std::string("#!") + places::busybox + " sh\n" + text, 0755);
         return *this;

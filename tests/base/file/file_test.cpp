@@ -79,7 +79,7 @@ TEST(Descriptor, ClosesTheFileThatAnotherReplaces) {
     EXPECT_TRUE(is_open(fd.get()));
 }
 
-TEST(Descriptor, TellsWhetherTheCloseFailed) {
+TEST(Descriptor, ReportsWhetherTheCloseFailed) {
     FileDescriptor good = FileDescriptor::open("/dev/null", O_RDONLY);
     EXPECT_TRUE(good.close());
     EXPECT_FALSE(good);
@@ -110,7 +110,7 @@ TEST(Read, GivesNothingForAFileThatIsMissingOrNoFile) {
     EXPECT_EQ(errno, EISDIR);
 }
 
-TEST(Read, GoesOnFromWhereTheDescriptorStands) {
+TEST(Read, StartsAtTheDescriptorsPosition) {
     PrivateRoot root;
     root.file(path, "0123456789");
     const FileDescriptor fd = FileDescriptor::open(root.host_path(path).c_str(), O_RDONLY);
@@ -139,7 +139,7 @@ TEST(Attribute, IsNothingWhenItsFileIsMissingOrNoFile) {
     EXPECT_EQ(errno, EISDIR);
 }
 
-// A pipe that a child empties, or fills, with a signal for the test in between.
+// A pipe that a child reads or writes while it is interrupted by signals.
 struct Pipe {
     Pipe() { EXPECT_EQ(::pipe(ends.data()), 0); }
     ~Pipe() {
@@ -149,9 +149,9 @@ struct Pipe {
     std::array<int, 2> ends = {};
 };
 
-std::array<int, 2> arrived = {}; // a byte for each signal
+std::array<int, 2> arrived = {}; // one byte per signal
 
-// From now on a signal interrupts what waits, in this process and its children.
+// From now on signals interrupt blocking calls, in this process and its children.
 void take_signals() {
     EXPECT_EQ(::pipe(arrived.data()), 0);
     struct sigaction note = {};
@@ -163,7 +163,7 @@ void take_signals() {
     ::sigaction(SIGUSR1, &note, nullptr);
 }
 
-// Sends a signal to a process that waits for something, and waits for its arrival.
+// Sends a signal to a blocked process, and waits for its arrival.
 void interrupt(pid_t process) {
     const std::string status = "/.harness/proc/" + std::to_string(process) + "/stat";
     while (read_file(status.c_str()).value_or("").find(") S ") == std::string::npos) {
@@ -174,7 +174,7 @@ void interrupt(pid_t process) {
     EXPECT_EQ(::read(arrived[0], &sign, 1), 1);
 }
 
-TEST(Read, IsTakenUpAgainAfterASignal) {
+TEST(Read, IsResumedAfterASignal) {
     PrivateRoot root;
     root.call([] {
         take_signals();
@@ -201,8 +201,8 @@ TEST(Write, WritesAllOfALongTextThroughSignals) {
             ::_exit(write_all(pipe.ends[1], text) ? 0 : 1);
         }
         ::close(std::exchange(pipe.ends[1], -1));
-        interrupt(writer); // half of the text is written
-        interrupt(writer); // nothing more is
+        interrupt(writer); // part of the text is written
+        interrupt(writer); // nothing more is written
         EXPECT_EQ(read_rest(pipe.ends[0]), text);
         int status = -1;
         ::waitpid(writer, &status, 0);
@@ -211,7 +211,7 @@ TEST(Write, WritesAllOfALongTextThroughSignals) {
     });
 }
 
-TEST(Write, TellsThatTheDiskIsFull) {
+TEST(Write, ReportsAFullDisk) {
     const FileDescriptor full = FileDescriptor::open("/dev/full", O_WRONLY);
     errno = 0;
     EXPECT_FALSE(write_all(full.get(), "text"));
@@ -219,7 +219,7 @@ TEST(Write, TellsThatTheDiskIsFull) {
     EXPECT_TRUE(write_all(full.get(), "")); // nothing to write
 }
 
-// A line added to a file that held `before`, with the file as it is then.
+// The result of appending a line to a file with the contents `before`, and the new contents.
 std::pair<bool, std::string> append_to(const std::string& before, const std::string& line,
                                        const test::RunOptions& options = {}) {
     PrivateRoot root;
@@ -328,7 +328,7 @@ TEST(Copy, ThatDoesNotFitLeavesTheTargetAsItWas) {
     EXPECT_EQ(root.read(path), "old\n");
 }
 
-// What fallocate(2) gives on file systems that cannot reserve space.
+// The errno of fallocate(2) on file systems that cannot reserve space.
 bool refuse_fallocate() {
     std::array<sock_filter, 4> filter = {{
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
@@ -402,7 +402,7 @@ TEST(DirectoryEntries, OfAMissingDirectoryAreNothing) {
     EXPECT_EQ(directory_entries("/dev/null"), std::nullopt);
 }
 
-// A root with one file, and what try_lock() says about it in another process.
+// A root with one file, and the result of try_lock() on it in another process.
 class LockRoot : public PrivateRoot {
   public:
     LockRoot() { file(path, "content\n"); }
@@ -416,7 +416,7 @@ class LockRoot : public PrivateRoot {
     }
 };
 
-TEST(Lock, IsHadWhenNobodyHasIt) {
+TEST(Lock, IsGrantedWhenNobodyHoldsIt) {
     LockRoot root;
     EXPECT_EQ(root.tried(), LockResult::locked);
 }

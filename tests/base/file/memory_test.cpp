@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Allocation with the front end's message, and the paths of --install.
+// Allocation and its failure message, and the paths of --install.
 #include "base/memory.h"
 #include "private_root.h"
 
@@ -10,7 +10,7 @@
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__has_feature)
 #if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
-// Sizes that cannot be had are what some of these tests are about.
+// Some of these tests request impossible sizes.
 extern "C" const char* __asan_default_options() {
     return "allocator_may_return_null=1";
 }
@@ -31,7 +31,7 @@ TEST(Allocation, GivesMemoryOfItsSize) {
     std::memset(memory.get(), 'x', 1000);
 }
 
-TEST(Allocation, ThatFailsSaysSoAndGoesOn) {
+TEST(Allocation, ThatFailsSaysSoAndContinues) {
     PrivateRoot root;
     const Result result = root.call([] { return mem_alloc(too_much) == nullptr ? 5 : 6; });
     EXPECT_EQ(result.out, "memory exhausted\n");
@@ -86,7 +86,7 @@ TEST(FormattedAllocation, IsAsLongAsItsText) {
 }
 
 TEST(FormattedAllocation, OfAnImpossibleTextIsNull) {
-    EXPECT_EQ(alloc_printf("%ls", L"\x7fffffff"), nullptr); // no character has this number
+    EXPECT_EQ(alloc_printf("%ls", L"\x7fffffff"), nullptr); // not a valid character
 }
 
 TEST(PathJoin, PutsOneSlashBetween) {
@@ -105,7 +105,7 @@ TEST(PathJoin, SkipsAllSlashesThatTheNameBeginsWith) {
     EXPECT_STREQ(path_join("/usr", "").get(), "/usr/");
 }
 
-TEST(PathJoin, TakesAMissingDirectoryForAnEmptyOne) {
+TEST(PathJoin, TreatsAMissingDirectoryAsAnEmptyOne) {
     EXPECT_STREQ(path_join(nullptr, "mdmanage").get(), "/mdmanage");
     EXPECT_STREQ(path_join("", "mdmanage").get(), "/mdmanage");
 }
@@ -137,7 +137,7 @@ TEST_P(LinkOfLength, IsReadWhole) {
     EXPECT_STREQ(link_read_alloc(root.host_path("/tmp/link").c_str()).get(), target.c_str());
 }
 
-// Around the steps of 80 bytes in which the room for it grows, and the longest there is.
+// Around multiples of 80 bytes, by which the buffer grows, and the longest possible length.
 INSTANTIATE_TEST_SUITE_P(LinkReader, LinkOfLength,
                          testing::Values(1, 78, 79, 80, 81, 159, 160, 161, 240, 1000, 4095),
                          testing::PrintToStringParamName());

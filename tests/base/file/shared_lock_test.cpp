@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Files that are only read while nobody changes them, and files that take the place of others.
+// Files that are read only while nobody changes them, and files that replace others.
 #include "base/file.h"
 #include "base/file_locks.h"
 #include "private_root.h"
@@ -34,7 +34,7 @@ class SharedLock : public testing::Test {
     PrivateRoot root;
 };
 
-TEST_F(SharedLock, IsHadWhenNobodyHasTheFile) {
+TEST_F(SharedLock, IsGrantedWhenNobodyLocksTheFile) {
     EXPECT_TRUE(is_had());
 }
 
@@ -71,13 +71,13 @@ TEST_F(SharedLock, KeepsWritersOutAndReadersIn) {
     });
 }
 
-TEST_F(SharedLock, IsNotHadWithoutAFileToRead) {
+TEST_F(SharedLock, IsNotGrantedWithoutAFileToRead) {
     EXPECT_FALSE(lock_shared(-1));
     const FileDescriptor fd = FileDescriptor::open(root.host_path(path).c_str(), O_WRONLY);
     EXPECT_FALSE(lock_shared(fd.get()));
 }
 
-// A copy that is to take the place of a file with this mode; what write_copy() says of it.
+// The result of write_copy() for a copy that is to replace a file with this mode.
 int copied(PrivateRoot& root, mode_t mode, const test::RunOptions& options = {}) {
     root.file("/tmp/original", "old\n", mode).file("/tmp/copy", "", 0600);
     return root

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Random files against a second reader and writer, written the slow way: one byte at a time into
-// fixed buffers, the file read again from its start for every step.
+// Random files, compared with a second, slow reader and writer: one byte at a time into fixed
+// buffers, reading the file again from the start for every step.
 #include "base/key_value.h"
 #include "base/key_value/memory_file.h"
 #include "fixtures/library.h"
@@ -33,7 +33,7 @@ bool ends_line(int byte) {
     return byte == '\n' || byte == 0 || byte == 12 || byte == 26;
 }
 
-// One line into a buffer of 512 characters; false at the end of the file.
+// Reads one line into a buffer of 512 characters; false at the end of the file.
 bool read_line(std::FILE* file, std::array<char, line_room>& line) {
     std::size_t count = 0;
     int byte = std::getc(file);
@@ -72,7 +72,7 @@ struct Lookup {
     std::string value;
 };
 
-// The section's lines, from the one after its header.
+// Reads the section's lines, from the one after its header.
 void look_for_key(std::FILE* file, const char* key, int number, Lookup& lookup) {
     std::array<char, line_room> line;
     lookup.code = -2;
@@ -166,7 +166,7 @@ std::string slow_replacement(std::string text, const Lookup& lookup, const std::
     return result;
 }
 
-// Text that is often a header, a key, or nearly one.
+// Text with many headers and keys, or near misses.
 std::string random_file(std::mt19937& random) {
     static constexpr std::string_view parts[] = {
         "[s]\n", "[t]\n", "k=",   "x=",   "=",  "+\n",   "+",      "\n",      " ",

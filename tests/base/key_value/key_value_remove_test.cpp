@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Taking one item out of the value of a key.
+// Removing one item from the value of a key.
 #include "base/key_value.h"
 #include "base/key_value/memory_file.h"
 #include "fixtures/library.h"
@@ -10,7 +10,7 @@
 namespace zav::test {
 namespace {
 
-// The value line of key "k" in section "s" after taking `item` out of `value`.
+// The line of key "k" in section "s" after removing `item` from `value`.
 std::string line_after(const std::string& value, const char* item) {
     const MemoryFile file("[s]\nk=" + value + "\n");
     EXPECT_EQ(key_value_remove(item, file.path(), "s", "k"), 0);

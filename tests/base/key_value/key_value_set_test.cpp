@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Writing sectioned key/value files: what changes, what stays, what is left behind.
+// Writing sectioned key/value files: what changes, what stays, and no leftovers.
 #include "base/key_value.h"
 #include "fixtures/library.h"
 #include "private_root.h"
@@ -22,7 +22,7 @@ using testing::IsEmpty;
 
 class KeyValueSet : public testing::Test {
   protected:
-    // Key "k" of section "s" becomes `value`. Nothing may be left in the folder of temporary files.
+    // Sets key "k" of section "s" to `value`. No temporary file may be left.
     int set(const char* value, const RunOptions& options = {}) {
         const Result result =
             root_.call([&] { return key_value_set(path, "s", "k", value); }, options);
@@ -38,7 +38,7 @@ class KeyValueSet : public testing::Test {
         return root_.read(path);
     }
 
-    // Setting gives the code and leaves the file alone.
+    // Setting returns the code and leaves the file as it is.
     void expect_refused(int code, const std::string& file) {
         root_.file(path, file);
         const Snapshot before = root_.snapshot();
@@ -80,7 +80,7 @@ TEST_F(KeyValueSet, MissingKeyIsInsertedAfterTheHeader) {
     EXPECT_EQ(after("[s]\n"), "[s]\n\tk = new\n");
 }
 
-// A key that is there.
+// An existing key.
 
 TEST_F(KeyValueSet, KeyIsReplacedInItsPlace) {
     EXPECT_EQ(after("[a]\nk=1\n[s]\nx=2\nk=3\ny=4\n[b]\nk=5\n"),
@@ -243,7 +243,7 @@ TEST_F(KeyValueSet, WithoutRoomForTemporaryFilesItIsMinus11) {
     EXPECT_EQ(root_.read(path), "[s]\nk=1\n");
 }
 
-// A limit on the size of files stands for a full disk.
+// A limit on file size simulates a full disk.
 RunOptions with_room_for(rlim_t bytes) {
     RunOptions options;
     options.limits = {{RLIMIT_FSIZE, bytes}};
@@ -265,7 +265,7 @@ TEST_F(KeyValueSet, FullDiskWhileAppendingIsMinus13AndLeavesTheFile) {
     EXPECT_EQ(root_.read(path), before);
 }
 
-// Sets "k" of "s" to "new" in a file on a disk of one page, and expects the code and no change.
+// Sets "k" of "s" to "new" in a file on a one-page disk; expects the code and no change.
 void expect_no_room(int code, const std::string& file) {
     PrivateRoot root;
     root.directory("/small");
@@ -285,7 +285,7 @@ void expect_no_room(int code, const std::string& file) {
 }
 
 TEST(KeyValueSetOnAFullDisk, ReplacingIsMinus11AndLeavesTheFile) {
-    // Eight bytes more than before, which are six more than there is room for.
+    // Eight bytes more than before, six more than fit.
     const std::string file = "[s]\nk=\n" + std::string(4086, ';') + "\n";
     ASSERT_EQ(file.size(), 4094u);
     expect_no_room(-11, file);

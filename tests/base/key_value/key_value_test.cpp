@@ -32,7 +32,7 @@ Reading failed(int code) {
     return {code, "before"};
 }
 
-// Key "k" of section "s".
+// Reads key "k" of section "s".
 Reading get(std::string_view file, std::size_t room = 600, const char* section = "s",
             const char* key = "k") {
     const MemoryFile source(file);
@@ -42,7 +42,7 @@ Reading get(std::string_view file, std::size_t room = 600, const char* section =
     return {number_of(code), value.c_str()};
 }
 
-// A place for the value whatever else the file holds.
+// Reads a key with a large enough buffer.
 Reading get_key(std::string_view file, const char* key) {
     return get(file, 600, "s", key);
 }
@@ -102,7 +102,7 @@ TEST(KeyValueGet, LineWithoutEqualsSignIsMinus14) {
     EXPECT_EQ(get("[s]\nnote\nk=1\n"), failed(-14));
 }
 
-TEST(KeyValueGet, LineWithoutEqualsSignBehindTheKeyIsNotSeen) {
+TEST(KeyValueGet, LineWithoutEqualsSignAfterTheKeyIsNotSeen) {
     EXPECT_EQ(get("[s]\nk=1\nnote\n"), found("1"));
 }
 
@@ -116,7 +116,7 @@ TEST(KeyValueGet, HeaderWithoutItsBracketIsMinus14) {
     EXPECT_EQ(get("[s]\t\nk=1\n"), failed(-14)) << "a tab at the end is not trimmed";
 }
 
-TEST(KeyValueGet, HeaderWithoutItsBracketBehindTheSectionEndsIt) {
+TEST(KeyValueGet, HeaderWithoutItsBracketAfterTheSectionEndsIt) {
     EXPECT_EQ(get("[s]\nx=1\n[abc\nk=1\n"), failed(-2));
 }
 
@@ -202,7 +202,7 @@ TEST(KeyValueGet, LastLineNeedsNoLineFeed) {
     EXPECT_EQ(get("[s]\nk=1"), found("1"));
 }
 
-// Room.
+// Buffer size.
 
 TEST(KeyValueGet, ValueShorterThanTheRoomIsCopiedWhole) {
     EXPECT_EQ(get("[s]\nk=abcd\n", 5), found("abcd"));
@@ -269,7 +269,7 @@ TEST(KeyValueGet, PlusAtTheEndJoinsTheNextLine) {
     EXPECT_EQ(get("[s]\nk=a +  \r\nb\n"), found("a b")) << "blanks behind the sign do not matter";
 }
 
-TEST(KeyValueGet, JoinedLineMayGoOnToo) {
+TEST(KeyValueGet, JoinedLineMayContinueToo) {
     EXPECT_EQ(get("[s]\nk=a+\nb+\nc\nx=d\n"), found("abc"));
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Where a line goes when the log cannot take it: the console, or else standard error. Nothing of it
-// shows in a command's result.
+// A line that cannot be written to the log goes to the console, or else to standard error. A
+// command's result never shows this.
 #include "base/log.h"
 #include "private_root.h"
 
@@ -43,12 +43,11 @@ int log_text() {
 constexpr const char* line = "Feb  3 01:02:03 0.1.2 text\n";
 const std::string line_on_standard_error = std::string("Bummer, can't print: ") + line;
 
-// The open(2) calls of the log: which of them fail, decided call by call. One for a process, in a
-// forked child.
+// Makes chosen open(2) calls of the log fail. Once per process, in a forked child.
 class FailingOpens {
   public:
-    // `answer` gets the number of opens before this one; it gives an errno, or 0 for an open that
-    // shall work.
+    // `answer` is given the number of previous opens; it returns an errno, or 0 to let the open
+    // succeed.
     using Answer = std::function<int(std::size_t before)>;
 
     explicit FailingOpens(Answer answer) : answer_(std::move(answer)), listener_(listen()) {
@@ -114,7 +113,7 @@ class FailingOpens {
     std::thread supervisor_;
 };
 
-// Logs one line while the opens that `answer` names fail; gives the flags of all of them.
+// Logs one line while `answer` makes opens fail; returns the flags of all opens.
 std::vector<int> opens_of_a_line(const FailingOpens::Answer& answer) {
     FailingOpens failing(answer);
     EXPECT_EQ(log_text(), 0);
@@ -147,7 +146,7 @@ TEST(LogFallback, WithoutAConsoleStandardErrorGetsTheLine) {
     EXPECT_EQ(result.err, line_on_standard_error);
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(result.returned, 0);
-    EXPECT_FALSE(root.exists(console_path)); // never made
+    EXPECT_FALSE(root.exists(console_path)); // never created
 }
 
 TEST(LogFallback, ADirectoryInPlaceOfTheLogIsNoLog) {
@@ -181,7 +180,7 @@ TEST(LogFallback, ADiskThatFillsUpLeavesNoHalfLine) {
     PrivateRoot root;
     const std::string older = std::string(4000, 'o') + "\n";
     root.file(log_path, older).file(console_path, "");
-    // A limit on the size of files stands for a disk with a few bytes left.
+    // A limit on file size simulates a disk with a few bytes left.
     const Result result =
         root.call(log_text, {.limits = {{RLIMIT_FSIZE, 4010}}, .ignored_signals = {SIGXFSZ}});
     EXPECT_EQ(result.returned, 0);
@@ -320,11 +319,11 @@ TEST(LogAttempts, TheFifthOpenAfterARotationStillCounts) {
     EXPECT_EQ(root.read(log_path), line);
 }
 
-TEST(LogAttempts, ALogThatCannotBeRenamedIsNotLetGo) {
+TEST(LogAttempts, ALogThatCannotBeRenamedIsNotReopened) {
     PrivateRoot root;
     root.file(log_path, std::string(over_limit, 'o')).directory(previous_path);
     root.call([] {
-        // Opening it again would end the lock.
+        // Reopening it would release the lock.
         EXPECT_THAT(opens_of_a_line([](std::size_t) { return 0; }), SizeIs(1));
         return 0;
     });

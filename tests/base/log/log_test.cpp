@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What one line of the log looks like.
+// The format of a log line.
 #include "base/log.h"
 #include "fixtures/library.h"
 #include "private_root.h"
@@ -25,7 +25,7 @@ using testing::StartsWith;
 constexpr const char* log_path = "/var/log/log.libzav";
 constexpr std::size_t head_size = 15 + 1 + 5 + 1; // "Nov 20 10:11:12 0.1.2 "
 
-// The whole log after a run of `function`, as a process called "tester" with the id 2.
+// The whole log after `function` ran in a process named "tester" with the id 2.
 std::string logged_by(PrivateRoot& root, void (*function)(), const RunOptions& options = {}) {
     const Result result = root.call(
         [function] {
@@ -88,7 +88,7 @@ TEST(LogLines, ATextThatFillsTheBufferIsWhole) {
 }
 
 TEST(LogLines, AnyInstanceOfTheProgramLogsItsOwnNameAndPid) {
-    PrivateRoot root; // without a single tool
+    PrivateRoot root; // without any tools
     root.allow_unexpected();
     root.run({"mdmanage", "--display"});
     const std::vector<LogLine> log = root.log();
@@ -100,7 +100,7 @@ TEST(LogLines, AnyInstanceOfTheProgramLogsItsOwnNameAndPid) {
 
 TEST(LogLines, LoggersKeepTheCallersErrno) {
     PrivateRoot root;
-    // Finding no name is a failure of its own.
+    // The missing name is itself a failure.
     root.remove("/proc/2").symlink("/.harness/proc/2/task", "/proc/2/task");
     root.remove("/var/log").file("/dev/console", "");
     const Result result = root.call([] {
@@ -177,13 +177,13 @@ TEST(TimeOfALine, IsNow) {
     std::vector<std::string> possible;
     for (std::time_t time = before; time <= std::time(nullptr); ++time) {
         std::tm parts = {};
-        std::string stamp = ::asctime(::gmtime_r(&time, &parts)); // runs have UTC
+        std::string stamp = ::asctime(::gmtime_r(&time, &parts)); // runs use UTC
         possible.push_back(stamp.substr(4, 15));
     }
     EXPECT_THAT(possible, testing::Contains(line.substr(0, 15)));
 }
 
-// A time zone file of format 1 with nothing but a distance from UTC.
+// A time zone file of format 1 with only an offset from UTC.
 std::string zone_file(std::int32_t seconds_east) {
     std::string bytes = "TZif";
     bytes.resize(20, '\0');
@@ -206,7 +206,7 @@ TEST(TimeOfALine, IsLocalAndItsDayIsPaddedWithABlank) {
                 StartsWith("Mar  5 15:04:"));
 }
 
-// What log_write() makes of a text.
+// The line that log_write() writes for a text.
 std::string written(const std::string& text) {
     PrivateRoot root;
     root.call([&text] { return log_write("%s", text.c_str()); });

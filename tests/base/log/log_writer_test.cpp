@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The log as a file: appended to, rotated by size, shared by many instances.
+// The log file: appending, rotation by size, many instances at once.
 #include "base/file.h"
 #include "base/file_locks.h"
 #include "base/log.h"
@@ -133,7 +133,7 @@ TEST(LogLock, IsWaitedFor) {
 TEST(LogLock, IsOnTheWholeFile) {
     PrivateRoot root;
     root.file(log_path, "old\n");
-    test::LockedFile lock(root.host_path(log_path), 1000, 1); // one byte far behind the end
+    test::LockedFile lock(root.host_path(log_path), 1000, 1); // one byte far beyond the end
     StartedRun run = root.start_call(log_text);
     EXPECT_TRUE(lock.is_waited_for());
     lock.unlock();
@@ -209,7 +209,7 @@ std::string long_text(int writer, int number, std::size_t size) {
 }
 
 TEST(LogSharing, ManyInstancesLoseAndMixNoLine) {
-    // 8 times 60 lines of 400 characters: one rotation, so that no line is dropped on purpose.
+    // 8 times 60 lines of 400 characters: only one rotation, so that no line is rotated out.
     constexpr int writers = 8;
     constexpr int lines_each = 60;
     constexpr std::size_t size = 380;
@@ -235,7 +235,7 @@ TEST(LogSharing, ManyInstancesLoseAndMixNoLine) {
 }
 
 TEST(LogSharing, OneOfManyRotatesAFullLog) {
-    // All of them find the log full at the same moment, again and again.
+    // All instances find the log full at the same moment, again and again.
     constexpr int writers = 6;
     constexpr int rounds = 40;
     PrivateRoot root;
@@ -252,7 +252,7 @@ TEST(LogSharing, OneOfManyRotatesAFullLog) {
                     ::_exit(0);
                 }
             }
-            ::usleep(2000); // for most to wait for the lock; the others come as they may
+            ::usleep(2000); // time for most of them to wait for the lock
             full.close();
             while (::wait(nullptr) > 0) {
             }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The process name that every line of the log carries.
+// The process name in every log line.
 #include "base/log.h"
 #include "private_root.h"
 
@@ -19,7 +19,7 @@ std::string stat_path(pid_t pid) {
     return "/proc/" + std::to_string(pid) + "/stat";
 }
 
-// The kernel tells nothing more about the process `pid` than what a leak check has to know.
+// Hides everything in /proc about the process `pid` except what a leak check needs.
 void hide(PrivateRoot& root, pid_t pid) {
     const std::string path = "/proc/" + std::to_string(pid);
     root.remove(path).symlink("/.harness" + path + "/task", path + "/task");
@@ -80,7 +80,7 @@ TEST(ProcessName, IsMissingWithoutAFileOfTheKernel) {
 
 TEST(ProcessName, IsMissingWhenTheFileCannotBeRead) {
     PrivateRoot root;
-    root.directory("/proc/65000/stat"); // opens, but does not read
+    root.directory("/proc/65000/stat"); // can be opened but not read
     EXPECT_EQ(name_of(root, 65000), none);
 }
 

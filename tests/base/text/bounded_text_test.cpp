@@ -87,7 +87,7 @@ TEST(BoundedText, ComparesByItsText) {
     EXPECT_FALSE(left == "abcd");
 }
 
-TEST(BoundedText, OldCharactersBehindTheEndDoNotCount) {
+TEST(BoundedText, OldCharactersBeyondTheEndDoNotCount) {
     BoundedText<8> left;
     BoundedText<8> right;
     left = "abcdef";

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Lines that are read byte by byte, and the lines of a file that is written back.
+// Lines that are read byte by byte, and lines of a file that is rewritten.
 #include "base/text.h"
 
 #include <gmock/gmock.h>

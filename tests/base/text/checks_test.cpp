@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The checks that arguments pass.
+// The checks of arguments.
 #include "base/checks.h"
 #include "fixtures/library.h"
 
@@ -16,7 +16,7 @@ std::string text_of(std::size_t length, char c = 'a') {
     return std::string(length, c);
 }
 
-// The single characters that a check takes, out of all but NUL.
+// The single characters, except NUL, that a check accepts.
 std::string characters_taken(Check (*check)(const char*)) {
     std::string taken;
     for (int byte = 1; byte < 256; ++byte) {

@@ -67,7 +67,7 @@ TEST(LinePieces, LineFeedCountsAmongThe255) {
     EXPECT_THAT(pieces(a + "a\nb\n"), ElementsAre(a + "a", "", "b"));
 }
 
-TEST(LinePieces, TellWhichOfThemStartsALine) {
+TEST(LinePieces, KnowWhichOfThemStartsALine) {
     const std::string a(255, 'a');
     EXPECT_THAT(line_starts(a + a + "c\nd\ne"), ElementsAre(true, false, false, true, true));
     EXPECT_THAT(line_starts(a + "\nb\n"), ElementsAre(true, false, true));
@@ -166,7 +166,7 @@ TEST(GetLine, KeyIsComparedBeforeTheLineIsCut) {
     EXPECT_EQ(get_line("long key: value\n", "long key", 0, ":", 5), "long");
 }
 
-TEST(GetLine, PieceBehind255CharactersIsALineOfItsOwn) {
+TEST(GetLine, PieceAfter255CharactersIsALineOfItsOwn) {
     const std::string a(255, 'a');
     EXPECT_EQ(get_line(a + "key: value\n", "key", 0, ":"), "key: value");
     EXPECT_EQ(get_line(a + "key: value\nlast\n", nullptr, 2, ":"), "last");

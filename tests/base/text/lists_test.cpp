@@ -15,7 +15,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// Counts those that are alive.
+// Counts the existing objects.
 struct Attribute {
     Attribute() { ++alive; }
     Attribute(const Attribute&) = delete;

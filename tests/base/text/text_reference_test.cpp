@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Random texts, against the C library's line reader and tokenizer used the slow way.
+// Random texts, compared with the C library's line reader and tokenizer.
 #include "base/text.h"
 
 #include <array>
@@ -24,7 +24,7 @@ class Random {
     std::size_t below(std::size_t limit) { return engine_() % limit; }
     std::string text(std::string_view alphabet, std::size_t longest) {
         std::string result;
-        // Long runs of one character reach the limits of the buffers.
+        // Long runs of one character reach the buffer limits.
         for (const std::size_t length = below(longest); result.size() < length;) {
             result.append(below(20) == 0 ? below(300) : 1, alphabet[below(alphabet.size())]);
         }
@@ -35,7 +35,7 @@ class Random {
     std::mt19937 engine_;
 };
 
-// The lines as fgets() gives them.
+// The lines as fgets() reads them.
 std::vector<std::string> lines_of(const std::string& file) {
     std::vector<std::string> lines;
     std::FILE* stream = std::tmpfile();

@@ -106,7 +106,7 @@ TEST_F(CopyBounded, CopiesOneCharacterLessThanTheSize) {
     EXPECT_EQ(copied(1, "abc"), "");
 }
 
-TEST_F(CopyBounded, WritesNothingBehindTheEnd) {
+TEST_F(CopyBounded, WritesNothingBeyondTheEnd) {
     copied(4, "abcdef");
     EXPECT_EQ(std::string(buffer_ + 4, 2), "re");
 }
@@ -192,12 +192,12 @@ TEST(GetField, CountsFieldsInTheFirst255Characters) {
     EXPECT_EQ(get_field(long_word + "a:bcd", ":", 1), std::nullopt) << "b is character 256";
 }
 
-TEST(GetField, ThatBeginsInTimeRunsOnBehind255Characters) {
+TEST(GetField, ThatBeginsWithin255CharactersRunsBeyondThem) {
     const std::string tail(1000, 'b');
     EXPECT_EQ(get_field("a:" + tail, ":", 1), tail);
 }
 
-TEST(GetField, SeparatorsBehind255CharactersAreNotSeen) {
+TEST(GetField, SeparatorsAfter255CharactersAreNotSeen) {
     const std::string text = times(127, "a ") + "b c d";
     EXPECT_EQ(get_field(text, " ", 127), "b c d");
     EXPECT_EQ(get_field(text, " ", 128), std::nullopt);
@@ -289,7 +289,7 @@ TEST(StartsWithIgnoringCase, TakesThePrefix) {
     EXPECT_FALSE(starts_with_ignoring_case("xsda", "sda"));
 }
 
-TEST(LastComponent, IsAllBehindTheLastSlash) {
+TEST(LastComponent, IsAllAfterTheLastSlash) {
     EXPECT_EQ(last_component("/dev/data/pool"), "pool");
     EXPECT_EQ(last_component("data/pool"), "pool");
     EXPECT_EQ(last_component("pool"), "pool");
@@ -312,7 +312,7 @@ TEST(IsPlainPath, RefusesWhatDoesNotBeginAtTheRoot) {
     }
 }
 
-TEST(IsPlainPath, RefusesWhatAShellWouldRead) {
+TEST(IsPlainPath, RefusesWhatAShellWouldInterpret) {
     for (const char* path :
          {"/a b", "/a\tb", "/a;b", "/a$b", "/a`b", "/a'b",  "/a\"b",     "/a|b",
           "/a&b", "/a>b",  "/a<b", "/a*",  "/a?",  "/a[b]", "/a\nb",     "/a\\b",
@@ -334,7 +334,7 @@ TEST(IsPlainName, TakesSignsAtTheBeginning) {
     }
 }
 
-TEST(IsPlainName, RefusesWhatAShellOrAPathWouldRead) {
+TEST(IsPlainName, RefusesWhatAShellOrAPathWouldInterpret) {
     for (const char* name :
          {"",     "-f",  ".",   "..",  "a b", "a/b", "a;b",  "a$b",  "a`b",      "a'b",
           "a\"b", "a|b", "a&b", "a>b", "a*",  "a?",  "a\nb", "a\\b", "\xc3\xa4", "a\xc3\xa4"}) {

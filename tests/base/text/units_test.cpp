@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// From the units of the tools to those of the listings.
+// Converting the units of the tools to those of the listings.
 
 #include "base/units.h"
 

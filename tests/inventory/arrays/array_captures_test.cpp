@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Discovery on recordings of real arrays in every state: details, /proc/mdstat and the kernel's
-// directory as they were at one moment.
+// directory, all recorded at the same moment.
 #include "fixtures/array_root.h"
 #include "recorded.h"
 #include "sources/mdadm.h"
@@ -14,7 +14,7 @@ namespace {
 using testing::IsEmpty;
 using testing::SizeIs;
 
-// What a recording must be read as.
+// The expected result of reading a recording.
 struct State {
     std::string name;
     std::string array;
@@ -30,8 +30,8 @@ void PrintTo(const State& state, std::ostream* out) {
     *out << state.name;
 }
 
-// Puts the array's directory in place as "ATTRIBUTE=VALUE" and "dev-DISK/state=STATE slot=..."
-// lines tell.
+// Creates the array's directory from the lines "ATTRIBUTE=VALUE" and
+// "dev-DISK/state=STATE slot=...".
 void restore_directory(ArrayRoot& root, const std::string& array, const std::string& recording) {
     std::istringstream lines(recorded(recording + "_sysfs").text);
     for (std::string line; std::getline(lines, line);) {
@@ -59,7 +59,7 @@ TEST_P(RecordedArray, IsReadAsItWas) {
     const State& state = GetParam();
     ArrayRoot root;
     root.disks(8);
-    // The recordings of md3 show this array too.
+    // The recordings of md3 include this array.
     root.detail("md0").replays("raid0_clean_detail").optional();
     restore_directory(root, "md0", "raid0_clean");
     restore(root, state.array, state.name);
@@ -150,7 +150,7 @@ INSTANTIATE_TEST_SUITE_P(
         State{"raid5_disk_unplugged_after_write", "md1", "raid5", "clean, degraded", "", 2,
               b_faulty, ""},
         State{"raid5_disk_unplugged_idle", "md1", "raid5", "clean, degraded", "", 2, a_b_c, ""},
-        // One member is left in sync; one reads "faulty,blocked", which is no mark.
+        // One member is still in sync; one reads "faulty,blocked", which gives no mark.
         State{"raid5_failed",
               "md1",
               "raid5",
@@ -252,7 +252,7 @@ INSTANTIATE_TEST_SUITE_P(All, RecordingWithoutArrays,
                                          "v090_one_of_three_mdstat"),
                          [](const auto& test) { return std::string(test.param); });
 
-// An array of which the recordings have the details and /proc/mdstat, but not the directory.
+// An array whose details and /proc/mdstat are recorded, but not its directory.
 TEST(RecordedDetails, OfAFailedArrayBelowAVolumeGroupHaveTheirValues) {
     const std::string detail = recorded("lvm_raid5_failed_detail").text;
     EXPECT_EQ(parse_detail_value(detail, "Raid Level"), "raid5");
@@ -268,7 +268,7 @@ TEST(RecordedDetails, OfAnArrayWrittenForPeopleHaveTheirValues) {
     EXPECT_EQ(parse_detail_value(detail, "Raid Devices"), "3");
 }
 
-// mdadm fails for an array that is gone; the others are read all the same.
+// mdadm fails for an array that is gone; the others are still read.
 TEST(RecordedDetails, OfAnArrayThatIsGoneLeaveItInactive) {
     ArrayRoot root;
     root.disks(3).mdstat("md1 : active raid5\n");

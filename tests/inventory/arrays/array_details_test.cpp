@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Level, size and state of arrays, as mdadm tells them.
+// Level, size and state of arrays, as mdadm reports them.
 #include "fixtures/array_root.h"
 #include "fixtures/library.h"
 
@@ -37,7 +37,7 @@ TEST_F(ArrayDetails, SkipsTheDetailsThatMdadmDoesNotGive) {
     EXPECT_THAT(root.tmp(), IsEmpty());
 }
 
-TEST_F(ArrayDetails, GoesOnWhenASignalEndsMdadm) {
+TEST_F(ArrayDetails, ContinuesWhenASignalEndsMdadm) {
     root.detail("md1").prints("Raid Level : linear\n").killed_by(SIGSEGV);
     const Discovery found = root.discover();
     EXPECT_EQ(found.code, 0);
@@ -45,7 +45,7 @@ TEST_F(ArrayDetails, GoesOnWhenASignalEndsMdadm) {
     EXPECT_THAT(log_texts(root), ElementsAre(HasSubstr("unnormal")));
 }
 
-TEST_F(ArrayDetails, GoesOnWithoutMdadm) {
+TEST_F(ArrayDetails, ContinuesWithoutMdadm) {
     root.remove("/sbin/mdadm");
     const Discovery found = root.discover();
     EXPECT_EQ(found.code, 0);
@@ -87,7 +87,7 @@ TEST_F(ArrayDetails, ReportsNoFailureOfMdadmItself) {
     EXPECT_EQ(root.discover(details_of_two).code, 0);
 }
 
-// What get_mdinfo_from_mdadm() makes of one array's details.
+// The record that get_mdinfo_from_mdadm() makes from one array's details.
 FoundArray details(ArrayRoot& root, const std::string& text) {
     root.detail("md1").prints(text);
     const Discovery found = root.discover([](mdinfo_list& list) {
@@ -142,7 +142,7 @@ TEST_F(ArrayDetails, KeepsInactiveForAnEmptyState) {
               "inactive");
 }
 
-TEST_F(ArrayDetails, TakesEmptyDetailsForNothing) {
+TEST_F(ArrayDetails, TreatsEmptyDetailsAsNone) {
     EXPECT_EQ(details(root, "Raid Level :\nArray Size :\nState : clean\n"),
               (FoundArray{"md1", "", "clean", "", 0, 0, "", "", ""}));
 }
@@ -173,7 +173,7 @@ TEST_F(ArrayDetails, ReadsDetailsThatAreAMegabyteOfGarbage) {
     EXPECT_EQ(found.arrays.at(0).status, "inactive");
 }
 
-// Values copied out for callers.
+// Values copied for callers.
 
 std::string value_of(std::string_view text, const char* key, std::size_t capacity, int& code) {
     char value[64] = "before";

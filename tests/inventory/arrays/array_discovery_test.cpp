@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The sources of the array list, one by one and together: their commands, codes and messages, and
-// what they leave behind.
+// The sources of the array list, alone and together: their commands, codes and messages, and what
+// they leave behind.
 #include "fixtures/array_root.h"
 #include "fixtures/library.h"
 
@@ -32,13 +32,13 @@ class ArrayDiscovery : public testing::Test {
   protected:
     ArrayDiscovery() { root.disks(1).array("md1", "linear", "clean", 1, {{"sda", "in_sync\n"}}); }
 
-    // Answers all uses of /proc/mdstat; everything else cat is asked for it prints.
+    // The answer to all reads of /proc/mdstat; cat prints all other files.
     Rule cat_mdstat() {
         root.tool("/bin/cat").on_prefix("cat /proc/scsi/").does("cat \"$1\"").optional();
         return root.tool("/bin/cat").on("cat /proc/mdstat");
     }
 
-    // The second use of /proc/mdstat, for the progress.
+    // The answer to the second read of /proc/mdstat, for the progress.
     Rule cat_mdstat_again() { return cat_mdstat().does("cat /proc/mdstat").then(); }
 
     ArrayRoot root;
@@ -162,14 +162,14 @@ TEST_F(ArrayDiscovery, ReadsAMegabyteOfGarbage) {
     EXPECT_THAT(root.tmp(), IsEmpty());
 }
 
-// Members and progress within the whole.
+// Members and progress in the whole list.
 
 TEST_F(ArrayDiscovery, FailsWhenTheArraysDirectoryCannotBeOpened) {
     root.remove("/sys/block/md1");
     const Discovery found = root.discover();
     EXPECT_EQ(found.code, -1032);
     EXPECT_EQ(found.run.out, "cannot open dir /sys/block/md1/md\n");
-    EXPECT_THAT(found.run.commands, SizeIs(4)); // the progress is not asked for any more
+    EXPECT_THAT(found.run.commands, SizeIs(4)); // the progress is not read any more
     EXPECT_THAT(root.tmp(), IsEmpty());
 }
 
@@ -242,7 +242,7 @@ TEST(ArrayProgressSource, AsksForTheProgressOfAllArraysOnce) {
     EXPECT_THAT(found.run.commands_without_redirection(), ElementsAre("cat /proc/mdstat"));
 }
 
-// The model with a RAID controller of its own.
+// The model with a RAID controller.
 
 class ControllerDiscovery : public testing::Test {
   protected:

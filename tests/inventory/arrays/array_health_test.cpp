@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Members and health of arrays, as the kernel's directories tell.
+// Members and health of arrays, from the kernel's directories.
 #include "fixtures/array_root.h"
 #include "fixtures/library.h"
 
@@ -15,7 +15,7 @@ using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::SizeIs;
 
-// get_mdinfo_from_sysblock() for arrays of that type, all clean so far.
+// get_mdinfo_from_sysblock() on arrays of that type, all in state clean.
 Reader<mdinfo_list> health_of(const std::vector<std::string>& names,
                               const std::string& type = "raid5") {
     return [names, type](mdinfo_list& list) {
@@ -67,7 +67,7 @@ TEST_F(MembersOfMd1, HaveNoMarkInAnyOtherState) {
     }
 }
 
-TEST_F(MembersOfMd1, MayHaveWhiteSpaceOfAnyKindBehindTheirState) {
+TEST_F(MembersOfMd1, MayHaveWhiteSpaceOfAnyKindAfterTheirState) {
     root.members("md1", "1\n", {{"sda", "faulty \t\v\f\r\n\n"}});
     EXPECT_EQ(read().members, "sda(F)");
 }
@@ -90,7 +90,7 @@ TEST_F(MembersOfMd1, AreEntriesThatBeginWithDevSd) {
     EXPECT_EQ(read().members, "sda");
 }
 
-// The shortest name that is looked at has six characters.
+// The shortest entry name that is considered has six characters.
 TEST_F(MembersOfMd1, MayHaveTheShortestName) {
     root.members("md1", "1\n", {{"sd", "in_sync\n"}});
     EXPECT_EQ(read().members, "sd");
@@ -169,7 +169,7 @@ TEST_F(MembersOfMd1, WithoutAStateFileAreAskedThreeTimesAndHaveNoMark) {
     EXPECT_THAT(log_texts(root, "get_disk_state"), ElementsAre(logged, logged, logged));
 }
 
-// A pipe hands out what is in it once: each question reads 256 bytes of the three answers.
+// A pipe delivers its contents once: each read takes 256 bytes, one of the three answers.
 TEST_F(MembersOfMd1, AreAskedForTheirStateAnewForEachMark) {
     const std::string path = "/sys/block/md1/md/dev-sda/state";
     root.members("md1", "1\n", {}).fifo(path);
@@ -182,7 +182,7 @@ TEST_F(MembersOfMd1, AreAskedForTheirStateAnewForEachMark) {
     }
     ASSERT_EQ(write(pipe, answers.data(), answers.size()), 768);
     EXPECT_EQ(read().members, "sda(F)(S)");
-    EXPECT_EQ(discovery.arrays[0].status, "clean"); // and it counts as in sync
+    EXPECT_EQ(discovery.arrays[0].status, "clean"); // and the member counts as in sync
     close(pipe);
 }
 
@@ -192,7 +192,7 @@ TEST_F(MembersOfMd1, GiveTheArrayTheDeviceOfTheirDisk) {
 }
 
 TEST_F(MembersOfMd1, GiveTheDeviceOfTheLastOneInTheDirectory) {
-    // Behind an expansion box: boxes 3 and 4 give the devices 1 and 3.
+    // In an expansion box: boxes 3 and 4 give the devices 1 and 3.
     const auto expansion = [this](const std::string& file, const std::string& place,
                                   const std::string& disk) {
         std::string status = "PCI location : " + place + "\n";
@@ -240,7 +240,7 @@ TEST_F(MembersOfMd1, LeaveAnInactiveArrayInactive) {
     EXPECT_EQ(found.arrays.at(0).status, "inactive");
 }
 
-// The state of an array of that type with so many places and members in these states.
+// The state of an array of that type with that many slots and members in these states.
 struct Health {
     const char* type;
     int raid_disks;
@@ -299,7 +299,7 @@ INSTANTIATE_TEST_SUITE_P(Raid1, ArrayHealth,
                                              "raid1", 2, {write_mostly, write_mostly}, "inactive"},
                                          Health{"raid1", 2, {faulty, spare}, "inactive"}));
 
-// Levels without redundancy, and levels that are unknown here: strict, even about a spare.
+// Levels without redundancy and unknown levels: even a spare makes the array inactive.
 INSTANTIATE_TEST_SUITE_P(Others, ArrayHealth,
                          testing::Values(Health{"raid0", 2, {in_sync, in_sync}, "clean"},
                                          Health{"raid0", 2, {write_mostly, write_mostly}, "clean"},

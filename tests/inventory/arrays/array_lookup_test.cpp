@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Asking about one array by its name: whether it runs, its type, its member disks.
+// Looking up one array by its name: whether it runs, its type, its member disks.
 #include "fixtures/array_machine.h"
 #include "fixtures/library.h"
 #include "inventory/arrays.h"
@@ -19,7 +19,7 @@ class ArrayLookup : public testing::Test {
         run = machine.operation([&] { return check_raid_state(name, printed()); });
         return run.returned;
     }
-    // The type goes to the output.
+    // Prints the type.
     int type(const char* name) {
         run = machine.operation([&] {
             const auto found = get_raid_type(name, printed());
@@ -28,7 +28,7 @@ class ArrayLookup : public testing::Test {
         });
         return run.returned;
     }
-    // The members go to the output, one a line.
+    // Prints the members, one per line.
     int members(const char* name) {
         run = machine.operation([&] {
             disk_list disks;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The tests on member lists: which disks channels mean, what is in use already.
+// Member lists: which disks the channels mean, what is already in use.
 #include "inventory/array_members.h"
 
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@ void add(disk_list& disks, std::string_view name, int channel, std::string_view 
     disk.device = device;
 }
 
-// The channels as the disk list has them: 3 first.
+// The channels in the order of the disk list: 3 first.
 class ChannelTranslation : public testing::Test {
   protected:
     ChannelTranslation() {
@@ -115,7 +115,7 @@ TEST_F(ChannelTranslation, FindsNothingForAnEmptyList) {
     EXPECT_EQ(list, "");
 }
 
-TEST_F(ChannelTranslation, DoesNotTakeADiskWithoutANameForAnEmptyList) {
+TEST_F(ChannelTranslation, DoesNotMatchADiskWithoutANameWithAnEmptyList) {
     disks.clear();
     add(disks, "", 1, "0");
     EXPECT_EQ(translate(1), 0);
@@ -154,7 +154,7 @@ TEST(Overlap, NotThroughAMissingMember) {
     EXPECT_FALSE(lists_overlap("sda,*(M)", "sdb"));
 }
 
-// An array with two members and a spare one.
+// An array with two members and a spare.
 class ArrayOverlap : public testing::Test {
   protected:
     ArrayOverlap() {
@@ -236,7 +236,7 @@ TEST_F(VolumeUse, ComparesOtherNamesAsTheyAre) {
     EXPECT_FALSE(is_used("sda,sdb"));
 }
 
-TEST_F(VolumeUse, TakesZeroForNoChannel) {
+TEST_F(VolumeUse, TreatsZeroAsNoChannel) {
     add(disks, "sdz", 0, "0");
     volume("0", "0");
     EXPECT_FALSE(is_used("sdz"));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Members of arrays as channels.
+// Rewriting the members of arrays as channels.
 #include "fixtures/array_root.h"
 #include "fixtures/library.h"
 #include "inventory/array_members.h"
@@ -75,15 +75,15 @@ TEST_F(MembersToChannels, LeavesAnArrayWithoutMembersAlone) {
     EXPECT_EQ(array.status, "clean");
 }
 
-// What counts is the last character but one, of a text of at least four.
-TEST_F(MembersToChannels, TakesAnSBeforeTheLastCharacterForASpare) {
+// The second to last character decides, in a text of at least four.
+TEST_F(MembersToChannels, TreatsAnSBeforeTheLastCharacterAsASpare) {
     disk("sdsa", 9);
     EXPECT_EQ(with("sda(s)").spare, "1");
     EXPECT_EQ(with("sdsa").spare, "9");
     EXPECT_EQ(with("sdS").spare, "");
 }
 
-TEST_F(MembersToChannels, TakesNoThreeCharactersForASpare) {
+TEST_F(MembersToChannels, TreatsNoThreeCharactersAsASpare) {
     disk("asd", 9);
     EXPECT_EQ(with("asd").spare, "");
 }
@@ -104,7 +104,7 @@ TEST_F(MembersToChannels, DoesNotFindADiskByOtherCase) {
     EXPECT_EQ(with("SDA").members, "");
 }
 
-TEST_F(MembersToChannels, DoesNotTakeADiskWithoutANameForAnyMember) {
+TEST_F(MembersToChannels, DoesNotMatchADiskWithoutANameWithAnyMember) {
     disks.clear();
     disk("", 1);
     disk("sdb", 2);
@@ -142,7 +142,7 @@ TEST_F(MembersToChannels, SurvivesGarbage) {
     EXPECT_EQ(array.members, "");
 }
 
-// Whether an array of that type with such members is inactive afterwards.
+// The state of an array of that type with these members afterwards.
 struct Demotion {
     const char* type;
     const char* members;
@@ -168,7 +168,7 @@ INSTANTIATE_TEST_SUITE_P(Striped, StateWithChannels,
                                          Demotion{"raid0", "sda,sdb", "clean"},
                                          Demotion{"raid0", "sda,*(M)", "inactive"},
                                          Demotion{"RAID0", "sda,*(M)", "inactive"},
-                                         // A mark alone is none of this rule's business.
+                                         // Marks alone do not matter to this rule.
                                          Demotion{"raid0", "sda(F),sdb(S)", "clean"}));
 
 INSTANTIATE_TEST_SUITE_P(
@@ -178,7 +178,7 @@ INSTANTIATE_TEST_SUITE_P(
         Demotion{"RAID1", "sdx,sdy", "inactive"}, Demotion{"raid1", "sda,*(M)", "clean"},
         Demotion{"raid1", "sda(F),*(M)", "inactive"}, Demotion{"raid1", "sda(S),*(M)", "inactive"},
         Demotion{"raid1", "sda(f),*(M)", "inactive"}, Demotion{"raid1", "sda(s),*(M)", "inactive"},
-        // Only the first bracket counts, here that of the missing member.
+        // Only the first parenthesis counts, here that of the missing member.
         Demotion{"raid1", "*(M),sda(F)", "clean"}, Demotion{"raid1", "sdx,sda", "clean"},
         Demotion{"raid1", "sdx,sda(", "clean"}, Demotion{"raid1", "sda(F),sdb", "clean"}));
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Which groups have a backup, which backup has a pool, and which volumes LVM sees.
+// The groups that have a backup, the backup that has a pool, and the volumes that LVM sees.
 #include "fixtures/library.h"
 #include "fixtures/recovery_root.h"
 #include "inventory/backups.h"
@@ -31,7 +31,7 @@ Texts lines_of(const std::string& text) {
     return lines;
 }
 
-// Prints the names of the groups that have a backup, one a line.
+// Prints the names of the groups that have a backup, one per line.
 Result groups(RecoveryMachine& machine, std::size_t max = enough, const RunOptions& options = {}) {
     return machine.operation(
         [max] {
@@ -127,7 +127,7 @@ TEST(GroupsWithABackup, AreUnknownInADirectoryThatCannotBeRead) {
     EXPECT_EQ(result.out, "cannot open '/etc/lvm/backup'\n");
 }
 
-// Prints the group that had a pool, "before" when it stayed what it was.
+// Prints the group that had a pool; "before" if it was not set.
 Result group_of(RecoveryMachine& machine, const std::string& pool) {
     return machine.operation([&pool] {
         GroupName group("before");
@@ -211,7 +211,7 @@ TEST_F(GroupOfAPool, IsLoggedWithTheReasonAlsoWithoutAnOutput) {
     EXPECT_THAT(machine.logged(), ElementsAre(EndsWith("]: No such file or directory")));
 }
 
-// A name that was cut names no file.
+// A truncated name matches no file.
 TEST_F(GroupOfAPool, IsLookedForInTheOtherBackupsWhenOneCannotBeOpened) {
     const std::string cut(32, 'v');
     machine.backup(cut + "x", backup_of({}, {"pub"}));
@@ -233,7 +233,7 @@ TEST_F(GroupOfAPool, IsNotLedAstrayByGarbage) {
     expect_group("pub", "d");
 }
 
-// Shows the volumes that LVM sees.
+// Prints the volumes that LVM sees.
 Result volumes(RecoveryMachine& machine) {
     return machine.operation([] {
         live_pv_list list;
@@ -245,7 +245,7 @@ Result volumes(RecoveryMachine& machine) {
 
 constexpr const char* header = "uuid\t\tpvname\n";
 
-TEST(VolumesOfNow, AreThoseOfPvdisplay) {
+TEST(CurrentVolumes, AreThoseOfPvdisplay) {
     RecoveryMachine machine;
     machine.tool(RecoveryMachine::pvdisplay)
         .on("/sbin/pvdisplay -c")
@@ -260,8 +260,8 @@ TEST(VolumesOfNow, AreThoseOfPvdisplay) {
     EXPECT_THAT(machine.log(), IsEmpty());
 }
 
-// With volumes missing the tool may well fail.
-TEST(VolumesOfNow, AreReadAlthoughPvdisplayFails) {
+// The tool may fail if volumes are missing.
+TEST(CurrentVolumes, AreReadAlthoughPvdisplayFails) {
     RecoveryMachine machine;
     machine.tool(RecoveryMachine::pvdisplay)
         .on("/sbin/pvdisplay -c")
@@ -276,7 +276,7 @@ TEST(VolumesOfNow, AreReadAlthoughPvdisplayFails) {
                                  "return normal with exit\\(5\\) for '.*'")));
 }
 
-TEST(VolumesOfNow, AreReadAlthoughASignalEndsPvdisplay) {
+TEST(CurrentVolumes, AreReadAlthoughASignalEndsPvdisplay) {
     RecoveryMachine machine;
     machine.tool(RecoveryMachine::pvdisplay)
         .on("/sbin/pvdisplay -c")
@@ -288,7 +288,7 @@ TEST(VolumesOfNow, AreReadAlthoughASignalEndsPvdisplay) {
     EXPECT_THAT(machine.logged(), ElementsAre(HasSubstr("return unnormal with exit(0) for")));
 }
 
-TEST(VolumesOfNow, AreNoneWithoutPvdisplay) {
+TEST(CurrentVolumes, AreNoneWithoutPvdisplay) {
     RecoveryMachine machine;
     machine.remove(RecoveryMachine::pvdisplay);
     const Result result = volumes(machine);
@@ -297,7 +297,7 @@ TEST(VolumesOfNow, AreNoneWithoutPvdisplay) {
     EXPECT_THAT(machine.logged(), ElementsAre(HasSubstr("return normal with exit(127) for")));
 }
 
-TEST(VolumesOfNow, AreUnknownWhenTheOutputCannotBeOpened) {
+TEST(CurrentVolumes, AreUnknownWhenTheOutputCannotBeOpened) {
     RecoveryMachine machine;
     machine.sees_nothing_that_can_be_read();
     const Result result = volumes(machine);
@@ -309,7 +309,7 @@ TEST(VolumesOfNow, AreUnknownWhenTheOutputCannotBeOpened) {
                                          "with No such file or directory")));
 }
 
-TEST(VolumesOfNow, AreUnknownWhenNoTemporaryFileCanBeMade) {
+TEST(CurrentVolumes, AreUnknownWhenNoTemporaryFileCanBeMade) {
     RecoveryMachine machine;
     machine.read_only("/tmp");
     const Result result = volumes(machine);
@@ -318,7 +318,7 @@ TEST(VolumesOfNow, AreUnknownWhenNoTemporaryFileCanBeMade) {
     EXPECT_THAT(result.commands, IsEmpty());
 }
 
-TEST(VolumesOfNow, AreUnknownInAMegabyteOfGarbage) {
+TEST(CurrentVolumes, AreUnknownInAMegabyteOfGarbage) {
     RecoveryMachine machine;
     machine.tool(RecoveryMachine::pvdisplay).on("/sbin/pvdisplay -c").prints_bytes(1 << 20);
     const Result result = volumes(machine);

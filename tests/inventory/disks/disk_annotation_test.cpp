@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the disk listing shows beyond the disks: arrays, volume groups and mounted file systems.
+// The use of disks in the disk listing: arrays, volume groups and mounted file systems.
 #include "fixtures/disk_root.h"
 #include "fixtures/library.h"
 #include "inventory/disk_use.h"
@@ -38,7 +38,7 @@ struct Annotation {
     std::vector<std::string> commands;
 };
 
-/// An appliance with disks sda to sdd and tools that know of no array, group or mount.
+/// An appliance with disks sda to sdd and no arrays, groups or mounts.
 class AnnotationRoot : public DiskRoot {
   public:
     AnnotationRoot() {
@@ -48,7 +48,7 @@ class AnnotationRoot : public DiskRoot {
         tool("/sbin/pvdisplay").any().optional();
         tool("/bin/df").any().prints("Filesystem 1K-blocks Used\nnone 5 1\n").optional();
     }
-    /// An array of the kernel with these member entries ("dev-sda").
+    /// A running array with these member entries ("dev-sda").
     AnnotationRoot& array(const std::string& name, const std::vector<std::string>& members) {
         file("/proc/mdstat", "Personalities : [raid1]\n" + name + " : active raid1\n");
         tool("/sbin/mdadm")
@@ -340,7 +340,7 @@ TEST(DiskAnnotation, CopiesEveryFieldOfTheDisk) {
     EXPECT_THAT(root.log(), IsEmpty());
 }
 
-TEST(DiskAnnotation, AddsBehindWhatTheListingHas) {
+TEST(DiskAnnotation, AddsAfterWhatTheListingHas) {
     AnnotationRoot root;
     const Annotation marked = root.annotate(
         annotate_one, [](display_disk_list& listing) { add_shown(listing, "sda", 1); });
@@ -387,7 +387,7 @@ TEST(DiskAnnotation, FailuresAreLoggedAndLeftOut) {
     EXPECT_THAT(root.tmp(), IsEmpty());
 }
 
-TEST(DiskAnnotation, GoesOnAfterAFailure) {
+TEST(DiskAnnotation, ContinuesAfterAFailure) {
     AnnotationRoot root;
     root.mounts("/dev/sdb1 5 1 /\n").remove("/proc/mdstat");
     EXPECT_THAT(root.annotate(annotate_one, [](display_disk_list&) {}).uses,

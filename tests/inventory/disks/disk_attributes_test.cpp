@@ -14,7 +14,7 @@ void list_with_sda(disk_list& list) {
     add_disk(list, "sda", 1);
 }
 
-/// A disk as only the partition table knows it.
+/// A disk that only the partition table knows.
 void list_with_partition_disk(disk_list& list) {
     add_disk(list, "sda", 1, "5");
 }
@@ -95,7 +95,7 @@ TEST(DiskAttributes, DirectoryInAFilesPlaceIsUnreadable) {
     }
 }
 
-TEST(DiskAttributes, OfTheOtherDisksAreReadAllTheSame) {
+TEST(DiskAttributes, OfTheOtherDisksAreStillRead) {
     DiskRoot root;
     root.block("sdb", "4194304");
     const auto disks = with_attributes(root, [](disk_list& list) {
@@ -125,7 +125,7 @@ TEST(DiskAttributes, LeaveThePartitionTablesDeviceToAVirtualDisk) {
                 ElementsAre("sda|1|2|running|VIRTUAL-DISK||5|0"));
 }
 
-TEST(DiskAttributes, TakeOnlyTheExactModelForAVirtualDisk) {
+TEST(DiskAttributes, TreatOnlyTheExactModelAsAVirtualDisk) {
     for (const char* model : {"VIRTUAL-DISK2", "virtual-disk", " VIRTUAL-DISK", "VIRTUAL"}) {
         DiskRoot root;
         root.block("sda", "4194304", "running\n", model);

@@ -45,7 +45,7 @@ TEST_F(HotSpares, AreMarkedWhereverTheirNameAppears) {
     root.hot_spares("sdab sda");
     const Discovery found = root.discover(get_global_hotspare, [](disk_list& list) {
         three_disks(list);
-        add_disk(list, "sda", 1, "3"); // the same name behind a box
+        add_disk(list, "sda", 1, "3"); // the same name in a box
     });
     EXPECT_THAT(found.disks, ElementsAre("sda|1|0||||0|1", "sdb|2|0||||0|0", "sdab|3|0||||0|1",
                                          "sda|1|0||||3|1"));

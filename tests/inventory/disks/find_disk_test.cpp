@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A disk by its channel and device.
+// Finding a disk by its channel and device.
 #include "fixtures/disk_root.h"
 #include "fixtures/library.h"
 #include "inventory/disks.h"

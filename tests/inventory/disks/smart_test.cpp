@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The health of the disks as smartctl and the RAID controller's tool tell it: what is run, and what
-// comes of each way to fail.
+// The health of the disks as smartctl and the RAID controller's tool report it: the commands, and
+// the result of each way to fail.
 #include "fixtures/disk_root.h"
 #include "fixtures/library.h"
 #include "inventory/smart.h"
@@ -17,7 +17,7 @@ using testing::MatchesRegex;
 
 constexpr char smartctl[] = "/usr/local/sbin/smartctl";
 
-/// The commands as they are run, with XXXXXX for the random part.
+/// The commands, with XXXXXX for the random part.
 std::string summary_command(const std::string& disk) {
     return "/usr/local/sbin/smartctl -d marvell -T permissive -Hi /dev/" + disk + " > /tmp/smart_" +
            disk + ".XXXXXX 2>> /dev/null";
@@ -37,7 +37,7 @@ struct Health {
     std::vector<std::string> commands;
 };
 
-/// An appliance whose smartctl answers for a healthy disk whatever it is asked.
+/// An appliance on which smartctl reports every disk as healthy.
 class SmartRoot : public DiskRoot {
   public:
     explicit SmartRoot(const std::string& model = "KOR7206H") : DiskRoot(model) {
@@ -87,7 +87,7 @@ class SmartRoot : public DiskRoot {
     }
 };
 
-/// Without any privilege, in a root where such a process may write its log.
+/// An unprivileged user, in a root where such a process can write its log.
 RunOptions unprivileged(SmartRoot& root) {
     root.directory("/var/log", 01777);
     RunOptions options;
@@ -144,7 +144,7 @@ TEST(FillSmart, LeavesVirtualDisksAlone) {
     }
 }
 
-TEST(FillSmart, TakesOnlyTheExactModelForAVirtualDisk) {
+TEST(FillSmart, TreatsOnlyTheExactModelAsAVirtualDisk) {
     SmartRoot root;
     const Health health = root.filled(SmartMode::summary, [](disk_list& disks) {
         add_disk(disks, "sda", 1).model = "VIRTUAL-DISK2";
@@ -291,7 +291,7 @@ class SmartReader : public testing::Test {
                 options)
             .returned;
     }
-    /// What is in /tmp with access for nobody, XXXXXX for the random part.
+    /// The inaccessible files in /tmp, with XXXXXX for the random part.
     std::vector<std::string> left_unreadable() const {
         std::vector<std::string> names;
         for (std::string name : root.tmp()) {
@@ -364,7 +364,7 @@ TEST_F(SmartReader, WithoutAPlaceForTheOutputRunsNothing) {
     EXPECT_THAT(root.log(), testing::SizeIs(2));
 }
 
-/// The log's line about a command that was not run.
+/// The log line of a command that was not run.
 auto not_run(const std::string& beginning) {
     return testing::AllOf(testing::StartsWith("system(\"" + beginning),
                           testing::HasSubstr("\") return unnormal with exit(255) for '"));
@@ -390,7 +390,7 @@ TEST(FillSmart, NeverLetsANameReachACommandThatIsNotLettersAndDigits) {
     }
 }
 
-TEST(FillSmart, GoesOnBehindADiskWithoutAPlainName) {
+TEST(FillSmart, ContinuesAfterADiskWithoutAPlainName) {
     SmartRoot root;
     const Health health = root.filled(SmartMode::summary, {"", "sdb"});
     EXPECT_EQ(health.code, 0);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The registered file systems joined with the pools and the mount table, and questions asked of the
+// The registered file systems joined with the pools and the mount table, and look-ups in the
 // register.
 #include "fixtures/library.h"
 #include "fixtures/pool_machine.h"
@@ -26,7 +26,7 @@ void print(const fs_list& list) {
 
 class FileSystems : public testing::Test {
   protected:
-    // Reads the register; what was returned is the reader's result.
+    // Reads the register; returns the reader's result.
     Result read() {
         return machine.operation([] {
             fs_list list;
@@ -47,7 +47,7 @@ class FileSystems : public testing::Test {
     int has(const char* pool) {
         return machine.operation([=] { return mdfstab_has(pool); }).returned;
     }
-    // The outputs of a lookup as "type|mount point"; they begin as "old|before".
+    // The results of a look-up as "type|mount point", initially "old|before".
     Result look_up(const char* pool, const char* group) {
         return machine.operation([=] {
             BoundedText<16> type("old");
@@ -121,7 +121,7 @@ TEST_F(RegisteredFileSystems, AreNotFoundOnALineOfTwoWords) {
     EXPECT_EQ(has("pool"), 0);
 }
 
-TEST_F(RegisteredFileSystems, CannotBeToldWithoutTheRegister) {
+TEST_F(RegisteredFileSystems, AreUnknownWithoutTheRegister) {
     machine.remove(mdfstab);
     EXPECT_EQ(has("pool"), -1);
     const Result result = look_up("pool", "data");
@@ -130,7 +130,7 @@ TEST_F(RegisteredFileSystems, CannotBeToldWithoutTheRegister) {
     EXPECT_THAT(machine.logged(), testing::SizeIs(2));
 }
 
-TEST_F(RegisteredFileSystems, AreLookedUpByTheFirstPoolOfThatNameWhateverTheGroup) {
+TEST_F(RegisteredFileSystems, AreLookedUpByTheFirstPoolOfThatNameInAnyGroup) {
     machine.registered({"/dev/data/pool2 /mnt/data/pool2 xfs",
                         "/dev/more/pool /mnt/more/pool reiserfs", "/dev/data/pool /mnt/x xfs"});
     for (const char* group : {"data", "more", ""}) {
@@ -218,7 +218,7 @@ TEST_F(FileSystemState, IsUmountForAllWithoutTheMountTable) {
                           "/dev/data/x|/mnt/data/x|xfs|umount|0|0|data|\n");
 }
 
-TEST_F(FileSystemState, IsToldByAPoolToolThatFails) {
+TEST_F(FileSystemState, IsTakenFromAPoolToolThatFails) {
     machine.registered({"/dev/data/pool /mnt/data/pool xfs"});
     machine.mounts({"/dev/data/pool /mnt/data/pool"});
     const auto tool = [this] {
@@ -238,7 +238,7 @@ TEST_F(FileSystemState, IsToldByAPoolToolThatFails) {
     EXPECT_EQ(without.out, "/dev/data/pool|/mnt/data/pool|xfs|not available|0|0|data|\n");
 }
 
-TEST_F(FileSystemState, CannotBeToldWithoutThePoolsOutput) {
+TEST_F(FileSystemState, IsUnknownWithoutThePoolsOutput) {
     machine.registered({"/dev/data/pool /mnt/data/pool xfs"});
     machine.tool(pool_tool::lvdisplay)
         .on("/sbin/lvdisplay -c")
@@ -249,7 +249,7 @@ TEST_F(FileSystemState, CannotBeToldWithoutThePoolsOutput) {
     EXPECT_THAT(machine.logged(), Contains(returned("mountfs_get", -1050)));
 }
 
-TEST_F(FileSystemState, OfNoFileSystemsIsWell) {
+TEST_F(FileSystemState, OfNoFileSystemsSucceeds) {
     const Result result = read_with_state();
     EXPECT_EQ(result.returned, 0);
     EXPECT_EQ(result.out, "");

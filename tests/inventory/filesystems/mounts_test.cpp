@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What is mounted now.
+// The current mounts.
 #include "base/lists.h"
 #include "fixtures/library.h"
 #include "fixtures/pool_machine.h"
@@ -13,7 +13,7 @@ namespace {
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
-// Calls that look at /proc/mounts of a machine.
+// Calls that read /proc/mounts of a machine.
 class Mounts : public testing::Test {
   protected:
     Result is_mounted(const std::string& directory) {

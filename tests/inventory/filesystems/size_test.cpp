@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Sizes by the kernel's figures.
+// Sizes from statfs(2).
 #include "base/text.h"
 #include "inventory/filesystems.h"
 
@@ -13,7 +13,7 @@ std::string sizes(long block_size, std::uint64_t blocks, std::uint64_t available
     struct statfs figures = {};
     figures.f_bsize = block_size;
     figures.f_blocks = blocks;
-    figures.f_bfree = available + 100000; // for root alone
+    figures.f_bfree = available + 100000; // reserved for root
     figures.f_bavail = available;
     fs_info fs;
     set_sizes(figures, fs);

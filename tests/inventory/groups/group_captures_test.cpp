@@ -9,7 +9,7 @@ namespace {
 
 using testing::IsEmpty;
 
-// What vgdisplay and pvdisplay printed, and the rows that this must become.
+// What vgdisplay and pvdisplay printed, and the expected rows.
 struct Recording {
     const char* name;
     const char* vgdisplay;
@@ -23,7 +23,7 @@ void PrintTo(const Recording& recording, std::ostream* out) {
 
 class RecordedGroups : public testing::TestWithParam<Recording> {};
 
-// Eight disks on channels 1 to 8, the arrays md0 and md1 of the first three.
+// Eight disks on channels 1 to 8, with the arrays md0 and md1 on the first three.
 TEST_P(RecordedGroups, AreReadAsTheyWere) {
     Machine machine;
     machine.disks(8);
@@ -56,12 +56,12 @@ const std::string exported = std::string("vgdisks\texported/resizable\t0\t2G\t2G
                                          "\t7\tAllocatable:yes (but full)\t0\t1G\t1G\tvgdisks\n") +
                              vg1_and_data;
 
-// The disk that is gone has no row.
+// The missing disk has no row.
 const std::string missing = std::string("vgdisks\tresizable\t0\t2G\t2G\n"
                                         "\t6\tAllocatable:yes (but full)\t0\t1G\t1G\tvgdisks\n") +
                             vg1_and_data;
 
-// A RAM disk took the missing disk's place.
+// A RAM disk replaces the missing disk.
 const std::string recovered = std::string("vgdisks\tresizable\t0\t2G\t2G\n"
                                           "\t6\tAllocatable:yes \t0\t1G\t0G\tvgdisks\n"
                                           "\tram2\tAllocatable:yes \t\t1G\t0G\tvgdisks\n") +

@@ -58,7 +58,7 @@ TEST_F(GroupDiscovery, RunsItsCommandsInOrder) {
     ASSERT_THAT(commands, testing::SizeIs(testing::Gt(2U)));
     EXPECT_EQ(commands.front(), "/sbin/vgdisplay -c > /tmp/vgdisplay.XXXXXX 2>> /dev/null");
     EXPECT_EQ(commands.back(), "/sbin/pvdisplay -c > /tmp/pvdisplay.XXXXXX 2>> /dev/null");
-    // In between the disk list, then the array list, each once.
+    // In between come the disk list and then the array list, each once.
     const std::vector<std::string> between(commands.begin() + 1, commands.end() - 1);
     const auto controller_files = testing::StartsWith("cat /proc/scsi/mvSata/");
     const auto hotspare = StartsWith("/usr/local/bin/hotspare --list > ");
@@ -202,7 +202,7 @@ TEST_F(GroupDiscovery, KnowsNoDisksWithoutADiskList) {
                 ElementsAre(MatchesRegex("get_vginfo_from_pvdisplay:[0-9]+ return -1021 with .+")));
 }
 
-// The disks are found, the hot spares are not: a list that failed is not used.
+// The disks are found but the hot spares are not: a list that failed is not used.
 TEST_F(GroupDiscovery, KnowsNoDisksFromADiskListThatFailedHalfway) {
     machine.tool("/usr/local/bin/hotspare").on("/usr/local/bin/hotspare --list").exits(1);
     EXPECT_EQ(shown_groups(machine).out, "data\tresizable\t\t2G\t2G\n" + volume_row("sdc", ""));
@@ -314,7 +314,7 @@ TEST_F(KnownGroup, IsNotOneThatTheToolDoesNotFind) {
     EXPECT_THAT(machine.tmp(), IsEmpty());
 }
 
-TEST_F(KnownGroup, IsOneThatAFailingToolShowsAllTheSame) {
+TEST_F(KnownGroup, IsOneThatAFailingToolStillShows) {
     machine.tool(vgdisplay).on("/sbin/vgdisplay -c data").prints(data_group).exits(5);
     EXPECT_EQ(check("data").returned, 1);
     EXPECT_THAT(logged(machine), ElementsAre(HasSubstr("exit(5)")));

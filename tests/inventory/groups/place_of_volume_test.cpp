@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Where a physical volume is: on an array, on a disk, behind the RAID controller.
+// The place of a physical volume: on an array, on a disk, behind the RAID controller.
 #include "fixtures/library.h"
 #include "inventory/groups.h"
 
@@ -8,8 +8,8 @@
 namespace zav::test {
 namespace {
 
-// Where physical volumes are: the disks sdc on channel 3 of device "1" and sdd on channel 4 of no
-// known device, the array md0 on device "2" and md1 on none.
+// The disks sdc on channel 3 of device "1" and sdd on channel 4 of an unknown device; the arrays
+// md0 on device "2" and md1 on none.
 class PlaceOfVolume : public testing::Test {
   protected:
     PlaceOfVolume() {
@@ -94,7 +94,7 @@ TEST_F(PlaceOfVolume, IsTheGroupsAfterTheLastOneThatHasADevice) {
     }
 }
 
-TEST_F(PlaceOfVolume, BehindTheControllerIsTheArrayThatHasTheDisksNameForADevice) {
+TEST_F(PlaceOfVolume, BehindTheControllerIsTheArrayThatHasTheDisksNameAsADevice) {
     add_array("md5", "sda");
     on_controller("sda");
     EXPECT_EQ(volume.name, "md5");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Network disks that are registered, mounted, or known by their label.
+// Network disks: registered, mounted, found by their label.
 #include "fixtures/library.h"
 #include "fixtures/pool_machine.h"
 #include "inventory/netdisks.h"
@@ -19,7 +19,7 @@ class NetfsDiscovery : public testing::Test {
     int label_used(const std::string& label) {
         return machine.operation([&] { return netfs_label_used(label); }).returned;
     }
-    // What `find` prints and gives.
+    // The output and the result of `find`.
     std::string found(const std::function<std::string(std::string_view)>& find,
                       const std::string& label) {
         return machine
@@ -29,7 +29,7 @@ class NetfsDiscovery : public testing::Test {
             })
             .out;
     }
-    // The label's device, after what was printed.
+    // The label's device, after the printed text.
     std::string mounted(const std::string& label) {
         return found([](std::string_view text) { return mounted_device(text, printed()); }, label);
     }
@@ -70,7 +70,7 @@ TEST_F(NetfsDiscovery, ComparesLabelsWhole) {
     }
 }
 
-TEST_F(NetfsDiscovery, CannotTellWithoutARegister) {
+TEST_F(NetfsDiscovery, IsUndecidedWithoutARegister) {
     machine.remove(netfstab);
     EXPECT_EQ(label_used("disk"), -1);
 }
@@ -97,7 +97,7 @@ TEST_F(NetfsDiscovery, FindsADeviceByItsLabel) {
 
 class NetfsList : public NetfsDiscovery {
   protected:
-    // Every disk as "label status device", after what is printed.
+    // Every disk as "label status device", after the printed text.
     std::string list(int expected = 0) {
         return machine
             .operation([expected] {
@@ -124,7 +124,7 @@ TEST_F(NetfsList, ComparesTheWholeMountPoint) {
     EXPECT_EQ(list(), "disk umount N.A.\n");
 }
 
-TEST_F(NetfsList, TakesAllForUnmountedWithoutAMountTable) {
+TEST_F(NetfsList, TreatsAllAsUnmountedWithoutAMountTable) {
     machine.remove("/proc/mounts");
     EXPECT_EQ(list(), "disk umount N.A.\n");
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Whether a group has a pool, asked of lvdisplay about that pool alone.
+// Whether a group has a pool, according to lvdisplay for that pool alone.
 #include "fixtures/library.h"
 #include "fixtures/pool_machine.h"
 #include "inventory/pools.h"
@@ -14,7 +14,7 @@ using testing::IsEmpty;
 
 class PoolPresence : public testing::Test {
   protected:
-    // What is found when the tool prints that.
+    // The result for that output of the tool.
     int found(const std::string& output, const char* pool = "pool") {
         machine.pool_lines(output);
         return ask("data", pool).returned;
@@ -77,7 +77,7 @@ TEST_F(PoolPresence, IsTakenFromTheOutputWhateverTheToolsStatus) {
                             line("unnormal with exit(0)"), line("normal with exit(127)")));
 }
 
-TEST_F(PoolPresence, CannotBeToldWithoutTheOutput) {
+TEST_F(PoolPresence, IsUnknownWithoutTheOutput) {
     tool().does("/.harness/busybox rm /tmp/lvdisplay.*");
     const Result result = ask("data", "pool");
     EXPECT_EQ(result.returned, -1);
@@ -87,20 +87,20 @@ TEST_F(PoolPresence, CannotBeToldWithoutTheOutput) {
                     "check_lvdisplay:\\[[0-9]+\\] return -1040 with No such file or directory")));
 }
 
-TEST_F(PoolPresence, CannotBeToldFromADirectory) {
+TEST_F(PoolPresence, IsUnknownIfTheOutputIsADirectory) {
     tool().does("f=$(/.harness/busybox echo /tmp/lvdisplay.*); /.harness/busybox rm $f; "
                 "/.harness/busybox mkdir $f");
     EXPECT_EQ(machine.call([] { return check_lvdisplay("data", "pool", printed()); }).returned, -1);
 }
 
-TEST_F(PoolPresence, CannotBeToldWithoutRoomForTheOutput) {
+TEST_F(PoolPresence, IsUnknownWithoutSpaceForTheOutput) {
     machine.remove("/tmp");
     const Result result = machine.call([] { return check_lvdisplay("data", "pool", printed()); });
     EXPECT_EQ(result.returned, -1);
     EXPECT_THAT(result.commands, IsEmpty());
 }
 
-TEST_F(PoolPresence, IsNotAskedWithANameThatAShellWouldRead) {
+TEST_F(PoolPresence, IsNotAskedWithANameThatAShellWouldInterpret) {
     for (const auto& [group, pool] : {std::pair("da;ta", "pool"), std::pair("data", "p`id`"),
                                       std::pair("-c", "pool"), std::pair("", "pool")}) {
         const Result result = ask(group, pool);

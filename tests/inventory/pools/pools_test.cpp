@@ -29,7 +29,7 @@ class Pools : public testing::Test {
         machine.disks(2);
         machine.group({.name = "data", .volumes = {{.device = "/dev/sda"}}});
     }
-    // The table of all pools; what was returned is the reader's result.
+    // Prints the table of all pools; returns the reader's result.
     Result shown() {
         Result result = machine.call([] {
             pool_list pools;
@@ -125,7 +125,7 @@ TEST_F(Pools, LeaveAnOutputThatCannotBeOpened) {
     EXPECT_THAT(machine.tmp(), ElementsAre(testing::StartsWith("lvdisplay.")));
 }
 
-TEST_F(Pools, AreFoundByNameInWhateverGroup) {
+TEST_F(Pools, AreFoundByNameInAnyGroup) {
     tool().prints(pool_line("/dev/data/a", "data") + pool_line("/dev/other/a", "other") +
                   pool_line("/dev/data/ab", "data"));
     for (const auto& [name, found] :

@@ -29,7 +29,7 @@ TEST_F(MountScan, MarksWhatIsMountedAndTakesItsDirectory) {
     EXPECT_EQ(share.comment, "mine");
 }
 
-TEST_F(MountScan, TellsWhatIsNotMounted) {
+TEST_F(MountScan, MarksWhatIsNotMounted) {
     share_info& share = add(list, "pub", "samba", "/mnt/data/pub");
     share.comment = "mine";
     share.usedsize = 5;
@@ -45,7 +45,7 @@ TEST_F(MountScan, TakesTheLastOfSeveralDirectories) {
     EXPECT_EQ(share.path, "/two/pub");
 }
 
-TEST_F(MountScan, MeansTheFirstOfNamesakes) {
+TEST_F(MountScan, AffectsTheFirstOfNamesakes) {
     const share_info& first = add(list, "pub", "samba");
     const share_info& second = add(list, "pub", "nfs");
     scan_mounts({{"a", "/mnt/pub"}}, list);

@@ -17,7 +17,7 @@ TEST(ShareName, IsThatOfAnyPool) {
     EXPECT_EQ(check_share_name(std::string(32, 'n').c_str()), 0);
 }
 
-// A command would take it for an option.
+// A command would interpret it as an option.
 TEST(ShareName, DoesNotBeginWithAHyphen) {
     EXPECT_EQ(check_share_name("-"), -114);
     EXPECT_EQ(check_share_name("-pub"), -114);
@@ -31,7 +31,7 @@ TEST(ShareName, IsNoOtherText) {
     EXPECT_EQ(check_share_name(std::string(33, 'n').c_str()), -114);
 }
 
-TEST(ShareName, IsNotGlobalWhateverTheCase) {
+TEST(ShareName, IsNotGlobalInAnyCase) {
     for (const char* name : {"global", "GLOBAL", "Global", "gLoBaL"}) {
         EXPECT_EQ(check_share_name(name), -114) << name;
     }
@@ -56,7 +56,7 @@ TEST(ShareMode, IsNoOtherText) {
     EXPECT_EQ(service_of_mode(nullptr), "");
 }
 
-// The comment's code, and what is stored over "old".
+// The comment's code, and the stored text, which is "old" before.
 std::pair<int, std::string> take_comment(const char* text) {
     BoundedText<129> comment{"old"};
     const auto code = check_comment(comment, text);
@@ -86,7 +86,7 @@ TEST(ShareComment, HoldsNothingThatEndsALineOrMakesASecondKey) {
     }
 }
 
-TEST(ShareComment, DoesNotGoOnOnTheNextLine) {
+TEST(ShareComment, DoesNotContinueOnTheNextLine) {
     for (const char* text : {"a+", "a\\", "+", "\\", "a+ ", "a\\  ", "a\\\t", "a+ \t "}) {
         EXPECT_EQ(take_comment(text), std::pair(-118, std::string("old"))) << text;
     }
@@ -99,7 +99,7 @@ class ShareUser : public testing::Test {
         run = machine.operation([&] { return check_user(mode, users.c_str(), printed()); });
         return run.returned;
     }
-    // The NFS host's code and what is printed about it.
+    // The NFS host's code, and what is printed.
     std::pair<int, std::string> host(const std::string& text) {
         const int code = check("nfs", text);
         EXPECT_THAT(machine.logged(), code == 0 ? testing::Matcher<Texts>(IsEmpty())
@@ -154,7 +154,7 @@ TEST_F(ShareUser, OfNfsIsPrintedBeforeAnyCheck) {
     EXPECT_EQ(host("10.0.0.0/-8"), std::pair(-116, std::string("ip:10.0.0.0 -8\n")));
 }
 
-TEST_F(ShareUser, OfNfsHasDigitsOnlyForAPrefix) {
+TEST_F(ShareUser, OfNfsHasDigitsOnlyAsAPrefix) {
     for (const auto& [prefix, printed] :
          std::vector<std::pair<std::string, std::string>>{{"", "0"},
                                                           {"x", "0"},
@@ -169,7 +169,7 @@ TEST_F(ShareUser, OfNfsHasDigitsOnlyForAPrefix) {
     }
 }
 
-TEST_F(ShareUser, OfNfsIsKnownByTheModeWhateverItsCase) {
+TEST_F(ShareUser, OfNfsIsKnownByTheModeInAnyCase) {
     EXPECT_EQ(check("NFS", "10.0.0.1/8"), 0);
     EXPECT_EQ(run.out, "ip:10.0.0.1 8\n");
 }
@@ -180,7 +180,7 @@ TEST_F(ShareUser, OfNfsNeedsNoUserFiles) {
 }
 
 TEST_F(ShareUser, IsOneOfTheAppliance) {
-    machine.remove(passwd); // the system's are not needed then
+    machine.remove(passwd); // the system's users are not needed then
     expect_accepted("samba", "anna");
     expect_accepted("ftp", "bert");
     expect_refused(-612, "iscsi", "carla");
@@ -241,13 +241,13 @@ TEST_F(ShareUser, ListIsNeverCut) {
     expect_refused(-613, "iscsi", list(256));
     expect_accepted("ftp", std::string(255, 'f'));
     expect_refused(-613, "ftp", std::string(256, 'f'));
-    // "    valid users = " is in the line of 255 characters.
+    // "    valid users = " counts in the line of 255 characters.
     expect_accepted("samba", list(237));
     expect_refused(-613, "samba", list(238));
     expect_refused(-613, "Samba", list(238));
 }
 
-TEST_F(ShareUser, ThatNoLineCarriesIsRefused) {
+TEST_F(ShareUser, ThatNoLineCanHoldIsRefused) {
     const Texts names = {"a=b",
                          "a\rb",
                          "a\fb",
@@ -278,7 +278,7 @@ TEST_F(ShareUser, OfFtpIsAPlainFileName) {
     }
 }
 
-// The services' files take it for two users.
+// The services' files would treat it as two users.
 TEST_F(ShareUser, HasNoBlanks) {
     users_named({"a b", "a", "b"});
     for (const char* mode : {"samba", "iscsi"}) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The list of all shares, as it is collected from the register, the services and the kernel.
+// The list of all shares, collected from the register, the services' files and the kernel.
 #include "fixtures/library.h"
 #include "fixtures/share_machine.h"
 #include "inventory/shares.h"
@@ -45,7 +45,7 @@ auto error_of(const std::string& function, int code) {
 class ShareCollector : public testing::Test {
   protected:
     Result collect() { return machine.operation(collect_and_show); }
-    // The rows, one for each share: name, service, path, users, access, size, use, comment, device.
+    // One row per share: name, service, path, users, access, size, use, comment, device.
     std::string rows() {
         const Result result = collect();
         EXPECT_EQ(result.returned, 0);
@@ -92,7 +92,7 @@ TEST_F(ShareCollector, GathersFromEverySource) {
     EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
-// What a share of a mounted file system of that many MiB shows, when that many KiB are used.
+// The rows of a share on a mounted file system of that many MiB, with that many KiB used.
 class ShareSize : public ShareCollector {
   protected:
     std::string sizes(int mebibytes, int used_kibibytes = 0) {

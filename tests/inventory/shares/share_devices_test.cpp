@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a share lies on: its pool's group by lvdisplay, and the array or disk of that.
+// The device of a share: the group of its pool by lvdisplay, and the array or disk of the group.
 #include "fixtures/library.h"
 #include "fixtures/share_machine.h"
 #include "inventory/shares.h"
@@ -52,7 +52,7 @@ TEST_F(PoolGroup, IsMissingWithoutThePool) {
     EXPECT_EQ(find().returned, -303);
 }
 
-TEST_F(PoolGroup, IsReadBehindAnyWhiteSpace) {
+TEST_F(PoolGroup, IsReadAfterAnyWhiteSpace) {
     machine.pool_lines("\t \r/dev/data/pub:data:3\n");
     EXPECT_EQ(find().out, "data");
 }
@@ -104,7 +104,7 @@ TEST_F(PoolGroup, CannotBeReadWithoutRoomForTheOutput) {
 
 class ShareDevice : public testing::Test {
   protected:
-    // The devices of shares of those names, and the commands of looking for them.
+    // The devices of the shares with those names, and the commands that find them.
     Result run(const std::vector<const char*>& names) {
         return machine.operation([=] {
             share_list list;
@@ -171,7 +171,7 @@ TEST_F(ShareDevice, NeedsOneListOfPoolsForAllShares) {
     EXPECT_EQ(std::ranges::count(commands, lists_pools), 1);
 }
 
-TEST_F(ShareDevice, AsksNothingForNoShares) {
+TEST_F(ShareDevice, AsksNothingWithoutShares) {
     EXPECT_THAT(run({}).commands, IsEmpty());
 }
 

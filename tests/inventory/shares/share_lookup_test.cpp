@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// How the collector finds the users of FTP shares, and how one share is looked up in its list.
+// Finding the users of FTP shares, and looking up one share in the list.
 #include "fixtures/library.h"
 #include "fixtures/share_machine.h"
 #include "inventory/shares.h"
@@ -17,8 +17,8 @@ using testing::SizeIs;
 
 const auto no_home = MatchesRegex("find_one_user:[0-9]+ return -1062 with .+");
 
-// Two FTP shares, the first and the second of the list, and the FTP server's users anna and bert,
-// whose files say nothing.
+// Two FTP shares, the first and the second in the list, and the FTP server's users anna and bert
+// with empty files.
 class FtpUserCollection : public testing::Test {
   protected:
     FtpUserCollection() {
@@ -44,7 +44,7 @@ class FtpUserCollection : public testing::Test {
         }
         return texts;
     }
-    // The server's users, or what a directory holds, in the order of the directory.
+    // The server's users, or the entries of a directory, in the directory's order.
     Texts in_order(const std::string& path = "/etc/vsftpd") const {
         Texts names;
         const auto folder = machine.host_path(path);
@@ -67,7 +67,7 @@ TEST_F(FtpUserCollection, StopsAtAUserWhoseDirectoryIsTheFirstShares) {
     EXPECT_THAT(users(), ElementsAre(in_order().front() + ":1", ":1"));
 }
 
-TEST_F(FtpUserCollection, GoesOnBehindAUserWhoseDirectoryIsALaterShares) {
+TEST_F(FtpUserCollection, ContinuesAfterAUserWhoseDirectoryIsALaterShares) {
     machine.directory("/home/anna/second").directory("/home/bert/second");
     EXPECT_THAT(users(), ElementsAre(":1", in_order().back() + ":1"));
 }
@@ -101,19 +101,19 @@ TEST_F(FtpUserCollection, StopsAtAUserWithFilesOnly) {
     EXPECT_THAT(users(), ElementsAre(":1", ":1"));
 }
 
-TEST_F(FtpUserCollection, GoesOnBehindADirectoryOfNoShare) {
+TEST_F(FtpUserCollection, ContinuesAfterADirectoryOfNoShare) {
     machine.directory("/home/" + in_order().front() + "/nothing");
     machine.directory("/home/" + in_order().back() + "/second");
     EXPECT_THAT(users(), ElementsAre(":1", in_order().back() + ":1"));
 }
 
-TEST_F(FtpUserCollection, GoesOnBehindAUserWithoutAHome) {
+TEST_F(FtpUserCollection, ContinuesAfterAUserWithoutAHome) {
     machine.directory("/home/" + in_order().back() + "/second");
     EXPECT_THAT(users(), ElementsAre(":1", in_order().back() + ":1"));
     EXPECT_THAT(machine.logged(), ElementsAre(no_home));
 }
 
-TEST_F(FtpUserCollection, OnlyMeansFtpShares) {
+TEST_F(FtpUserCollection, OnlyAffectsFtpShares) {
     machine.shares({{.name = "second"}}).directory("/home/anna/second");
     machine.file("/etc/vsftpd/bert", "local_root=/x/second\nwrite_enable=NO\n");
     EXPECT_THAT(users(), ElementsAre(":1"));
@@ -125,7 +125,7 @@ TEST_F(FtpUserCollection, TakesTheUsersFileLast) {
     EXPECT_THAT(users(), ElementsAre(":1", "bert:0"));
 }
 
-TEST_F(FtpUserCollection, TakesEveryUsersFileAlsoBehindTheStop) {
+TEST_F(FtpUserCollection, TakesEveryUsersFileAlsoAfterTheStop) {
     machine.directory("/home/anna").directory("/home/bert");
     machine.file("/etc/vsftpd/anna", "local_root=/x/first\nwrite_enable=NO\n");
     machine.file("/etc/vsftpd/bert", "local_root=/x/second\nwrite_enable=YES\n");
@@ -214,7 +214,7 @@ TEST_F(ShareLookup, ComparesWholeNames) {
     EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
-TEST_F(ShareLookup, TellsThatThereIsNoList) {
+TEST_F(ShareLookup, ReportsThatThereIsNoList) {
     machine.shares({{}}).remove(exports).directory(exports);
     EXPECT_EQ(find("pub").returned, -505);
     EXPECT_THAT(machine.logged(), SizeIs(1)) << "the collector's";
@@ -222,7 +222,7 @@ TEST_F(ShareLookup, TellsThatThereIsNoList) {
     EXPECT_THAT(machine.logged().back(), returned("check_share", -505));
 }
 
-TEST_F(ShareLookup, TellsThatThereIsNoListWithoutTargets) {
+TEST_F(ShareLookup, ReportsThatThereIsNoListWithoutTargets) {
     machine.shares({{}}).remove(targets);
     EXPECT_EQ(find("pub").returned, -505);
     EXPECT_EQ(check("other"), -505);

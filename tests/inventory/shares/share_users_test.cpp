@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The users of shares: secrets, the appliance's and the system's users, the files of the FTP
-// server's users.
+// The users of shares: secrets, the appliance's and the system's users, the FTP server's user
+// files.
 #include "base/file_locks.h"
 #include "fixtures/library.h"
 #include "fixtures/share_machine.h"
@@ -17,7 +17,7 @@ using testing::IsEmpty;
 
 class ShareUsers : public testing::Test {
   protected:
-    // What a look-up of a user returns.
+    // The result of looking up a user.
     template <class Look>
     int returned_by(Look look, const std::string& user) {
         return machine.operation([=] { return look(user); }).returned;
@@ -50,7 +50,7 @@ class ShareUsers : public testing::Test {
         EXPECT_EQ(run.returned, run.out.empty() ? -1 : 0);
         return run.out;
     }
-    // The names of the FTP server's files in the order of their directory.
+    // The names of the FTP server's files in the directory's order.
     Texts in_directory_order() const {
         Texts names;
         for (const auto& entry :
@@ -71,7 +71,7 @@ TEST_F(ShareUsers, SecretIsReadFromTheAppliancesUserFile) {
     });
 }
 
-TEST_F(ShareUsers, SecretOfNobodyIsMinus1) {
+TEST_F(ShareUsers, SecretOfAnUnknownUserIsMinus1) {
     machine.operation([] {
         EXPECT_EQ(get_user_secret("").code(), -1);
         return 0;
@@ -235,7 +235,7 @@ TEST_F(ShareUsers, UserOfAPathHasItAsItsRoot) {
     EXPECT_EQ(user_of("/mnt/ab"), "");
 }
 
-TEST_F(ShareUsers, UserOfAPathHasItBehindTheLastEqualsSign) {
+TEST_F(ShareUsers, UserOfAPathHasItAfterTheLastEqualsSign) {
     machine.file("/etc/vsftpd/anna", "  local_root = x=/mnt/a  \r\n");
     EXPECT_EQ(user_of("/mnt/a"), "anna");
     machine.file("/etc/vsftpd/anna", "local_root = /mnt/a\n");
@@ -276,7 +276,7 @@ TEST_F(ShareUsers, UserOfAPathIsLookedForAmong24Files) {
     EXPECT_GE(found, 6);
 }
 
-TEST_F(ShareUsers, UserOfAPathIsNobodyWithoutFiles) {
+TEST_F(ShareUsers, UserOfAPathIsMissingWithoutFiles) {
     machine.remove(ftp_template);
     EXPECT_EQ(user_of("/mnt/a"), "");
     EXPECT_EQ(user_of(""), "");

@@ -33,9 +33,9 @@ std::string joined(const std::vector<std::string>& words) {
     return text;
 }
 
-// The texts by which this call may be known: the whole command text without its redirections, and
-// the simple command in it that has this tool's name and arguments; where there is none (something
-// was expanded, or a snippet called), the arguments joined by blanks.
+// The texts that rules are matched against: the whole command text without its redirections, and
+// the simple command in it with this tool's name and arguments; if there is none (because of an
+// expansion, or a call from a snippet), the arguments joined by blanks.
 std::vector<std::string> texts_of_call(char** argv) {
     std::vector<std::string> words;
     for (char** word = argv; *word != nullptr; ++word) {
@@ -61,8 +61,8 @@ std::vector<std::string> texts_of_call(char** argv) {
     return texts;
 }
 
-// The first rule that matches and still has an answer, and that answer; marks the use. Concurrent
-// calls take their answers one after the other.
+// The first matching rule that still has an answer, and the answer; records the use. Concurrent
+// calls get their answers one after the other.
 std::optional<Answer> take_answer(const char* tool, const std::vector<std::string>& texts) {
     const LiftedLimits lifted;
     const int lock = open(places::uses, O_RDWR | O_APPEND | O_CLOEXEC);

@@ -62,7 +62,7 @@ size_t redirection_end(std::string_view text, size_t at) {
     return std::min(end, text.size());
 }
 
-// Removes a descriptor number that stands as a word of its own at the end.
+// Removes a descriptor number that is a separate word at the end.
 void drop_descriptor_number(std::string& text) {
     size_t begin = text.size();
     while (begin > 0 && is_digit(text[begin - 1])) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Shell command texts, as far as the test harness has to understand them, and the record format of
+// Shell command texts, as far as the test harness must understand them, and the record format of
 // the files that the harness and its stand-in program share.
 #pragma once
 
@@ -15,8 +15,8 @@ void append_record(std::string& to, std::string_view bytes);
 std::string record(std::string_view bytes);
 std::vector<std::string> split_records(std::string_view data);
 
-// The text without its unquoted redirections and without blanks at either end; blanks in between
-// stay as they are.
+// The text without its unquoted redirections and without blanks at either end; inner blanks stay as
+// they are.
 std::string without_redirections(std::string_view text);
 
 // The simple commands of a text, split at unquoted ";", "|", "&", "&&", "||" and newlines.
@@ -25,12 +25,12 @@ std::vector<std::string> simple_commands(std::string_view text);
 // The words of a simple command, quotes and backslashes removed; no expansion of any kind.
 std::vector<std::string> words_of(std::string_view command);
 
-// Whether the text is one simple command whose first word names a program (no shell builtin,
-// keyword, assignment or operator), so that "exec TEXT" means the same.
+// Whether the text is one simple command whose first word is a program (no shell builtin, keyword,
+// assignment or operator), so that "exec TEXT" means the same.
 bool is_plain_program_call(std::string_view text);
 
-// A call whose meaning needs no shell to be known: words of plain characters and redirections of
-// output set off by blanks (" > FILE", " >> FILE", " 2> FILE", " 2>> FILE").
+// A call that can be interpreted without a shell: words of plain characters and redirections of
+// output between blanks (" > FILE", " >> FILE", " 2> FILE", " 2>> FILE").
 struct PlainCall {
     struct Redirection {
         int descriptor;

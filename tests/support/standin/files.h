@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// File access of the stand-in program: never limited by the resource limits that a test sets on the
+// File access of the stand-in program, independent of the resource limits that a test sets on the
 // run, since those are meant for the program under test.
 #pragma once
 
@@ -10,7 +10,7 @@
 
 namespace zav::test {
 
-// Raises the soft limits on descriptors and file size while it lives.
+// Raises the soft limits on descriptors and file size during its lifetime.
 class LiftedLimits {
   public:
     LiftedLimits();
@@ -26,7 +26,7 @@ class LiftedLimits {
 bool write_all(int descriptor, std::string_view bytes);
 // The first `most` bytes; empty when the file cannot be read.
 std::string read_file(const char* path, size_t most = static_cast<size_t>(-1));
-// One write at the end of the file.
+// Appends to the file with one write.
 void append_to_file(const char* path, std::string_view bytes);
 
 } // namespace zav::test

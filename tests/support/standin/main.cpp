@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The one program behind the private root's outside world. As /bin/sh it writes the command text to
-// the journal and does what the shell would do, by becoming the real shell where one is needed; as
-// a stand-in tool it answers by the rules of the test.
+// The program behind all stand-in tools of a private root. As /bin/sh it writes the command text to
+// the journal and does what the shell would do, executing the real shell if one is needed; as a
+// stand-in tool it answers according to the test's rules.
 #include "answer.h"
 #include "command_text.h"
 #include "files.h"
@@ -21,7 +21,7 @@ bool is_standin_file(const char* path) {
     return read_file(path, std::strlen(places::standin_mark)) == places::standin_mark;
 }
 
-// The index of the command text after an option group with "c" (and "--"); 0 when there is none.
+// The index of the command text after an option group with "c" (and "--"); 0 if there is none.
 int text_index(int argc, char** argv) {
     bool has_text = false;
     int at = 1;
@@ -41,8 +41,8 @@ int become_shell(int argc, char** argv) {
         append_to_file(places::journal, record(argv[at]));
         setenv(places::text_variable, argv[at], 1);
         answer_without_shell(argv[at]);
-        // A shell that forks for its only command turns a death by signal into 128 + n; the
-        // program that runs the tool itself sees the signal, and so shall it here.
+        // A shell that forks for its only command turns death by a signal into status 128 + n; a
+        // program that runs the tool itself sees the signal, and so must it here.
         if (is_plain_program_call(argv[at])) {
             text = std::string("exec ") + argv[at];
             argv[at] = text.data();

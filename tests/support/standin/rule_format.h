@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What a stand-in tool answers to which command, as the test states it and as the rules file holds
-// it.
+// The answers of stand-in tools to commands, as a test states them and as the rules file stores
+// them.
 #pragma once
 
 #include <string>
@@ -15,7 +15,7 @@ struct Answer {
     size_t filler = 0;    // and this many bytes of filler lines
     std::string errors;   // written to standard error
     int exit_status = -1; // -1: the snippet's status, 0 without a snippet
-    int signal = 0;       // dies of this signal instead
+    int signal = 0;       // killed by this signal instead
 };
 
 enum class Match { exact, prefix, any };
@@ -28,8 +28,8 @@ struct RuleState {
     bool spends = false;            // retires after `answers.size() * rounds` uses
     size_t rounds = 1;              // how often the whole sequence is given
     bool optional = false;          // may stay unused
-    bool is_default = false;        // tried after those of its kind that are not
-    std::vector<Answer> answers{1}; // given in order, the last one from then on
+    bool is_default = false;        // tried after other rules of its kind
+    std::vector<Answer> answers{1}; // given in order; the last one repeats
 
     size_t capacity() const { return answers.size() * rounds; }
     const Answer& answer(size_t use) const;

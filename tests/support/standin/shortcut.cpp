@@ -16,7 +16,7 @@
 namespace zav::test {
 namespace {
 
-// The program's path as the shell would find it; empty when it would not.
+// The program's path as the shell would find it; empty if it would not.
 std::string find_program(const std::string& name) {
     if (name.find('/') != std::string::npos) {
         return access(name.c_str(), X_OK) == 0 ? name : "";
@@ -56,8 +56,8 @@ bool is_readable_file(const std::string& path) {
            access(path.c_str(), R_OK) == 0;
 }
 
-// "cat FILE...", the most frequent command by far. False, with nothing written, when busybox has
-// something to say about an option or a file.
+// "cat FILE...", the most frequent command by far. False, with nothing written, if busybox would
+// print a message about an option or a file.
 bool print_files(const std::vector<std::string>& words) {
     std::string content;
     for (size_t at = 1; at < words.size(); ++at) {
