@@ -74,13 +74,14 @@ Code take_size(const char* size, share_info& share) {
 /// The users, or for NFS the hosts; the FTP user is the default one unless given.
 Code take_users(const Arguments& arguments, share_info& share) {
     if (arguments.users != nullptr) {
-        if (const Code result = check_user(share.type, arguments.users, standard_output());
+        if (const Code result =
+                check_user(*find_service(share.type), arguments.users, standard_output());
             failed(result)) {
             return result;
         }
         share.users = arguments.users;
     }
-    if (is_type(share, share_type::ftp) && share.users.empty()) {
+    if (has_ftp_account(share) && share.users.empty()) {
         share.users = default_ftp_user;
     }
     return Code::ok;
@@ -105,7 +106,8 @@ Code take_new_share(const Arguments& arguments, share_info& share, RoomCheck has
     if (failed(result)) {
         return result;
     }
-    if (is_type(share, share_type::nfs) && share.users.view().starts_with("0.0.0.0")) {
+    if (find_service(share.type)->users == ShareUsers::hosts &&
+        share.users.view().starts_with("0.0.0.0")) {
         share.users = "*";
     }
     if (failed(check_name32(arguments.group))) {
@@ -211,7 +213,7 @@ int edit(const Arguments& arguments) {
     if (state != "0" && state != "1") {
         return fail_command(Code::bad_state, {"sharemanage_main", 2017});
     }
-    const bool in_use = state == "1" || is_type(share, share_type::iscsi);
+    const bool in_use = state == "1" || is_on_device(share);
     const Code result = edit_share(share, in_use ? 1 : 0, standard_output());
     return result == Code::share_not_listed ? number_of(result) : end(result);
 }
@@ -221,7 +223,7 @@ int repair(const Arguments& arguments) {
         return refuse(result);
     }
     const std::string_view type = service_of_mode(arguments.mode);
-    if (equal_ignoring_case(type, share_type::iscsi)) {
+    if (!has_file_system(*find_service(type))) {
         return 0; // a device has no file system of ours
     }
     return end(repair_share(arguments.name, type, arguments.group, standard_output()));

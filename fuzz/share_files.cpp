@@ -4,6 +4,7 @@
 #include "base/file.h"
 #include "base/text.h"
 #include "fuzz.h"
+#include "platform/services.h"
 #include "records/share.h"
 #include "sources/exports.h"
 #include "sources/ietd_conf.h"
@@ -21,7 +22,7 @@ namespace zav::fuzz {
 
 namespace {
 
-using Parse = int (*)(std::string_view text, share_list& list);
+using Parse = std::function<FileCode(std::string_view text, share_list& list)>;
 
 std::string joined(const share_list& list,
                    const std::function<Lines(const share_info&)>& lines_of) {
@@ -41,22 +42,23 @@ bool has_short_lines(std::string_view text) {
 }
 
 /// A text written from parsed records, parsed and written again, stays the same.
-void check_round_trip(std::string_view input, Parse parse,
+void check_round_trip(std::string_view input, const Parse& parse,
                       const std::function<Lines(const share_info&)>& lines_of) {
     share_list list;
-    const int result = parse(input, list);
-    require(result == 0 || result == file_error::malformed, "a result is one of the codes");
+    const FileCode result = parse(input, list);
+    require(result == FileCode::ok || result == FileCode::malformed,
+            "a result is one of the codes");
     const std::string once = joined(list, lines_of);
     if (!has_short_lines(once)) {
         return;
     }
     share_list again;
-    if (parse(once, again) != 0) {
+    if (failed(parse(once, again))) {
         return; // a name or a comment that the file cannot hold: no command writes it
     }
     const std::string twice = joined(again, lines_of);
     share_list third;
-    if (parse(twice, third) == 0) {
+    if (!failed(parse(twice, third))) {
         require(joined(third, lines_of) == twice, "writing again what was read changes nothing");
     }
 }
@@ -64,13 +66,18 @@ void check_round_trip(std::string_view input, Parse parse,
 } // namespace
 
 void run(std::string_view input) {
-    check_round_trip(input, parse_register_sections, register_lines);
+    const LineContext context = {0, [](std::string_view) { return std::string("secret"); }};
+    check_round_trip(
+        input,
+        [](std::string_view text, share_list& list) {
+            return parse_register_sections(text, register_services(), list);
+        },
+        [](const share_info& share) { return register_lines(share, register_services()); });
     check_round_trip(input, parse_samba,
                      [](const share_info& share) { return samba_lines(share, "writable"); });
     check_round_trip(input, parse_exports, export_line);
-    check_round_trip(input, parse_targets, [](const share_info& share) {
-        return target_lines(share, 0, [](std::string_view) { return std::string("secret"); });
-    });
+    check_round_trip(input, parse_targets,
+                     [&](const share_info& share) { return target_lines(share, context); });
     require(samba_global_size(input) <= input.size(), "the global part is in the file");
     const std::string line(input.substr(0, input.find('\n')));
     require(std::ranges::count(with_home(line, "/h"), ':') == std::ranges::count(line, ':'),

@@ -3,6 +3,7 @@
 #include "base/text.h"
 #include "fuzz.h"
 #include "inventory/shares.h"
+#include "platform/services.h"
 #include "records/share.h"
 #include "sources/exports.h"
 #include "sources/iet_volumes.h"
@@ -19,7 +20,7 @@ namespace zav::fuzz {
 
 void run(std::string_view input) {
     share_list list;
-    scan_register(input, list);
+    scan_register(input, register_services(), list);
     for (const share_info& share : list) {
         require(share.write == 1 && share.usedsize == 0,
                 "the register tells neither access nor use");

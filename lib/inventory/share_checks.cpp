@@ -16,13 +16,6 @@ namespace zav {
 
 namespace {
 
-// A line of 255 characters is all that smb.conf is read with; "    valid users = " is in it.
-constexpr std::size_t longest_samba_users = 255 - 18;
-
-bool is_mode(std::string_view mode, std::string_view service) {
-    return equal_ignoring_case(mode, service);
-}
-
 /// Whether a line of the files can carry a text: nothing in it ends the line or makes it a second
 /// key, and its last character does not continue the line.
 bool is_line_text(std::string_view text) {
@@ -53,12 +46,11 @@ bool is_host(std::string_view text, Sink& out) {
     return is_valid;
 }
 
-bool can_be_carried(std::string_view mode, std::string_view users) {
-    const bool is_samba = is_mode(mode, share_type::samba);
-    const std::size_t longest = is_samba ? longest_samba_users : BoundedText<256>::capacity;
-    return users.size() <= longest && is_line_text(users) &&
+/// Whether the service's files can carry the users.
+bool can_be_carried(const Service& service, std::string_view users) {
+    return users.size() <= service.longest_users && is_line_text(users) &&
            users.find_first_of(blanks) == std::string_view::npos &&
-           (users.empty() || !is_mode(mode, share_type::ftp) || is_ftp_user_name(users));
+           (users.empty() || service.users != ShareUsers::ftp_account || is_ftp_user_name(users));
 }
 
 } // namespace
@@ -69,27 +61,17 @@ Code check_share_name(const char* name) {
     return is_valid ? Code::ok : Code::bad_share_name;
 }
 
-std::string_view service_of_mode(const char* mode) {
-    const std::string_view given = mode != nullptr ? mode : "";
-    if (is_mode(given, "cifs")) {
-        return share_type::samba;
-    }
-    const bool is_service = is_mode(given, share_type::samba) || is_mode(given, share_type::ftp) ||
-                            is_mode(given, share_type::nfs) || is_mode(given, share_type::iscsi);
-    return is_service ? given : "";
-}
-
 Code check_comment(BoundedText<129>& comment, const char* text) {
     const std::string_view given = text != nullptr ? text : "";
     return is_line_text(given) && !failed(copy_text128(comment, text)) ? Code::ok
                                                                        : Code::bad_comment;
 }
 
-Code check_user(std::string_view mode, const char* users, Sink& out) {
-    if (is_mode(mode, share_type::nfs)) {
+Code check_user(const Service& service, const char* users, Sink& out) {
+    if (service.users == ShareUsers::hosts) {
         return is_host(users, out) ? Code::ok : log_return(Code::bad_host, LogSite::numbered(137));
     }
-    if (!can_be_carried(mode, users)) {
+    if (!can_be_carried(service, users)) {
         return log_return(Code::unknown_user);
     }
     for (const std::string_view user : split(users, ",")) {

@@ -11,6 +11,7 @@
 #include "inventory/groups.h"
 #include "inventory/mounts.h"
 #include "inventory/share_users.h"
+#include "platform/services.h"
 #include "records/share_index.h"
 #include "sources/exports.h"
 #include "sources/iet_volumes.h"
@@ -55,7 +56,7 @@ FtpPlaces ftp_places(share_list& list) {
     FtpPlaces places;
     int place = 0;
     for (share_info& share : list) {
-        if (is_type(share, share_type::ftp)) {
+        if (has_ftp_account(share)) {
             places.emplace(share.name, std::pair(place, &share));
         }
         ++place;
@@ -122,8 +123,8 @@ void measure_shares(share_list& list) {
     constexpr std::uint64_t kibibyte = 1024;
     for (share_info& share : list) {
         struct statfs figures = {};
-        if (is_type(share, share_type::iscsi) || share.path.empty() ||
-            share.comment == unmounted_comment || ::statfs(share.path.c_str(), &figures) != 0) {
+        if (is_on_device(share) || share.path.empty() || share.comment == unmounted_comment ||
+            ::statfs(share.path.c_str(), &figures) != 0) {
             continue;
         }
         const std::uint64_t block = static_cast<std::uint64_t>(figures.f_bsize) / kibibyte;
@@ -195,7 +196,7 @@ std::string device_of(const vginfo& group, const disk_list& disks) {
 
 void scan_mounts(const MountTable& mounts, share_list& list) {
     const auto shares = first_shares(
-        list, [](const share_info& share) { return !is_type(share, share_type::iscsi); }, name_of);
+        list, [](const share_info& share) { return !is_on_device(share); }, name_of);
     std::unordered_set<const share_info*> found;
     for (const Mount& mount : mounts) {
         if (share_info* share = find(shares, last_component(mount.directory))) {
@@ -204,8 +205,7 @@ void scan_mounts(const MountTable& mounts, share_list& list) {
         }
     }
     for (share_info& share : list) {
-        const bool is_found =
-            is_type(share, share_type::iscsi) ? !mounts.empty() : found.contains(&share);
+        const bool is_found = is_on_device(share) ? !mounts.empty() : found.contains(&share);
         share.usedsize = is_found ? -1 : 0; // the mark stays where nothing is measured
         if (!is_found) {
             share.comment = unmounted_comment;
@@ -214,7 +214,7 @@ void scan_mounts(const MountTable& mounts, share_list& list) {
 }
 
 Code collect_shares(share_list& list) {
-    scan_register(read_file(share_register_path).value_or(""), list);
+    scan_register(read_file(share_register_path).value_or(""), register_services(), list);
     scan_samba(read_file(samba_path).value_or(""), list);
     get_ftp_users(list);
     if (const Code result = get_shareinfo_from_exportfs(list); failed(result)) {

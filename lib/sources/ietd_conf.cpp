@@ -78,13 +78,12 @@ void scan_iscsi_targets(std::string_view output, share_list& list) {
     }
 }
 
-Lines target_lines(const share_info& share, std::time_t now,
-                   const std::function<std::string(std::string_view user)>& secret_of) {
+Lines target_lines(const share_info& share, const LineContext& context) {
     const bool has_time = share.name.view().find('.') != std::string_view::npos;
     Lines lines = {format_text("Target %s%s%s\n", target_prefix, share.name.c_str(),
-                               has_time ? "" : time_stamp(now).c_str())};
+                               has_time ? "" : time_stamp(context.now).c_str())};
     for (const std::string_view user : split(share.users, " ,")) {
-        const std::string secret = secret_of(user).substr(0, longest_secret);
+        const std::string secret = context.secret_of(user).substr(0, longest_secret);
         lines.push_back(
             format_text("\tIncomingUser %s %s\n", std::string(user).c_str(), secret.c_str()));
     }

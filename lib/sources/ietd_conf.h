@@ -6,9 +6,6 @@
 #include "records/share.h"
 #include "sources/share_lines.h"
 
-#include <ctime>
-#include <functional>
-#include <string>
 #include <string_view>
 
 namespace zav {
@@ -24,9 +21,7 @@ FileCode parse_targets(std::string_view text, share_list& list);
 /// For listings: the users of the iSCSI shares, from /etc/ietd.conf.
 void scan_iscsi_targets(std::string_view output, share_list& list);
 
-/// Its block in /etc/ietd.conf. A name without a "." gets the time `now`; `secret_of` tells a
-/// user's secret.
-Lines target_lines(const share_info& share, std::time_t now,
-                   const std::function<std::string(std::string_view user)>& secret_of);
+/// Its block in /etc/ietd.conf. A name without a "." gets the time of the context.
+Lines target_lines(const share_info& share, const LineContext& context);
 
 } // namespace zav

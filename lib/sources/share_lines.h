@@ -8,6 +8,8 @@
 #include "base/text.h"
 
 #include <cstddef>
+#include <ctime>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,6 +18,12 @@ namespace zav {
 
 /// The lines of a service's file, or of a share's section in it.
 using Lines = std::vector<std::string>;
+
+/// What the lines of a share need to know beside the share.
+struct LineContext {
+    std::time_t now;
+    std::function<std::string(std::string_view user)> secret_of; ///< empty for a user without one
+};
 
 /// A line of a section, such as "    path = /mnt/data/pub".
 inline std::string key_line(std::string_view key, std::string_view value) {

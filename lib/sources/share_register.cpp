@@ -6,9 +6,7 @@
 #include "base/text.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdlib>
-#include <utility>
 
 namespace zav {
 
@@ -16,23 +14,12 @@ namespace {
 
 constexpr std::size_t shortest_line = 3;
 
-constexpr std::array<std::string_view, 4> services = {share_type::samba, share_type::nfs,
-                                                      share_type::ftp, share_type::iscsi};
-
-/// The service keys of the register, with the names that listings show for them.
-constexpr std::array<std::pair<std::string_view, std::string_view>, 4> shown_services = {{
-    {share_type::samba, share_type::samba},
-    {share_type::nfs, share_type::nfs},
-    {share_type::ftp, share_type::ftp},
-    {share_type::iscsi, shown_iscsi},
-}};
-
 /// What a signed number of 32 bits holds of it: larger sizes do not survive the register.
 std::int64_t size_of(std::string_view value) {
     return static_cast<std::int32_t>(std::strtoll(std::string(value).c_str(), nullptr, 10));
 }
 
-void take_register_key(const KeyValue& pair, share_info& share) {
+void take_register_key(const KeyValue& pair, RegisterServices services, share_info& share) {
     if (pair.key == "sharename") {
         fill(share.name, pair.value.substr(0, share_name_length));
     } else if (pair.key == "comment") {
@@ -41,14 +28,16 @@ void take_register_key(const KeyValue& pair, share_info& share) {
         fill(share.path, pair.value);
     } else if (pair.key == "size") {
         share.size = size_of(pair.value);
-    } else if (std::ranges::find(services, pair.key) != services.end() && pair.value == "1") {
+    } else if (pair.value == "1" &&
+               std::ranges::find(services, pair.key, &RegisterService::key) != services.end()) {
         fill(share.type, pair.key);
     }
 }
 
 } // namespace
 
-FileCode parse_register_sections(std::string_view text, share_list& list) {
+FileCode parse_register_sections(std::string_view text, RegisterServices services,
+                                 share_list& list) {
     ShareLines lines(text, shortest_line);
     std::string_view line;
     share_info* share = nullptr;
@@ -62,13 +51,13 @@ FileCode parse_register_sections(std::string_view text, share_list& list) {
         } else if (!split_key(line, pair)) {
             return FileCode::malformed;
         } else if (share != nullptr) {
-            take_register_key(pair, *share);
+            take_register_key(pair, services, *share);
         }
     }
     return FileCode::ok;
 }
 
-void scan_register(std::string_view text, share_list& list) {
+void scan_register(std::string_view text, RegisterServices services, share_list& list) {
     const KeyValueIndex sections(text);
     CountedLines lines(text);
     std::string_view line;
@@ -84,7 +73,7 @@ void scan_register(std::string_view text, share_list& list) {
         share.comment = sections.get(section, "comment").value_or("");
         share.path = sections.get(section, "path").value_or("");
         share.size = static_cast<std::int64_t>(decimal(sections.get(section, "size").value_or("")));
-        for (const auto& [key, shown] : shown_services) {
+        for (const auto& [key, shown] : services) {
             if (sections.get(section, key) == "1") {
                 share.type.append(share.type.empty() ? "" : ",").append(shown);
             }
@@ -92,11 +81,11 @@ void scan_register(std::string_view text, share_list& list) {
     }
 }
 
-Lines register_lines(const share_info& share) {
+Lines register_lines(const share_info& share, RegisterServices services) {
     Lines lines = {format_text("[%s]\n", share.name.c_str()), key_line("sharename", share.name),
                    key_line("path", share.path), key_line("size", std::to_string(share.size))};
-    for (const std::string_view service : services) {
-        lines.push_back(key_line(service, is_type(share, service) ? "1" : "0"));
+    for (const RegisterService& service : services) {
+        lines.push_back(key_line(service.key, is_type(share, service.key) ? "1" : "0"));
     }
     lines.push_back(key_line("comment", share.comment));
     return lines;

@@ -207,7 +207,7 @@ class TargetBlock : public testing::Test {
         ::setenv("TZ", name, 1);
         ::tzset();
     }
-    Lines lines() const { return target_lines(share, moment, secret_of); }
+    Lines lines() const { return target_lines(share, {moment, secret_of}); }
     std::string name_line(const char* name) {
         share.name = name;
         return lines().at(0);

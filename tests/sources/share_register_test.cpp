@@ -18,6 +18,10 @@ namespace {
 
 using testing::ElementsAre;
 
+// The services as the register has them.
+constexpr RegisterService services[] = {
+    {"samba", "samba"}, {"nfs", "nfs"}, {"ftp", "ftp"}, {"iscsi", "iSCSI"}};
+
 share_info& add(share_list& list, const char* name, const char* type, const char* path = "") {
     share_info& share = list.append();
     share.name = name;
@@ -37,7 +41,7 @@ Texts names(const share_list& list) {
 // The only share of a register.
 share_info only(const std::string& text) {
     share_list list;
-    scan_register(text, list);
+    scan_register(text, services, list);
     EXPECT_THAT(names(list), testing::SizeIs(1));
     return *list.begin();
 }
@@ -57,8 +61,8 @@ TEST(RegisterScan, TakesEveryField) {
 
 TEST(RegisterScan, FindsNothingInAnEmptyRegister) {
     share_list list;
-    scan_register("", list);
-    scan_register("sharename = pub\n", list);
+    scan_register("", services, list);
+    scan_register("sharename = pub\n", services, list);
     EXPECT_TRUE(list.empty());
 }
 
@@ -87,14 +91,14 @@ TEST(RegisterScan, LooksKeysUpUnderTheSectionsName) {
 
 TEST(RegisterScan, GivesTwoSectionsOfOneNameTheFirstOnesKeys) {
     share_list list;
-    scan_register("[a]\nsharename = one\n[a]\nsharename = two\n", list);
+    scan_register("[a]\nsharename = one\n[a]\nsharename = two\n", services, list);
     EXPECT_THAT(names(list), ElementsAre("one", "one"));
 }
 
 TEST(RegisterScan, KeepsTheOrderOfTheSections) {
     share_list list;
     add(list, "before", "ftp");
-    scan_register(register_section({"b"}) + register_section({"a"}), list);
+    scan_register(register_section({"b"}) + register_section({"a"}), services, list);
     EXPECT_THAT(names(list), ElementsAre("before", "b", "a"));
 }
 
@@ -138,7 +142,9 @@ Parsed parsed(FileCode (*parse)(std::string_view, share_list&), std::string_view
 }
 
 Parsed read_register(std::string_view text) {
-    return parsed(parse_register_sections, text);
+    return parsed([](std::string_view file,
+                     share_list& list) { return parse_register_sections(file, services, list); },
+                  text);
 }
 
 // Each is the description of "pub" when only this is read.
@@ -164,8 +170,8 @@ TEST(RegisterReader, ReadsSectionsInTheirOrder) {
 
 TEST(RegisterReader, AddsToTheList) {
     share_list list;
-    EXPECT_EQ(parse_register_sections("[a]\nsharename = a\n", list), 0);
-    EXPECT_EQ(parse_register_sections("[b]\nsharename = b\n", list), 0);
+    EXPECT_EQ(parse_register_sections("[a]\nsharename = a\n", services, list), 0);
+    EXPECT_EQ(parse_register_sections("[b]\nsharename = b\n", services, list), 0);
     EXPECT_EQ(list.size(), 2u);
 }
 
@@ -358,27 +364,27 @@ std::string joined(const Lines& lines) {
 }
 
 TEST(RegisterSection, HasNineLines) {
-    EXPECT_THAT(register_lines(share_of("samba")),
+    EXPECT_THAT(register_lines(share_of("samba"), services),
                 ElementsAre("[pub]\n", "    sharename = pub\n", "    path = /mnt/vg1/pub\n",
                             "    size = 5\n", "    samba = 1\n", "    nfs = 0\n", "    ftp = 0\n",
                             "    iscsi = 0\n", "    comment = for all\n"));
 }
 
 TEST(RegisterSection, HasOneServiceOrNone) {
-    const auto services = [](const char* type) {
-        const std::string text = joined(register_lines(share_of(type)));
+    const auto keys_of = [](const char* type) {
+        const std::string text = joined(register_lines(share_of(type), services));
         const std::size_t start = text.find("    samba");
         return text.substr(start, text.find("    comment") - start);
     };
-    EXPECT_EQ(services("nfs"), "    samba = 0\n    nfs = 1\n    ftp = 0\n    iscsi = 0\n");
-    EXPECT_EQ(services("ftp"), "    samba = 0\n    nfs = 0\n    ftp = 1\n    iscsi = 0\n");
-    EXPECT_EQ(services("iscsi"), "    samba = 0\n    nfs = 0\n    ftp = 0\n    iscsi = 1\n");
-    EXPECT_EQ(services("SAMBA"), "    samba = 1\n    nfs = 0\n    ftp = 0\n    iscsi = 0\n");
-    EXPECT_EQ(services(""), "    samba = 0\n    nfs = 0\n    ftp = 0\n    iscsi = 0\n");
+    EXPECT_EQ(keys_of("nfs"), "    samba = 0\n    nfs = 1\n    ftp = 0\n    iscsi = 0\n");
+    EXPECT_EQ(keys_of("ftp"), "    samba = 0\n    nfs = 0\n    ftp = 1\n    iscsi = 0\n");
+    EXPECT_EQ(keys_of("iscsi"), "    samba = 0\n    nfs = 0\n    ftp = 0\n    iscsi = 1\n");
+    EXPECT_EQ(keys_of("SAMBA"), "    samba = 1\n    nfs = 0\n    ftp = 0\n    iscsi = 0\n");
+    EXPECT_EQ(keys_of(""), "    samba = 0\n    nfs = 0\n    ftp = 0\n    iscsi = 0\n");
 }
 
 TEST(RegisterSection, OfAnEmptyShareHasAllItsLines) {
-    EXPECT_EQ(joined(register_lines(share_info())),
+    EXPECT_EQ(joined(register_lines(share_info(), services)),
               "[]\n    sharename = \n    path = \n    size = 0\n    samba = 0\n    nfs = 0\n"
               "    ftp = 0\n    iscsi = 0\n    comment = \n");
 }
@@ -386,9 +392,9 @@ TEST(RegisterSection, OfAnEmptyShareHasAllItsLines) {
 TEST(RegisterSection, HoldsTheWholeSize) {
     share_info share = share_of("nfs");
     share.size = 9223372036854775807;
-    EXPECT_EQ(register_lines(share).at(3), "    size = 9223372036854775807\n");
+    EXPECT_EQ(register_lines(share, services).at(3), "    size = 9223372036854775807\n");
     share.size = -1;
-    EXPECT_EQ(register_lines(share).at(3), "    size = -1\n");
+    EXPECT_EQ(register_lines(share, services).at(3), "    size = -1\n");
 }
 
 } // namespace

@@ -6,23 +6,16 @@
 #include "inventory/share_users.h"
 #include "platform/conf_save.h"
 #include "sources/exports.h"
-#include "sources/ietd_conf.h"
 #include "sources/share_register.h"
-#include "sources/smb_conf.h"
 
-#include <algorithm>
-#include <array>
 #include <ctime>
 #include <fcntl.h>
-#include <span>
+#include <optional>
 #include <unistd.h>
 
 namespace zav {
 
 namespace {
-
-/// The name that the configuration tool knows the forbidden exports by is not that of the file.
-constexpr const char* exports_recycle_item = "/etc/exports_recy.conf";
 
 constexpr mode_t file_mode = 0700;
 
@@ -51,68 +44,39 @@ std::optional<std::string> read_whole(int fd) {
     return ::lseek(fd, 0, SEEK_SET) == 0 ? read_rest(fd) : std::nullopt;
 }
 
-/// The global part stays.
-FileCode write_samba(int fd, const share_list& list) {
+/// Where the shares of the file begin. What stays in front of them gets a line end.
+std::optional<std::size_t> start_of_shares(int fd, const ShareFile& file) {
+    if (file.kept == nullptr) {
+        return 0;
+    }
     const auto text = read_whole(fd);
     if (!text) {
-        return FileCode::unwritten;
+        return std::nullopt;
     }
-    std::size_t start = samba_global_size(*text);
+    const std::size_t start = file.kept(*text);
     const bool ends_open = start == text->size() && start > 0 && text->back() != '\n';
     if (ends_open && !write_all(fd, "\n")) {
+        return std::nullopt;
+    }
+    return start + (ends_open ? 1 : 0);
+}
+
+std::string secret_of(std::string_view user) {
+    const auto secret = get_user_secret(user);
+    return secret ? *secret : ""; // without the file there is no secret
+}
+
+FileCode write_share_file(int fd, const ShareFile& file, const share_list& list) {
+    const auto start = start_of_shares(fd, file);
+    if (!start) {
         return FileCode::unwritten;
     }
-    start += ends_open ? 1 : 0;
-    return rewrite(fd, start, list, samba_path,
-                   [](const share_info& share) { return samba_lines(share, "writable"); });
+    const LineContext context = {std::time(nullptr), secret_of};
+    return rewrite(fd, *start, list, file.item,
+                   [&](const share_info& share) { return file.lines(share, context); });
 }
 
-FileCode write_samba_recycle(int fd, const share_list& list) {
-    return rewrite(fd, 0, list, samba_recycle_path,
-                   [](const share_info& share) { return samba_lines(share, "writeable"); });
-}
-
-FileCode write_exports(int fd, const share_list& list) {
-    return rewrite(fd, 0, list, exports_path, export_line);
-}
-
-FileCode write_exports_recycle(int fd, const share_list& list) {
-    return rewrite(fd, 0, list, exports_recycle_item, export_line);
-}
-
-FileCode write_targets(int fd, const share_list& list) {
-    const std::time_t now = std::time(nullptr);
-    return rewrite(fd, 0, list, targets_path, [now](const share_info& share) {
-        return target_lines(share, now, [](std::string_view user) {
-            const auto secret = get_user_secret(user);
-            return secret ? *secret : ""; // without the file there is no secret
-        });
-    });
-}
-
-constexpr std::array<ServiceFile, 5> live_files = {{
-    {"Samba", samba_path, parse_samba, write_samba},
-    {"CIFS", samba_path, parse_samba, write_samba},
-    {"Ftp", nullptr, nullptr, nullptr},
-    {"Nfs", exports_path, parse_exports, write_exports},
-    {"Iscsi", targets_path, parse_targets, write_targets},
-}};
-
-// Forbidden FTP and iSCSI shares have no other trace than the register.
-constexpr std::array<ServiceFile, 3> recycle_files = {{
-    {"Samba", samba_recycle_path, parse_samba, write_samba_recycle},
-    {"CIFS", samba_recycle_path, parse_samba, write_samba_recycle},
-    {"Nfs", exports_recycle_path, parse_exports, write_exports_recycle},
-}};
-
-const ServiceFile* find_file(std::span<const ServiceFile> files, std::string_view service) {
-    const auto found = std::ranges::find_if(files, [service](const ServiceFile& file) {
-        return equal_ignoring_case(file.service, service);
-    });
-    return found != files.end() ? &*found : nullptr;
-}
-
-Code open_file(OpenServiceFile& file, const ServiceFile* service) {
+Code open_file(OpenServiceFile& file, const ShareFile* service) {
     return service != nullptr ? file.open(*service) : Code::unknown_service;
 }
 
@@ -132,22 +96,26 @@ Code file_lock_open(const char* path, FileDescriptor& fd, Code unopened) {
 
 FileCode share_list_read(const FileDescriptor& fd, share_list& list) {
     const auto text = read_rest(fd.get());
-    return text ? parse_register_sections(*text, list) : FileCode::unread;
+    return text ? parse_register_sections(*text, register_services(), list) : FileCode::unread;
 }
 
 FileCode share_list_write(const FileDescriptor& fd, const share_list& list) {
-    return rewrite(fd.get(), 0, list, share_register_path, register_lines);
+    return rewrite(fd.get(), 0, list, share_register_path, [](const share_info& share) {
+        return register_lines(share, register_services());
+    });
 }
 
-const ServiceFile* live_file(std::string_view service) {
-    return find_file(live_files, service);
+const ShareFile* live_file(std::string_view service) {
+    const Service* found = find_service_of_mode(service);
+    return found != nullptr ? &found->live : nullptr;
 }
 
-const ServiceFile* recycle_file(std::string_view service) {
-    return find_file(recycle_files, service);
+const ShareFile* recycle_file(std::string_view service) {
+    const Service* found = find_service_of_mode(service);
+    return found != nullptr ? found->recycled : nullptr;
 }
 
-Code OpenServiceFile::open(const ServiceFile& file) {
+Code OpenServiceFile::open(const ShareFile& file) {
     file_ = &file;
     if (file.path == nullptr) {
         return Code::ok;
@@ -161,8 +129,9 @@ Code OpenServiceFile::open(const ServiceFile& file) {
 }
 
 Code OpenServiceFile::write() {
-    return !has_file() || !failed(file_->write(fd_.get(), shares_)) ? Code::ok
-                                                                    : Code::service_file_unwritten;
+    return !has_file() || !failed(write_share_file(fd_.get(), *file_, shares_))
+               ? Code::ok
+               : Code::service_file_unwritten;
 }
 
 Code OpenRegister::open() {

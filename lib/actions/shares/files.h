@@ -6,7 +6,7 @@
 
 #include "base/codes.h"
 #include "base/file.h"
-#include "records/share.h"
+#include "platform/services.h"
 
 #include <string_view>
 
@@ -23,24 +23,16 @@ FileCode share_list_read(const FileDescriptor& fd, share_list& list);
 /// leaves it short.
 FileCode share_list_write(const FileDescriptor& fd, const share_list& list);
 
-/// One service's file of shares in use, or of forbidden ones.
-struct ServiceFile {
-    std::string_view service;
-    const char* path; ///< null for a service without a file of its own
-    FileCode (*parse)(std::string_view text, share_list& list);
-    FileCode (*write)(int fd, const share_list& list);
-};
-
-/// The live file of a service, or the recycle file that keeps its forbidden shares; null for a
-/// service that has none. The case does not matter.
-const ServiceFile* live_file(std::string_view service);
-const ServiceFile* recycle_file(std::string_view service);
+/// The live file of a service, which may be one without a path, or the recycle file that keeps its
+/// forbidden shares; null for a service that has none. The case does not matter.
+const ShareFile* live_file(std::string_view service);
+const ShareFile* recycle_file(std::string_view service);
 
 /// A service's file with its lock and its shares.
 class OpenServiceFile {
   public:
     /// 0; Code::service_file_unopened, Code::file_locked, Code::share_file_malformed.
-    Code open(const ServiceFile& file);
+    Code open(const ShareFile& file);
 
     [[nodiscard]] share_list& shares() { return shares_; }
 
@@ -52,7 +44,7 @@ class OpenServiceFile {
     Code write();
 
   private:
-    const ServiceFile* file_ = nullptr;
+    const ShareFile* file_ = nullptr;
     FileDescriptor fd_;
     share_list shares_;
 };

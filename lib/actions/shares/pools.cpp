@@ -11,6 +11,7 @@
 #include "inventory/mounts.h"
 #include "inventory/pools.h"
 #include "platform/models.h"
+#include "platform/services.h"
 #include "sources/fs_repair.h"
 
 #include <algorithm>
@@ -54,11 +55,14 @@ Code mount_at(const std::string& mntpoint, const char* group, const char* pool) 
 } // namespace
 
 std::string share_path(std::string_view type, const char* group, const char* name) {
-    if (equal_ignoring_case(type, share_type::ftp)) {
+    const Service* service = find_service(type);
+    switch (service != nullptr ? service->path : SharePath::group_directory) {
+    case SharePath::user_home:
         return format_text("/home/%s/%s", std::string(default_ftp_user).c_str(), name);
-    }
-    if (equal_ignoring_case(type, share_type::iscsi)) {
+    case SharePath::device:
         return pool_path(group, name);
+    case SharePath::group_directory:
+        break;
     }
     return format_text("/mnt/%s/%s", group, name);
 }
@@ -94,7 +98,7 @@ Code mount_again(const share_info& share, const char* group) {
 }
 
 void unregister_mount(const share_info& share, const GroupName& group) {
-    if (group.empty() && !is_type(share, share_type::ftp)) {
+    if (group.empty() && !has_ftp_account(share)) {
         log_error("share '%s' has no group: its mount point stays", share.name.c_str());
         return;
     }

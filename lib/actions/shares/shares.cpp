@@ -13,6 +13,7 @@
 #include "base/text.h"
 #include "inventory/pools.h"
 #include "inventory/shares.h"
+#include "platform/services.h"
 
 namespace zav {
 
@@ -36,8 +37,7 @@ Code create_pool(const share_info& share, const char* group, Sink& out) {
 
 /// A share that nobody was found for is the default user's.
 bool has_own_ftp_user(const share_info& share) {
-    return is_type(share, share_type::ftp) && !share.users.empty() &&
-           share.users != default_ftp_user;
+    return has_ftp_account(share) && !share.users.empty() && share.users != default_ftp_user;
 }
 
 /// The group that a share's pool is in; empty when nothing tells.
@@ -92,7 +92,7 @@ Code create_share(const share_info& share, const char* group, Sink& out) {
         }
     }
     Code result = Code::ok;
-    if (!is_type(share, share_type::iscsi)) {
+    if (!is_on_device(share)) {
         if (const Code made = fs_make(share.name.c_str(), group); failed(made)) {
             return fail(made, Code::share_not_created);
         }
@@ -126,8 +126,8 @@ Code delete_share(const char* name, Sink& out) {
 }
 
 Code del_use_share(const share_info& share, const GroupName& group, Sink& out) {
-    const Code result = is_type(share, share_type::iscsi) ? del_iscsi_share(share, group, out)
-                                                          : del_snf_share(share, group, out);
+    const Code result =
+        is_on_device(share) ? del_iscsi_share(share, group, out) : del_snf_share(share, group, out);
     return !failed(result) ? Code::ok : log_return(result);
 }
 
@@ -155,7 +155,7 @@ Code del_iscsi_share(const share_info& share, const GroupName& group, Sink& out)
         failed(result) && result != Code::share_not_listed) {
         return fail(result, Code::share_not_deleted);
     }
-    restart_service(share_type::iscsi); // the device must not be in use when its pool goes
+    restart_service(share.type); // the device must not be in use when its pool goes
     const Code result = remove_share_pool(share, group, out);
     return !failed(result) ? Code::ok : log_return(result);
 }
@@ -186,7 +186,7 @@ Code edit_share(share_info& share, int state, Sink& out) {
         return is_in_use ? forbid_use_share(share, current.users) : mod_forbiden_share(share);
     }
     if (is_in_use) {
-        if (is_type(share, share_type::ftp)) {
+        if (has_ftp_account(share)) {
             if (const Code result = ftp_mod(share, current.users); failed(result)) {
                 return log_return(result);
             }
@@ -198,7 +198,7 @@ Code edit_share(share_info& share, int state, Sink& out) {
 }
 
 Code forbid_use_share(share_info& share, std::string_view current_user) {
-    if (!is_type(share, share_type::ftp)) {
+    if (!has_ftp_account(share)) {
         const Code result = forbid_share(share);
         const bool is_done =
             !failed(result) || result == Code::share_listed || result == Code::share_not_listed;
@@ -269,14 +269,14 @@ Code set_to_smbnfs(share_info& share, Sink& out) {
 }
 
 Code restore_share(share_info& share, const char* group) {
-    if (is_type(share, share_type::ftp)) {
+    if (has_ftp_account(share)) {
         share.users = default_ftp_user;
     }
     const Code added = add_share(share);
     if (failed(added) && added != Code::share_listed) {
         return fail(added, Code::share_not_restored);
     }
-    if (is_type(share, share_type::iscsi)) {
+    if (is_on_device(share)) {
         return Code::ok;
     }
     const Code result = mount_again(share, group);
@@ -288,7 +288,7 @@ Code repair_share(const char* name, std::string_view type, const char* group, Si
     if (const Code result = find_share(name, share); failed(result)) {
         return log_return(result);
     }
-    if (is_type(share, share_type::iscsi)) {
+    if (is_on_device(share)) {
         return Code::ok; // what is on the device is not ours, whatever the caller takes it for
     }
     if (share.type.empty()) {
@@ -297,7 +297,7 @@ Code repair_share(const char* name, std::string_view type, const char* group, Si
     if (equal_ignoring_case(share.comment, unmounted_comment)) {
         share.comment.clear();
     }
-    if (is_type(share, share_type::ftp)) {
+    if (has_ftp_account(share)) {
         share.users = default_ftp_user;
     }
     if (const Code result = check_umount(name, out); failed(result)) {

@@ -5,17 +5,20 @@
 #include "actions/shares/files.h"
 #include "base/codes.h"
 #include "base/log.h"
+#include "platform/services.h"
+#include "records/share_index.h"
 
+#include <list>
 #include <memory>
 #include <string_view>
-#include <unordered_map>
+#include <vector>
 
 namespace zav {
 
 namespace {
 
-void append_copy(share_list& list, const share_info& share) {
-    list.append(std::make_unique<share_info>(share));
+share_info& append_copy(share_list& list, const share_info& share) {
+    return list.append(std::make_unique<share_info>(share));
 }
 
 /// A registered share with the users and the access that are given for it.
@@ -32,14 +35,18 @@ Code update_live_file(const share_info& share, const share_list& registered) {
     if (const Code result = service_conf_open(live, share.type); failed(result)) {
         return result;
     }
+    ShareIndex members = first_shares(
+        live.shares(), [](const share_info&) { return true; }, lookup_name);
     for (const share_info& entry : registered) {
-        if (share_info* member = find_same(live.shares(), entry)) {
+        if (share_info* member = find(members, lookup_name(entry))) {
             copy_given(member->path, entry.path);
             copy_given(member->users, entry.users);
             copy_given(member->comment, entry.comment);
         } else if (entry.type == share.type) {
             // The register has no users: without those given this share would be everybody's.
-            append_copy(live.shares(), entry.name == share.name ? with_given(entry, share) : entry);
+            share_info& added = append_copy(
+                live.shares(), entry.name == share.name ? with_given(entry, share) : entry);
+            members.emplace(lookup_name(added), &added);
         }
     }
     return live.write();
@@ -119,6 +126,17 @@ Code take_from_recycle_file(std::string_view service, const share_info& share) {
     return failed(result) || was_listed ? result : Code::share_not_listed;
 }
 
+/// The services that keep their forbidden shares in a file.
+std::vector<const Service*> recycling_services() {
+    std::vector<const Service*> found;
+    for (const Service& service : services()) {
+        if (service.recycled != nullptr) {
+            found.push_back(&service);
+        }
+    }
+    return found;
+}
+
 /// A failure, not merely a share that was or was not listed.
 bool is_failure(Code result) {
     return failed(result) && result != Code::share_listed && result != Code::share_not_listed;
@@ -188,7 +206,7 @@ Code edit_forbidden_share(share_info& share) {
     const share_info given = share;
     share.type.clear();
     const Code registered = update_register(share);
-    if (is_failure(registered) || is_type(given, share_type::ftp)) {
+    if (is_failure(registered) || has_ftp_account(given)) {
         return registered;
     }
     OpenServiceFile recycled;
@@ -216,29 +234,38 @@ Code remove_share(const share_info& share) {
 
 Code remove_forbidden_share(const share_info& share) {
     OpenRegister entries;
-    OpenServiceFile samba;
-    OpenServiceFile exports;
-    Code result = entries.open();
-    bool was_listed = !failed(result) && share_list_remove(entries.shares(), share);
-    for (auto [file, service] :
-         {std::pair(&samba, share_type::samba), std::pair(&exports, share_type::nfs)}) {
-        result = !failed(result) ? recy_conf_open(*file, service) : result;
-        was_listed = (!failed(result) && share_list_remove(file->shares(), share)) || was_listed;
-    }
-    if (failed(result)) {
+    if (const Code result = entries.open(); failed(result)) {
         return result;
+    }
+    bool was_listed = share_list_remove(entries.shares(), share);
+    std::list<OpenServiceFile> recycled;
+    for (const Service* service : recycling_services()) {
+        OpenServiceFile& file = recycled.emplace_back();
+        if (const Code result = file.open(*service->recycled); failed(result)) {
+            return result;
+        }
+        was_listed = share_list_remove(file.shares(), share) || was_listed;
     }
     if (!was_listed) {
         return Code::share_not_listed;
     }
-    result = samba.write();
-    result = !failed(result) ? exports.write() : result;
-    return !failed(result) ? entries.write() : result;
+    for (OpenServiceFile& file : recycled) {
+        if (const Code result = file.write(); failed(result)) {
+            return result;
+        }
+    }
+    return entries.write();
 }
 
 Code remove_from_recycle_files(const share_info& share) {
-    const Code result = take_from_recycle_file(share_type::samba, share);
-    return is_failure(result) ? result : take_from_recycle_file(share_type::nfs, share);
+    Code result = Code::ok; // that of the last one
+    for (const Service* service : recycling_services()) {
+        result = take_from_recycle_file(service->name, share);
+        if (is_failure(result)) {
+            break;
+        }
+    }
+    return result;
 }
 
 void recall_texts(share_info& share) {
@@ -252,27 +279,24 @@ void recall_texts(share_info& share) {
 }
 
 void merge_forbidden_shares(share_list& list) {
-    std::unordered_map<std::string_view, share_info*> members; // of namesakes the first
-    for (share_info& share : list) {
-        members.emplace(share.name, &share);
-    }
-    for (const std::string_view service : {share_type::samba, share_type::nfs}) {
+    const ShareIndex members = first_shares(
+        list, [](const share_info&) { return true; }, name_of);
+    for (const Service* service : recycling_services()) {
         OpenServiceFile recycled;
-        if (const Code result = recy_conf_open(recycled, service); failed(result)) {
+        if (const Code result = recycled.open(*service->recycled); failed(result)) {
             log_failure(result);
             continue;
         }
         for (const share_info& entry : recycled.shares()) {
-            const auto found = members.find(entry.name);
+            share_info* member = find(members, entry.name);
             // An empty type is how front ends see that a share is forbidden.
-            if (found == members.end() || !found->second->type.empty()) {
+            if (member == nullptr || !member->type.empty()) {
                 continue;
             }
-            share_info& member = *found->second;
-            member.users = entry.users.view();
-            member.write = entry.write;
-            if (member.path.empty()) {
-                member.path = entry.path.view();
+            member->users = entry.users.view();
+            member->write = entry.write;
+            if (member->path.empty()) {
+                member->path = entry.path.view();
             }
         }
     }

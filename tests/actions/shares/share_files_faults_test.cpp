@@ -53,7 +53,7 @@ Result rewrite(ShareMachine& machine, const Case& test, const RunOptions& option
     return machine.operation(
         [&test] {
             OpenServiceFile file;
-            const ServiceFile* service =
+            const ShareFile* service =
                 test.is_live ? live_file(test.service) : recycle_file(test.service);
             if (const Code result = file.open(*service); failed(result)) {
                 return result;
@@ -211,7 +211,7 @@ TEST(ShareFileFault, OfManyChangesAtOnceThoseThatGotTheLockAreMade) {
     });
     EXPECT_GE(run.returned, 1);
     share_list list;
-    EXPECT_EQ(parse_register_sections(machine.read(share_register), list), 0);
+    EXPECT_EQ(parse_register_sections(machine.read(share_register), register_services(), list), 0);
     EXPECT_EQ(list.size(), static_cast<std::size_t>(run.returned) + 1);
 }
 

@@ -36,7 +36,7 @@ share_info share_of(const char* type, const char* name = "new") {
 class ShareFiles : public testing::Test {
   protected:
     // Opens the file of a service, adds a share, writes it.
-    Result add(const ServiceFile* file, const share_info& share, const RunOptions& options = {}) {
+    Result add(const ShareFile* file, const share_info& share, const RunOptions& options = {}) {
         return machine.operation(
             [=] {
                 OpenServiceFile open;
@@ -414,7 +414,7 @@ TEST_F(ShareFiles, AreMadeWhenTheyAreMissing) {
 }
 
 TEST_F(ShareFiles, ServicesAreKnownByNameInAnyCase) {
-    const auto path_of = [](const ServiceFile* file) {
+    const auto path_of = [](const ShareFile* file) {
         return file == nullptr ? "unknown" : file->path == nullptr ? "none" : file->path;
     };
     for (const auto& [service, live, recycle] :

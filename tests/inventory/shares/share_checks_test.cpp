@@ -96,7 +96,8 @@ class ShareUser : public testing::Test {
   protected:
     int check(const std::string& mode, const std::string& users) {
         machine.remove("/var/log/log.libzav");
-        run = machine.operation([&] { return check_user(mode, users.c_str(), printed()); });
+        run = machine.operation(
+            [&] { return check_user(*find_service(mode), users.c_str(), printed()); });
         return run.returned;
     }
     // The NFS host's code, and what is printed.
