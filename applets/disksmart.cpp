@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // disksmart: lists disks with what they say about their health.
 #include "actions/disks/management.h"
-#include "applets/applets.h"
+#include "applets/applet_table.h"
+#include "applets/skeleton.h"
 #include "applets/standard_output.h"
 #include "base/checks.h"
 #include "base/codes.h"
@@ -12,33 +13,65 @@ namespace zav {
 
 namespace {
 
-// The bits of the options, by their places in the option string.
-enum : std::uint32_t { display_bit = 0x1, detail_bit = 0x2 };
+int disksmart_main(int argc, char** argv);
 
-/// In the name of the command; support knows its failures by these numbers.
-int fail(Code code, int number) {
-    return fail_command(code, {"disksmart_main", number});
+constexpr OptionRow options[] = {
+    {.letter = 'S',
+     .name = "display",
+     .role = Role::mode,
+     .ways = {{"", "display all smart info"},
+              {"-n channel -d dev", "display the smart info under channel"},
+              {"--detail -n channel -d dev", "display the verbose smart info under channel"}}},
+    {.letter = 'e', .name = "detail"},
+    {.letter = 'n', .argument = Argument::channel, .help = "specify a channel"},
+    {.letter = 'd', .argument = Argument::device, .help = "specify a dev"},
+};
+
+constexpr AppletTable table = {
+    .name = "disksmart",
+    .main = disksmart_main,
+    .install_location = usr_bin,
+    .options = options,
+    .ways_order = "S",
+    .summary = "manage the smart info",
+    .help_order = "dn",
+};
+
+constexpr std::uint32_t detail_bit = option_bit(options, 'e');
+
+struct Arguments {
+    std::uint32_t mode = 0;
+    const char* channel = nullptr;
+    const char* device = disk_device::main_controller;
+};
+
+// Support knows the failures by these numbers.
+constexpr Fail fail("disksmart_main");
+constexpr End end(fail);
+
+int display(const Arguments& arguments) {
+    if (arguments.channel != nullptr && failed(check_number_list(arguments.channel))) {
+        return fail(Code::bad_channel, 120);
+    }
+    if (failed(check_name8(arguments.device))) {
+        return fail(Code::bad_device, 137);
+    }
+    const int channel = arguments.channel != nullptr ? decimal_int(arguments.channel) : 0;
+    const bool detail = (arguments.mode & detail_bit) != 0;
+    return end(zav_disk_smart_display(channel, arguments.device, detail, standard_output()), 156);
+}
+
+constexpr Action<Arguments> actions[] = {{option_bit(options, 'S'), display}};
+
+int disksmart_main(int argc, char** argv) {
+    Arguments arguments;
+    arguments.mode =
+        zav_getopt(argc, argv, disksmart_applet.options, {&arguments.channel, &arguments.device});
+    return run_action(actions, arguments.mode, arguments);
 }
 
 } // namespace
 
-int disksmart_main(int argc, char** argv) {
-    const char* channel = nullptr;
-    const char* device = disk_device::main_controller;
-    const std::uint32_t mode =
-        zav_getopt(argc, argv, applet_options("disksmart"), {&channel, &device});
-    if ((mode & display_bit) == 0) {
-        return 0;
-    }
-    if (channel != nullptr && failed(check_number_list(channel))) {
-        return fail(Code::bad_channel, 120);
-    }
-    if (failed(check_name8(device))) {
-        return fail(Code::bad_device, 137);
-    }
-    const Code result = zav_disk_smart_display(channel != nullptr ? decimal_int(channel) : 0,
-                                               device, (mode & detail_bit) != 0, standard_output());
-    return !failed(result) ? 0 : fail(result, 156);
-}
+constexpr Applet disksmart_applet = applet_of<table>();
 
 } // namespace zav
