@@ -1,13 +1,20 @@
 // SPDX-License-Identifier: MIT
 // diskmanage: lists disks, makes them hot spares and back, clears them.
+#include "applets/diskmanage.h"
+
 #include "actions/disks/management.h"
 #include "applets/applet_table.h"
 #include "applets/skeleton.h"
 #include "applets/standard_output.h"
+#include "applets/tables.h"
 #include "base/checks.h"
 #include "base/codes.h"
 #include "base/text.h"
+#include "inventory/disk_use.h"
+#include "inventory/disks.h"
 #include "records/disk.h"
+
+#include <cstdio>
 
 namespace zav {
 
@@ -74,6 +81,21 @@ int init(const Arguments& arguments) {
                723);
 }
 
+/// Prints the disk listing: all disks, or with a channel of 1 or more that one. 0,
+/// Code::no_disk_list or Code::no_such_disk. Disks whose use cannot be read are listed as free.
+Code zav_disk_display(int channel, const char* device) {
+    disk_list disks;
+    const DiskSites sites = {LogSite::numbered(417), LogSite::numbered(432)};
+    if (const Code result = get_disks(disks, channel, device, sites, standard_output());
+        failed(result)) {
+        return result;
+    }
+    display_disk_list listing;
+    ignore(add_disk_list_info(disks, listing, standard_output()));
+    display_disk_list_show(&listing);
+    return Code::ok;
+}
+
 int display(const Arguments& arguments) {
     if (failed(check_name8(arguments.device))) {
         return fail(Code::bad_device, 739);
@@ -82,7 +104,7 @@ int display(const Arguments& arguments) {
         return fail(Code::bad_channel, 756);
     }
     const int channel = arguments.channel != nullptr ? decimal_int(arguments.channel) : 0;
-    return end(zav_disk_display(channel, arguments.device, standard_output()), 770);
+    return end(zav_disk_display(channel, arguments.device), 770);
 }
 
 HotspareMode hotspare_mode(std::uint32_t mode) {
@@ -120,6 +142,25 @@ int diskmanage_main(int argc, char** argv) {
 }
 
 } // namespace
+
+void display_disk_show(const display_disk_info& disk) {
+    std::printf("'%s'\t'%d'\t'%lld'\t'%s'\t'%s'\t'%s'\t'%s'\t'%s'\t'%d'\t'%s'\n",
+                disk.diskname.c_str(), disk.channel, static_cast<long long>(disk.space),
+                disk.status.c_str(), disk.model.c_str(), disk.state.c_str(), disk.device.c_str(),
+                disk.raid.c_str(), disk.use, disk.hotspare == 1 ? "H" : "NH");
+}
+
+void display_disk_list_show(const display_disk_list* list) {
+    if (list != nullptr) {
+        std::puts("diskname\tchannel\tspace\tstatus\tmodel\tstate\tdevice\traid\tuse\thotspare");
+        std::puts("*****************************************************");
+    }
+    show_list(list, display_disk_show, "Can't show NULL disklist");
+}
+
+int display_disk_list_destroy(display_disk_list* list) {
+    return destroy_list(list, "Can't destory NULL disklist");
+}
 
 constexpr Applet diskmanage_applet = applet_of<table>();
 

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
 // lvmanage: lists, creates and deletes pools without file systems.
+#include "applets/lvmanage.h"
+
 #include "actions/groups/recovery.h"
 #include "actions/pools/pools.h"
 #include "applets/applet_table.h"
 #include "applets/skeleton.h"
 #include "applets/standard_output.h"
+#include "applets/tables.h"
 #include "base/checks.h"
 #include "base/codes.h"
 #include "base/text.h"
@@ -80,7 +83,7 @@ int create(const Arguments& arguments) {
                : fail(Code::pool_not_created);
 }
 
-void show(pool_list& pools) {
+void show(const pool_list& pools) {
     std::puts("lvname\tstatus\tallsize\tusedsize\tvgname\tdevice");
     std::puts("*****************************************************");
     pool_list_show(&pools);
@@ -141,6 +144,20 @@ int lvmanage_main(int argc, char** argv) {
 }
 
 } // namespace
+
+void pool_show(const pool_info& pool) {
+    std::printf("%s\t%s\t%lldG\t%lldG\t%s\t%s\n", pool.name.c_str(), pool.status.c_str(),
+                static_cast<long long>(pool.allsize), static_cast<long long>(pool.usedsize),
+                pool.vgname.c_str(), text_or(pool.device, not_available));
+}
+
+void pool_list_show(const pool_list* list) {
+    show_list(list, pool_show);
+}
+
+int pool_list_destroy(pool_list* list) {
+    return destroy_list(list);
+}
 
 constexpr Applet lvmanage_applet = applet_of<table>();
 

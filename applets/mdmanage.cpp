@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // mdmanage: lists, creates, extends, shrinks, deletes and recovers arrays.
+#include "applets/mdmanage.h"
+
 #include "actions/arrays/changes.h"
 #include "actions/arrays/creation.h"
 #include "actions/arrays/name_reservation.h"
@@ -8,6 +10,7 @@
 #include "applets/applet_table.h"
 #include "applets/skeleton.h"
 #include "applets/standard_output.h"
+#include "applets/tables.h"
 #include "base/checks.h"
 #include "base/codes.h"
 #include "base/command.h"
@@ -296,6 +299,23 @@ int mdmanage_main(int argc, char** argv) {
 }
 
 } // namespace
+
+void mdinfo_display(const mdinfo& array) {
+    const bool is_linear = equal_ignoring_case(array.type, raid_type::linear);
+    std::printf("%s\t%s\t%s\t%s\t%s\t%lldGB\t%lldGB\t%s\t%s\n", array.name.c_str(),
+                is_linear ? "JBOD" : array.type.c_str(), array.status.c_str(),
+                text_or(array.progress, "100%"), text_or(array.device, not_available),
+                static_cast<long long>(array.allsize), static_cast<long long>(array.usedsize),
+                array.members.c_str(), text_or(array.spare, "None"));
+}
+
+void mdinfo_list_display(const mdinfo_list* list) {
+    show_list(list, mdinfo_display);
+}
+
+int mdinfo_list_destroy(mdinfo_list* list) {
+    return destroy_list(list);
+}
 
 constexpr Applet mdmanage_applet = applet_of<table>();
 

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // sharemanage: lists, creates, deletes, edits, restores and repairs shares.
+#include "applets/sharemanage.h"
+
 #include "actions/pools/pools.h"
 #include "actions/shares/pools.h"
 #include "actions/shares/shares.h"
@@ -7,12 +9,14 @@
 #include "applets/applet_table.h"
 #include "applets/skeleton.h"
 #include "applets/standard_output.h"
+#include "applets/tables.h"
 #include "base/checks.h"
 #include "base/codes.h"
 #include "base/text.h"
 #include "inventory/share_checks.h"
 #include "inventory/shares.h"
 
+#include <cstdio>
 #include <cstring>
 #include <memory>
 
@@ -289,6 +293,25 @@ int sharemanage_main(int argc, char** argv) {
 }
 
 } // namespace
+
+void share_show(const share_info& share) {
+    // Uses are counted in tenths of a GiB that has 1,024 of them.
+    constexpr double units_in_a_gigabyte = 102.4;
+    const std::int64_t used = share.size != 0 ? share.usedsize : 0;
+    std::printf("%s\t%s\t%s\t%s\t%s\t%lldGB\t%.2fGB\t%s\t%s\n", share.name.c_str(),
+                share.type.c_str(), share.path.c_str(), text_or(share.users, "*"),
+                share.write != 0 ? "rw" : "ro", static_cast<long long>(share.size),
+                static_cast<double>(used) / units_in_a_gigabyte, text_or(share.comment, "(Null)"),
+                text_or(share.device, not_available));
+}
+
+void share_table_show(const share_list& list) {
+    std::puts("sharename\ttype\tpath\tuser\taccess\tallsize\tusedsize\tcomment\tdevice");
+    std::puts("************************************************");
+    for (const share_info& share : list) {
+        share_show(share);
+    }
+}
 
 constexpr Applet sharemanage_applet = applet_of<table>();
 
