@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "applets/applets.h"
 
-#include "applets/applet_texts.h"
 #include "base/text.h"
 #include "base/version.h"
 
@@ -10,28 +9,22 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <string>
-#include <string_view>
 
 namespace zav {
 
 namespace {
 
-constexpr std::uint32_t usr_bin = 3;
 constexpr std::array<const char*, 5> install_directories = {"", "/bin", "/sbin", "/usr/bin",
                                                             "/usr/sbin"};
 constexpr char no_help_mark = '\b';
 
-constexpr std::array<Applet, 8> table = {{
-    {"diskmanage", diskmanage_main, usr_bin, 0},
-    {"disksmart", disksmart_main, usr_bin, 0},
-    {"fsmanage", fsmanage_main, usr_bin, 0},
-    {"lvmanage", lvmanage_main, usr_bin, 0},
-    {"mdmanage", mdmanage_main, usr_bin, 0},
-    {"netmanage", netmanage_main, usr_bin, 0},
-    {"sharemanage", sharemanage_main, usr_bin, 0},
-    {"vgmanage", vgmanage_main, usr_bin, 0},
-}};
+// The only list of the commands.
+constexpr std::array<std::reference_wrapper<const Applet>, 8> table = {
+    diskmanage_applet, disksmart_applet, fsmanage_applet,    lvmanage_applet,
+    mdmanage_applet,   netmanage_applet, sharemanage_applet, vgmanage_applet,
+};
 
 // One run is one applet.
 const Applet* current_applet = nullptr;
@@ -40,19 +33,22 @@ const char* current_applet_name = "";
 const Applet* find_applet(const char* name) {
     const auto* found = std::ranges::find_if(
         table, [name](const Applet& applet) { return std::strcmp(applet.name, name) == 0; });
-    return found != table.end() ? found : nullptr;
+    return found != table.end() ? &found->get() : nullptr;
+}
+
+/// The first one stands in for an applet that is none.
+const Applet& or_first(const Applet* applet) {
+    return applet != nullptr ? *applet : table.front().get();
 }
 
 } // namespace
 
-std::span<const Applet> applets() {
+std::span<const std::reference_wrapper<const Applet>> applets() {
     return table;
 }
 
 const OptionSettings& applet_options(const char* name) {
-    const Applet* applet = find_applet(name);
-    return applet_texts()[applet != nullptr ? static_cast<std::size_t>(applet - table.data()) : 0]
-        .options;
+    return or_first(find_applet(name)).options;
 }
 
 const char* install_directory(const Applet& applet) {
@@ -83,10 +79,8 @@ std::string usage_page(const char* name, const char* usage) {
 }
 
 void applet_usage_show() {
-    // Without an applet the first usage of all is shown.
-    const std::size_t index =
-        current_applet != nullptr ? static_cast<std::size_t>(current_applet - table.data()) : 0;
-    std::fputs(usage_page(current_applet_name, applet_texts()[index].usage).c_str(), stdout);
+    const Applet& applet = or_first(current_applet);
+    std::fputs(usage_page(current_applet_name, applet.usage).c_str(), stdout);
     std::exit(0);
 }
 

@@ -8,22 +8,41 @@
 #include "base/log.h"
 
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
 
 namespace zav {
 
+/// A command as the dispatcher knows it. Its own file describes it and makes this from the
+/// description.
 struct Applet {
     const char* name;
     int (*main)(int argc, char** argv);
     std::uint32_t install_location; ///< index into the install directories
-    std::uint32_t flags;            ///< 0 so far
+    OptionSettings options;
+    const char* usage; ///< one that begins with a backspace means that there is no help
 };
 
-/// The applets, by name.
-std::span<const Applet> applets();
+/// The install location of all commands so far.
+inline constexpr std::uint32_t usr_bin = 3;
 
-/// The option settings of an applet of the table.
+// The commands, each in the file of its name. They take that name as the first argument and return
+// 0 or the negative code that they printed as "for errno '%d'", and a few times, as their source
+// says, a number of their own.
+extern const Applet diskmanage_applet;
+extern const Applet disksmart_applet;
+extern const Applet fsmanage_applet;
+extern const Applet lvmanage_applet;
+extern const Applet mdmanage_applet;
+extern const Applet netmanage_applet;
+extern const Applet sharemanage_applet;
+extern const Applet vgmanage_applet;
+
+/// All of them, by name.
+std::span<const std::reference_wrapper<const Applet>> applets();
+
+/// The option settings of the applet of that name; of the first one for a name that is none.
 const OptionSettings& applet_options(const char* name);
 
 /// The directory that an applet's link is installed in.
@@ -47,16 +66,5 @@ std::string usage_page(const char* name, const char* usage);
 /// How a command ends that fails: logs the code with `site`, prints it for the front end as
 /// "for errno '%d'", and returns its number.
 int fail_command(Code code, LogSite site = LogSite::here());
-
-// The applets. Each takes its own name as the first argument and returns 0 or the negative code
-// that it printed as "for errno '%d'", and a few times, as its source says, a number of its own.
-int diskmanage_main(int argc, char** argv);
-int disksmart_main(int argc, char** argv);
-int fsmanage_main(int argc, char** argv);
-int lvmanage_main(int argc, char** argv);
-int mdmanage_main(int argc, char** argv);
-int netmanage_main(int argc, char** argv);
-int sharemanage_main(int argc, char** argv);
-int vgmanage_main(int argc, char** argv);
 
 } // namespace zav

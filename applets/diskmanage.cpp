@@ -1,25 +1,64 @@
 // SPDX-License-Identifier: MIT
 // diskmanage: lists disks, makes them hot spares and back, clears them.
+#include "applets/diskmanage.h"
+
 #include "actions/disks/management.h"
-#include "applets/applets.h"
+#include "applets/applet_table.h"
+#include "applets/skeleton.h"
 #include "applets/standard_output.h"
+#include "applets/tables.h"
 #include "base/checks.h"
 #include "base/codes.h"
 #include "base/text.h"
+#include "inventory/disk_use.h"
+#include "inventory/disks.h"
 #include "records/disk.h"
+
+#include <cstdio>
 
 namespace zav {
 
 namespace {
 
-// The bits of the options, by their places in the option string.
-enum : std::uint32_t {
-    init_bit = 0x1,
-    display_bit = 0x2,
-    hotspare_bit = 0x4,
-    add_bit = 0x8,
-    remove_bit = 0x20,
+int diskmanage_main(int argc, char** argv);
+
+constexpr OptionRow options[] = {
+    {.letter = 'I',
+     .name = "init",
+     .role = Role::mode,
+     .ways = {{"-n channel -d dev", "initialize the disk undere channel"}}},
+    {.letter = 'S',
+     .name = "display",
+     .role = Role::mode,
+     .ways = {{"", " display all disks info"},
+              {"-n channel -d dev", "display a single disk info under channel"}}},
+    {.letter = 'H',
+     .name = "hotspare",
+     .role = Role::mode,
+     .needs = "ar",
+     .ways = {{"-a channel -d dev", " create a hotspare disk with channel"},
+              {"-r channel -d dev", "remove the hotapare disk under channel"}}},
+    {.letter = 'a',
+     .argument = Argument::channel,
+     .refuses = "r",
+     .help = "create a hotspare disk"},
+    {.letter = 'n', .argument = Argument::channel, .help = "specify a channel"},
+    {.letter = 'r', .argument = Argument::channel, .help = "remove a hotspare disk"},
+    {.letter = 'd', .argument = Argument::device, .help = "specify a device"},
 };
+
+constexpr AppletTable table = {
+    .name = "diskmanage",
+    .main = diskmanage_main,
+    .install_location = usr_bin,
+    .options = options,
+    .ways_order = "SHI",
+    .summary = "manage the disk info",
+    .help_order = "dnar",
+};
+
+constexpr std::uint32_t add_bit = option_bit(options, 'a');
+constexpr std::uint32_t remove_bit = option_bit(options, 'r');
 
 struct Arguments {
     std::uint32_t mode = 0;
@@ -27,14 +66,9 @@ struct Arguments {
     const char* device = disk_device::main_controller;
 };
 
-/// In the name of the command; support knows its failures by these numbers.
-int fail(Code code, int number) {
-    return fail_command(code, {"diskmanage_main", number});
-}
-
-int end(Code result, int number) {
-    return !failed(result) ? 0 : fail(result, number);
-}
+// Support knows the failures by these numbers.
+constexpr Fail fail("diskmanage_main");
+constexpr End end(fail);
 
 int init(const Arguments& arguments) {
     if (failed(check_name8(arguments.device))) {
@@ -47,6 +81,21 @@ int init(const Arguments& arguments) {
                723);
 }
 
+/// Prints the disk listing: all disks, or with a channel of 1 or more that one. 0,
+/// Code::no_disk_list or Code::no_such_disk. Disks whose use cannot be read are listed as free.
+Code zav_disk_display(int channel, const char* device) {
+    disk_list disks;
+    const DiskSites sites = {LogSite::numbered(417), LogSite::numbered(432)};
+    if (const Code result = get_disks(disks, channel, device, sites, standard_output());
+        failed(result)) {
+        return result;
+    }
+    display_disk_list listing;
+    ignore(add_disk_list_info(disks, listing, standard_output()));
+    display_disk_list_show(&listing);
+    return Code::ok;
+}
+
 int display(const Arguments& arguments) {
     if (failed(check_name8(arguments.device))) {
         return fail(Code::bad_device, 739);
@@ -55,7 +104,7 @@ int display(const Arguments& arguments) {
         return fail(Code::bad_channel, 756);
     }
     const int channel = arguments.channel != nullptr ? decimal_int(arguments.channel) : 0;
-    return end(zav_disk_display(channel, arguments.device, standard_output()), 770);
+    return end(zav_disk_display(channel, arguments.device), 770);
 }
 
 HotspareMode hotspare_mode(std::uint32_t mode) {
@@ -77,25 +126,42 @@ int set_hotspare(const Arguments& arguments) {
                828);
 }
 
-} // namespace
+constexpr Action<Arguments> actions[] = {
+    {option_bit(options, 'I'), init},
+    {option_bit(options, 'S'), display},
+    {option_bit(options, 'H'), set_hotspare},
+};
 
 int diskmanage_main(int argc, char** argv) {
     Arguments arguments;
     // Of several channels, with whatever option, the last one counts.
     arguments.mode =
-        zav_getopt(argc, argv, applet_options("diskmanage"),
+        zav_getopt(argc, argv, diskmanage_applet.options,
                    {&arguments.channel, &arguments.channel, &arguments.channel, &arguments.device});
-    if ((arguments.mode & init_bit) != 0) {
-        return init(arguments);
-    }
-    if ((arguments.mode & display_bit) != 0) {
-        return display(arguments);
-    }
-    if ((arguments.mode & hotspare_bit) != 0) {
-        return set_hotspare(arguments);
-    }
-    // An unknown option came before any mode.
-    return 0;
+    return run_action(actions, arguments.mode, arguments);
 }
+
+} // namespace
+
+void display_disk_show(const display_disk_info& disk) {
+    std::printf("'%s'\t'%d'\t'%lld'\t'%s'\t'%s'\t'%s'\t'%s'\t'%s'\t'%d'\t'%s'\n",
+                disk.diskname.c_str(), disk.channel, static_cast<long long>(disk.space),
+                disk.status.c_str(), disk.model.c_str(), disk.state.c_str(), disk.device.c_str(),
+                disk.raid.c_str(), disk.use, disk.hotspare == 1 ? "H" : "NH");
+}
+
+void display_disk_list_show(const display_disk_list* list) {
+    if (list != nullptr) {
+        std::puts("diskname\tchannel\tspace\tstatus\tmodel\tstate\tdevice\traid\tuse\thotspare");
+        std::puts("*****************************************************");
+    }
+    show_list(list, display_disk_show, "Can't show NULL disklist");
+}
+
+int display_disk_list_destroy(display_disk_list* list) {
+    return destroy_list(list, "Can't destory NULL disklist");
+}
+
+constexpr Applet diskmanage_applet = applet_of<table>();
 
 } // namespace zav

@@ -4,8 +4,10 @@
 #include "actions/filesystems/status.h"
 #include "actions/groups/recovery.h"
 #include "actions/pools/pools.h"
-#include "applets/applets.h"
+#include "applets/applet_table.h"
+#include "applets/skeleton.h"
 #include "applets/standard_output.h"
+#include "applets/tables.h"
 #include "base/checks.h"
 #include "base/codes.h"
 #include "base/text.h"
@@ -19,8 +21,39 @@ namespace zav {
 
 namespace {
 
-// The bits of the options, by their places in the option string.
-enum : std::uint32_t { create_bit = 0x1, display_bit = 0x2, delete_bit = 0x4, repair_bit = 0x8 };
+int fsmanage_main(int argc, char** argv);
+
+constexpr OptionRow options[] = {
+    {.letter = 'C',
+     .name = "create",
+     .role = Role::mode,
+     .ways = {{"-n lvname -s size -g vgname", "create file system"}}},
+    {.letter = 'S',
+     .name = "display",
+     .role = Role::mode,
+     .ways = {{"", "display all file system info"}}},
+    {.letter = 'D',
+     .name = "delete",
+     .role = Role::mode,
+     .ways = {{"-n lvname -g vgname", "create file system"}}},
+    {.letter = 'R',
+     .name = "repair",
+     .role = Role::mode,
+     .ways = {{"-n lvname -g vgname", "repair file system"}}},
+    {.letter = 'n', .argument = Argument::pool, .help = "specify a name of logical volume"},
+    {.letter = 's', .argument = Argument::size, .help = "specify the size of logical volume"},
+    {.letter = 'g', .argument = Argument::group, .help = "specify the name of volume group"},
+};
+
+constexpr AppletTable table = {
+    .name = "fsmanage",
+    .main = fsmanage_main,
+    .install_location = usr_bin,
+    .options = options,
+    .ways_order = "SRCD",
+    .summary = "manage the file system info",
+    .help_order = "nsg",
+};
 
 struct Arguments {
     const char* name = nullptr;
@@ -28,10 +61,8 @@ struct Arguments {
     const char* group = nullptr;
 };
 
-/// In the name of the command, from the line that calls this.
-int fail(Code code, int line = __builtin_LINE()) {
-    return fail_command(code, {"fsmanage_main", line});
-}
+constexpr Fail fail("fsmanage_main");
+constexpr End end(fail);
 
 std::string mount_point(const Arguments& arguments) {
     return format_text("/mnt/%s/%s", arguments.group, arguments.name);
@@ -120,37 +151,32 @@ int repair(const Arguments& arguments) {
     if (failed(check_name32(arguments.group))) {
         return fail(Code::bad_group_name);
     }
-    const Code result = repair_kor_fs(arguments.name, arguments.group, standard_output());
-    return !failed(result) ? 0 : fail(result);
+    return end(repair_kor_fs(arguments.name, arguments.group, standard_output()));
 }
 
-int display() {
+int display(const Arguments& /*arguments*/) {
     fs_list list;
     ignore(fs_list_get(list, standard_output()));
     fs_table_show(list);
     return -1; // always; callers ignore it
 }
 
-} // namespace
+constexpr Action<Arguments> actions[] = {
+    {option_bit(options, 'D'), delete_named},
+    {option_bit(options, 'R'), repair},
+    {option_bit(options, 'S'), display},
+    {option_bit(options, 'C'), create},
+};
 
 int fsmanage_main(int argc, char** argv) {
     Arguments arguments;
-    const std::uint32_t mode = zav_getopt(argc, argv, applet_options("fsmanage"),
+    const std::uint32_t mode = zav_getopt(argc, argv, fsmanage_applet.options,
                                           {&arguments.name, &arguments.size, &arguments.group});
-    if ((mode & delete_bit) != 0) {
-        return delete_named(arguments);
-    }
-    if ((mode & repair_bit) != 0) {
-        return repair(arguments);
-    }
-    if ((mode & display_bit) != 0) {
-        return display();
-    }
-    if ((mode & create_bit) != 0) {
-        return create(arguments);
-    }
-    // An unknown option came before any mode.
-    return 0;
+    return run_action(actions, mode, arguments);
 }
+
+} // namespace
+
+constexpr Applet fsmanage_applet = applet_of<table>();
 
 } // namespace zav

@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: MIT
 // lvmanage: lists, creates and deletes pools without file systems.
+#include "applets/lvmanage.h"
+
 #include "actions/groups/recovery.h"
 #include "actions/pools/pools.h"
-#include "applets/applets.h"
+#include "applets/applet_table.h"
+#include "applets/skeleton.h"
 #include "applets/standard_output.h"
+#include "applets/tables.h"
 #include "base/checks.h"
 #include "base/codes.h"
 #include "base/text.h"
@@ -16,8 +20,35 @@ namespace zav {
 
 namespace {
 
-// The bits of the options, by their places in the option string.
-enum : std::uint32_t { create_bit = 0x1, display_bit = 0x2, delete_bit = 0x4 };
+int lvmanage_main(int argc, char** argv);
+
+constexpr OptionRow options[] = {
+    {.letter = 'C',
+     .name = "create",
+     .role = Role::mode,
+     .ways = {{"-L lvsize -n lvname vgname", "create a lv with 'lvname' and 'lvsize' on vgname"}}},
+    {.letter = 'S',
+     .name = "display",
+     .role = Role::mode,
+     .ways = {{"", "display all lv info"},
+              {"-n lvname(path)", "display the lv info specified by 'lvname'"}}},
+    {.letter = 'D',
+     .name = "delete",
+     .role = Role::mode,
+     .ways = {{"-n lvname vgname", "delete the lv specified by 'lvname' on 'vgname'"}}},
+    {.letter = 'n', .argument = Argument::pool, .help = "specify lvname"},
+    {.letter = 'L', .argument = Argument::size, .help = "specify lvsize"},
+};
+
+constexpr AppletTable table = {
+    .name = "lvmanage",
+    .main = lvmanage_main,
+    .install_location = usr_bin,
+    .options = options,
+    .ways_order = "SDC",
+    .summary = "manage the lv info",
+    .help_order = "nL",
+};
 
 struct Arguments {
     const char* name = nullptr;
@@ -25,10 +56,8 @@ struct Arguments {
     const char* group = nullptr;
 };
 
-/// In the name of the command, from the line that calls this.
-int fail(Code code, int line = __builtin_LINE()) {
-    return fail_command(code, {"lvmanage_main", line});
-}
+constexpr Fail fail("lvmanage_main");
+constexpr End end(fail);
 
 int create(const Arguments& arguments) {
     if (failed(check_name32(arguments.name))) {
@@ -46,7 +75,7 @@ int create(const Arguments& arguments) {
     const Code result =
         pool_create(arguments.name, arguments.group, decimal(arguments.size), standard_output());
     if (result != Code::command_failed) {
-        return !failed(result) ? 0 : fail(result);
+        return end(result);
     }
     // LVM may have failed after the pool was there.
     return check_lvdisplay(arguments.group, arguments.name, standard_output()) == Presence::present
@@ -54,7 +83,7 @@ int create(const Arguments& arguments) {
                : fail(Code::pool_not_created);
 }
 
-void show(pool_list& pools) {
+void show(const pool_list& pools) {
     std::puts("lvname\tstatus\tallsize\tusedsize\tvgname\tdevice");
     std::puts("*****************************************************");
     pool_list_show(&pools);
@@ -92,7 +121,7 @@ int delete_named(const Arguments& arguments) {
     }
     const Code result = pool_remove(arguments.name, arguments.group, standard_output());
     if (result != Code::command_failed) {
-        return !failed(result) ? 0 : fail(result);
+        return end(result);
     }
     // LVM may have failed after the pool was gone.
     return check_lvdisplay(arguments.group, arguments.name, standard_output()) != Presence::present
@@ -100,24 +129,36 @@ int delete_named(const Arguments& arguments) {
                : fail(Code::pool_not_removed);
 }
 
-} // namespace
+constexpr Action<Arguments> actions[] = {
+    {option_bit(options, 'C'), create},
+    {option_bit(options, 'S'), display},
+    {option_bit(options, 'D'), delete_named},
+};
 
 int lvmanage_main(int argc, char** argv) {
     Arguments arguments;
     const std::uint32_t mode =
-        zav_getopt(argc, argv, applet_options("lvmanage"), {&arguments.name, &arguments.size});
+        zav_getopt(argc, argv, lvmanage_applet.options, {&arguments.name, &arguments.size});
     arguments.group = optind < argc ? argv[optind] : nullptr;
-    if ((mode & create_bit) != 0) {
-        return create(arguments);
-    }
-    if ((mode & display_bit) != 0) {
-        return display(arguments);
-    }
-    if ((mode & delete_bit) != 0) {
-        return delete_named(arguments);
-    }
-    // An unknown option came before any mode.
-    return 0;
+    return run_action(actions, mode, arguments);
 }
+
+} // namespace
+
+void pool_show(const pool_info& pool) {
+    std::printf("%s\t%s\t%lldG\t%lldG\t%s\t%s\n", pool.name.c_str(), pool.status.c_str(),
+                static_cast<long long>(pool.allsize), static_cast<long long>(pool.usedsize),
+                pool.vgname.c_str(), text_or(pool.device, not_available));
+}
+
+void pool_list_show(const pool_list* list) {
+    show_list(list, pool_show);
+}
+
+int pool_list_destroy(pool_list* list) {
+    return destroy_list(list);
+}
+
+constexpr Applet lvmanage_applet = applet_of<table>();
 
 } // namespace zav

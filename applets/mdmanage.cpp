@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: MIT
 // mdmanage: lists, creates, extends, shrinks, deletes and recovers arrays.
+#include "applets/mdmanage.h"
+
 #include "actions/arrays/changes.h"
 #include "actions/arrays/creation.h"
 #include "actions/arrays/name_reservation.h"
 #include "actions/arrays/recovery.h"
 #include "actions/disks/disks.h"
-#include "applets/applets.h"
-#include "applets/options.h"
+#include "applets/applet_table.h"
+#include "applets/skeleton.h"
 #include "applets/standard_output.h"
+#include "applets/tables.h"
 #include "base/checks.h"
 #include "base/codes.h"
 #include "base/command.h"
@@ -26,16 +29,58 @@ namespace zav {
 
 namespace {
 
-// The bits of the options, by their places in the option string.
-enum : std::uint32_t {
-    create_bit = 0x1,
-    display_bit = 0x2,
-    delete_bit = 0x4,
-    recover_bit = 0x8,
-    foreground_bit = 0x10,
-    add_bit = 0x100,
-    remove_bit = 0x200,
+int mdmanage_main(int argc, char** argv);
+
+constexpr OptionRow options[] = {
+    {.letter = 'C',
+     .name = "create",
+     .role = Role::mode,
+     .ways = {{"[--fg-init] -n raidname -l raidlevel -d dev channels",
+               "create a raid with 'raidname' 'raidlevel' and 'channels' in 'device'"}}},
+    {.letter = 'S',
+     .name = "display",
+     .role = Role::mode,
+     .ways = {{"", "display all raid info"},
+              {"-n raidname", "display a raid info specified by 'raidname'"}}},
+    {.letter = 'D',
+     .name = "delete",
+     .role = Role::mode,
+     .ways = {{"-n raidname", "delete a raid specified by 'raidname'"}}},
+    {.letter = 'R',
+     .name = "recover",
+     .role = Role::mode,
+     .ways = {{"-n raidname", "recover the raid in state of 'NOT START'"}}},
+    {.letter = 'g', .name = "fg-init", .help = "intialize raid"},
+    {.letter = 'n', .argument = Argument::array, .help = "specify raidname"},
+    {.letter = 'l', .argument = Argument::level, .help = "specify raidlevel"},
+    {.letter = 'd', .argument = Argument::device, .help = "specify a device"},
+    // The first part of the usage has the effects of -a and -r swapped.
+    {.letter = 'a',
+     .argument = Argument::channel,
+     .role = Role::open_mode,
+     .refuses = "r",
+     .ways = {{"channel raidname", "remove disk with 'channel' form the raid 'raidname'"}},
+     .help = "add disk to raid"},
+    {.letter = 'r',
+     .argument = Argument::channel,
+     .role = Role::open_mode,
+     .ways = {{"channel raidname", "add disk with 'channel' to the raid 'raidname'"}},
+     .help = "remove disk to raid"},
+    // The front end's documentation quotes this line, although there is no such option.
+    {.letter = 'c', .role = Role::only_shown, .help = "specify strip size"},
 };
+
+constexpr AppletTable table = {
+    .name = "mdmanage",
+    .main = mdmanage_main,
+    .install_location = usr_bin,
+    .options = options,
+    .ways_order = "SarDRC",
+    .summary = "manage the raid info",
+    .help_order = "dnlcgra",
+};
+
+constexpr std::uint32_t foreground_bit = option_bit(options, 'g');
 
 struct Arguments {
     std::uint32_t mode = 0;
@@ -47,10 +92,8 @@ struct Arguments {
     const char* operand = nullptr;
 };
 
-/// In the name of the command, from the line that calls this.
-int fail(Code code, int line = __builtin_LINE()) {
-    return fail_command(code, {"mdmanage_main", line});
-}
+constexpr Fail fail("mdmanage_main");
+constexpr End end(fail);
 
 /// Whether /proc/mdstat lists the array. Not, when it cannot be read.
 bool is_listed(const char* name) {
@@ -100,7 +143,7 @@ int create_reserved(const Arguments& arguments, const std::string& type) {
         // mdadm may have failed after the array was there.
         return is_listed(arguments.name) ? created_with_error : fail(Code::array_not_created);
     }
-    return !failed(result) ? 0 : fail(result);
+    return end(result);
 }
 
 int create(const Arguments& arguments) {
@@ -152,7 +195,7 @@ int display(const Arguments& arguments) {
     std::puts("raidname\ttype\tstatus\tprogress\tdevice\tallsize\tusedsize\tchannel\tspare");
     std::puts("*******************************************************");
     mdinfo_list_display(&arrays);
-    return !failed(result) ? 0 : fail(result);
+    return end(result);
 }
 
 /// 0, or the code for an operand or a channel that is none.
@@ -201,8 +244,7 @@ int recover(const Arguments& arguments) {
     if (!type || type->empty()) {
         return fail(Code::bad_array_name);
     }
-    const Code result = raid_recover(arguments.name, type->c_str(), standard_output());
-    return failed(result) ? fail(result) : 0;
+    return end(raid_recover(arguments.name, type->c_str(), standard_output()));
 }
 
 /// Clears the disks that an array has left, each found once more by its channel and device.
@@ -240,34 +282,41 @@ int remove_array(const Arguments& arguments) {
     return 0;
 }
 
-} // namespace
+constexpr Action<Arguments> actions[] = {
+    {option_bit(options, 'C'), create},     {option_bit(options, 'S'), display},
+    {option_bit(options, 'a'), add_member}, {option_bit(options, 'r'), remove_member},
+    {option_bit(options, 'R'), recover},    {option_bit(options, 'D'), remove_array},
+};
 
 int mdmanage_main(int argc, char** argv) {
     Arguments arguments;
-    arguments.mode = zav_getopt(argc, argv, applet_options("mdmanage"),
+    arguments.mode = zav_getopt(argc, argv, mdmanage_applet.options,
                                 {&arguments.name, &arguments.level, &arguments.device,
                                  &arguments.added_channel, &arguments.removed_channel});
     arguments.operand = optind < argc ? argv[optind] : nullptr;
-    if ((arguments.mode & create_bit) != 0) {
-        return create(arguments);
-    }
-    if ((arguments.mode & display_bit) != 0) {
-        return display(arguments);
-    }
-    if ((arguments.mode & add_bit) != 0) {
-        return add_member(arguments);
-    }
-    if ((arguments.mode & remove_bit) != 0) {
-        return remove_member(arguments);
-    }
-    if ((arguments.mode & recover_bit) != 0) {
-        return recover(arguments);
-    }
-    if ((arguments.mode & delete_bit) != 0) {
-        return remove_array(arguments);
-    }
-    // An unknown option came before any mode.
-    return static_cast<int>(arguments.mode);
+    // Without a mode the status is the bits of what came before the unknown option.
+    return run_action(actions, arguments.mode, arguments, static_cast<int>(arguments.mode));
 }
+
+} // namespace
+
+void mdinfo_display(const mdinfo& array) {
+    const bool is_linear = equal_ignoring_case(array.type, raid_type::linear);
+    std::printf("%s\t%s\t%s\t%s\t%s\t%lldGB\t%lldGB\t%s\t%s\n", array.name.c_str(),
+                is_linear ? "JBOD" : array.type.c_str(), array.status.c_str(),
+                text_or(array.progress, "100%"), text_or(array.device, not_available),
+                static_cast<long long>(array.allsize), static_cast<long long>(array.usedsize),
+                array.members.c_str(), text_or(array.spare, "None"));
+}
+
+void mdinfo_list_display(const mdinfo_list* list) {
+    show_list(list, mdinfo_display);
+}
+
+int mdinfo_list_destroy(mdinfo_list* list) {
+    return destroy_list(list);
+}
+
+constexpr Applet mdmanage_applet = applet_of<table>();
 
 } // namespace zav

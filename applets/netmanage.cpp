@@ -2,8 +2,10 @@
 // netmanage: lists, creates, deletes and repairs network disks.
 #include "actions/filesystems/status.h"
 #include "actions/netdisks/netdisks.h"
-#include "applets/applets.h"
+#include "applets/applet_table.h"
+#include "applets/skeleton.h"
 #include "applets/standard_output.h"
+#include "applets/tables.h"
 #include "base/checks.h"
 #include "base/codes.h"
 #include "inventory/filesystems.h"
@@ -13,23 +15,46 @@ namespace zav {
 
 namespace {
 
-// The bits of the options, by their places in the option string.
-enum : std::uint32_t { create_bit = 0x1, display_bit = 0x2, delete_bit = 0x4, repair_bit = 0x8 };
+int netmanage_main(int argc, char** argv);
+
+constexpr OptionRow options[] = {
+    {.letter = 'C',
+     .name = "create",
+     .role = Role::mode,
+     .ways = {{"-n label -g device", "create file system"}}},
+    {.letter = 'S',
+     .name = "display",
+     .role = Role::mode,
+     .ways = {{"", "display all net file system info"}}},
+    {.letter = 'D',
+     .name = "delete",
+     .role = Role::mode,
+     .ways = {{"-n label", "delete file system"}}},
+    {.letter = 'R',
+     .name = "repair",
+     .role = Role::mode,
+     .ways = {{"-n label", "repair file system"}}},
+    {.letter = 'n', .argument = Argument::text, .help = "specify a label"},
+    {.letter = 'g', .argument = Argument::disk, .help = "specify the name of device"},
+};
+
+constexpr AppletTable table = {
+    .name = "netmanage",
+    .main = netmanage_main,
+    .install_location = usr_bin,
+    .options = options,
+    .ways_order = "SRCD",
+    .summary = "manage the net file system info",
+    .help_order = "ng",
+};
 
 struct Arguments {
     const char* label = nullptr;
     const char* device = nullptr;
 };
 
-/// In the name of the command, from the line that calls this.
-int fail(Code code, int line = __builtin_LINE()) {
-    return fail_command(code, {"netmanage_main", line});
-}
-
-/// How the command ends with an operation's result.
-int end(Code result, int line = __builtin_LINE()) {
-    return !failed(result) ? 0 : fail(result, line);
-}
+constexpr Fail fail("netmanage_main");
+constexpr End end(fail);
 
 int create(const Arguments& arguments) {
     if (failed(check_name32(arguments.label)) || failed(check_name32(arguments.device))) {
@@ -62,7 +87,7 @@ int repair(const Arguments& arguments) {
     return end(repair_kor_netfs(arguments.label, standard_output()));
 }
 
-int display() {
+int display(const Arguments& /*arguments*/) {
     fs_list list;
     ignore(netfs_list_get(list, standard_output()));
     ignore(fs_space_check(list, standard_output()));
@@ -70,26 +95,22 @@ int display() {
     return -1; // always; callers ignore it
 }
 
-} // namespace
+constexpr Action<Arguments> actions[] = {
+    {option_bit(options, 'C'), create},
+    {option_bit(options, 'D'), delete_labelled},
+    {option_bit(options, 'R'), repair},
+    {option_bit(options, 'S'), display},
+};
 
 int netmanage_main(int argc, char** argv) {
     Arguments arguments;
     const std::uint32_t mode =
-        zav_getopt(argc, argv, applet_options("netmanage"), {&arguments.label, &arguments.device});
-    if ((mode & create_bit) != 0) {
-        return create(arguments);
-    }
-    if ((mode & delete_bit) != 0) {
-        return delete_labelled(arguments);
-    }
-    if ((mode & repair_bit) != 0) {
-        return repair(arguments);
-    }
-    if ((mode & display_bit) != 0) {
-        return display();
-    }
-    // An unknown option came before any mode.
-    return 0;
+        zav_getopt(argc, argv, netmanage_applet.options, {&arguments.label, &arguments.device});
+    return run_action(actions, mode, arguments);
 }
+
+} // namespace
+
+constexpr Applet netmanage_applet = applet_of<table>();
 
 } // namespace zav

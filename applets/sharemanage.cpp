@@ -1,17 +1,22 @@
 // SPDX-License-Identifier: MIT
 // sharemanage: lists, creates, deletes, edits, restores and repairs shares.
+#include "applets/sharemanage.h"
+
 #include "actions/pools/pools.h"
 #include "actions/shares/pools.h"
 #include "actions/shares/shares.h"
 #include "actions/shares/steps.h"
-#include "applets/applets.h"
+#include "applets/applet_table.h"
+#include "applets/skeleton.h"
 #include "applets/standard_output.h"
+#include "applets/tables.h"
 #include "base/checks.h"
 #include "base/codes.h"
 #include "base/text.h"
 #include "inventory/share_checks.h"
 #include "inventory/shares.h"
 
+#include <cstdio>
 #include <cstring>
 #include <memory>
 
@@ -19,14 +24,54 @@ namespace zav {
 
 namespace {
 
-// The bits of the options, by their places in the option string.
-enum : std::uint32_t {
-    create_bit = 0x1,
-    display_bit = 0x2,
-    delete_bit = 0x4,
-    edit_bit = 0x8,
-    repair_bit = 0x10,
-    restore_bit = 0x20
+int sharemanage_main(int argc, char** argv);
+
+constexpr OptionRow options[] = {
+    {.letter = 'C',
+     .name = "create",
+     .role = Role::mode,
+     .ways = {{"-n sharename -f flag -s size [-u user] [-x ro/rw] [-c commnet] vgname",
+               "create a share with 'sharename' 'flag' 'user' and 'size' on 'vgname'"}}},
+    {.letter = 'S',
+     .name = "display",
+     .role = Role::mode,
+     .ways = {{"", "display all share conf info"},
+              {"-n sharename", "display share conf info specified by 'sharename'"}}},
+    {.letter = 'D',
+     .name = "delete",
+     .role = Role::mode,
+     .ways = {{"-n sharename", "delete a share specified by 'sharename'"}}},
+    {.letter = 'E',
+     .name = "edit",
+     .role = Role::mode,
+     .ways = {{"-n sharename -f flag [-s size] [-u user] [-x ro/rw] [-c comment] -b 0/1",
+               " edit the share 'sharename'"}}},
+    {.letter = 'R',
+     .name = "repair",
+     .role = Role::mode,
+     .ways = {{"-n sharename -f flag vgname", " repair the share file system"}}},
+    {.letter = 'Q',
+     .name = "restore",
+     .role = Role::mode,
+     .ways = {{"-n sharename -f flag -s size [-u user] [-x ro/rw] [-c comment] vgname",
+               " restore the share 'sharename'"}}},
+    {.letter = 'n', .argument = Argument::share, .help = "specify a sharename"},
+    {.letter = 'f', .argument = Argument::service, .help = "specify share mode"},
+    {.letter = 's', .argument = Argument::size, .help = "specify size"},
+    {.letter = 'u', .argument = Argument::text, .help = "specify user"},
+    {.letter = 'x', .argument = Argument::access, .help = "specify access"},
+    {.letter = 'c', .argument = Argument::text, .help = "specify comment"},
+    {.letter = 'b', .argument = Argument::state, .help = "specify share state"},
+};
+
+constexpr AppletTable table = {
+    .name = "sharemanage",
+    .main = sharemanage_main,
+    .install_location = usr_bin,
+    .options = options,
+    .ways_order = "SDRCEQ",
+    .summary = "manage share conf info",
+    .help_order = "nfsuxcb",
 };
 
 struct Arguments {
@@ -40,15 +85,8 @@ struct Arguments {
     const char* group = "";
 };
 
-/// In the name of the command, from the line that calls this.
-int fail(Code code, int line = __builtin_LINE()) {
-    return fail_command(code, {"sharemanage_main", line});
-}
-
-/// How the command ends with an operation's result.
-int end(Code result, int line = __builtin_LINE()) {
-    return !failed(result) ? 0 : fail(result, line);
-}
+constexpr Fail fail("sharemanage_main");
+constexpr End end(fail);
 
 /// Prints the code of a check that has logged it.
 int refuse(Code code) {
@@ -211,7 +249,7 @@ int edit(const Arguments& arguments) {
     }
     const std::string_view state = arguments.state != nullptr ? arguments.state : "";
     if (state != "0" && state != "1") {
-        return fail_command(Code::bad_state, {"sharemanage_main", 2017});
+        return fail(Code::bad_state, 2017); // support knows the number
     }
     const bool in_use = state == "1" || is_on_device(share);
     const Code result = edit_share(share, in_use ? 1 : 0, standard_output());
@@ -238,27 +276,45 @@ int restore(const Arguments& arguments) {
     return result == Code::share_listed ? number_of(result) : end(result);
 }
 
-} // namespace
+constexpr Action<Arguments> actions[] = {
+    {option_bit(options, 'C'), create},       {option_bit(options, 'S'), display},
+    {option_bit(options, 'D'), delete_named}, {option_bit(options, 'E'), edit},
+    {option_bit(options, 'R'), repair},       {option_bit(options, 'Q'), restore},
+};
 
 int sharemanage_main(int argc, char** argv) {
     Arguments arguments;
     const std::uint32_t mode =
-        zav_getopt(argc, argv, applet_options("sharemanage"),
+        zav_getopt(argc, argv, sharemanage_applet.options,
                    {&arguments.name, &arguments.mode, &arguments.size, &arguments.users,
                     &arguments.access, &arguments.comment, &arguments.state});
     if (optind < argc && std::strlen(argv[optind]) <= share_name_length) {
         arguments.group = argv[optind];
     }
-    constexpr std::pair<std::uint32_t, int (*)(const Arguments&)> actions[] = {
-        {create_bit, create}, {display_bit, display}, {delete_bit, delete_named},
-        {edit_bit, edit},     {repair_bit, repair},   {restore_bit, restore}};
-    for (const auto& [bit, action] : actions) {
-        if ((mode & bit) != 0) {
-            return action(arguments);
-        }
-    }
-    // An unknown option came before any mode.
-    return 0;
+    return run_action(actions, mode, arguments);
 }
+
+} // namespace
+
+void share_show(const share_info& share) {
+    // Uses are counted in tenths of a GiB that has 1,024 of them.
+    constexpr double units_in_a_gigabyte = 102.4;
+    const std::int64_t used = share.size != 0 ? share.usedsize : 0;
+    std::printf("%s\t%s\t%s\t%s\t%s\t%lldGB\t%.2fGB\t%s\t%s\n", share.name.c_str(),
+                share.type.c_str(), share.path.c_str(), text_or(share.users, "*"),
+                share.write != 0 ? "rw" : "ro", static_cast<long long>(share.size),
+                static_cast<double>(used) / units_in_a_gigabyte, text_or(share.comment, "(Null)"),
+                text_or(share.device, not_available));
+}
+
+void share_table_show(const share_list& list) {
+    std::puts("sharename\ttype\tpath\tuser\taccess\tallsize\tusedsize\tcomment\tdevice");
+    std::puts("************************************************");
+    for (const share_info& share : list) {
+        share_show(share);
+    }
+}
+
+constexpr Applet sharemanage_applet = applet_of<table>();
 
 } // namespace zav

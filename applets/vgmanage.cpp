@@ -2,7 +2,8 @@
 // vgmanage: lists, creates and deletes volume groups.
 #include "actions/groups/groups.h"
 #include "actions/groups/recovery.h"
-#include "applets/applets.h"
+#include "applets/applet_table.h"
+#include "applets/skeleton.h"
 #include "applets/standard_output.h"
 #include "base/checks.h"
 #include "base/codes.h"
@@ -19,20 +20,46 @@ namespace zav {
 
 namespace {
 
-// The bits of the options, by their places in the option string.
-enum : std::uint32_t { create_bit = 0x1, display_bit = 0x2, delete_bit = 0x4 };
+int vgmanage_main(int argc, char** argv);
+
+constexpr OptionRow options[] = {
+    {.letter = 'C',
+     .name = "create",
+     .role = Role::mode,
+     .ways = {{"-c pvname(channel or md?) -n vgname -d dev",
+               "create a vg with 'vgname' on 'pvname'"}}},
+    {.letter = 'S',
+     .name = "display",
+     .role = Role::mode,
+     .ways = {{"", "display all vg info"},
+              {"-n vgname", "display a vg info specified by 'vgname'"}}},
+    {.letter = 'D',
+     .name = "delete",
+     .role = Role::mode,
+     .ways = {{"-n vgname", "delete a vg specified by 'vgname'"}}},
+    {.letter = 'n', .argument = Argument::group, .help = "specify vgname"},
+    {.letter = 'c', .argument = Argument::volumes, .help = "specify pvname"},
+    {.letter = 'd', .argument = Argument::device, .help = "specify device"},
+};
+
+constexpr AppletTable table = {
+    .name = "vgmanage",
+    .main = vgmanage_main,
+    .install_location = usr_bin,
+    .options = options,
+    .ways_order = "SCD",
+    .summary = "manage the vg info",
+    .help_order = "dnc",
+};
 
 struct Arguments {
-    std::uint32_t mode = 0;
     const char* name = nullptr;
     const char* volumes = nullptr;
     const char* device = nullptr;
 };
 
-/// In the name of the command, from the line that calls this.
-int fail(Code code, int line = __builtin_LINE()) {
-    return fail_command(code, {"vgmanage_main", line});
-}
+constexpr Fail fail("vgmanage_main");
+constexpr End end(fail);
 
 void fill_group(const Arguments& arguments, vginfo& group) {
     group.name = arguments.name;
@@ -58,7 +85,7 @@ int create(const Arguments& arguments) {
     fill_group(arguments, group);
     const Code result = create_group(group, standard_output());
     if (result != Code::command_failed) {
-        return !failed(result) ? 0 : fail(result);
+        return end(result);
     }
     if (check_vgdisplay(arguments.name, standard_output()) != Presence::present) {
         fail(Code::group_not_created);
@@ -116,7 +143,7 @@ int delete_named(const Arguments& arguments) {
     }
     const Code result = remove_group(*group, standard_output());
     if (result != Code::command_failed) {
-        return !failed(result) ? 0 : fail(result);
+        return end(result);
     }
     // LVM may have failed after the group was gone.
     switch (check_vgdisplay(arguments.name, standard_output())) {
@@ -130,23 +157,21 @@ int delete_named(const Arguments& arguments) {
     return fail(Code::group_output_unread);
 }
 
-} // namespace
+constexpr Action<Arguments> actions[] = {
+    {option_bit(options, 'C'), create},
+    {option_bit(options, 'S'), display},
+    {option_bit(options, 'D'), delete_named},
+};
 
 int vgmanage_main(int argc, char** argv) {
     Arguments arguments;
-    arguments.mode = zav_getopt(argc, argv, applet_options("vgmanage"),
-                                {&arguments.name, &arguments.volumes, &arguments.device});
-    if ((arguments.mode & create_bit) != 0) {
-        return create(arguments);
-    }
-    if ((arguments.mode & display_bit) != 0) {
-        return display(arguments);
-    }
-    if ((arguments.mode & delete_bit) != 0) {
-        return delete_named(arguments);
-    }
-    // An unknown option came before any mode.
-    return 0;
+    const std::uint32_t mode = zav_getopt(argc, argv, vgmanage_applet.options,
+                                          {&arguments.name, &arguments.volumes, &arguments.device});
+    return run_action(actions, mode, arguments);
 }
+
+} // namespace
+
+constexpr Applet vgmanage_applet = applet_of<table>();
 
 } // namespace zav

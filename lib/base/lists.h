@@ -6,7 +6,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdio>
 #include <iterator>
 #include <memory>
 #include <type_traits>
@@ -116,31 +115,6 @@ class RecordList {
     // Even a list that is only read hands out the links of its records.
     mutable ListLink head_;
 };
-
-/// Shows a list: one call of `show_row` for each record. A missing list is `missing` on standard
-/// output.
-template <class List, class ShowRow>
-void show_list(List* list, ShowRow show_row, const char* missing = "Can't show NULL list") {
-    if (list == nullptr) {
-        std::puts(missing);
-        return;
-    }
-    for (auto& record : *list) {
-        show_row(record);
-    }
-}
-
-/// Empties a list. Returns 0, or -1 after printing `missing` when there is no list. The misspelt
-/// word is what the front end knows: it stays.
-template <class Record>
-int destroy_list(RecordList<Record>* list, const char* missing = "Can't destory NULL list") {
-    if (list == nullptr) {
-        std::puts(missing);
-        return -1;
-    }
-    list->clear();
-    return 0;
-}
 
 /// The generic element: a link and a pointer to data kept elsewhere, which it owns. The pointer is
 /// a plain one because a record of the list has to be of standard layout.

@@ -71,6 +71,16 @@ void read_attributes(disk_info& disk) {
     }
 }
 
+/// 0 or Code::no_disk_list.
+Code get_all_disks(disk_list& disks, LogSite no_list, Sink& out) {
+    const Code result = get_disk_list(disks, out);
+    if (!failed(result)) {
+        return Code::ok;
+    }
+    log_failure(result, no_list);
+    return Code::no_disk_list;
+}
+
 } // namespace
 
 Code get_disk_list(disk_list& list, Sink& out) {
@@ -179,6 +189,22 @@ Code find_disk(disk_list& list, disk_list& target, int channel, std::string_view
     }
     list.clear();
     return exists ? Code::ok : Code::no_such_disk;
+}
+
+Code get_disk(disk_list& found, int channel, const char* device, const DiskSites& sites,
+              Sink& out) {
+    disk_list disks;
+    if (const Code result = get_all_disks(disks, sites.no_list, out); failed(result)) {
+        return result;
+    }
+    const Code result = find_disk(disks, found, channel, device);
+    return !failed(result) ? Code::ok : log_return(result, sites.no_disk);
+}
+
+Code get_disks(disk_list& found, int channel, const char* device, const DiskSites& sites,
+               Sink& out) {
+    return channel >= 1 ? get_disk(found, channel, device, sites, out)
+                        : get_all_disks(found, sites.no_list, out);
 }
 
 } // namespace zav

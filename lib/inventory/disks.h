@@ -4,6 +4,7 @@
 #pragma once
 
 #include "base/codes.h"
+#include "base/log.h"
 #include "base/sink.h"
 #include "records/disk.h"
 
@@ -38,5 +39,20 @@ Code get_diskinfo_from_partitions(disk_list& list, Sink& out);
 /// Copies the first disk with that channel and device to the end of `target`; `list` is empty
 /// afterwards in every case. 0 or Code::no_such_disk.
 Code find_disk(disk_list& list, disk_list& target, int channel, std::string_view device);
+
+/// Where it is logged that the disks asked for cannot be had: support knows these places by
+/// function and number.
+struct DiskSites {
+    LogSite no_list;
+    LogSite no_disk;
+};
+
+/// Finds the disk with that channel, counted from 1, and device in a new disk list. 0,
+/// Code::no_disk_list or Code::no_such_disk.
+Code get_disk(disk_list& found, int channel, const char* device, const DiskSites& sites, Sink& out);
+
+/// The same; for a channel below 1 all disks.
+Code get_disks(disk_list& found, int channel, const char* device, const DiskSites& sites,
+               Sink& out);
 
 } // namespace zav

@@ -48,15 +48,6 @@ int mdinfo_init(mdinfo& array);
 /// The array of that name, or null.
 mdinfo* find_array(mdinfo_list& list, std::string_view name);
 
-/// Prints one array's row. What has no value gets the text that the row shows for it.
-void mdinfo_display(mdinfo& array);
-
-/// Prints every array's row.
-void mdinfo_list_display(mdinfo_list* list);
-
-/// Empties the list. 0, or -1 and a message for no list.
-int mdinfo_list_destroy(mdinfo_list* list);
-
 /// Adds an item to a list separated by commas.
 void append_item(std::string& list, std::string_view item);
 

@@ -2,7 +2,6 @@
 #include "records/backup_volume.h"
 
 #include <algorithm>
-#include <cstdio>
 
 namespace zav {
 
@@ -20,15 +19,6 @@ PvState pv_state(const backup_pv& volume, const live_pv_list& live) {
         return PvState::present;
     }
     return device == unknown_device ? PvState::missing : PvState::moved;
-}
-
-void live_pv_list_display(const live_pv_list* list) {
-    if (list != nullptr) {
-        std::puts("uuid\t\tpvname");
-    }
-    show_list(list, [](const live_pv& volume) {
-        std::printf("%s\t%s\n", volume.uuid.c_str(), volume.pvname.c_str());
-    });
 }
 
 } // namespace zav

@@ -40,7 +40,4 @@ enum class PvState {
 
 PvState pv_state(const backup_pv& volume, const live_pv_list& live);
 
-/// Prints a header and a row for each volume.
-void live_pv_list_display(const live_pv_list* list);
-
 } // namespace zav

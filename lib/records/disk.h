@@ -66,19 +66,7 @@ bool names_disk(std::string_view text, const disk_info& disk);
 /// Adds a copy of the disk, without its SMART data, to the end of a list.
 disk_info& append_copy(disk_list& list, const disk_info& disk);
 
-/// Prints one disk, and its SMART data unless it is a virtual disk.
-void disk_show(const disk_info& disk);
-
 /// Says which disk is about to be cleared.
 void disk_place_show(const disk_info& disk, Sink& out);
-
-/// Prints one row of the disk listing.
-void display_disk_show(const display_disk_info& disk);
-
-/// Prints the listing's header, its rule and its rows; for no list "Can't show NULL disklist".
-void display_disk_list_show(const display_disk_list* list);
-
-/// Empties the list. 0, or -1 and a message for no list.
-int display_disk_list_destroy(display_disk_list* list);
 
 } // namespace zav

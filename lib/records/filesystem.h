@@ -33,17 +33,4 @@ inline constexpr const char* fs_available = "available";
 inline constexpr const char* fs_not_available = "not available";
 inline constexpr const char* fs_unmounted = "umount";
 
-/// Prints a file system's row. Empty texts become "N.A.", and the use of a file system without a
-/// size becomes 0 once it is printed.
-void fs_show(fs_info& fs);
-
-/// Prints a row for every file system.
-void fs_list_show(fs_list* list);
-
-/// Prints the head of the table and every row.
-void fs_table_show(fs_list& list);
-
-/// Empties the list. 0, or -1 and a message for no list.
-int fs_list_destroy(fs_list* list);
-
 } // namespace zav

@@ -38,13 +38,4 @@ struct vginfo {
 
 using vginfo_list = RecordList<vginfo>;
 
-/// Prints a group's row and below it a row for each of its physical volumes.
-void vginfo_display(const vginfo& group);
-
-/// Prints every group so.
-void vginfo_list_display(const vginfo_list* list);
-
-/// Empties the list. 0, or -1 and a message for no list.
-int vginfo_list_destroy(vginfo_list* list);
-
 } // namespace zav

@@ -24,15 +24,6 @@ struct pool_info {
 
 using pool_list = RecordList<pool_info>;
 
-/// Prints a pool's row. An empty device becomes "N.A.".
-void pool_show(pool_info& pool);
-
-/// Prints a row for every pool.
-void pool_list_show(pool_list* list);
-
-/// Empties the list. 0, or -1 and a message for no list.
-int pool_list_destroy(pool_list* list);
-
 /// Adds a copy of the pool with that path to `target`. Code::ok or Code::bad_pool_name.
 Code pool_list_copy_one(const pool_list& source, pool_list& target, std::string_view name);
 

@@ -4,7 +4,6 @@
 #include "base/text.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <memory>
 
 namespace zav {
@@ -71,31 +70,6 @@ bool share_list_remove(share_list& list, const share_info& share) {
     }
     list.remove(*member);
     return true;
-}
-
-void share_show(share_info& share) {
-    // Uses are counted in tenths of a GiB that has 1,024 of them.
-    constexpr double units_in_a_gigabyte = 102.4;
-    if (share.size == 0) {
-        share.usedsize = 0;
-    }
-    if (share.device.empty()) {
-        share.device = "N.A.";
-    }
-    std::printf("%s\t%s\t%s\t%s\t%s\t%lldGB\t%.2fGB\t%s\t%s\n", share.name.c_str(),
-                share.type.c_str(), share.path.c_str(),
-                share.users.empty() ? "*" : share.users.c_str(), share.write != 0 ? "rw" : "ro",
-                static_cast<long long>(share.size),
-                static_cast<double>(share.usedsize) / units_in_a_gigabyte,
-                share.comment.empty() ? "(Null)" : share.comment.c_str(), share.device.c_str());
-}
-
-void share_table_show(share_list& list) {
-    std::puts("sharename\ttype\tpath\tuser\taccess\tallsize\tusedsize\tcomment\tdevice");
-    std::puts("************************************************");
-    for (share_info& share : list) {
-        share_show(share);
-    }
 }
 
 } // namespace zav

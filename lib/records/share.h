@@ -77,10 +77,4 @@ bool share_list_add(const share_info& share, share_list& list);
 /// Takes the share that is looked up by the same name out of the list. False without one.
 bool share_list_remove(share_list& list, const share_info& share);
 
-/// Prints a share's row. An empty device becomes "N.A.", and the use of a share without a size 0.
-void share_show(share_info& share);
-
-/// Prints the head of the table and every row.
-void share_table_show(share_list& list);
-
 } // namespace zav

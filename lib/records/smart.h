@@ -35,10 +35,4 @@ struct smart_attribute {
 
 using smart_attribute_list = RecordList<smart_attribute>;
 
-/// Prints the summary block of one disk.
-void smart_summary_show(const smart_summary& summary);
-
-/// Prints one attribute's row.
-void smart_attribute_show(const smart_attribute& attribute);
-
 } // namespace zav

@@ -25,14 +25,13 @@ TEST(Applets, StandInAlphabeticalOrder) {
 TEST(Applets, AreAllInstalledInUsrBin) {
     for (const Applet& applet : applets()) {
         EXPECT_EQ(applet.install_location, 3u) << applet.name;
-        EXPECT_EQ(applet.flags, 0u) << applet.name;
         EXPECT_STREQ(install_directory(applet), "/usr/bin") << applet.name;
     }
 }
 
 TEST(Applets, InstallLocationsAreFive) {
     const auto directory = [](std::uint32_t location) {
-        return std::string(install_directory({"applet", nullptr, location, 0}));
+        return std::string(install_directory({"applet", nullptr, location, {}, ""}));
     };
     EXPECT_EQ(directory(0), "");
     EXPECT_EQ(directory(1), "/bin");

@@ -38,5 +38,17 @@ TEST(PlainDiskName, IsNothingElse) {
     EXPECT_FALSE(is_disk_name(std::string_view("sda\0", 4)));
 }
 
+TEST(PlaceOfADisk, IsShownInOneLine) {
+    disk_info disk;
+    disk.name = "sda";
+    disk.channel = -15;
+    disk.device = "4";
+    testing::internal::CaptureStdout();
+    disk_place_show(disk, printed());
+    disk_place_show(disk_info(), printed());
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "disk : ch = -15, devcie = 4, name = sda\n"
+                                                      "disk : ch = 0, devcie = , name = \n");
+}
+
 } // namespace
 } // namespace zav::test

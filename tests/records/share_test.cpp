@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The share record, the list of shares, and the rows that show them.
+// The share record and the list of shares.
 #include "records/share.h"
 
 #include <gmock/gmock.h>
@@ -237,73 +237,6 @@ TEST(ShareListRemove, CutsNoNameOfAnotherService) {
     add(list, named("disk1.x", "samba"));
     EXPECT_FALSE(share_list_remove(list, named("disk1", "samba")));
     EXPECT_EQ(list.size(), 1u);
-}
-
-std::string shown(share_info& share) {
-    testing::internal::CaptureStdout();
-    share_show(share);
-    return testing::internal::GetCapturedStdout();
-}
-
-TEST(ShareRow, HasNineColumns) {
-    share_info share = full_share();
-    share.usedsize = 1024;
-    EXPECT_EQ(shown(share), "pub\tnfs\t/mnt/data/pub\tanna\trw\t5GB\t10.00GB\told comment\tmd0\n");
-}
-
-TEST(ShareRow, OfAnEmptyShareHasPlaceHolders) {
-    share_info share;
-    share.device.clear();
-    EXPECT_EQ(shown(share), "\t\t\t*\trw\t0GB\t0.00GB\t(Null)\tN.A.\n");
-    EXPECT_EQ(share.device, "N.A.");
-}
-
-TEST(ShareRow, IsReadOnlyOnlyForZero) {
-    share_info share;
-    share.write = 0;
-    EXPECT_EQ(shown(share), "\t\t\t*\tro\t0GB\t0.00GB\t(Null)\tN.A.\n");
-    share.write = 2;
-    EXPECT_EQ(shown(share), "\t\t\t*\trw\t0GB\t0.00GB\t(Null)\tN.A.\n");
-}
-
-TEST(ShareRow, ShowsUseInGibFromUnitsOf10Mib) {
-    for (const auto& [used, text] : std::vector<std::pair<std::int64_t, std::string>>{
-             {0, "0.00GB"}, {1, "0.01GB"}, {53, "0.52GB"}, {100, "0.98GB"}, {-1, "-0.01GB"}}) {
-        share_info share;
-        share.size = 3000000000;
-        share.usedsize = used;
-        EXPECT_EQ(shown(share), "\t\t\t*\trw\t3000000000GB\t" + text + "\t(Null)\tN.A.\n");
-        EXPECT_EQ(share.usedsize, used);
-    }
-}
-
-TEST(ShareRow, WithoutASizeShowsNoUse) {
-    share_info share;
-    share.usedsize = -1;
-    EXPECT_EQ(shown(share), "\t\t\t*\trw\t0GB\t0.00GB\t(Null)\tN.A.\n");
-    EXPECT_EQ(share.usedsize, 0);
-}
-
-TEST(ShareTable, IsItsHeadAndARowForEachShare) {
-    share_list list;
-    add(list, named("a"));
-    add(list, named("b"));
-    testing::internal::CaptureStdout();
-    share_table_show(list);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "sharename\ttype\tpath\tuser\taccess\tallsize\tusedsize\tcomment\tdevice\n"
-              "************************************************\n"
-              "a\tsamba\t\t*\trw\t0GB\t0.00GB\t(Null)\tN.A.\n"
-              "b\tsamba\t\t*\trw\t0GB\t0.00GB\t(Null)\tN.A.\n");
-}
-
-TEST(ShareTable, OfNoSharesIsItsHead) {
-    share_list list;
-    testing::internal::CaptureStdout();
-    share_table_show(list);
-    EXPECT_THAT(testing::internal::GetCapturedStdout(),
-                testing::EndsWith("\tdevice\n" + std::string(48, '*') + "\n"));
-    EXPECT_THAT(names_of(list), IsEmpty());
 }
 
 } // namespace

@@ -210,55 +210,6 @@ TEST(ListLink, AssignedRecordStaysInItsList) {
     EXPECT_EQ(std::next(list.begin())->number, 2);
 }
 
-TEST(ShowList, ShowsEachRecordInTurn) {
-    DiskList list;
-    fill(list, {4, 5});
-    std::string shown;
-    show_list(&list, [&](const Disk& disk) { shown += std::to_string(disk.channel) + ";"; });
-    EXPECT_EQ(shown, "4;5;");
-}
-
-TEST(ShowList, OfAnEmptyListPrintsNothing) {
-    DiskList list;
-    testing::internal::CaptureStdout();
-    show_list(&list, [](const Disk&) { ADD_FAILURE(); });
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-}
-
-TEST(ShowList, OfNullSaysSo) {
-    testing::internal::CaptureStdout();
-    show_list(static_cast<DiskList*>(nullptr), [](const Disk&) { ADD_FAILURE(); });
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Can't show NULL list\n");
-}
-
-TEST(ShowList, OfNullMayHaveATextOfItsOwn) {
-    testing::internal::CaptureStdout();
-    show_list(
-        static_cast<DiskList*>(nullptr), [](const Disk&) {}, "Can't show NULL disks");
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Can't show NULL disks\n");
-}
-
-TEST(DestroyList, EmptiesTheListAndReturns0) {
-    DiskList list;
-    fill(list, {1, 2});
-    EXPECT_EQ(destroy_list(&list), 0);
-    EXPECT_TRUE(list.empty());
-    EXPECT_EQ(Disk::alive, 0);
-}
-
-TEST(DestroyList, OfAnEmptyListReturns0AndPrintsNothing) {
-    DiskList list;
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(destroy_list(&list), 0);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-}
-
-TEST(DestroyList, OfNullSaysSoAndReturnsMinus1) {
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(destroy_list(static_cast<DiskList*>(nullptr)), -1);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Can't destory NULL list\n");
-}
-
 TEST(Boxed, DataIsFreedWithTheElement) {
     {
         RecordList<Boxed<Attribute>> list;
@@ -267,7 +218,7 @@ TEST(Boxed, DataIsFreedWithTheElement) {
         EXPECT_EQ(Attribute::alive, 1);
         EXPECT_EQ(list.begin()->data->id, 3);
         EXPECT_EQ(std::next(list.begin())->data, nullptr);
-        EXPECT_EQ(destroy_list(&list), 0);
+        list.clear();
         EXPECT_EQ(Attribute::alive, 0);
     }
     EXPECT_THAT(Attribute::alive, 0);

@@ -2,6 +2,7 @@
 // The use of disks in the disk listing: arrays, volume groups and mounted file systems.
 #include "fixtures/disk_root.h"
 #include "fixtures/library.h"
+#include "fixtures/shown_records.h"
 #include "inventory/disk_use.h"
 
 #include <csignal>
@@ -332,11 +333,14 @@ TEST(DiskAnnotation, CopiesEveryFieldOfTheDisk) {
     const Result result = root.call([] {
         display_disk_list listing;
         const Code code = annotate_one(listing);
-        display_disk_show(*listing.begin());
+        const display_disk_info& disk = *listing.begin();
+        show_line({disk.diskname.c_str(), std::to_string(disk.channel), std::to_string(disk.space),
+                   disk.status.c_str(), disk.model.c_str(), disk.state.c_str(), disk.device.c_str(),
+                   disk.raid.c_str(), std::to_string(disk.use), std::to_string(disk.hotspare)});
         return code;
     });
     EXPECT_EQ(result.returned, 0);
-    EXPECT_EQ(result.out, "'sdb'\t'2'\t'931'\t'running'\t'MODEL'\t'RAID'\t'0'\t''\t'0'\t'H'\n");
+    EXPECT_EQ(result.out, "sdb\t2\t931\trunning\tMODEL\tRAID\t0\t\t0\t1\n");
     EXPECT_THAT(root.log(), IsEmpty());
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The list of pools.
 #include "fixtures/library.h"
+#include "fixtures/shown_records.h"
 #include "inventory/pools.h"
 #include "machine.h"
 
@@ -34,7 +35,7 @@ class Pools : public testing::Test {
         Result result = machine.call([] {
             pool_list pools;
             const auto code = pool_list_get(pools, printed());
-            pool_list_show(&pools);
+            show(pools);
             return code;
         });
         return result;
@@ -55,7 +56,7 @@ TEST_F(Pools, AreListedInTheToolsOrderWithTheDeviceOfTheirGroup) {
     const Result result = shown();
     EXPECT_EQ(result.returned, 0);
     EXPECT_EQ(result.out, "/dev/data/b\tavailable\t1G\t0G\tdata\t0\n"
-                          "/dev/other/a\tnot available\t1G\t0G\tother\tN.A.\n");
+                          "/dev/other/a\tnot available\t1G\t0G\tother\t\n");
     EXPECT_EQ(result.commands_with_templates().front(),
               "/sbin/lvdisplay -c > /tmp/lvdisplay.XXXXXX  2>> /dev/null");
     EXPECT_THAT(result.commands_without_redirection(), Contains("/sbin/vgdisplay -c"));
@@ -99,7 +100,7 @@ TEST_F(Pools, HaveNoDeviceWithoutTheGroupList) {
     machine.tool("/sbin/vgdisplay").on("/sbin/vgdisplay -c").exits(5);
     const Result result = shown();
     EXPECT_EQ(result.returned, 0);
-    EXPECT_EQ(result.out, "/dev/data/a\tavailable\t1G\t0G\tdata\tN.A.\n");
+    EXPECT_EQ(result.out, "/dev/data/a\tavailable\t1G\t0G\tdata\t\n");
     EXPECT_THAT(messages(), Contains(MatchesRegex("get_poolinfo_from_lvdisplay\\[[0-9]+\\]: return "
                                                   "with -11000")));
 }
