@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Lets Debian 12's User-mode Linux run on processors whose register state is larger than it expects.
+// Lets Debian 12's User-mode Linux run on processors whose register state is larger than it
+// expects.
 //
 // With AMX the state of a traced process takes some 11 KB.  The kernel of the appliance reads the
 // first 2.7 KB, which is all that its guests use, but then writes only those back, while the

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What the fuzzers share. Each fuzzer is one file that defines run(): it passes its input to a parser
-// and requires of the result what holds for any input.
+// What the fuzzers share. Each fuzzer is one file that defines run(): it passes its input to a
+// parser and requires of the result what holds for any input.
 #pragma once
 
 #include <cstdio>
