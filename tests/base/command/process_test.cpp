@@ -45,21 +45,6 @@ TEST(Child, HasDescriptors0To2AndNoOther) {
     EXPECT_EQ(root.call(list_own).out, "0\n1\n2\n3\n0\n1\n2\n3\n");
 }
 
-TEST(Child, OfTheProgramHasNoneThatTheProgramInherited) {
-    RealToolsRoot root;
-    root.script("/bin/cat", "exec /usr/local/bin/ls /.harness/proc/self/fd > /tmp/seen");
-    root.run({"mdmanage", "--display"},
-             {.descriptors = {{3, "/tmp/a"}, {7, "/tmp"}, {200, "/tmp/b"}}});
-    EXPECT_EQ(root.read("/tmp/seen"), "0\n1\n2\n3\n");
-}
-
-TEST(Child, OfTheProgramHasStandardDescriptorsThoughTheProgramHadNone) {
-    RealToolsRoot root;
-    root.script("/bin/cat", "exec /usr/local/bin/ls /.harness/proc/self/fd > /tmp/seen");
-    root.run({"mdmanage", "--display"}, {.closed = {0, 1, 2}});
-    EXPECT_EQ(root.read("/tmp/seen"), "0\n1\n2\n3\n");
-}
-
 TEST(Child, HasANullDeviceAsStandardInput) {
     RealToolsRoot root;
     root.script("/sbin/tool", "readlink /.harness/proc/$$/fd/0");
@@ -102,29 +87,6 @@ TEST(Child, HasTheCallersWorkingDirectory) {
     for (const char* way : ways) {
         EXPECT_EQ(printed(root, way, {.working_directory = "/usr/lib"}), "/usr/lib\n") << way;
     }
-}
-
-TEST(Child, OfTheProgramWorksInTheRootDirectory) {
-    RealToolsRoot root;
-    root.script("/bin/cat", "pwd > /tmp/seen");
-    root.run({"mdmanage", "--display"}, {.working_directory = "/usr/lib"});
-    EXPECT_EQ(root.read("/tmp/seen"), "/\n");
-}
-
-TEST(Child, OfTheProgramIsNeverFoundInTheDirectoryOfTheCaller) {
-    RealToolsRoot root;
-    root.script("/home/cat", "echo found > /tmp/seen").remove("/bin/cat");
-    root.run({"mdmanage", "--display"},
-             {.environment = {{"PATH", std::nullopt}}, .working_directory = "/home"});
-    EXPECT_FALSE(root.exists("/tmp/seen"));
-}
-
-TEST(Child, OfTheProgramReportsItsStatusThoughChildrenAreIgnored) {
-    RealToolsRoot root;
-    root.script("/bin/cat", "exit 3");
-    root.run({"mdmanage", "--display"}, {.ignored_signals = {SIGCHLD}});
-    EXPECT_THAT(root.log(),
-                Contains(Field(&test::LogLine::text, HasSubstr("return normal with exit(3)"))));
 }
 
 TEST(Redirection, MakesAFileByTheCallersUmask) {

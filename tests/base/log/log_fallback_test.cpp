@@ -204,19 +204,6 @@ TEST(LogFallback, TheLongestLineReachesStandardErrorWhole) {
     EXPECT_THAT(result.err, EndsWith(" 0.1.2 " + std::string(8191, 'x') + "\n"));
 }
 
-TEST(LogFallback, AMissingLogChangesNoResultOfTheProgram) {
-    PrivateRoot with_log;
-    with_log.allow_unexpected();
-    const Result logged = with_log.run({"mdmanage", "--display"});
-    PrivateRoot without_log;
-    without_log.remove("/var/log").allow_unexpected();
-    const Result not_logged = without_log.run({"mdmanage", "--display"});
-    EXPECT_EQ(logged.exit_status, not_logged.exit_status);
-    EXPECT_EQ(logged.out, not_logged.out);
-    EXPECT_EQ(logged.err, "");
-    EXPECT_THAT(not_logged.err, StartsWith("Bummer, can't print: "));
-}
-
 TEST(LogFallback, EveryLoggerReturnsZeroWhereverItsLineGoes) {
     PrivateRoot root;
     root.remove("/var/log");

@@ -87,17 +87,6 @@ TEST(LogLines, ATextThatFillsTheBufferIsWhole) {
         prefix + std::string(8191 - 17, 'x') + "|\n");
 }
 
-TEST(LogLines, AnyInstanceOfTheProgramLogsItsOwnNameAndPid) {
-    PrivateRoot root; // without any tools
-    root.allow_unexpected();
-    root.run({"mdmanage", "--display"});
-    const std::vector<LogLine> log = root.log();
-    ASSERT_FALSE(log.empty());
-    EXPECT_EQ(log.front().level, "ERROR");
-    EXPECT_EQ(log.front().process, "zavbox");
-    EXPECT_EQ(log.front().pid, 2);
-}
-
 TEST(LogLines, LoggersKeepTheCallersErrno) {
     PrivateRoot root;
     // The missing name is itself a failure.
