@@ -84,7 +84,7 @@ constexpr bool is_mode(const OptionRow& row) {
     return row.role == Role::mode || row.role == Role::open_mode;
 }
 
-/// The bit of an option in the result of zav_getopt(). Of a letter that is none it does not
+/// The bit of an option in the result of zav_getopt(). An unknown letter does not
 /// compile.
 consteval std::uint32_t option_bit(std::span<const OptionRow> options, char letter) {
     std::uint32_t bit = 1;

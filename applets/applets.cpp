@@ -36,7 +36,7 @@ const Applet* find_applet(const char* name) {
     return found != table.end() ? &found->get() : nullptr;
 }
 
-/// The first one stands in for an applet that is none.
+/// The first one stands in for an unknown applet.
 const Applet& or_first(const Applet* applet) {
     return applet != nullptr ? *applet : table.front().get();
 }

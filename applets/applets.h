@@ -42,7 +42,7 @@ extern const Applet vgmanage_applet;
 /// All of them, by name.
 std::span<const std::reference_wrapper<const Applet>> applets();
 
-/// The option settings of the applet of that name; of the first one for a name that is none.
+/// The option settings of the applet of that name; of the first one for an unknown name.
 const OptionSettings& applet_options(const char* name);
 
 /// The directory that an applet's link is installed in.

@@ -56,7 +56,7 @@ constexpr Fail fail("disksmart_main");
 constexpr End end(fail);
 
 /// Prints the disks, or with a channel of 1 or more that one, with their health; with `detail` with
-/// the attributes too. 0, Code::no_disk_list, Code::no_such_disk or Code::no_smart_data.
+/// the attributes too. Code::ok, Code::no_disk_list, Code::no_such_disk or Code::no_smart_data.
 Code zav_disk_smart_display(int channel, const char* device, bool detail) {
     disk_list disks;
     const DiskSites sites = {LogSite::numbered(31), LogSite::numbered(46)};

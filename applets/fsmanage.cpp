@@ -75,7 +75,7 @@ Code create_pool(const Arguments& arguments) {
     if (result != Code::command_failed) {
         return result;
     }
-    // The other way round than lvmanage: of a failed creation only one that left no pool goes on,
+    // The opposite of lvmanage: of a failed creation only one that left no pool goes on,
     // to fail when the file system is made. Whatever the pool holds is not overwritten so.
     return check_lvdisplay(arguments.group, arguments.name, standard_output()) == Presence::absent
                ? Code::ok

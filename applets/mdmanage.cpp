@@ -198,7 +198,7 @@ int display(const Arguments& arguments) {
     return end(result);
 }
 
-/// 0, or the code for an operand or a channel that is none.
+/// The code for an invalid operand or channel.
 Code check_member_arguments(const Arguments& arguments, const char* channel) {
     if (failed(check_name32(arguments.operand))) {
         return Code::bad_array_name;

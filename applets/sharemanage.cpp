@@ -94,7 +94,7 @@ int refuse(Code code) {
     return number_of(code);
 }
 
-/// 0 or Code::bad_access.
+/// Code::ok or Code::bad_access.
 Code take_access(const char* access, share_info& share) {
     const std::string_view given = access != nullptr ? access : "rw";
     share.write = given == "rw" ? 1 : 0;
@@ -208,8 +208,8 @@ int create(const Arguments& arguments) {
     return end(create_share(share, arguments.group, standard_output()));
 }
 
-/// Leaves the share of that name alone in the list. False when there is none.
-bool narrow(share_list& list, const char* name) {
+/// Removes all shares but the one of that name. False when there is none.
+bool keep_only(share_list& list, const char* name) {
     const share_info* found = find_by_name(list, name);
     if (found == nullptr) {
         return false;
@@ -226,7 +226,7 @@ int display(const Arguments& arguments) {
         return fail(Code::no_share_list);
     }
     if (arguments.name != nullptr &&
-        (failed(check_name32(arguments.name)) || !narrow(list, arguments.name))) {
+        (failed(check_name32(arguments.name)) || !keep_only(list, arguments.name))) {
         return fail(Code::bad_share_name);
     }
     merge_forbidden_shares(list);
@@ -297,7 +297,7 @@ int sharemanage_main(int argc, char** argv) {
 } // namespace
 
 void share_show(const share_info& share) {
-    // Uses are counted in tenths of a GiB that has 1,024 of them.
+    // Used space is counted in units of 10 MiB; 102.4 make a GiB.
     constexpr double units_in_a_gigabyte = 102.4;
     const std::int64_t used = share.size != 0 ? share.usedsize : 0;
     std::printf("%s\t%s\t%s\t%s\t%s\t%lldGB\t%.2fGB\t%s\t%s\n", share.name.c_str(),

@@ -29,7 +29,7 @@ void open_missing_standard_descriptors() {
     }
 }
 
-/// What the run must not take over from whoever started it.
+/// What the run must not inherit from its caller.
 void start_clean() {
     // An ignored SIGCHLD would make every wait for a tool fail.
     std::signal(SIGCHLD, SIG_DFL);

@@ -7,6 +7,7 @@
 // The commands come from a run with the test harness's stand-in tools, which write a journal. Their
 // answers are then given by a small static program in place of every tool, started without a shell
 // as real tools are.
+#include "actions/shares/steps.h"
 #include "base/file.h"
 #include "base/text.h"
 #include "figure.h"
@@ -17,6 +18,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <functional>
 #include <stdexcept>
@@ -385,6 +387,45 @@ void measure_share_growth() {
            format_text("%.1f ms beside %.1f ms", many, few)});
 }
 
+/// Processor time of bringing smb.conf in line with a register of so many shares, as creating,
+/// restoring and repairing a share do.
+double add_share_ms(int count) {
+    constexpr int rounds = 5;
+    Machine machine;
+    furnish_shares(machine, count);
+    machine.tool("/usr/local/bin/xconf").any().as_default();
+    const test::Result result = machine.call([] {
+        share_info share;
+        share.name = "share0";
+        share.type = share_type::samba;
+        std::clock_t best = 0;
+        for (int round = 0; round < rounds; ++round) {
+            const std::clock_t start = std::clock();
+            if (add_share(share) != Code::share_listed) {
+                return EXIT_FAILURE;
+            }
+            const std::clock_t spent = std::clock() - start;
+            best = round == 0 ? spent : std::min(best, spent);
+        }
+        std::printf("%f", 1000.0 * static_cast<double>(best) / CLOCKS_PER_SEC);
+        return EXIT_SUCCESS;
+    });
+    double milliseconds = 0;
+    if (result.returned != EXIT_SUCCESS ||
+        std::sscanf(result.out.c_str(), "%lf", &milliseconds) != 1 || milliseconds <= 0) {
+        throw std::runtime_error("adding a share was not measured:\n" + result.out + result.err);
+    }
+    return milliseconds;
+}
+
+void measure_share_changes() {
+    constexpr double most_times = 4.4;
+    const double few = add_share_ms(4000);
+    const double many = add_share_ms(16000);
+    print({"4 times the shares: registering one", many / few, "x", most_times,
+           format_text("16,000 and 4,000 shares: %.1f ms beside %.1f ms", many, few)});
+}
+
 void measure_all() {
     measure_listing({"mdmanage --display",
                      {"mdmanage", "--display"},
@@ -412,6 +453,7 @@ void measure_all() {
                      5,
                      255});
     measure_share_growth();
+    measure_share_changes();
 }
 
 } // namespace

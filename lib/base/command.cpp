@@ -112,7 +112,7 @@ WaitStatus run_command(std::string_view command) {
     const ToolPath path;
     const std::string text = text_for_shell(command);
     // A plain command is started without a shell in between, which halves the cost of a small
-    // tool. Whatever that fails on, the shell is asked, and its status stands.
+    // tool. On failure, fall back to the shell, whose status stands.
     if (const auto plain = parse_plain_command(text)) {
         if (const auto status = run_program(*plain)) {
             return *status;

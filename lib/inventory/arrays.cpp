@@ -118,7 +118,7 @@ bool can_run(std::string_view type, int raid_disks, int missing, const MemberCou
     return counts.faulty == 0 && missing <= 0 && counts.spare == 0;
 }
 
-/// Reads members and health of one array. 0 or Code::array_directory_unread.
+/// Reads members and health of one array. Code::ok or Code::array_directory_unread.
 Code read_members(const disk_list& disks, mdinfo& array, Sink& out) {
     const std::string directory = format_text(array_directory_path, array.name.c_str());
     const auto entries = directory_entries(directory.c_str());

@@ -17,35 +17,35 @@
 namespace zav {
 
 /// Builds the list of all arrays from the sources that the product model has. On failure the list
-/// may hold records that are filled in part. 0, or the code of the source that failed; other rooms
-/// report Code::no_array_list.
+/// may hold records that are filled in part. Code::ok, or the code of the source that failed;
+/// callers report Code::no_array_list.
 Code get_mdinfo(mdinfo_list& list, Sink& out);
 
-/// The names of all arrays. Runs cat on /proc/mdstat. 0, Code::command_failed or
+/// The names of all arrays. Runs cat on /proc/mdstat. Code::ok, Code::command_failed or
 /// Code::array_status_unread.
 Code get_mdinfo_from_proc(mdinfo_list& list, Sink& out);
 
 /// Level, size and state. Runs mdadm --detail on each array; one that fails is logged and keeps its
-/// defaults, and the others are read all the same. 0 or Code::array_output_unread.
+/// defaults, and the others are read all the same. Code::ok or Code::array_output_unread.
 Code get_mdinfo_from_mdadm(mdinfo_list& list);
 
 /// Members, device and whether the array can run. Builds the disk list and reads
-/// /sys/block/<array>/md. 0 or Code::array_directory_unread, which ends it at that array.
+/// /sys/block/<array>/md. Code::ok or Code::array_directory_unread, which ends it at that array.
 Code get_mdinfo_from_sysblock(mdinfo_list& list, Sink& out);
 
-/// The progress of rebuilds. Runs cat on /proc/mdstat. 0, Code::command_failed or
+/// The progress of rebuilds. Runs cat on /proc/mdstat. Code::ok, Code::command_failed or
 /// Code::array_status_unread.
 Code get_mdinfo_from_mdstat(mdinfo_list& list, Sink& out);
 
-/// The arrays of the RAID controller. Runs vexadm --display --scan. 0, Code::command_failed or
-/// Code::array_output_unread.
+/// The arrays of the RAID controller. Runs vexadm --display --scan. Code::ok, Code::command_failed
+/// or Code::array_output_unread.
 Code get_mdinfo_from_vexadm(mdinfo_list& list);
 
 /// The names of all arrays in /proc/partitions, a source for systems without /proc/mdstat. 0 or
 /// Code::partitions_unread.
 Code get_mdinfo_from_partitions(mdinfo_list& list);
 
-/// Copies at most `capacity` - 1 characters of a value of mdadm's details. 0, or
+/// Copies at most `capacity` - 1 characters of a value of mdadm's details. Code::ok, or
 /// Code::array_key_missing, logged.
 Code get_mdinfo_type(std::string_view detail, char* destination, std::size_t capacity,
                      const char* key);
@@ -60,8 +60,8 @@ int get_raid_disks(const char* path, Sink& out);
 /// Code::no_disk_list.
 Code disks_to_ch(mdinfo_list& list, Sink& out);
 
-/// 0 for an array that runs, Code::array_inactive, Code::bad_array_name when there is none of
-/// that name, Code::no_array_list.
+/// Code::ok for an array that runs, Code::array_inactive, Code::bad_array_name when there is none
+/// of that name, Code::no_array_list.
 Code check_raid_state(const char* name, Sink& out);
 
 /// The type of an array, or Code::bad_array_name, Code::no_array_list.

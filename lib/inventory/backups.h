@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 /// \file
-/// LVM's backups of its metadata, one file for each group, and the physical volumes of now.
+/// LVM's backups of its metadata, one file for each group, and the current physical volumes.
 #pragma once
 
 #include "base/codes.h"

@@ -27,8 +27,8 @@ void append_display_record(display_disk_list& listing, const disk_info& disk) {
     shown.hotspare = disk.hotspare;
 }
 
-/// Only the beginning is compared, so that sda is marked for sdaa too. A disk without a name is
-/// nobody's beginning.
+/// Only the beginning is compared, so that sda is marked for sdaa too. A disk without a name
+/// matches nothing.
 bool is_beginning_of(const display_disk_info& disk, std::string_view text) {
     return !disk.diskname.empty() && starts_with_ignoring_case(text, disk.diskname);
 }

@@ -14,13 +14,14 @@ namespace zav {
 /// and left out.
 Code add_disk_list_info(const disk_list& disks, display_disk_list& listing, Sink& out);
 
-/// Marks the members of arrays. Builds the array list. 0 or Code::no_array_list.
+/// Marks the members of arrays. Builds the array list. Code::ok or Code::no_array_list.
 Code add_disk_list_mdinfo(display_disk_list& listing, Sink& out);
 
-/// Marks the disks that are physical volumes. Builds the group list. 0 or Code::no_group_list.
+/// Marks the disks that are physical volumes. Builds the group list. Code::ok or
+/// Code::no_group_list.
 Code add_disk_list_vginfo(display_disk_list& listing, Sink& out);
 
-/// Marks the disks with mounted file systems. Runs df. 0, Code::command_failed or
+/// Marks the disks with mounted file systems. Runs df. Code::ok, Code::command_failed or
 /// Code::disk_tool_output_unread.
 Code get_diskinfo_from_df(display_disk_list& listing);
 

@@ -71,7 +71,7 @@ void read_attributes(disk_info& disk) {
     }
 }
 
-/// 0 or Code::no_disk_list.
+/// Code::ok or Code::no_disk_list.
 Code get_all_disks(disk_list& disks, LogSite no_list, Sink& out) {
     const Code result = get_disk_list(disks, out);
     if (!failed(result)) {

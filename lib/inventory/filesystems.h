@@ -38,7 +38,7 @@ Code mdfstab_lookup(std::string_view pool, std::string_view group, BoundedText<1
 /// root may use counts as used.
 void set_sizes(const struct statfs& figures, fs_info& fs);
 
-/// Fills in status, group, device and size by the pools of now and the mount table. 0 or
+/// Fills in status, group, device and size by the current pools and the mount table. 0 or
 /// Code::pool_output_unread. Runs what the pool list takes, reads /proc/mounts once.
 Code mountfs_get(fs_list& list, Sink& out);
 

@@ -11,15 +11,15 @@
 
 namespace zav {
 
-/// Builds the list of all groups. 0, the code of the pass that failed, or
+/// Builds the list of all groups. Code::ok, the code of the pass that failed, or
 /// Code::group_model_unread.
 Code get_vginfo(vginfo_list& list, Sink& out);
 
-/// The groups. Runs vgdisplay -c. 0, Code::command_failed or Code::group_output_unread.
+/// The groups. Runs vgdisplay -c. Code::ok, Code::command_failed or Code::group_output_unread.
 Code get_vginfo_from_vgdisplay(vginfo_list& list, Sink& out);
 
 /// The physical volumes on arrays and disks. Builds the disk and the array list, runs
-/// pvdisplay -c. 0, Code::command_failed or Code::group_output_unread.
+/// pvdisplay -c. Code::ok, Code::command_failed or Code::group_output_unread.
 Code get_vginfo_from_pvdisplay(vginfo_list& list, Sink& out);
 
 /// The physical volumes on arrays of the RAID controller. As above.

@@ -9,7 +9,7 @@
 
 namespace zav {
 
-/// Adds every pool to the list. 0; Code::pool_tool_failed, with the list as far as the tool
+/// Adds every pool to the list. Code::ok; Code::pool_tool_failed, with the list as far as the tool
 /// printed it; Code::pool_output_unread. Runs lvdisplay -c and builds the group list, without
 /// which the pools have no device.
 Code get_poolinfo_from_lvdisplay(pool_list& list, Sink& out);

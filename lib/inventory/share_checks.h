@@ -11,14 +11,15 @@
 namespace zav {
 
 /// Whether a name can be a new share's: "global" in whatever case would be no share of Samba's, and
-/// one that begins with "-" can be in no command. 0 or Code::bad_share_name.
+/// one that begins with "-" can be in no command. Code::ok or Code::bad_share_name.
 Code check_share_name(const char* name);
 
 /// Copies a comment; null is accepted. Code::bad_comment.
 Code check_comment(BoundedText<129>& comment, const char* text);
 
 /// The users of a share of that service, or its hosts, whose address is printed when it has a
-/// prefix. 0; Code::bad_host; Code::user_file_unread, Code::passwd_unread, Code::unknown_user.
+/// prefix. Code::ok; Code::bad_host; Code::user_file_unread, Code::passwd_unread,
+/// Code::unknown_user.
 Code check_user(const Service& service, const char* users, Sink& out);
 
 } // namespace zav

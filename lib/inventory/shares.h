@@ -13,7 +13,7 @@
 
 namespace zav {
 
-/// Adds every share to the list. 0; the first step that fails ends it: Code::exports_unread,
+/// Adds every share to the list. Code::ok; the first step that fails ends it: Code::exports_unread,
 /// Code::targets_unread or Code::command_failed. Reads the register, the services' files, FTP
 /// users' homes, /proc/mounts and /proc/net/iet/volume; measures mounted shares; runs cat.
 Code collect_shares(share_list& list);
@@ -22,10 +22,10 @@ Code collect_shares(share_list& list);
 /// namesakes the first is meant; an iSCSI share needs no mount.
 void scan_mounts(const MountTable& mounts, share_list& list);
 
-/// Copies the share of that name. 0, Code::no_such_share or Code::no_share_list.
+/// Copies the share of that name. Code::ok, Code::no_such_share or Code::no_share_list.
 Code find_share(const char* name, share_info& share);
 
-/// 0 when there is no share of that name, Code::share_exists or Code::no_share_list.
+/// Code::ok when there is no share of that name, Code::share_exists or Code::no_share_list.
 Code check_share(const char* name);
 
 /// The group of the pool that a share lies on, by lvdisplay -c; Code::share_pools_unread or

@@ -18,10 +18,10 @@ Code fill_smart(disk_list& list, SmartMode mode);
 
 /// Runs smartctl on a disk, whose status says more than whether it worked and is not looked at: a
 /// missing tool leaves every field empty, as does a disk without a plain name, which is logged like
-/// a failed command. 0, Code::command_failed when the output is gone, or Code::smart_unread.
+/// a failed command. Code::ok, Code::command_failed when the output is gone, or Code::smart_unread.
 Code get_smart(const char* disk, smart_summary& summary);
 
-/// The same for the attributes, added to the list. 0, Code::command_failed or
+/// The same for the attributes, added to the list. Code::ok, Code::command_failed or
 /// Code::smart_attributes_unread.
 Code get_smart_detail(const char* disk, smart_attribute_list& list);
 

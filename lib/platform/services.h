@@ -74,7 +74,7 @@ bool is_on_device(const share_info& share);
 bool has_ftp_account(const share_info& share);
 
 /// The service that a mode on the command line means, in the caller's spelling unless an alias was
-/// given. Empty when there is none. Null is no mode.
+/// given. Empty when there is none. A null mode is none.
 std::string_view service_of_mode(const char* mode);
 
 } // namespace zav

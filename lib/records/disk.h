@@ -60,7 +60,7 @@ inline constexpr std::string_view virtual_disk_model = "VIRTUAL-DISK";
 bool is_disk_name(std::string_view name);
 
 /// Whether the disk is what a member or a device text begins with, such as sda of "sda(F)". A disk
-/// without a name is nobody's beginning.
+/// without a name matches nothing.
 bool names_disk(std::string_view text, const disk_info& disk);
 
 /// Adds a copy of the disk, without its SMART data, to the end of a list.

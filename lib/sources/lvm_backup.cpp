@@ -20,7 +20,7 @@ class BackupLines {
         advance();
         return has_line;
     }
-    /// Goes on to the line behind the first that begins so. False when there is none.
+    /// Skips to the line behind the first that begins so. False when there is none.
     bool skip_behind(std::string_view beginning) {
         while (next()) {
             if (line.starts_with(beginning)) {

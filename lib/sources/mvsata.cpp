@@ -76,7 +76,7 @@ void add_disk(disk_list& list, std::string_view name, int channel, std::string_v
 
 /// A disk on the controller itself. `box` is the file's for its first disk only: what is worked out
 /// for that disk replaces it, so that the files of a second controller move by 8 channels just
-/// their first disk. Listings and scripts have these channels by heart; do not straighten it.
+/// their first disk. Listings and scripts depend on these numbers; do not straighten it.
 void add_own_disk(disk_list& list, const Port& port, int& box) {
     box = std::min(box - 1, 1);
     const int channel = port.adapter + port.number + 1 + channels_per_controller * box;

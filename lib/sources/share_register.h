@@ -21,7 +21,7 @@ struct RegisterService {
 using RegisterServices = std::span<const RegisterService>;
 
 /// For changes: adds a record for every section. Lines before the first one are passed over. 0, or
-/// FileCode::malformed with the records up to the line that is none.
+/// FileCode::malformed with the records up to the malformed line.
 FileCode parse_register_sections(std::string_view text, RegisterServices services,
                                  share_list& list);
 

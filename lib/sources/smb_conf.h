@@ -16,7 +16,7 @@ inline constexpr const char* samba_path = "/etc/samba/smb.conf";
 inline constexpr const char* samba_recycle_path = "/etc/samba/smb_recy.conf";
 
 /// For changes: adds a record for every section but "global". FileCode::malformed comes with the
-/// records up to the line that is none.
+/// records up to the malformed line.
 FileCode parse_samba(std::string_view text, share_list& list);
 
 /// For listings: access and users of the Samba shares, from smb.conf.

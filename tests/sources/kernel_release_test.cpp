@@ -8,8 +8,6 @@ namespace zav::test {
 namespace {
 
 constexpr long kernel_with_bitmap = 2006030;
-constexpr long kernel_without_bitmap = 2006029;
-
 TEST(KernelVersion, IsMillionsThousandsAndOnes) {
     EXPECT_EQ(kernel_version("2.6.29"), 2006029);
     EXPECT_EQ(kernel_version("2.6.30"), 2006030);

@@ -149,8 +149,6 @@ Parsed read_register(std::string_view text) {
 
 // Each is the description of "pub" when only this is read.
 constexpr auto bare = "pub||||rw|0|";
-constexpr auto bare_samba = "pub|samba|||rw|0|";
-
 // The result of parsing a section with these lines, in the register or in a Samba file.
 Parsed registered(const std::string& lines) {
     return read_register("[pub]\nsharename = pub\n" + lines);

@@ -100,8 +100,6 @@ Parsed read_samba(std::string_view text) {
     return parsed(parse_samba, text);
 }
 
-// Each is the description of "pub" when only this is read.
-constexpr auto bare = "pub||||rw|0|";
 constexpr auto bare_samba = "pub|samba|||rw|0|";
 
 Parsed samba_share(const std::string& lines) {

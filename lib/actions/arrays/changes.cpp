@@ -53,7 +53,7 @@ Code find_member_change(const char* array, const char* channel, MemberChange& ch
     return Code::ok;
 }
 
-/// 0, or Code::disk_used with a message.
+/// Code::ok, or Code::disk_used with a message.
 Code check_unused(const MemberChange& change, Sink& out) {
     if (overlaps_array(*change.array, change.disk)) {
         log_error("'%s' used in %s", change.channel.c_str(), change.array->name.c_str());

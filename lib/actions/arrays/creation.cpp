@@ -33,7 +33,7 @@ RaidLevel level_of(std::string_view type) {
     return level != nullptr ? *level : other_level;
 }
 
-/// 0, or Code::wrong_disk_count with a message.
+/// Code::ok, or Code::wrong_disk_count with a message.
 Code check_count(int count, const RaidLevel& level, std::string_view type) {
     if (count >= level.fewest_disks && count <= level.most_disks) {
         return Code::ok;
@@ -43,7 +43,8 @@ Code check_count(int count, const RaidLevel& level, std::string_view type) {
     return Code::wrong_disk_count;
 }
 
-/// 0, or Code::command_failed with a message: a list of disks that is cut can name another disk.
+/// Code::ok, or Code::command_failed with a message: a list of disks that is cut can name another
+/// disk.
 Code check_run_whole(const std::string& command) {
     if (is_run_whole(command)) {
         return Code::ok;

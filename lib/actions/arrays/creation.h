@@ -17,7 +17,7 @@ namespace zav {
 /// behind the highest that exists. A failed check changes nothing.
 ///
 /// Builds the lists of disks, arrays and groups; runs diskformat on each disk, then mdadm -C.
-/// 0, Code::unknown_raid_type, Code::wrong_disk, Code::array_name_used, Code::disk_used,
+/// Code::ok, Code::unknown_raid_type, Code::wrong_disk, Code::array_name_used, Code::disk_used,
 /// Code::wrong_disk_count, Code::bad_array_name, Code::command_failed, Code::no_disk_list,
 /// Code::no_array_list or the code of get_vginfo().
 Code create_array(mdinfo& array, Sink& out);

@@ -14,8 +14,8 @@ namespace zav {
 Code add_name(const char* name);
 
 /// Removes every reservation that begins with the name: releasing md1 releases md10 to md19 too.
-/// 0, also when there is no file or it cannot be opened or locked; Code::reservation_unread or
-/// Code::reservation_unwritten.
+/// Code::ok, also when there is no file or it cannot be opened or locked; Code::reservation_unread
+/// or Code::reservation_unwritten.
 Code del_name(const char* name);
 
 } // namespace zav

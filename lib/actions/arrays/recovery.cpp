@@ -22,7 +22,7 @@ bool is_listed(std::string_view path, const std::vector<std::string>& members) {
     return std::ranges::find(members, path) != members.end();
 }
 
-/// Reads the array's device table. 0 or Code::array_details_unread.
+/// Reads the array's device table. Code::ok or Code::array_details_unread.
 Code read_member_table(const char* array, MemberTable& table) {
     const Capture capture("/tmp/mdinfo.XXXXXX");
     if (failed(capture.run_and_log(format_text(recover_detail_command, array, capture.path())))) {
@@ -46,7 +46,8 @@ bool was_member(const std::string& disk, const std::vector<std::string>& members
     return examination && superblock_names_one_of(*examination, members);
 }
 
-/// Puts the path of the disk that the array lost into the hole. 0 or Code::missing_disk_not_found.
+/// Puts the path of the disk that the array lost into the hole. Code::ok or
+/// Code::missing_disk_not_found.
 Code fill_hole(MemberTable& table, Sink& out) {
     disk_list disks;
     if (failed(get_disk_list(disks, out))) {

@@ -9,7 +9,7 @@ namespace zav {
 
 /// Stops the array and creates it again from its disks in their old order, then lets LVM look for
 /// its groups. Prints the members it finds. Runs mdadm -D on the array, -E on every disk that is
-/// not a member when one is missing, then -S, -C and vgscan. 0, Code::array_details_unread,
+/// not a member when one is missing, then -S, -C and vgscan. Code::ok, Code::array_details_unread,
 /// Code::missing_disk_not_found or Code::array_not_recovered.
 Code raid_recover(const char* array, const char* type, Sink& out);
 

@@ -29,16 +29,16 @@ Code fs_mount(const char* mntpoint, const char* group, const char* pool);
 Code fs_mount_typed(const char* mntpoint, const char* group, const char* pool,
                     std::string_view type);
 
-/// The work of every mount, under the kernel of now. `source` is a path or "-L " and a label.
+/// What every mount does, on the running kernel. `source` is a path or "-L " and a label.
 Code mount_source(const char* mntpoint, const std::string& source, std::string_view type,
                   const char* reiserfs_mount);
 
-/// Runs umount. 0 or Code::command_failed.
+/// Runs umount. Code::ok or Code::command_failed.
 Code fs_umount(const char* mntpoint);
 
-/// Unmounts everything on directories whose last component is `name`. 0, -1 when the mount table
-/// cannot be read, which is printed; Code::command_failed, or Code::fs_not_unmounted for a
-/// directory that can be in no command.
+/// Unmounts everything on directories whose last component is `name`. Code::ok, Code::mounts_unread
+/// when the mount table cannot be read, which is printed; Code::command_failed, or
+/// Code::fs_not_unmounted for a directory that can be in no command.
 Code check_umount(const char* name, Sink& out);
 
 /// Makes a mount point that nobody can write to until something is mounted. Runs mkdir, chattr. 0
@@ -49,26 +49,28 @@ Code mntdir_create(const char* mntpoint);
 /// Code::command_failed.
 Code mntdir_remove(const char* mntpoint);
 
-/// Registers a pool. 0, mount_point_registered or Code::register_unopened.
+/// Registers a pool. Code::ok, mount_point_registered or Code::register_unopened.
 Code mdfstab_add(const char* mntpoint, const char* group, const char* pool);
 
-/// Takes a mount point out of the register. 0, Code::register_unopened or Code::command_failed.
+/// Takes a mount point out of the register. Code::ok, Code::register_unopened or
+/// Code::command_failed.
 Code mdfstab_remove(const char* mntpoint);
 
-/// 0, or Code::fs_not_unmounted for a mount point of a register that no command may take.
+/// Code::ok, or Code::fs_not_unmounted for a mount point of a register that no command may take.
 Code check_mount_point(const char* mntpoint);
 
 /// The end of a repair: makes the mount point and, unless something is mounted on a directory whose
-/// last component is `name`, mounts with `mount`. 0 or Code::fs_not_mounted.
+/// last component is `name`, mounts with `mount`. Code::ok or Code::fs_not_mounted.
 Code mount_repaired(const char* name, const char* mntpoint, const std::function<Code()>& mount);
 
-/// Repairs the file system on a device. Runs xfs_repair or reiserfsck. 0 or Code::fs_not_repaired.
+/// Repairs the file system on a device. Runs xfs_repair or reiserfsck. Code::ok or
+/// Code::fs_not_repaired.
 Code repair_device(const std::string& device, std::string_view type);
 
-/// Repairs the file system on a pool. 0 or Code::fs_not_repaired.
+/// Repairs the file system on a pool. Code::ok or Code::fs_not_repaired.
 Code fs_repair(const char* pool, const char* group, std::string_view type);
 
-/// Unmounts a registered pool, repairs it and mounts it again. 0; Code::fs_not_unmounted,
+/// Unmounts a registered pool, repairs it and mounts it again. Code::ok; Code::fs_not_unmounted,
 /// Code::fs_not_mounted; Code::fs_not_repaired, after which a registered pool is mounted all the
 /// same.
 Code repair_kor_fs(const char* pool, const char* group, Sink& out);

@@ -33,7 +33,7 @@ FileDescriptor open_locked(const char* path, int flags) {
     }
 }
 
-/// For a register on a file system that nobody may write, which mv will tell.
+/// For a register on a read-only file system too: mv will report that.
 FileDescriptor open_to_read(const char* path) {
     FileDescriptor fd = open_locked(path, O_RDWR);
     return fd || errno == ENOENT ? std::move(fd) : FileDescriptor::open(path, O_RDONLY);

@@ -20,8 +20,8 @@ struct MountRegister {
 Code register_add(const MountRegister& mounts, const char* mntpoint, const std::string& line);
 
 /// Removes the lines of that mount point, and with them all comments and empty lines; without one
-/// the register stays as it is. It keeps its mode and owner. Runs mv. 0, Code::register_unopened
-/// or Code::command_failed.
+/// the register stays as it is. It keeps its mode and owner. Runs mv. Code::ok,
+/// Code::register_unopened or Code::command_failed.
 Code register_remove(const MountRegister& mounts, const char* mntpoint);
 
 } // namespace zav

@@ -15,8 +15,8 @@ namespace zav {
 /// unmounted one stays "umount". Always 0.
 Code fs_space_check(fs_list& list, Sink& out);
 
-/// Adds the file systems on pools to the list, with their state. 0; -1 when the register cannot be
-/// read; Code::pool_output_unread. Failures are printed.
+/// Adds the file systems on pools to the list, with their state. Code::ok; Code::register_unread
+/// when the register cannot be read; Code::pool_output_unread. Failures are printed.
 Code fs_list_get(fs_list& list, Sink& out);
 
 } // namespace zav

@@ -112,7 +112,7 @@ Code run_create_group(const vginfo& group, Sink& out) {
     return run_or_fail(command);
 }
 
-/// Releases a volume. 0 or Code::command_failed.
+/// Releases a volume. Code::ok or Code::command_failed.
 Code remove_volume(const pvinfo& volume, const disk_list& disks, Sink& out) {
     std::string name = volume.name.c_str();
     if (is_channel_list(name)) {

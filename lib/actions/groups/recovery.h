@@ -13,16 +13,18 @@
 
 namespace zav {
 
-/// Finds the group that had the pool, copies its name and brings it back. 0, also when no backup
-/// has the pool and `group` stays as it was; Code::array_inactive when it cannot be brought back.
+/// Finds the group that had the pool, copies its name and brings it back. Code::ok, also when no
+/// backup has the pool and `group` stays as it was; Code::array_inactive when it cannot be brought
+/// back.
 Code handle_abnorm_raid(const char* pool, GroupName& group, Sink& out);
 
-/// Brings a group back. 0, also without a backup of it; Code::array_inactive, printed and logged.
+/// Brings a group back. Code::ok, also without a backup of it; Code::array_inactive, printed and
+/// logged.
 Code vg_raid_resume(const char* group, Sink& out);
 
 /// The work of both, on the text of a backup. Prints "vg restore: %s\n" with whether anything was
 /// restored. Runs pvdisplay; for an array that broke mdadm -f and dd; pvcreate and vgcfgrestore.
-/// 0; -1 when the volumes of now are unknown; -2 when a volume has moved, its array is gone, or
+/// Code::live_volumes_unread; Code::volume_gone when a volume has moved, its array is gone, or
 /// the group's name can be in no command; -3 when there is no RAM disk for it.
 Code raid_restore(std::string_view backup, const char* group, Sink& out);
 

@@ -17,11 +17,11 @@ namespace zav {
 std::string netfs_mount_point(const char* label);
 
 /// Makes a file system of the product's type on a device, named as under /dev. Runs mkfs.reiserfs
-/// or mkfs.xfs. 0 or Code::command_failed.
+/// or mkfs.xfs. Code::ok or Code::command_failed.
 Code netfs_make(const char* label, const char* device);
 
 /// Mounts the disk of that label as the product's type and opens it to everybody. Runs mount,
-/// chmod. 0 or Code::command_failed.
+/// chmod. Code::ok or Code::command_failed.
 Code netfs_mount(const char* mntpoint, const char* label);
 
 /// The same as the registered type.
@@ -31,22 +31,23 @@ Code netfs_mount_typed(const char* mntpoint, const char* label, std::string_view
 /// Code::fs_not_repaired, also without a device, when nothing is run.
 Code netfs_repair(const std::string& device, std::string_view type);
 
-/// Registers a network disk. 0, mount_point_registered or Code::register_unopened.
+/// Registers a network disk. Code::ok, mount_point_registered or Code::register_unopened.
 Code netfstab_add(const char* mntpoint, const char* label);
 
-/// Takes a mount point out of the register. 0, Code::register_unopened or Code::command_failed.
+/// Takes a mount point out of the register. Code::ok, Code::register_unopened or
+/// Code::command_failed.
 Code netfstab_remove(const char* mntpoint);
 
-/// Makes, registers and mounts a network disk. 0, Code::fs_not_made or Code::fs_not_mounted.
+/// Makes, registers and mounts a network disk. Code::ok, Code::fs_not_made or Code::fs_not_mounted.
 Code create_netfs(const char* label, const char* device);
 
 /// Unmounts a network disk, takes it out of the register and clears its device, if it was mounted.
-/// 0 or Code::fs_not_unmounted.
+/// Code::ok or Code::fs_not_unmounted.
 Code delete_netfs(const char* label, Sink& out);
 
-/// Unmounts a registered network disk, repairs it and mounts it again. 0; Code::fs_not_unmounted,
-/// Code::fs_not_mounted; Code::fs_not_repaired, after which a registered disk is mounted all the
-/// same.
+/// Unmounts a registered network disk, repairs it and mounts it again. Code::ok;
+/// Code::fs_not_unmounted, Code::fs_not_mounted; Code::fs_not_repaired, after which a registered
+/// disk is mounted all the same.
 Code repair_kor_netfs(const char* label, Sink& out);
 
 } // namespace zav

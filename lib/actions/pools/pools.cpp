@@ -16,7 +16,7 @@ namespace zav {
 
 namespace {
 
-/// 0, or Code::pool_name_missing, which is logged.
+/// Code::ok, or Code::pool_name_missing, which is logged.
 Code check_names_given(std::string_view pool, std::string_view group) {
     if (!pool.empty() && !group.empty()) {
         return Code::ok;
@@ -25,7 +25,7 @@ Code check_names_given(std::string_view pool, std::string_view group) {
     return Code::pool_name_missing;
 }
 
-/// The pools of now; what cannot be read is missing in the list.
+/// The current pools; unreadable ones are omitted.
 void read_pools(pool_list& pools, Sink& out, LogSite reader = LogSite::here()) {
     if (const Code result = pool_list_get(pools, out); result == Code::pool_output_unread) {
         log_failure(result, reader);

@@ -18,18 +18,18 @@ namespace zav {
 /// Code::no_such_pool.
 Code pool_check(const char* pool, const char* group, std::int32_t size, Sink& out);
 
-/// Whether the group has no pool of that name. 0, Code::pool_name_missing or
+/// Whether the group has no pool of that name. Code::ok, Code::pool_name_missing or
 /// Code::pool_name_used.
 Code pool_name_check(const char* pool, const char* group, Sink& out);
 
 /// How many GiB of a group are not allocated, or Code::wrong_pool_group.
 Result<std::uint64_t> vg_room(const char* group, Sink& out);
 
-/// Whether the group has room for `size`, which is not 0. 0, Code::wrong_pool_group or
+/// Whether the group has room for `size`, which is not 0. Code::ok, Code::wrong_pool_group or
 /// Code::size_not_possible.
 Code vg_space_check(const char* group, std::uint64_t size, Sink& out);
 
-/// Makes a pool. Runs lvcreate. 0, vg_space_check()'s or pool_name_check()'s code, or
+/// Makes a pool. Runs lvcreate. Code::ok, vg_space_check()'s or pool_name_check()'s code, or
 /// Code::command_failed.
 Code pool_create(const char* pool, const char* group, std::uint64_t size, Sink& out);
 
@@ -37,7 +37,7 @@ Code pool_create(const char* pool, const char* group, std::uint64_t size, Sink& 
 /// pool_check()'s or vg_space_check()'s code, or Code::command_failed.
 Code pool_extend(const char* pool, const char* group, std::uint64_t size, Sink& out);
 
-/// Removes a pool. Runs lvremove. 0, pool_check()'s code or Code::command_failed.
+/// Removes a pool. Runs lvremove. Code::ok, pool_check()'s code or Code::command_failed.
 Code pool_remove(const char* pool, const char* group, Sink& out);
 
 } // namespace zav

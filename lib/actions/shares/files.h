@@ -16,11 +16,11 @@ namespace zav {
 /// ends when `fd` is closed; no other descriptor of the file may be closed until then.
 Code file_lock_open(const char* path, FileDescriptor& fd, Code unopened);
 
-/// Adds the shares of the register to the list. 0, FileCode::unread or FileCode::malformed.
+/// Adds the shares of the register to the list. Code::ok, FileCode::unread or FileCode::malformed.
 FileCode share_list_read(const FileDescriptor& fd, share_list& list);
 
-/// Rewrites the register and hands it to the configuration tool. 0 or FileCode::unwritten, which
-/// leaves it short.
+/// Rewrites the register and hands it to the configuration tool. FileCode::ok or
+/// FileCode::unwritten, which leaves it short.
 FileCode share_list_write(const FileDescriptor& fd, const share_list& list);
 
 /// The live file of a service, which may be one without a path, or the recycle file that keeps its
@@ -31,7 +31,7 @@ const ShareFile* recycle_file(std::string_view service);
 /// A service's file with its lock and its shares.
 class OpenServiceFile {
   public:
-    /// 0; Code::service_file_unopened, Code::file_locked, Code::share_file_malformed.
+    /// Code::ok; Code::service_file_unopened, Code::file_locked, Code::share_file_malformed.
     Code open(const ShareFile& file);
 
     [[nodiscard]] share_list& shares() { return shares_; }
@@ -49,7 +49,7 @@ class OpenServiceFile {
     share_list shares_;
 };
 
-/// The register in the same way: 0; Code::share_register_unopened, Code::file_locked,
+/// The register in the same way: Code::ok; Code::share_register_unopened, Code::file_locked,
 /// Code::share_file_malformed; write() gives Code::share_register_unwritten.
 class OpenRegister {
   public:
@@ -66,7 +66,7 @@ class OpenRegister {
 Code service_conf_open(OpenServiceFile& file, std::string_view service);
 Code recy_conf_open(OpenServiceFile& file, std::string_view service);
 
-/// Reads a file of exports: 0, Code::service_file_unopened, Code::file_locked or
+/// Reads a file of exports: Code::ok, Code::service_file_unopened, Code::file_locked or
 /// Code::share_file_malformed.
 Code read_exports_file(const char* path, share_list& list);
 

@@ -11,26 +11,27 @@
 
 namespace zav {
 
-/// Gives a user of the system another home. Runs mv. 0; -1 or -2 of read_file_lines();
+/// Gives a user of the system another home. Runs mv. Code::ok; a code of read_file_lines();
 /// Code::command_failed.
 Code rewrite_home(std::string_view user, std::string_view home);
 
-/// Writes the file of the share's user and hands it to the FTP server. Runs fxml. 0; -1 or -2 of
-/// read_file_lines(); Code::ftp_user_file_unopened or Code::ftp_user_file_unwritten.
+/// Writes the file of the share's user and hands it to the FTP server. Runs fxml. Code::ok; a code
+/// of read_file_lines(); Code::ftp_user_file_unopened or Code::ftp_user_file_unwritten.
 Code ftp_user_set(const share_info& share);
 
 /// Takes the share's user from the FTP server and gives it its own home again. Runs mv, fxml. 0 or
 /// Code::home_not_rewritten.
 Code ftp_user_remove(const share_info& share);
 
-/// Binds the share's user, new homes first, instead of `old_user`. 0 or Code::share_not_edited.
+/// Binds the share's user, new homes first, instead of `old_user`. Code::ok or
+/// Code::share_not_edited.
 Code ftp_mod(const share_info& share, std::string_view old_user);
 
 /// The home of the users that are bound to shares.
 inline constexpr std::string_view ftp_home = "/home/ftpuser";
 
-/// Binds the share's user, unless it is the default one: its home first. 0 or the code of the step
-/// that failed.
+/// Binds the share's user, unless it is the default one: its home first. Code::ok or the code of
+/// the step that failed.
 Code ftp_bind(const share_info& share);
 
 } // namespace zav

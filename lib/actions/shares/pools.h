@@ -20,8 +20,8 @@ std::string share_path(std::string_view type, const char* group, const char* nam
 /// Code::pool_output_unread.
 Result<GroupName> find_pool_group(const char* pool, Sink& out);
 
-/// Makes the mount point, mounts the pool there and registers it. 0, Code::fs_not_mounted, or
-/// Code::register_unopened.
+/// Makes the mount point, mounts the pool there and registers it. Code::ok, Code::fs_not_mounted,
+/// or Code::register_unopened.
 Code mount_share(const share_info& share, const char* group);
 
 /// The same at the mount point of Samba and NFS, whatever the share's service; where something is
@@ -32,12 +32,12 @@ Code mount_missing_share(const share_info& share, const char* group);
 /// what is mounted there.
 Code mount_again(const share_info& share, const char* group);
 
-/// Takes the mount point out of the register and removes it. Nothing without a group, which is
-/// logged, but for FTP shares, whose mount point does without.
+/// Takes the mount point out of the register and removes it. Without a group it only logs that,
+/// except for an FTP share, whose mount point needs none.
 void unregister_mount(const share_info& share, const GroupName& group);
 
-/// Removes the pool; nothing without a group. 0, also when there was none; Code::pool_not_removed,
-/// or pool_check()'s code.
+/// Removes the pool; nothing without a group. Code::ok, also when there was none;
+/// Code::pool_not_removed, or pool_check()'s code.
 Code remove_share_pool(const share_info& share, const GroupName& group, Sink& out);
 
 /// Repairs the file system on a share's pool. A failure is only logged.

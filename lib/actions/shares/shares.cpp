@@ -35,7 +35,7 @@ Code create_pool(const share_info& share, const char* group, Sink& out) {
     return check_lvname(name, out) == Presence::present ? Code::ok : Code::pool_not_created;
 }
 
-/// A share that nobody was found for is the default user's.
+/// A share without a known user belongs to the default user.
 bool has_own_ftp_user(const share_info& share) {
     return has_ftp_account(share) && !share.users.empty() && share.users != default_ftp_user;
 }

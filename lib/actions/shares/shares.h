@@ -18,15 +18,15 @@
 
 namespace zav {
 
-/// Whether the group has room for `size`, which may be 0. 0, Code::wrong_pool_group or
+/// Whether the group has room for `size`, which may be 0. Code::ok, Code::wrong_pool_group or
 /// Code::size_not_possible.
 Code share_space_check(const char* group, std::uint64_t size, Sink& out);
 
-/// Makes a share with a pool of its size and starts its service anew. 0; Code::share_exists,
+/// Makes a share with a pool of its size and starts its service anew. Code::ok; Code::share_exists,
 /// Code::share_listed, Code::share_not_created, Code::pool_not_created, Code::fs_not_mounted.
 Code create_share(const share_info& share, const char* group, Sink& out);
 
-/// Deletes a share and its pool. 0; Code::no_such_share, Code::array_inactive,
+/// Deletes a share and its pool. Code::ok; Code::no_such_share, Code::array_inactive,
 /// Code::fs_not_unmounted, Code::pool_not_removed, Code::share_not_deleted.
 Code delete_share(const char* name, Sink& out);
 Code del_use_share(const share_info& share, const GroupName& group, Sink& out);
@@ -45,12 +45,12 @@ Code mod_forbiden_share(share_info& share);
 Code set_to_ftp(share_info& share, Sink& out);
 Code set_to_smbnfs(share_info& share, Sink& out);
 
-/// Registers a share whose pool is there, and mounts it. 0; Code::share_not_restored,
+/// Registers a share whose pool is there, and mounts it. Code::ok; Code::share_not_restored,
 /// Code::fs_not_mounted.
 Code restore_share(share_info& share, const char* group);
 
-/// Unmounts a share, repairs its file system, mounts it and registers it. 0; Code::no_such_share,
-/// Code::fs_not_unmounted, Code::fs_not_mounted, Code::share_not_repaired.
+/// Unmounts a share, repairs its file system, mounts it and registers it. Code::ok;
+/// Code::no_such_share, Code::fs_not_unmounted, Code::fs_not_mounted, Code::share_not_repaired.
 Code repair_share(const char* name, std::string_view type, const char* group, Sink& out);
 
 } // namespace zav

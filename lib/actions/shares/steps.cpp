@@ -69,7 +69,7 @@ bool apply(const share_info& share, share_list& list) {
     return true;
 }
 
-/// Updates the register's entry. 0, Code::share_not_listed when it was added, or a code.
+/// Updates the register's entry. Code::ok, Code::share_not_listed when it was added, or a code.
 Code update_register(const share_info& share) {
     OpenRegister entries;
     if (const Code result = entries.open(); failed(result)) {

@@ -14,16 +14,16 @@
 namespace zav {
 
 /// Registers a share and brings its service's file in line with the register: entries that are in
-/// both get the register's texts, those of the service that are missing are added. 0, or
+/// both get the register's texts, those of the service that are missing are added. Code::ok, or
 /// Code::share_listed for a name that is registered already.
 Code add_share(const share_info& share);
 
-/// Gives a share in use its new texts and access, in the register and in its service's file. 0, or
-/// Code::share_not_listed when the file did not have it: it does now.
+/// Gives a share in use its new texts and access, in the register and in its service's file.
+/// Code::ok, or Code::share_not_listed when the file did not have it: it does now.
 Code apply_share(const share_info& share);
 
 /// Makes a share of Samba or NFS a forbidden one: no service in the register, and from the
-/// service's file into its recycle file. `share` loses its type. 0, Code::share_not_listed,
+/// service's file into its recycle file. `share` loses its type. Code::ok, Code::share_not_listed,
 /// Code::share_listed.
 Code forbid_share(share_info& share);
 
@@ -35,18 +35,18 @@ Code unmount_and_unregister(share_info& share, const std::string& mntpoint);
 /// Code::share_not_listed when it was not registered: it is now.
 Code edit_forbidden_share(share_info& share);
 
-/// Takes a share out of the register and its service's file. 0 or Code::share_not_listed.
+/// Takes a share out of the register and its service's file. Code::ok or Code::share_not_listed.
 Code remove_share(const share_info& share);
 
 /// Takes a forbidden share out of the register and both recycle files. 0 or
 /// Code::share_not_listed.
 Code remove_forbidden_share(const share_info& share);
 
-/// Takes a share out of both recycle files. 0, or Code::share_not_listed for the exports.
+/// Takes a share out of both recycle files. Code::ok, or Code::share_not_listed for the exports.
 Code remove_from_recycle_files(const share_info& share);
 
 /// Fills in the users and the comment that a forbidden share has in its recycle file where none are
-/// given: whoever puts it back in use does not open it to everybody.
+/// given, so that putting it back in use does not open it to everybody.
 void recall_texts(share_info& share);
 
 /// For listings: fills in users, access and path of the forbidden shares.
