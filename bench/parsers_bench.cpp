@@ -156,13 +156,13 @@ std::vector<Parser> text_parsers() {
         {"key/value file, reading", item, "[product]\n\ttype = X\n",
          [](const std::string& text) {
              char value[32] = "";
-             key_value_get(files.path_of(text), "product", "type", value, sizeof value);
+             ignore(key_value_get(files.path_of(text), "product", "type", value, sizeof value));
              benchmark::DoNotOptimize(value);
          },
          file_lines},
         {"key/value file, writing", item, "[product]\n\ttype = Y\n",
          [](const std::string& text) {
-             key_value_set(files.path_of(text), "product", "type", "Y");
+             ignore(key_value_set(files.path_of(text), "product", "type", "Y"));
          },
          file_lines},
         {"memory in use", any_line, "MemTotal: 4\nMemFree: 1\nBuffers: 1\nCached: 1\n",

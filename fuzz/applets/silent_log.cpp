@@ -16,15 +16,19 @@ int zavbox_log_error(const char*, ...) {
     return 0;
 }
 
-int log_return(int code, LogSite) {
+void log_failure(Code, LogSite) {}
+
+Code log_return(Code code, LogSite) {
     return code;
 }
 
-int log_errno(int, LogSite) {
-    return 0;
-}
+void log_errno(int, LogSite) {}
 
-int fail_with_errno(int code, LogSite) {
+void log_errno(Code, LogSite) {}
+
+void log_errno(WaitStatus, LogSite) {}
+
+Code fail_with_errno(Code code, LogSite) {
     return code;
 }
 

@@ -2,6 +2,7 @@
 // Arguments that pass a check contain only allowed characters.
 #include "base/checks.h"
 
+#include "base/codes.h"
 #include "fuzz.h"
 
 #include <algorithm>
@@ -42,19 +43,21 @@ bool has_long_item(std::string_view list) {
 void run(std::string_view input) {
     const std::string argument(input);
     const std::string_view text = argument.c_str();
-    check_result(check_name8(argument.c_str()), text, 8, name_characters);
-    check_result(check_name32(argument.c_str()), text, 32, name_characters);
-    check_result(check_number8(argument.c_str()), text, 8, digits);
+    check_result(number_of(check_name8(argument.c_str())), text, 8, name_characters);
+    check_result(number_of(check_name32(argument.c_str())), text, 32, name_characters);
+    check_result(number_of(check_number8(argument.c_str())), text, 8, digits);
 
     const bool names = !text.empty() && text.front() != ',' && !has_long_item(text) &&
                        consists_of(text, std::string(name_characters) + ",");
-    require(check_name_list(argument.c_str()) == (names ? 0 : -1), "names between commas");
+    require(number_of(check_name_list(argument.c_str())) == (names ? 0 : -1),
+            "names between commas");
     const bool numbers =
         !text.empty() && text.size() <= 128 && consists_of(text, std::string(digits) + ",");
-    require(check_number_list(argument.c_str()) == (numbers ? 0 : -1), "numbers between commas");
+    require(number_of(check_number_list(argument.c_str())) == (numbers ? 0 : -1),
+            "numbers between commas");
 
     BoundedText<129> copy("before");
-    const bool copied = copy_text128(copy, argument.c_str()) == 0;
+    const bool copied = !failed(copy_text128(copy, argument.c_str()));
     require(copied == (!text.empty() && text.size() <= 128), "a text of 1 to 128 is copied");
     require(copy == (copied ? text : "before"), "whole or not at all");
 }

@@ -69,14 +69,15 @@ bool has_cut_line(std::string_view text) {
 
 std::string get(const MemoryFile& file, const Item& item, int& code) {
     char value[longest_line + 2] = "";
-    code = key_value_get(file.path(), item.section.c_str(), item.key.c_str(), value, sizeof value);
+    code = number_of(
+        key_value_get(file.path(), item.section.c_str(), item.key.c_str(), value, sizeof value));
     return value;
 }
 
 void check_room(const MemoryFile& file, const Item& item, const std::string& value) {
     for (const std::size_t room : {std::size_t{1}, std::size_t{4}}) {
         char cut[4] = "...";
-        key_value_get(cut, room, file.path(), item.section.c_str(), item.key.c_str());
+        ignore(key_value_get(cut, room, file.path(), item.section.c_str(), item.key.c_str()));
         require(std::string_view(cut) == value.substr(0, room - 1), "a value is cut to its room");
     }
 }
@@ -85,9 +86,10 @@ void check_set(MemoryFile& file, const Item& item, bool has_cut_lines) {
     int before = 0;
     get(file, item, before);
     const std::string untouched = file.text();
-    const int set =
-        key_value_set(file.path(), item.section.c_str(), item.key.c_str(), item.value.c_str());
-    require((set == 0) == (before >= file_error::no_key), "a key is set when it can be read");
+    const int set = number_of(
+        key_value_set(file.path(), item.section.c_str(), item.key.c_str(), item.value.c_str()));
+    require((set == 0) == (before >= number_of(FileCode::no_key)),
+            "a key is set when it can be read");
     if (set != 0) {
         require(file.text() == untouched, "a key that is not set leaves the file as it was");
         return;
@@ -101,10 +103,10 @@ void check_set(MemoryFile& file, const Item& item, bool has_cut_lines) {
         return;
     }
     const std::string once = file.text();
-    key_value_set(file.path(), item.section.c_str(), item.key.c_str(), item.value.c_str());
-    key_value_set(file.path(), item.section.c_str(), item.key.c_str(), item.value.c_str());
+    ignore(key_value_set(file.path(), item.section.c_str(), item.key.c_str(), item.value.c_str()));
+    ignore(key_value_set(file.path(), item.section.c_str(), item.key.c_str(), item.value.c_str()));
     const std::string twice = file.text();
-    key_value_set(file.path(), item.section.c_str(), item.key.c_str(), item.value.c_str());
+    ignore(key_value_set(file.path(), item.section.c_str(), item.key.c_str(), item.value.c_str()));
     require(file.text() == twice, "setting again what is set changes nothing");
     require(twice.size() <= once.size(), "and adds nothing");
 }
@@ -119,7 +121,7 @@ void run(std::string_view input) {
     MemoryFile file(input);
     int code = 0;
     const std::string value = get(file, item, code);
-    require(code <= 0 && code >= file_error::too_long, "a result is one of the codes");
+    require(code <= 0 && code >= number_of(FileCode::too_long), "a result is one of the codes");
     if (code == 0) {
         require(value.size() <= longest_line + 1, "a value fits the longest line");
         const std::size_t last = input.find_last_not_of(std::string_view(" \r\n\0", 4));
@@ -132,7 +134,8 @@ void run(std::string_view input) {
             "an index of the text finds what is read from the file");
     check_set(file, item, has_cut_line(input));
     MemoryFile other(input);
-    key_value_remove(item.value.c_str(), other.path(), item.section.c_str(), item.key.c_str());
+    ignore(
+        key_value_remove(item.value.c_str(), other.path(), item.section.c_str(), item.key.c_str()));
 }
 
 } // namespace zav::fuzz
