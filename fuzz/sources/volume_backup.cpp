@@ -28,9 +28,7 @@ void run(std::string_view input) {
     }
 
     backup_pv_list volumes;
-    const int result = parse_backup_volumes(input, volumes);
-    require(result == 0 || result == -1, "there is a section of volumes or there is none");
-    if (result != 0) {
+    if (!parse_backup_volumes(input, volumes)) {
         require(volumes.empty(), "without their section there are no volumes");
         return;
     }
