@@ -22,6 +22,11 @@ if(CMAKE_BUILD_TYPE STREQUAL "Release")
     target_link_options(zav_compiler INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
 endif()
 
+if(CMAKE_INTERPROCEDURAL_OPTIMIZATION AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # libzav.a is linked by programs that are built in other ways: it needs code of its own as well.
+    target_compile_options(zav_compiler INTERFACE -ffat-lto-objects)
+endif()
+
 if(ZAV_SANITIZERS)
     target_compile_options(zav_compiler INTERFACE
         -fsanitize=${ZAV_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
