@@ -10,8 +10,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr char server_state[] = "/var/run/sys_state";
-constexpr char other_state[] = "/tmp/nas_state.conf";
 constexpr char tool[] = "/usr/local/bin/pwstate";
 
 void add_power(PrivateRoot& root) {

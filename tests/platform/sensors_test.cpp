@@ -8,9 +8,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr char server_state[] = "/var/run/sys_state";
-constexpr char other_state[] = "/tmp/nas_state.conf";
-
 /// Both status files with both keys; each value names its place.
 void add_temperatures(PrivateRoot& root) {
     root.file(server_state, "[status]\n\ttemp = server\n\ttemp(cpu) = server cpu\n"

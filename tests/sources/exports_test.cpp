@@ -18,22 +18,6 @@ namespace {
 
 using testing::ElementsAre;
 
-share_info& add(share_list& list, const char* name, const char* type, const char* path = "") {
-    share_info& share = list.append();
-    share.name = name;
-    share.type = type;
-    share.path = path;
-    return share;
-}
-
-Texts users(const share_list& list) {
-    Texts texts;
-    for (const share_info& share : list) {
-        texts.emplace_back(share.users.view());
-    }
-    return texts;
-}
-
 class ExportsScan : public testing::Test {
   protected:
     const share_info& scanned(const std::string& text, const char* type = "nfs") {
@@ -103,14 +87,8 @@ using testing::IsEmpty;
 using testing::Pair;
 using testing::SizeIs;
 
-constexpr int malformed = -14;
-
-using Parsed = std::pair<int, std::vector<std::string>>;
-
 Parsed read_exports(std::string_view text) {
-    share_list list;
-    const auto result = parse_exports(text, list);
-    return {number_of(result), described(list)};
+    return parsed(parse_exports, text);
 }
 
 TEST(ExportsReader, ReadsALine) {
@@ -189,36 +167,25 @@ TEST(ExportsReader, LinesEndAsInTheRegister) {
         << "its bracket stands on the next line";
 }
 
-share_info share_of(const char* type) {
-    share_info share;
-    share.name = "pub";
-    share.type = type;
-    share.path = "/mnt/vg1/pub";
-    share.comment = "for all";
-    share.users = "anna";
-    share.size = 5;
-    return share;
-}
-
 TEST(ExportLine, IsPathHostsAndOptions) {
-    EXPECT_THAT(export_line(share_of("nfs")),
+    EXPECT_THAT(export_line(full_share("nfs")),
                 ElementsAre("/mnt/vg1/pub anna(rw,sync,no_root_squash)\n"));
 }
 
 TEST(ExportLine, OfAReadOnlyShareSaysSo) {
-    share_info share = share_of("nfs");
+    share_info share = full_share("nfs");
     share.write = 0;
     EXPECT_THAT(export_line(share), ElementsAre("/mnt/vg1/pub anna(ro,sync,no_root_squash)\n"));
 }
 
 TEST(ExportLine, WithoutHostsIsForAll) {
-    share_info share = share_of("nfs");
+    share_info share = full_share("nfs");
     share.users.clear();
     EXPECT_THAT(export_line(share), ElementsAre("/mnt/vg1/pub *(rw,sync,no_root_squash)\n"));
 }
 
 TEST(ExportLine, KeepsBlanksInItsHosts) {
-    share_info share = share_of("nfs");
+    share_info share = full_share("nfs");
     share.users = "a  b";
     EXPECT_THAT(export_line(share), ElementsAre("/mnt/vg1/pub a  b(rw,sync,no_root_squash)\n"));
 }

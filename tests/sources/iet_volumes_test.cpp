@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The volumes that the iSCSI target daemon exports.
+#include "fixtures/share_lists.h"
 #include "fixtures/share_machine.h"
 #include "sources/iet_volumes.h"
 
@@ -10,22 +11,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-share_info& add(share_list& list, const char* name, const char* type, const char* path = "") {
-    share_info& share = list.append();
-    share.name = name;
-    share.type = type;
-    share.path = path;
-    return share;
-}
-
-Texts names(const share_list& list) {
-    Texts texts;
-    for (const share_info& share : list) {
-        texts.emplace_back(share.name.view());
-    }
-    return texts;
-}
 
 class VolumeScan : public testing::Test {
   protected:

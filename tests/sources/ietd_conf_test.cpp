@@ -19,30 +19,6 @@ namespace {
 
 using testing::ElementsAre;
 
-share_info& add(share_list& list, const char* name, const char* type, const char* path = "") {
-    share_info& share = list.append();
-    share.name = name;
-    share.type = type;
-    share.path = path;
-    return share;
-}
-
-Texts names(const share_list& list) {
-    Texts texts;
-    for (const share_info& share : list) {
-        texts.emplace_back(share.name.view());
-    }
-    return texts;
-}
-
-Texts users(const share_list& list) {
-    Texts texts;
-    for (const share_info& share : list) {
-        texts.emplace_back(share.users.view());
-    }
-    return texts;
-}
-
 class TargetScan : public testing::Test {
   protected:
     Texts scanned(const std::string& text) {
@@ -99,12 +75,8 @@ using testing::IsEmpty;
 using testing::Pair;
 using testing::SizeIs;
 
-using Parsed = std::pair<int, std::vector<std::string>>;
-
 Parsed read_targets(std::string_view text) {
-    share_list list;
-    const auto result = parse_targets(text, list);
-    return {number_of(result), described(list)};
+    return parsed(parse_targets, text);
 }
 
 constexpr auto target_block =
@@ -178,17 +150,6 @@ TEST(TargetReader, LinesEndAsInTheRegister) {
                 Pair(0, ElementsAre("|iscsi|||rw|0|", "b|iscsi|||rw|0|")));
 }
 
-share_info share_of(const char* type) {
-    share_info share;
-    share.name = "pub";
-    share.type = type;
-    share.path = "/mnt/vg1/pub";
-    share.comment = "for all";
-    share.users = "anna";
-    share.size = 5;
-    return share;
-}
-
 constexpr std::time_t moment = 1714658585; // 2024-05-02 14:03:05 UTC
 
 std::string secret_of(std::string_view user) {
@@ -218,7 +179,7 @@ class TargetBlock : public testing::Test {
         const Lines all = lines();
         return {all.begin() + 1, all.end() - 4};
     }
-    share_info share = share_of("iscsi");
+    share_info share = full_share("iscsi");
 };
 
 TEST_F(TargetBlock, HasItsLinesInThisOrder) {

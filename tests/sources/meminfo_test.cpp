@@ -4,14 +4,13 @@
 
 #include <csignal>
 #include <gtest/gtest.h>
+#include <optional>
 
 namespace zav::test {
 namespace {
 
 using testing::FloatEq;
 using testing::Optional;
-
-constexpr auto nothing = std::nullopt;
 
 std::string meminfo(const std::string& total, const std::string& free, const std::string& buffers,
                     const std::string& cached) {
@@ -58,13 +57,13 @@ TEST(MemoryInUse, NeedsAllFourFigures) {
     for (const std::string key : {"MemTotal", "MemFree", "Buffers", "Cached"}) {
         std::string text = whole;
         text.replace(text.find(key), key.size(), "Other");
-        EXPECT_EQ(memory_in_use(text), nothing) << key;
+        EXPECT_EQ(memory_in_use(text), std::nullopt) << key;
     }
-    EXPECT_EQ(memory_in_use(""), nothing);
+    EXPECT_EQ(memory_in_use(""), std::nullopt);
 }
 
 TEST(MemoryInUse, KeyWithoutAColonIsMissing) {
-    EXPECT_EQ(memory_in_use("MemTotal\nMemFree: 1\nBuffers: 1\nCached: 1\n"), nothing);
+    EXPECT_EQ(memory_in_use("MemTotal\nMemFree: 1\nBuffers: 1\nCached: 1\n"), std::nullopt);
 }
 
 } // namespace

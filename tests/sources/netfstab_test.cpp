@@ -11,7 +11,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 // Every disk as "label|mount point|type|owner|device|status|size|used".
-std::vector<std::string> parse(std::string_view text) {
+std::vector<std::string> parsed_netfstab(std::string_view text) {
     fs_list list;
     parse_netfstab(text, list);
     std::vector<std::string> disks;
@@ -28,12 +28,12 @@ std::vector<std::string> parse(std::string_view text) {
 }
 
 TEST(NetfstabParser, TakesTheLineThatIsWritten) {
-    EXPECT_THAT(parse("LABEL=disk\t/mnt/netdisk/disk\txfs\tdefaults\t0 0\n"),
+    EXPECT_THAT(parsed_netfstab("LABEL=disk\t/mnt/netdisk/disk\txfs\tdefaults\t0 0\n"),
                 ElementsAre("disk|/mnt/netdisk/disk|xfs|netdisk|5||0|0"));
 }
 
 TEST(NetfstabParser, KeepsTheOrderOfTheLines) {
-    EXPECT_THAT(parse("LABEL=b /mnt/netdisk/b reiserfs\nLABEL=a /mnt/netdisk/a xfs\n"),
+    EXPECT_THAT(parsed_netfstab("LABEL=b /mnt/netdisk/b reiserfs\nLABEL=a /mnt/netdisk/a xfs\n"),
                 ElementsAre("b|/mnt/netdisk/b|reiserfs|netdisk|5||0|0",
                             "a|/mnt/netdisk/a|xfs|netdisk|5||0|0"));
 }
@@ -47,36 +47,37 @@ TEST(NetfstabParser, AddsToTheList) {
 
 TEST(NetfstabParser, TakesSixCharactersOffTheFirstWordWhateverTheyAre) {
     EXPECT_THAT(
-        parse("UUID=12345 /mnt/netdisk/a xfs\nlabel=b /mnt/netdisk/b xfs\n"
-              "LABEL= /mnt/netdisk/c xfs\n# /mnt/netdisk/d xfs\n"),
+        parsed_netfstab("UUID=12345 /mnt/netdisk/a xfs\nlabel=b /mnt/netdisk/b xfs\n"
+                        "LABEL= /mnt/netdisk/c xfs\n# /mnt/netdisk/d xfs\n"),
         ElementsAre("2345|/mnt/netdisk/a|xfs|netdisk|5||0|0", "b|/mnt/netdisk/b|xfs|netdisk|5||0|0",
                     "|/mnt/netdisk/c|xfs|netdisk|5||0|0", "|/mnt/netdisk/d|xfs|netdisk|5||0|0"));
 }
 
 TEST(NetfstabParser, TakesTheOwnerFromWhatFollowsFiveCharactersOfTheMountPoint) {
-    EXPECT_THAT(parse("LABEL=a /srv/data/a xfs\nLABEL=b /mnt xfs\nLABEL=c /mnt/ xfs\n"
-                      "LABEL=d /mnt//own//d xfs\n"),
+    EXPECT_THAT(parsed_netfstab("LABEL=a /srv/data/a xfs\nLABEL=b /mnt xfs\nLABEL=c /mnt/ xfs\n"
+                                "LABEL=d /mnt//own//d xfs\n"),
                 ElementsAre("a|/srv/data/a|xfs|data|5||0|0", "b|/mnt|xfs||5||0|0",
                             "c|/mnt/|xfs||5||0|0", "d|/mnt//own//d|xfs|own|5||0|0"));
 }
 
 TEST(NetfstabParser, PassesOverLinesOfFewerThanThreeWords) {
-    EXPECT_THAT(parse(""), IsEmpty());
-    EXPECT_THAT(parse("\n \t \nLABEL=a\nLABEL=a /mnt/netdisk/a\nLABEL=a /mnt/netdisk/a \n"),
-                IsEmpty());
+    EXPECT_THAT(parsed_netfstab(""), IsEmpty());
+    EXPECT_THAT(
+        parsed_netfstab("\n \t \nLABEL=a\nLABEL=a /mnt/netdisk/a\nLABEL=a /mnt/netdisk/a \n"),
+        IsEmpty());
 }
 
 TEST(NetfstabParser, TakesOddSpacingAndALineWithoutALineFeed) {
-    EXPECT_THAT(parse(" \tLABEL=a \t /mnt/netdisk/a\t\txfs"),
+    EXPECT_THAT(parsed_netfstab(" \tLABEL=a \t /mnt/netdisk/a\t\txfs"),
                 ElementsAre("a|/mnt/netdisk/a|xfs|netdisk|5||0|0"));
 }
 
 TEST(NetfstabParser, CutsWhatIsLongerThanItsField) {
     const std::string label(150, 'l');
-    EXPECT_THAT(
-        parse("LABEL=" + label + " /m/" + std::string(30, 'm') + " " + std::string(19, 't') + "\n"),
-        ElementsAre(label.substr(0, 127) + "|/m/" + std::string(30, 'm') + "|" +
-                    std::string(15, 't') + "|" + std::string(28, 'm') + "|5||0|0"));
+    EXPECT_THAT(parsed_netfstab("LABEL=" + label + " /m/" + std::string(30, 'm') + " " +
+                                std::string(19, 't') + "\n"),
+                ElementsAre(label.substr(0, 127) + "|/m/" + std::string(30, 'm') + "|" +
+                            std::string(15, 't') + "|" + std::string(28, 'm') + "|5||0|0"));
 }
 
 } // namespace

@@ -22,22 +22,6 @@ using testing::ElementsAre;
 constexpr RegisterService services[] = {
     {"samba", "samba"}, {"nfs", "nfs"}, {"ftp", "ftp"}, {"iscsi", "iSCSI"}};
 
-share_info& add(share_list& list, const char* name, const char* type, const char* path = "") {
-    share_info& share = list.append();
-    share.name = name;
-    share.type = type;
-    share.path = path;
-    return share;
-}
-
-Texts names(const share_list& list) {
-    Texts texts;
-    for (const share_info& share : list) {
-        texts.emplace_back(share.name.view());
-    }
-    return texts;
-}
-
 // The only share of a register.
 share_info only(const std::string& text) {
     share_list list;
@@ -129,17 +113,6 @@ using namespace std::literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
-
-constexpr int malformed = -14;
-
-// The result and a description of the shares.
-using Parsed = std::pair<int, std::vector<std::string>>;
-
-Parsed parsed(FileCode (*parse)(std::string_view, share_list&), std::string_view text) {
-    share_list list;
-    const FileCode result = parse(text, list);
-    return {number_of(result), described(list)};
-}
 
 Parsed read_register(std::string_view text) {
     return parsed([](std::string_view file,
@@ -342,17 +315,6 @@ TEST(RegisterReader, FieldsHaveTheirSizes) {
                                     long_text.substr(0, 128))));
 }
 
-share_info share_of(const char* type) {
-    share_info share;
-    share.name = "pub";
-    share.type = type;
-    share.path = "/mnt/vg1/pub";
-    share.comment = "for all";
-    share.users = "anna";
-    share.size = 5;
-    return share;
-}
-
 std::string joined(const Lines& lines) {
     std::string text;
     for (const std::string& line : lines) {
@@ -362,7 +324,7 @@ std::string joined(const Lines& lines) {
 }
 
 TEST(RegisterSection, HasNineLines) {
-    EXPECT_THAT(register_lines(share_of("samba"), services),
+    EXPECT_THAT(register_lines(full_share("samba"), services),
                 ElementsAre("[pub]\n", "    sharename = pub\n", "    path = /mnt/vg1/pub\n",
                             "    size = 5\n", "    samba = 1\n", "    nfs = 0\n", "    ftp = 0\n",
                             "    iscsi = 0\n", "    comment = for all\n"));
@@ -370,7 +332,7 @@ TEST(RegisterSection, HasNineLines) {
 
 TEST(RegisterSection, HasOneServiceOrNone) {
     const auto keys_of = [](const char* type) {
-        const std::string text = joined(register_lines(share_of(type), services));
+        const std::string text = joined(register_lines(full_share(type), services));
         const std::size_t start = text.find("    samba");
         return text.substr(start, text.find("    comment") - start);
     };
@@ -388,7 +350,7 @@ TEST(RegisterSection, OfAnEmptyShareHasAllItsLines) {
 }
 
 TEST(RegisterSection, HoldsTheWholeSize) {
-    share_info share = share_of("nfs");
+    share_info share = full_share("nfs");
     share.size = 9223372036854775807;
     EXPECT_EQ(register_lines(share, services).at(3), "    size = 9223372036854775807\n");
     share.size = -1;

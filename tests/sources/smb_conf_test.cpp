@@ -18,14 +18,6 @@ namespace {
 
 using testing::ElementsAre;
 
-share_info& add(share_list& list, const char* name, const char* type, const char* path = "") {
-    share_info& share = list.append();
-    share.name = name;
-    share.type = type;
-    share.path = path;
-    return share;
-}
-
 class SambaScan : public testing::Test {
   protected:
     // The access and users of the share "pub" of that type after parsing smb.conf.
@@ -84,17 +76,6 @@ using namespace std::literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
-
-constexpr int malformed = -14;
-
-// The result and a description of the shares.
-using Parsed = std::pair<int, std::vector<std::string>>;
-
-Parsed parsed(FileCode (*parse)(std::string_view, share_list&), std::string_view text) {
-    share_list list;
-    const FileCode result = parse(text, list);
-    return {number_of(result), described(list)};
-}
 
 Parsed read_samba(std::string_view text) {
     return parsed(parse_samba, text);
@@ -232,26 +213,15 @@ TEST(SambaGlobalPart, KeepsTheFirstShareOfAFileWithoutOne) {
     EXPECT_EQ(samba_global_size("[pub]\npath = /x\n[more]\n"), 16u);
 }
 
-share_info share_of(const char* type) {
-    share_info share;
-    share.name = "pub";
-    share.type = type;
-    share.path = "/mnt/vg1/pub";
-    share.comment = "for all";
-    share.users = "anna";
-    share.size = 5;
-    return share;
-}
-
 TEST(SambaSection, HasEightLines) {
-    EXPECT_THAT(samba_lines(share_of("samba"), "writable"),
+    EXPECT_THAT(samba_lines(full_share("samba"), "writable"),
                 ElementsAre("[pub]\n", "    comment = for all\n", "    path = /mnt/vg1/pub\n",
                             "    public = yes\n", "    writable = yes\n", "    printable = no\n",
                             "    create mask = 0777\n", "    valid users = anna\n"));
 }
 
 TEST(SambaSection, TakesTheKeyOfItsFile) {
-    share_info share = share_of("samba");
+    share_info share = full_share("samba");
     EXPECT_EQ(samba_lines(share, "writeable").at(4), "    writeable = yes\n");
     share.write = 0;
     EXPECT_EQ(samba_lines(share, "writeable").at(4), "    writeable = no\n");
@@ -259,7 +229,7 @@ TEST(SambaSection, TakesTheKeyOfItsFile) {
 }
 
 TEST(SambaSection, WithoutUsersEndsInABlank) {
-    share_info share = share_of("samba");
+    share_info share = full_share("samba");
     share.users.clear();
     EXPECT_EQ(samba_lines(share, "writable").back(), "    valid users = \n");
 }

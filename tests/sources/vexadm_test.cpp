@@ -189,7 +189,7 @@ TEST_F(ControllerArrays, AreNoneInGarbage) {
     EXPECT_THAT(list, IsEmpty());
 }
 
-std::vector<std::string> attributes_of(const std::string& output) {
+std::vector<std::string> controller_attributes_of(const std::string& output) {
     smart_attribute_list list;
     parse_controller_attributes(output, list);
     return rows(list);
@@ -206,15 +206,15 @@ std::string numbers_of(const std::string& values) {
 }
 
 TEST(ControllerAttributes, AreTheSevenWithoutAnIdAndWithoutAFailure) {
-    EXPECT_THAT(attributes_of("Raw Read Error Rate     : 118 99 6 (187654321)\n"
-                              "Spin Up Time            : 97 96 25 (4015)\n"
-                              "Start Stop Count        : 100 100 20 (312)\n"
-                              "Reallocated Sector Ct   : 100 100 10 (0)\n"
-                              "Seek Error Rate         : 81 60 30 (12345)\n"
-                              "Power On Hours          : 86 86 0 (12610)\n"
-                              "Spin Retry Count        : 100 100 97 (0)\n"
-                              "Calibration Retry Count : 100 100 0 (2)\n"
-                              "Temperature Celsius     : 33 45 0 (33)\n"),
+    EXPECT_THAT(controller_attributes_of("Raw Read Error Rate     : 118 99 6 (187654321)\n"
+                                         "Spin Up Time            : 97 96 25 (4015)\n"
+                                         "Start Stop Count        : 100 100 20 (312)\n"
+                                         "Reallocated Sector Ct   : 100 100 10 (0)\n"
+                                         "Seek Error Rate         : 81 60 30 (12345)\n"
+                                         "Power On Hours          : 86 86 0 (12610)\n"
+                                         "Spin Retry Count        : 100 100 97 (0)\n"
+                                         "Calibration Retry Count : 100 100 0 (2)\n"
+                                         "Temperature Celsius     : 33 45 0 (33)\n"),
                 ElementsAre("|Raw Read Error Rate|118|99|6||187654321",
                             "|Spin Up Time|97|96|25||4015", "|Reallocated Sector Ct|100|100|10||0",
                             "|Seek Error Rate|81|60|30||12345", "|Spin Retry Count|100|100|97||0",
@@ -223,7 +223,7 @@ TEST(ControllerAttributes, AreTheSevenWithoutAnIdAndWithoutAFailure) {
 }
 
 TEST(ControllerAttributes, AreTakenFromTheFirstLineOnInTheirOrder) {
-    EXPECT_THAT(attributes_of("\nTemperature Celsius:1\nheading\n\nSpin Up Time:2\n"),
+    EXPECT_THAT(controller_attributes_of("\nTemperature Celsius:1\nheading\n\nSpin Up Time:2\n"),
                 ElementsAre("|Temperature Celsius|1|0|0||0", "|Spin Up Time|2|0|0||0"));
 }
 
@@ -234,7 +234,8 @@ TEST(ControllerAttributes, OfTheOtherElevenNamesAreNeverTaken) {
           "Power-Off Retract_Count", "Power-Off Retract Count", "Load Cycle Count",
           "Reallocated Event Count", "Current Pending Sector", "Offline Uncorrectable",
           "UDMA CRC Error Count", "Multi Zone Error Rate"}) {
-        EXPECT_THAT(attributes_of(std::string(name) + ": 1 2 3 (4)\n"), IsEmpty()) << name;
+        EXPECT_THAT(controller_attributes_of(std::string(name) + ": 1 2 3 (4)\n"), IsEmpty())
+            << name;
     }
 }
 
@@ -242,17 +243,17 @@ TEST(ControllerAttributes, NeedTheExactSpacedName) {
     for (const char* line :
          {"Spin_Up_Time: 1", "spin up time: 1", "Spin  Up Time: 1", "Spin Up Times: 1",
           "3 Spin Up Time: 1", "Spin Up Time 1", ": 1", "Spin Up: Time: 1"}) {
-        EXPECT_THAT(attributes_of(std::string(line) + "\n"), IsEmpty()) << line;
+        EXPECT_THAT(controller_attributes_of(std::string(line) + "\n"), IsEmpty()) << line;
     }
 }
 
 TEST(ControllerAttributes, NameIsTrimmedAtBothEnds) {
-    EXPECT_THAT(attributes_of(" \t Spin Up Time\t \v: 1 2 3 (4) \r\n"),
+    EXPECT_THAT(controller_attributes_of(" \t Spin Up Time\t \v: 1 2 3 (4) \r\n"),
                 ElementsAre("|Spin Up Time|1|2|3||4"));
 }
 
 TEST(ControllerAttributes, OfANameWithoutAColonHaveZeros) {
-    EXPECT_THAT(attributes_of("Spin Up Time\nSeek Error Rate"),
+    EXPECT_THAT(controller_attributes_of("Spin Up Time\nSeek Error Rate"),
                 ElementsAre("|Spin Up Time|0|0|0||0", "|Seek Error Rate|0|0|0||0"));
 }
 
@@ -296,7 +297,7 @@ TEST(ControllerAttributes, StopAfterSevenWithDuplicatesCounted) {
     for (int line = 1; line <= 8; ++line) {
         output += "Spin Up Time: " + std::to_string(line) + "\n";
     }
-    EXPECT_THAT(attributes_of(output),
+    EXPECT_THAT(controller_attributes_of(output),
                 ElementsAre("|Spin Up Time|1|0|0||0", "|Spin Up Time|2|0|0||0",
                             "|Spin Up Time|3|0|0||0", "|Spin Up Time|4|0|0||0",
                             "|Spin Up Time|5|0|0||0", "|Spin Up Time|6|0|0||0",
@@ -304,8 +305,8 @@ TEST(ControllerAttributes, StopAfterSevenWithDuplicatesCounted) {
 }
 
 TEST(ControllerAttributes, AreNoneInAnEmptyOutputOrAMegabyteOfGarbage) {
-    EXPECT_THAT(attributes_of(""), IsEmpty());
-    EXPECT_THAT(attributes_of(std::string(1 << 20, ':')), IsEmpty());
+    EXPECT_THAT(controller_attributes_of(""), IsEmpty());
+    EXPECT_THAT(controller_attributes_of(std::string(1 << 20, ':')), IsEmpty());
 }
 
 TEST(ControllerAttributes, AreAddedToWhatTheListHas) {

@@ -5,14 +5,13 @@
 
 #include <csignal>
 #include <gtest/gtest.h>
+#include <optional>
 
 namespace zav::test {
 namespace {
 
 using testing::FloatEq;
 using testing::Optional;
-
-constexpr auto nothing = std::nullopt;
 
 constexpr char vmstat_head[] =
     "procs -----------memory---------- ---swap-- -----io---- -system-- ------cpu-----\n"
@@ -51,16 +50,16 @@ TEST(ProcessorInUse, EmptyLinesAreNotCounted) {
 }
 
 TEST(ProcessorInUse, NeedsALineOfFigures) {
-    EXPECT_EQ(processor_in_use(""), nothing);
-    EXPECT_EQ(processor_in_use(vmstat_head), nothing);
+    EXPECT_EQ(processor_in_use(""), std::nullopt);
+    EXPECT_EQ(processor_in_use(vmstat_head), std::nullopt);
 }
 
 TEST(ProcessorInUse, NeedsFifteenFigures) {
-    EXPECT_EQ(processor_in_use(vmstat("0 0 0 0 0 0 0 0 0 0 0 0 0 0")), nothing);
+    EXPECT_EQ(processor_in_use(vmstat("0 0 0 0 0 0 0 0 0 0 0 0 0 0")), std::nullopt);
 }
 
 TEST(ProcessorInUse, NeedsANumber) {
-    EXPECT_EQ(processor_in_use(vmstat("0 0 0 0 0 0 0 0 0 0 0 0 0 0 idle 0 0")), nothing);
+    EXPECT_EQ(processor_in_use(vmstat("0 0 0 0 0 0 0 0 0 0 0 0 0 0 idle 0 0")), std::nullopt);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The FTP users' files: read and written.
+#include "fixtures/share_lists.h"
 #include "fixtures/share_machine.h"
 #include "sources/vsftpd.h"
 
@@ -10,22 +11,6 @@ namespace zav::test {
 namespace {
 
 using testing::ElementsAre;
-
-share_info& add(share_list& list, const char* name, const char* type, const char* path = "") {
-    share_info& share = list.append();
-    share.name = name;
-    share.type = type;
-    share.path = path;
-    return share;
-}
-
-Texts users(const share_list& list) {
-    Texts texts;
-    for (const share_info& share : list) {
-        texts.emplace_back(share.users.view());
-    }
-    return texts;
-}
 
 class FtpUserScan : public testing::Test {
   protected:
@@ -79,20 +64,9 @@ TEST_F(FtpUserScan, OnlyAffectsFtpShares) {
     EXPECT_EQ(scanned("local_root=/x/pub\n", "samba,ftp").users, "");
 }
 
-share_info share_of(const char* type) {
-    share_info share;
-    share.name = "pub";
-    share.type = type;
-    share.path = "/mnt/vg1/pub";
-    share.comment = "for all";
-    share.users = "anna";
-    share.size = 5;
-    return share;
-}
-
 TEST(FtpUserLines, ComeFromTheDefaultUsersInTheirOrder) {
     EXPECT_THAT(ftp_user_lines({"a=1", "local_umask=022", "b=2", "write_enable=NO", "c=3"},
-                               share_of("ftp")),
+                               full_share("ftp")),
                 ElementsAre("a=1\n", "local_umask=000\n", "b=2\n", "write_enable=YES\n", "c=3\n",
                             "local_root=/mnt/vg1/pub\n"));
 }
@@ -100,14 +74,14 @@ TEST(FtpUserLines, ComeFromTheDefaultUsersInTheirOrder) {
 TEST(FtpUserLines, AreKnownByTheirBeginning) {
     EXPECT_THAT(ftp_user_lines({"local_umaskX", "write_enable", "write_enable_x=1",
                                 "x_write_enable=NO", "Local_umask=022", "write_enable = YES"},
-                               share_of("ftp")),
+                               full_share("ftp")),
                 ElementsAre("local_umask=000\n", "write_enable=YES\n", "write_enable=YES\n",
                             "x_write_enable=NO\n", "Local_umask=022\n", "write_enable=YES\n",
                             "local_root=/mnt/vg1/pub\n"));
 }
 
 TEST(FtpUserLines, OfAReadOnlyShareForbidWriting) {
-    share_info share = share_of("ftp");
+    share_info share = full_share("ftp");
     share.write = 0;
     EXPECT_THAT(ftp_user_lines({"write_enable=YES"}, share),
                 ElementsAre("write_enable=NO\n", "local_root=/mnt/vg1/pub\n"));
@@ -116,11 +90,11 @@ TEST(FtpUserLines, OfAReadOnlyShareForbidWriting) {
 }
 
 TEST(FtpUserLines, WithoutDefaultsAreTheRootAlone) {
-    EXPECT_THAT(ftp_user_lines({}, share_of("ftp")), ElementsAre("local_root=/mnt/vg1/pub\n"));
+    EXPECT_THAT(ftp_user_lines({}, full_share("ftp")), ElementsAre("local_root=/mnt/vg1/pub\n"));
 }
 
 TEST(FtpUserLines, KeepALocalRootOfTheDefaultUser) {
-    EXPECT_THAT(ftp_user_lines({"local_root=/x"}, share_of("ftp")),
+    EXPECT_THAT(ftp_user_lines({"local_root=/x"}, full_share("ftp")),
                 ElementsAre("local_root=/x\n", "local_root=/mnt/vg1/pub\n"));
 }
 

@@ -16,8 +16,6 @@ using testing::Not;
 
 const std::string creating_pool = "/sbin/lvcreate -L 5G -n pub data > /dev/null";
 const std::string making_fs = "/sbin/mkfs.xfs -f -ssize=4k /dev/data/pub > /dev/null";
-const std::string directory = "/mnt/data/pub";
-const std::string ftp_directory = "/home/ftpuser/pub";
 
 class CreateShare : public ShareOperation {
   protected:

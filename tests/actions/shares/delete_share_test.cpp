@@ -15,11 +15,6 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
 
-const std::string directory = "/mnt/data/pub";
-const std::string ftp_directory = "/home/ftpuser/pub";
-const std::string replacing_mdfstab = "mv /tmp/mdfstab.XXXXXX /etc/mdfstab > /dev/null";
-constexpr auto recycle_item = "/etc/exports_recy.conf";
-
 // What is removed first: the mount, its registration, its directory, the pool.
 Texts removing(const std::string& path) {
     return joined({{unmounting(path), replacing_mdfstab, saved(mdfstab)},

@@ -14,15 +14,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-const std::string directory = "/mnt/data/pub";
-const std::string ftp_directory = "/home/ftpuser/pub";
-const std::string replacing_mdfstab = "mv /tmp/mdfstab.XXXXXX /etc/mdfstab > /dev/null";
-
-std::string recycled(const std::string& users = "", const std::string& comment = "",
-                     const std::string& access = "yes") {
-    return samba_section("pub", directory, users, comment, "writeable = " + access);
-}
-
 class EditShare : public ShareOperation {
   protected:
     Result edit(const share_info& share, int state) {
@@ -163,7 +154,7 @@ TEST_F(ForbidShare, MovesASambaShareAndLeavesItsMount) {
                 ElementsAre(saved(share_register), saved(smb_conf), saved(smb_recycle)));
     EXPECT_EQ(machine.read(share_register), forbidden_section());
     EXPECT_EQ(machine.read(smb_conf), samba_global);
-    EXPECT_EQ(machine.read(smb_recycle), recycled("anna"));
+    EXPECT_EQ(machine.read(smb_recycle), recycled_pub("anna"));
     EXPECT_EQ(machine.read(mdfstab), mdfstab_line(directory));
 }
 
@@ -178,17 +169,17 @@ TEST_F(ForbidShare, MovesAnExport) {
 
 TEST_F(ForbidShare, SucceedsWhereItWasForbiddenHalfway) {
     has_share("samba");
-    machine.file(smb_conf, samba_global).file(smb_recycle, recycled());
+    machine.file(smb_conf, samba_global).file(smb_recycle, recycled_pub());
     EXPECT_EQ(edit(share_of("samba"), 0).returned, 0);
     EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
 TEST_F(ForbidShare, SucceedsWhereItIsRecycledAlready) {
     has_share("samba");
-    machine.file(smb_recycle, recycled("anna"));
+    machine.file(smb_recycle, recycled_pub("anna"));
     EXPECT_EQ(edit(share_of("samba"), 0).returned, 0);
     EXPECT_EQ(machine.read(smb_conf), samba_global);
-    EXPECT_EQ(machine.read(smb_recycle), recycled("anna"));
+    EXPECT_EQ(machine.read(smb_recycle), recycled_pub("anna"));
 }
 
 TEST_F(ForbidShare, UnmountsAnFtpShareAndFreesItsUser) {
@@ -266,12 +257,12 @@ TEST_F(ForbidShare, StopsAtLockedFiles) {
 }
 
 TEST_F(EditForbiddenShare, ChangesRegisterAndRecycleFile) {
-    has_forbidden_share(smb_recycle, recycled("anna", "old"));
+    has_forbidden_share(smb_recycle, recycled_pub("anna", "old"));
     const Result result = edit(read_only(share_of("samba", "bert", "new")), 0);
     EXPECT_EQ(result.returned, 0);
     EXPECT_THAT(changes(result), ElementsAre(saved(share_register), saved(smb_recycle)));
     EXPECT_EQ(machine.read(share_register), register_section({.service = "", .comment = "new"}));
-    EXPECT_EQ(machine.read(smb_recycle), recycled("bert", "new", "no"));
+    EXPECT_EQ(machine.read(smb_recycle), recycled_pub("bert", "new", "no"));
 }
 
 TEST_F(EditForbiddenShare, AddsItToTheRecycleFileWithTheCurrentPath) {

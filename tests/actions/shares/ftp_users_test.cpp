@@ -42,10 +42,6 @@ const Texts unsafe_users = {"../passwd", "a/b", "a;id", "a b", "$(id)", "`id`",
                             "a|b",       "a&b", "a>b",  "a*",  "a\nb",  "a'b",
                             "..",        ".",   "-a",   "",    "a+b",   "\xc3\xa4"};
 
-RunOptions with_largest_file(rlim_t size) {
-    return {.limits = {{RLIMIT_FSIZE, size}}, .ignored_signals = {SIGXFSZ}};
-}
-
 class FtpUsers : public testing::Test {
   protected:
     static share_info share_of(const std::string& user) {

@@ -14,9 +14,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-const std::string directory = "/mnt/data/pub";
-const std::string ftp_directory = "/home/ftpuser/pub";
-
 Texts making_directory(const std::string& path) {
     return {"mkdir -m 0444 -p " + path + " > /dev/null", "chattr  +i " + path + " > /dev/null"};
 }

@@ -43,11 +43,6 @@ const std::vector<Case>& cases() {
     return all;
 }
 
-// Larger files cannot be written.
-RunOptions with_largest_file(rlim_t size) {
-    return {.limits = {{RLIMIT_FSIZE, size}}, .ignored_signals = {SIGXFSZ}};
-}
-
 // Rewrites the file with one share.
 Result rewrite(ShareMachine& machine, const Case& test, const RunOptions& options = {}) {
     return machine.operation(

@@ -20,11 +20,7 @@ using testing::IsEmpty;
 
 constexpr auto first_export = "/mnt/data/pub *(rw,sync,no_root_squash)\n";
 
-std::string saved(const std::string& item) {
-    return "/usr/local/bin/xconf -s " + item + " > /dev/null";
-}
-
-share_info share_of(const char* type, const char* name = "new") {
+share_info new_share(const char* type, const char* name = "new") {
     share_info share;
     share.name = name;
     share.type = type;
@@ -116,7 +112,7 @@ TEST_F(ShareFiles, SecondProcessIsTurnedAwayAtOnce) {
     machine.file(exports, first_export);
     for (const short type : {short{F_WRLCK}, short{F_RDLCK}}) {
         const LockedFile other(machine.host_path(exports), 0, 0, type);
-        EXPECT_EQ(add(live_file("nfs"), share_of("nfs")).returned, -2062);
+        EXPECT_EQ(add(live_file("nfs"), new_share("nfs")).returned, -2062);
         EXPECT_EQ(machine
                       .operation([] {
                           FileDescriptor fd;
@@ -129,7 +125,7 @@ TEST_F(ShareFiles, SecondProcessIsTurnedAwayAtOnce) {
                   -2062);
         EXPECT_EQ(machine.read(exports), first_export);
     }
-    EXPECT_EQ(add(live_file("nfs"), share_of("nfs")).returned, 0);
+    EXPECT_EQ(add(live_file("nfs"), new_share("nfs")).returned, 0);
 }
 
 TEST_F(ShareFiles, LockOnAnyPartOfAFileTurnsAway) {
@@ -139,9 +135,9 @@ TEST_F(ShareFiles, LockOnAnyPartOfAFileTurnsAway) {
 
 TEST_F(ShareFiles, EachFileIsLockedForItself) {
     const LockedFile other(machine.host_path(smb_conf));
-    EXPECT_EQ(add(live_file("nfs"), share_of("nfs")).returned, 0);
-    EXPECT_EQ(add(recycle_file("samba"), share_of("samba")).returned, 0);
-    EXPECT_EQ(add(live_file("samba"), share_of("samba")).returned, -2062);
+    EXPECT_EQ(add(live_file("nfs"), new_share("nfs")).returned, 0);
+    EXPECT_EQ(add(recycle_file("samba"), new_share("samba")).returned, 0);
+    EXPECT_EQ(add(live_file("samba"), new_share("samba")).returned, -2062);
     EXPECT_EQ(machine.operation([] { return OpenRegister().open(); }).returned, 0);
 }
 
@@ -187,7 +183,7 @@ TEST_F(ShareFiles, RegisterIsWrittenAndSaved) {
     const Result run = machine.operation([] {
         OpenRegister entries;
         EXPECT_EQ(entries.open(), 0);
-        entries.shares().append(std::make_unique<share_info>(share_of("iscsi")));
+        entries.shares().append(std::make_unique<share_info>(new_share("iscsi")));
         return entries.write();
     });
     EXPECT_EQ(run.returned, 0);
@@ -268,7 +264,7 @@ TEST_F(ShareFiles, AThousandSharesComeBackByteForByte) {
 TEST_F(ShareFiles, SambaFileKeepsItsGlobalPart) {
     machine.file(smb_conf,
                  std::string(samba_global) + "  # kept = as it is \n[old]\npath = /old\n");
-    const Result run = add(live_file("samba"), share_of("samba"));
+    const Result run = add(live_file("samba"), new_share("samba"));
     EXPECT_EQ(run.returned, 0);
     EXPECT_EQ(machine.read(smb_conf), std::string(samba_global) + "  # kept = as it is \n" +
                                           samba_section("old", "/old") +
@@ -278,7 +274,7 @@ TEST_F(ShareFiles, SambaFileKeepsItsGlobalPart) {
 
 TEST_F(ShareFiles, SambaFileIsCutAtItsSecondBracketWhereverItStands) {
     machine.file(smb_conf, "[global]\n# see [x]\nworkgroup = NAS\n[old]\npath = /old\n");
-    EXPECT_EQ(add(live_file("cifs"), share_of("samba")).returned, 0);
+    EXPECT_EQ(add(live_file("cifs"), new_share("samba")).returned, 0);
     EXPECT_EQ(machine.read(smb_conf), "[global]\n# see " + samba_section("old", "/old") +
                                           samba_section("new", "/mnt/data/new"));
 }
@@ -286,19 +282,19 @@ TEST_F(ShareFiles, SambaFileIsCutAtItsSecondBracketWhereverItStands) {
 TEST_F(ShareFiles, SambaFileWithoutAGlobalPartDoublesItsFirstShare) {
     const std::string old = samba_section("old", "/old");
     machine.file(smb_conf, old);
-    EXPECT_EQ(add(live_file("samba"), share_of("samba")).returned, 0);
+    EXPECT_EQ(add(live_file("samba"), new_share("samba")).returned, 0);
     EXPECT_EQ(machine.read(smb_conf), old + old + samba_section("new", "/mnt/data/new"));
 }
 
 TEST_F(ShareFiles, EmptySambaFileGetsItsSectionsOnly) {
     machine.file(smb_conf, "");
-    EXPECT_EQ(add(live_file("samba"), share_of("samba")).returned, 0);
+    EXPECT_EQ(add(live_file("samba"), new_share("samba")).returned, 0);
     EXPECT_EQ(machine.read(smb_conf), samba_section("new", "/mnt/data/new"));
 }
 
 TEST_F(ShareFiles, SectionsBeginOnALineOfTheirOwn) {
     machine.file(smb_conf, "[global]\nworkgroup = NAS");
-    EXPECT_EQ(add(live_file("samba"), share_of("samba")).returned, 0);
+    EXPECT_EQ(add(live_file("samba"), new_share("samba")).returned, 0);
     EXPECT_EQ(machine.read(smb_conf),
               "[global]\nworkgroup = NAS\n" + samba_section("new", "/mnt/data/new"));
 }
@@ -318,7 +314,7 @@ TEST_F(ShareFiles, SambaFileWithoutSharesIsItsGlobalPartAndSaved) {
 
 TEST_F(ShareFiles, SambaRecycleFileHasNoGlobalPartAndItsOwnSpelling) {
     machine.file(smb_recycle, "[global]\nx = y\n[old]\npath = /old\nwriteable = no\n");
-    const Result run = add(recycle_file("cifs"), share_of("samba"));
+    const Result run = add(recycle_file("cifs"), new_share("samba"));
     EXPECT_EQ(run.returned, 0);
     EXPECT_EQ(machine.read(smb_recycle),
               samba_section("old", "/old", "", "", "writeable = no") +
@@ -328,7 +324,7 @@ TEST_F(ShareFiles, SambaRecycleFileHasNoGlobalPartAndItsOwnSpelling) {
 
 TEST_F(ShareFiles, ExportsAreTheirSharesOnly) {
     machine.file(exports, std::string("# comment\n\n") + "/mnt/data/pub host(ro,sync)\n");
-    const Result run = add(live_file("nfs"), share_of("nfs"));
+    const Result run = add(live_file("nfs"), new_share("nfs"));
     EXPECT_EQ(run.returned, 0);
     EXPECT_EQ(machine.read(exports), "/mnt/data/pub host(rw,sync,no_root_squash)\n"
                                      "/mnt/data/new *(rw,sync,no_root_squash)\n");
@@ -336,7 +332,7 @@ TEST_F(ShareFiles, ExportsAreTheirSharesOnly) {
 }
 
 TEST_F(ShareFiles, ForbiddenExportsAreSavedUnderAnotherName) {
-    const Result run = add(recycle_file("nfs"), share_of("nfs"));
+    const Result run = add(recycle_file("nfs"), new_share("nfs"));
     EXPECT_EQ(run.returned, 0);
     EXPECT_EQ(machine.read(exports_recycle), "/mnt/data/new *(rw,sync,no_root_squash)\n");
     EXPECT_THAT(outside(run), ElementsAre(saved("/etc/exports_recy.conf")));
@@ -344,7 +340,7 @@ TEST_F(ShareFiles, ForbiddenExportsAreSavedUnderAnotherName) {
 }
 
 TEST_F(ShareFiles, TargetsGetTheSecretsOfTheirUsers) {
-    share_info share = share_of("iscsi", "disk1.20240502140305");
+    share_info share = new_share("iscsi", "disk1.20240502140305");
     share.path = "/dev/data/disk1";
     share.users = "anna,bert dora";
     machine.file(user_file, "anna|1001|annas longer secret\nbert|1002|\n");
@@ -358,13 +354,13 @@ TEST_F(ShareFiles, TargetsGetTheSecretsOfTheirUsers) {
     EXPECT_EQ(machine.read(targets), block);
     EXPECT_THAT(outside(run), ElementsAre(saved(targets)));
 
-    EXPECT_EQ(add(live_file("iscsi"), share_of("iscsi", "x.y")).returned, 0);
+    EXPECT_EQ(add(live_file("iscsi"), new_share("iscsi", "x.y")).returned, 0);
     EXPECT_TRUE(machine.read(targets).starts_with(block)) << "rewritten as it was";
 }
 
 TEST_F(ShareFiles, TargetsWithoutAUserFileHaveEmptySecrets) {
     machine.remove(user_file);
-    share_info share = share_of("iscsi", "x.y");
+    share_info share = new_share("iscsi", "x.y");
     share.users = "anna";
     EXPECT_EQ(add(live_file("iscsi"), share).returned, 0);
     EXPECT_THAT(machine.read(targets), testing::HasSubstr("\n\tIncomingUser anna \n\tLun"));
@@ -380,7 +376,7 @@ TEST_F(ShareFiles, TargetGetsTheLocalTimeOfItsWriting) {
     };
     const std::string before = now();
     EXPECT_EQ(
-        add(live_file("iscsi"), share_of("iscsi", "disk1"), {.environment = {{"TZ", "XYZ-2:30"}}})
+        add(live_file("iscsi"), new_share("iscsi", "disk1"), {.environment = {{"TZ", "XYZ-2:30"}}})
             .returned,
         0);
     const std::string start = "Target iqn.2006-05.com.nas:disk1.";
@@ -391,7 +387,7 @@ TEST_F(ShareFiles, TargetGetsTheLocalTimeOfItsWriting) {
 
 TEST_F(ShareFiles, FtpHasNoFile) {
     const Snapshot before = machine.snapshot();
-    const Result run = add(live_file("ftp"), share_of("ftp"));
+    const Result run = add(live_file("ftp"), new_share("ftp"));
     EXPECT_EQ(run.returned, 0);
     EXPECT_THAT(run.commands, IsEmpty());
     EXPECT_THAT(before.changes_to(machine.snapshot()), IsEmpty());
@@ -402,10 +398,10 @@ TEST_F(ShareFiles, AreMadeWhenTheyAreMissing) {
         machine.remove(path);
     }
     for (const char* service : {"samba", "nfs", "iscsi"}) {
-        EXPECT_EQ(add(live_file(service), share_of(service)).returned, 0) << service;
+        EXPECT_EQ(add(live_file(service), new_share(service)).returned, 0) << service;
     }
     for (const char* service : {"samba", "nfs"}) {
-        EXPECT_EQ(add(recycle_file(service), share_of(service)).returned, 0) << service;
+        EXPECT_EQ(add(recycle_file(service), new_share(service)).returned, 0) << service;
     }
     for (const char* path : {smb_conf, exports, targets, smb_recycle, exports_recycle}) {
         EXPECT_EQ(machine.mode(path), 0700u) << path;

@@ -11,14 +11,6 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 
-const std::string path = "/mnt/data/pub";
-constexpr auto recycle_item = "/etc/exports_recy.conf";
-
-std::string recycled(const std::string& name, const std::string& users = "",
-                     const std::string& comment = "", const std::string& access = "yes") {
-    return samba_section(name, "/mnt/data/" + name, users, comment, "writeable = " + access);
-}
-
 class RecycleSteps : public ShareOperation {
   protected:
     // Also prints the record's service afterwards, which must be empty.
@@ -46,7 +38,7 @@ using ForbiddenSharesMerge = RecycleSteps;
 
 TEST_F(ForbidStep, MovesASambaShareIntoItsRecycleFile) {
     machine.shares({{.name = "a"}, {.comment = "old"}});
-    machine.file(smb_conf, samba_global + samba_section("pub", path, "anna", "old") +
+    machine.file(smb_conf, samba_global + samba_section("pub", directory, "anna", "old") +
                                samba_section("a", "/a"));
     machine.file(smb_recycle, recycled("b"));
     const Result result = forbid(read_only(share_of("samba", "bert", "new")));
@@ -63,18 +55,19 @@ TEST_F(ForbidStep, MovesASambaShareIntoItsRecycleFile) {
 
 TEST_F(ForbidStep, MovesAnExport) {
     machine.shares({{.service = "nfs"}});
-    machine.file(exports, export_of(path, "10.0.0.1") + export_of("/mnt/data/a"));
+    machine.file(exports, export_of(directory, "10.0.0.1") + export_of("/mnt/data/a"));
     const Result result = forbid(share_of("nfs"));
     EXPECT_EQ(result.returned, 0);
     EXPECT_EQ(machine.read(share_register), forbidden_section());
     EXPECT_EQ(machine.read(exports), export_of("/mnt/data/a"));
-    EXPECT_EQ(machine.read(exports_recycle), export_of(path, "10.0.0.1"));
+    EXPECT_EQ(machine.read(exports_recycle), export_of(directory, "10.0.0.1"));
     EXPECT_THAT(outside(result),
                 ElementsAre(saved(share_register), saved(exports), saved(recycle_item)));
 }
 
 TEST_F(ForbidStep, KeepsTheUsersAndTheCommentThatAreNotGiven) {
-    machine.shares({{}}).file(smb_conf, samba_global + samba_section("pub", path, "anna", "mine"));
+    machine.shares({{}}).file(smb_conf,
+                              samba_global + samba_section("pub", directory, "anna", "mine"));
     EXPECT_EQ(forbid(share_of("samba")).returned, 0);
     EXPECT_EQ(machine.read(smb_recycle), recycled("pub", "anna", "mine"));
 }
@@ -97,14 +90,14 @@ TEST_F(ForbidStep, RecyclesAShareThatWasNotInUse) {
 }
 
 TEST_F(ForbidStep, RegistersAShareThatWasNotRegistered) {
-    machine.file(exports, export_of(path));
+    machine.file(exports, export_of(directory));
     EXPECT_EQ(forbid(share_of("nfs")).returned, 0);
     EXPECT_EQ(machine.read(share_register), register_section({.service = "", .size = "0"}));
-    EXPECT_EQ(machine.read(exports_recycle), export_of(path));
+    EXPECT_EQ(machine.read(exports_recycle), export_of(directory));
 }
 
 TEST_F(ForbidStep, LeavesAShareThatIsRecycledAlready) {
-    machine.shares({{}}).file(smb_conf, samba_global + samba_section("pub", path));
+    machine.shares({{}}).file(smb_conf, samba_global + samba_section("pub", directory));
     machine.file(smb_recycle, recycled("pub", "anna"));
     EXPECT_EQ(forbid(share_of("samba", "bert")).returned, -2066);
     EXPECT_EQ(machine.read(smb_recycle), recycled("pub", "anna"));
@@ -152,10 +145,10 @@ TEST_F(EditForbiddenStep, ChangesTheRegisterAndTheRecycleFile) {
 }
 
 TEST_F(EditForbiddenStep, KeepsWhatIsNotGiven) {
-    has_forbidden_share(exports_recycle, export_of(path, "10.0.0.1"));
+    has_forbidden_share(exports_recycle, export_of(directory, "10.0.0.1"));
     const Result result = edit(read_only(share_of("nfs")));
     EXPECT_EQ(result.returned, 0);
-    EXPECT_EQ(machine.read(exports_recycle), export_of(path, "10.0.0.1", "ro"));
+    EXPECT_EQ(machine.read(exports_recycle), export_of(directory, "10.0.0.1", "ro"));
     EXPECT_THAT(outside(result), ElementsAre(saved(share_register), saved(recycle_item)));
 }
 
@@ -193,7 +186,7 @@ TEST_F(EditForbiddenStep, KnowsNoRecycleFileOfIscsi) {
 TEST_F(RemoveForbiddenStep, TakesTheShareOutOfAllThreeFiles) {
     machine.shares({{.name = "a"}, {.service = ""}});
     machine.file(smb_recycle, recycled("pub") + recycled("a"));
-    machine.file(exports_recycle, export_of("/mnt/data/a") + export_of(path));
+    machine.file(exports_recycle, export_of("/mnt/data/a") + export_of(directory));
     const Result result = operate([] { return remove_forbidden_share(share_of("")); });
     EXPECT_EQ(result.returned, 0);
     EXPECT_EQ(machine.read(share_register), register_section({.name = "a"}));
@@ -211,7 +204,7 @@ TEST_F(RemoveForbiddenStep, NeedsTheShareInOneFileOnly) {
     machine.file(smb_recycle, recycled("pub"));
     EXPECT_EQ(result_of(remove), 0);
     EXPECT_EQ(machine.read(smb_recycle), "");
-    machine.file(exports_recycle, export_of(path));
+    machine.file(exports_recycle, export_of(directory));
     EXPECT_EQ(result_of(remove), 0);
     EXPECT_EQ(machine.read(exports_recycle), "");
     machine.shares({{.name = "a"}});
@@ -221,7 +214,7 @@ TEST_F(RemoveForbiddenStep, NeedsTheShareInOneFileOnly) {
 
 TEST_F(RecycleRemovalStep, GoesByBothFiles) {
     machine.file(smb_recycle, recycled("pub") + recycled("a"));
-    machine.file(exports_recycle, export_of(path) + export_of("/mnt/data/a"));
+    machine.file(exports_recycle, export_of(directory) + export_of("/mnt/data/a"));
     const Result result = operate([] { return remove_from_recycle_files(share_of("nfs")); });
     EXPECT_EQ(result.returned, 0);
     EXPECT_EQ(machine.read(smb_recycle), recycled("a"));
@@ -236,13 +229,13 @@ TEST_F(RecycleRemovalStep, ReportsTheExportsOnly) {
     EXPECT_EQ(result.returned, -2067);
     EXPECT_EQ(machine.read(smb_recycle), "");
     EXPECT_THAT(outside(result), ElementsAre(saved(smb_recycle), saved(recycle_item)));
-    machine.file(exports_recycle, export_of(path));
+    machine.file(exports_recycle, export_of(directory));
     EXPECT_EQ(result_of(remove), 0);
 }
 
 TEST_F(RecallStep, FillsInWhatIsNotGiven) {
     machine.file(smb_recycle, recycled("a", "x", "y") + recycled("pub", "anna", "mine"));
-    machine.file(exports_recycle, export_of(path, "10.0.0.1"));
+    machine.file(exports_recycle, export_of(directory, "10.0.0.1"));
     operate([] {
         share_info share = share_of("samba");
         recall_texts(share);
@@ -334,7 +327,7 @@ TEST_F(ForbiddenSharesMerge, FillsInAThousandShares) {
 }
 
 TEST_F(ForbiddenSharesMerge, ContinuesAfterAFileThatCannotBeRead) {
-    machine.file(smb_recycle, "[broken\n").file(exports_recycle, export_of(path, "host"));
+    machine.file(smb_recycle, "[broken\n").file(exports_recycle, export_of(directory, "host"));
     operate([] {
         share_list list;
         list.append().name = "pub";

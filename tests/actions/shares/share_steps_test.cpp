@@ -16,8 +16,6 @@ using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::StartsWith;
 
-const std::string path = "/mnt/data/pub";
-
 class ShareSteps : public ShareOperation {
   protected:
     Result add(const share_info& share) {
@@ -45,7 +43,7 @@ TEST_F(AddStep, RegistersASambaShareFirst) {
     const Result result = add(read_only(share_of("samba", "anna,bert", "all")));
     EXPECT_EQ(result.returned, 0);
     EXPECT_EQ(machine.read(share_register), register_section({.comment = "all"}));
-    EXPECT_EQ(samba(), samba_section("pub", path, "anna,bert", "all", "writable = no"));
+    EXPECT_EQ(samba(), samba_section("pub", directory, "anna,bert", "all", "writable = no"));
     EXPECT_THAT(outside(result), ElementsAre(saved(share_register), saved(smb_conf)));
     EXPECT_THAT(machine.logged(), IsEmpty());
 }
@@ -54,11 +52,11 @@ TEST_F(AddStep, AddsAnNfsShare) {
     const Result result = add(share_of("nfs", "10.0.0.0/8"));
     EXPECT_EQ(result.returned, 0);
     EXPECT_EQ(machine.read(share_register), register_section({.service = "nfs"}));
-    EXPECT_EQ(machine.read(exports), export_of(path, "10.0.0.0/8"));
+    EXPECT_EQ(machine.read(exports), export_of(directory, "10.0.0.0/8"));
     EXPECT_THAT(outside(result), ElementsAre(saved(share_register), saved(exports)));
     EXPECT_EQ(add(read_only(share_of("nfs", "", "", "b"))).returned, 0);
     EXPECT_EQ(machine.read(exports),
-              export_of(path, "10.0.0.0/8") + export_of("/mnt/data/b", "*", "ro"));
+              export_of(directory, "10.0.0.0/8") + export_of("/mnt/data/b", "*", "ro"));
 }
 
 TEST_F(AddStep, AddsATargetWithItsTime) {
@@ -90,14 +88,15 @@ TEST_F(AddStep, RefreshesPathAndCommentOfOtherSharesAndKeepsTheirUsers) {
                                samba_section("b", "/old", "bert", "kept"));
     EXPECT_EQ(add(share_of("samba")).returned, 0);
     EXPECT_EQ(samba(), samba_section("a", "/new/a", "anna", "new", "writable = no") +
-                           samba_section("b", path, "bert", "kept") + samba_section("pub", path));
+                           samba_section("b", directory, "bert", "kept") +
+                           samba_section("pub", directory));
 }
 
 TEST_F(AddStep, KeepsTheHostsOfOtherExports) {
     machine.shares({{.name = "a", .service = "nfs", .path = "/mnt/data/a"}})
         .file(exports, export_of("/mnt/data/a", "10.0.0.1"));
     EXPECT_EQ(add(share_of("nfs")).returned, 0);
-    EXPECT_EQ(machine.read(exports), export_of("/mnt/data/a", "10.0.0.1") + export_of(path));
+    EXPECT_EQ(machine.read(exports), export_of("/mnt/data/a", "10.0.0.1") + export_of(directory));
 }
 
 TEST_F(AddStep, PutsRegisteredSharesOfTheServiceBack) {
@@ -106,14 +105,14 @@ TEST_F(AddStep, PutsRegisteredSharesOfTheServiceBack) {
                     {.name = "forbidden", .service = ""}});
     EXPECT_EQ(add(share_of("samba")).returned, 0);
     EXPECT_EQ(samba(),
-              samba_section("lost", "/mnt/data/lost", "", "c") + samba_section("pub", path));
+              samba_section("lost", "/mnt/data/lost", "", "c") + samba_section("pub", directory));
     EXPECT_EQ(machine.read(exports), "") << "other services' files are left alone";
 }
 
 TEST_F(AddStep, KeepsForeignSharesOfTheFile) {
     machine.file(smb_conf, samba_global + samba_section("foreign", "/x", "u"));
     EXPECT_EQ(add(share_of("samba")).returned, 0);
-    EXPECT_EQ(samba(), samba_section("foreign", "/x", "u") + samba_section("pub", path));
+    EXPECT_EQ(samba(), samba_section("foreign", "/x", "u") + samba_section("pub", directory));
 }
 
 TEST_F(AddStep, KnowsATargetWithoutItsTime) {
@@ -135,14 +134,14 @@ TEST_F(AddStep, LeavesTheRegisterAloneForARegisteredNameButRewritesTheFile) {
     const Result result = add(share_of("samba", "anna", "given"));
     EXPECT_EQ(result.returned, -2066);
     EXPECT_EQ(machine.read(share_register), before);
-    EXPECT_EQ(samba(), samba_section("pub", path, "anna", "registered"));
+    EXPECT_EQ(samba(), samba_section("pub", directory, "anna", "registered"));
     EXPECT_THAT(outside(result), ElementsAre(saved(smb_conf)));
 }
 
 TEST_F(AddStep, ComparesTheServiceOfMissingSharesExactly) {
     machine.shares({{.name = "lost"}});
     EXPECT_EQ(add(share_of("SAMBA")).returned, 0);
-    EXPECT_EQ(samba(), samba_section("pub", path));
+    EXPECT_EQ(samba(), samba_section("pub", directory));
     EXPECT_EQ(machine.read(share_register),
               register_section({.name = "lost"}) + register_section({.name = "pub"}));
 }
@@ -164,7 +163,7 @@ TEST_F(AddStep, RegistersAmongAThousandShares) {
     const std::string before = machine.read(share_register);
     EXPECT_EQ(add(share_of("samba", "bert")).returned, 0);
     EXPECT_EQ(machine.read(share_register), before + register_section({}));
-    EXPECT_EQ(samba(), sections + samba_section("pub", path, "bert"));
+    EXPECT_EQ(samba(), sections + samba_section("pub", directory, "bert"));
 }
 
 TEST_F(ApplyStep, ChangesTextsAndAccessInBothFiles) {
@@ -182,21 +181,22 @@ TEST_F(ApplyStep, ChangesTextsAndAccessInBothFiles) {
 
 TEST_F(ApplyStep, KeepsWhatIsNotGiven) {
     machine.shares({{.comment = "old"}});
-    machine.file(smb_conf, samba_global + samba_section("pub", path, "anna", "old"));
+    machine.file(smb_conf, samba_global + samba_section("pub", directory, "anna", "old"));
     EXPECT_EQ(apply(share_of("samba")).returned, 0);
     EXPECT_EQ(machine.read(share_register), register_section({.comment = "old"}));
-    EXPECT_EQ(samba(), samba_section("pub", path, "anna", "old"));
+    EXPECT_EQ(samba(), samba_section("pub", directory, "anna", "old"));
 }
 
 TEST_F(ApplyStep, AddsWhatTheServiceDoesNotHave) {
     machine.shares({{}}).file(exports, export_of("/mnt/data/other"));
     EXPECT_EQ(apply(share_of("nfs", "10.0.0.1")).returned, -2067);
-    EXPECT_EQ(machine.read(exports), export_of("/mnt/data/other") + export_of(path, "10.0.0.1"));
+    EXPECT_EQ(machine.read(exports),
+              export_of("/mnt/data/other") + export_of(directory, "10.0.0.1"));
     EXPECT_EQ(machine.read(share_register), register_section({})) << "the registered service stays";
 }
 
 TEST_F(ApplyStep, AddsWhatIsNotRegistered) {
-    machine.file(smb_conf, samba_global + samba_section("pub", path));
+    machine.file(smb_conf, samba_global + samba_section("pub", directory));
     EXPECT_EQ(apply(share_of("samba", "", "c")).returned, 0);
     EXPECT_EQ(machine.read(share_register), register_section({.comment = "c"}));
 }
@@ -227,7 +227,7 @@ TEST_F(ApplyStep, OnlyRegistersAnFtpShare) {
 TEST_F(RemoveStep, TakesAShareOutOfBothFiles) {
     machine.shares({{.name = "a"}, {}, {.name = "b"}});
     machine.file(smb_conf, samba_global + samba_section("a", "/a", "u") +
-                               samba_section("pub", path) + samba_section("b", "/b"));
+                               samba_section("pub", directory) + samba_section("b", "/b"));
     const Result result = remove(share_of("samba"));
     EXPECT_EQ(result.returned, 0);
     EXPECT_EQ(machine.read(share_register),
@@ -248,7 +248,7 @@ TEST_F(RemoveStep, ReportsAShareThatWasMissing) {
     machine.shares({{}});
     EXPECT_EQ(remove(share_of("nfs")).returned, -2067);
     EXPECT_EQ(machine.read(share_register), "");
-    machine.file(exports, export_of(path));
+    machine.file(exports, export_of(directory));
     EXPECT_EQ(remove(share_of("nfs")).returned, -2067);
     EXPECT_EQ(machine.read(exports), "");
     EXPECT_EQ(remove(share_of("ftp")).returned, -2067);

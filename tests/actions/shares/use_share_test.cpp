@@ -14,14 +14,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-const std::string directory = "/mnt/data/pub";
-const std::string ftp_directory = "/home/ftpuser/pub";
-constexpr auto recycle_item = "/etc/exports_recy.conf";
-
-std::string recycled(const std::string& users = "", const std::string& comment = "") {
-    return samba_section("pub", directory, users, comment, "writeable = yes");
-}
-
 // Puts a forbidden share in use.
 class UseShare : public ShareOperation {
   protected:
@@ -40,7 +32,7 @@ using UseSambaShare = UseShare;
 using UseFtpShare = UseShare;
 
 TEST_F(UseSambaShare, MountsItAndMovesItBack) {
-    has_forbidden_share(smb_recycle, recycled("anna", "old"));
+    has_forbidden_share(smb_recycle, recycled_pub("anna", "old"));
     const Result result = use(read_only(share_of("samba", "bert", "new")));
     EXPECT_EQ(result.returned, 0);
     EXPECT_THAT(changes(result),
@@ -64,7 +56,7 @@ TEST_F(UseSambaShare, PutsAnExportBack) {
 }
 
 TEST_F(UseSambaShare, KeepsItsUsersAndCommentWithoutNewOnes) {
-    has_forbidden_share(smb_recycle, recycled("anna", "mine"));
+    has_forbidden_share(smb_recycle, recycled_pub("anna", "mine"));
     EXPECT_EQ(use(share_of("samba")).returned, 0);
     EXPECT_EQ(machine.read(smb_conf),
               samba_global + samba_section("pub", directory, "anna", "mine"));
@@ -83,7 +75,7 @@ TEST_F(UseSambaShare, KeepsItsUsersFromForbiddingToUse) {
 }
 
 TEST_F(UseSambaShare, DoesNotMountWhatIsMounted) {
-    has_forbidden_share(smb_recycle, recycled());
+    has_forbidden_share(smb_recycle, recycled_pub());
     machine.mounts({"/dev/x /elsewhere/pub"});
     const Result result = use(share_of("samba"));
     EXPECT_EQ(result.returned, 0);
@@ -121,7 +113,7 @@ TEST_F(UseSambaShare, FindsTheGroupInTheBackups) {
 }
 
 TEST_F(UseSambaShare, NeedsAGroup) {
-    has_forbidden_share(smb_recycle, recycled());
+    has_forbidden_share(smb_recycle, recycled_pub());
     has_no_pool();
     for (const char* type : {"samba", "nfs", "ftp"}) {
         const Result result = use(share_of(type, "ftpuser"));
@@ -130,18 +122,18 @@ TEST_F(UseSambaShare, NeedsAGroup) {
     }
     EXPECT_THAT(machine.logged(), AllOf(Contains(returned("set_to_smbnfs", -303)),
                                         Contains(returned("set_to_ftp", -303))));
-    EXPECT_EQ(machine.read(smb_recycle), recycled());
+    EXPECT_EQ(machine.read(smb_recycle), recycled_pub());
 }
 
 TEST_F(UseSambaShare, StopsAtTheMount) {
-    has_forbidden_share(smb_recycle, recycled());
+    has_forbidden_share(smb_recycle, recycled_pub());
     fails(pool_tool::mount, "mount ", 32);
     const Result result = use(share_of("samba"));
     EXPECT_EQ(result.returned, -601);
     EXPECT_EQ(changes(result).back(), xfs_mount("/dev/data/pub", directory));
     EXPECT_THAT(machine.logged().back(), returned("set_to_smbnfs", -601));
     EXPECT_EQ(machine.read(share_register), forbidden_section());
-    EXPECT_EQ(machine.read(smb_recycle), recycled());
+    EXPECT_EQ(machine.read(smb_recycle), recycled_pub());
 }
 
 TEST_F(UseSambaShare, ContinuesWithoutAMountRegister) {
@@ -173,7 +165,7 @@ TEST_F(UseSambaShare, MountsThereForEveryServiceButExactlyFtp) {
 }
 
 TEST_F(UseFtpShare, MovesTheMountAndBindsItsUser) {
-    has_forbidden_share(smb_recycle, recycled("bert"));
+    has_forbidden_share(smb_recycle, recycled_pub("bert"));
     machine.mounts({"/dev/data/pub /mnt/data/pub"}).file(mdfstab, mdfstab_line(directory));
     const Result result = use(share_of("ftp", "anna", "new"));
     EXPECT_EQ(result.returned, 0);
@@ -237,13 +229,13 @@ TEST_F(UseFtpShare, StopsAtTheMount) {
 }
 
 TEST_F(UseFtpShare, StopsWhereTheHomeCannotBeRewritten) {
-    has_forbidden_share(smb_recycle, recycled());
+    has_forbidden_share(smb_recycle, recycled_pub());
     fails(pool_tool::mv, "mv /tmp/passwd");
     const Result result = use(share_of("ftp", "anna"));
     EXPECT_EQ(result.returned, -507);
     EXPECT_THAT(machine.logged().back(), returned("set_to_ftp", -11000));
     EXPECT_FALSE(machine.exists("/etc/vsftpd/anna")) << "its file comes second";
-    EXPECT_EQ(machine.read(smb_recycle), recycled());
+    EXPECT_EQ(machine.read(smb_recycle), recycled_pub());
     EXPECT_EQ(machine.read(mdfstab), mdfstab_line(ftp_directory)) << "nothing is taken back";
 }
 

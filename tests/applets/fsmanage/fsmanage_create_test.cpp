@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // fsmanage --create: its checks, its steps in order, what each failed step leaves.
-#include "fixtures/pool_command.h"
+#include "applets/fsmanage/pool_steps.h"
 
 namespace zav::test {
 namespace {
@@ -12,12 +12,6 @@ using testing::StartsWith;
 
 constexpr auto lvcreate = "/sbin/lvcreate -L 5G -n pool data > /dev/null";
 constexpr auto mkfs = "/sbin/mkfs.xfs -f -ssize=4k /dev/data/pool > /dev/null";
-constexpr auto save = "/usr/local/bin/xconf -s /etc/mdfstab > /dev/null";
-constexpr auto mkdir = "mkdir -m 0444 -p /mnt/data/pool > /dev/null";
-constexpr auto protect = "chattr  +i /mnt/data/pool > /dev/null";
-const std::string mount = xfs_mount("/dev/data/pool", "/mnt/data/pool");
-constexpr auto open_to_all = "chmod 0777 /mnt/data/pool > /dev/null";
-const std::string line = "/dev/data/pool\t/mnt/data/pool\txfs\tdefaults\t0 0\n";
 
 class FsCreate : public PoolCommand {
   protected:
@@ -27,7 +21,7 @@ class FsCreate : public PoolCommand {
         machine.file(mdfstab, "");
         manage({"-C", "-n", "pool", "-s", "5", "-g", "data"});
     }
-    void expect_registered() const { EXPECT_EQ(machine.read(mdfstab), line); }
+    void expect_registered() const { EXPECT_EQ(machine.read(mdfstab), line + "\n"); }
 };
 
 TEST_F(FsCreate, MakesRegistersAndMountsAPool) {
@@ -218,7 +212,8 @@ TEST_F(FsCreate, AddsALineOfItsOwnAfterARegisterWithoutAFinalLineFeed) {
     machine.file(mdfstab, "# kept\n\n/dev/more/b /mnt/more/b xfs defaults 0 0");
     manage({"-C", "-n", "pool", "-s", "5", "-g", "data"});
     expect_succeeded();
-    EXPECT_EQ(machine.read(mdfstab), "# kept\n\n/dev/more/b /mnt/more/b xfs defaults 0 0\n" + line);
+    EXPECT_EQ(machine.read(mdfstab),
+              "# kept\n\n/dev/more/b /mnt/more/b xfs defaults 0 0\n" + line + "\n");
 }
 
 TEST_F(FsCreate, MountsAlthoughTheRegisterCannotBeSaved) {

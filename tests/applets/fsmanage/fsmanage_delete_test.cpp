@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // fsmanage --delete: its checks, its steps in order, what each failed step leaves.
+#include "applets/fsmanage/pool_steps.h"
 #include "fixtures/library.h"
-#include "fixtures/pool_command.h"
 
 namespace zav::test {
 namespace {
@@ -11,14 +11,10 @@ using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::StartsWith;
 
-constexpr auto unmount = "umount /mnt/data/pool > /dev/null";
 constexpr auto release = "chattr  -i /mnt/data/pool > /dev/null";
 constexpr auto rm = "rm -rf /mnt/data/pool > /dev/null";
 constexpr auto move = "mv /tmp/mdfstab.XXXXXX /etc/mdfstab > /dev/null";
-constexpr auto save = "/usr/local/bin/xconf -s /etc/mdfstab > /dev/null";
 constexpr auto lvremove = "/sbin/lvremove -f data/pool > /dev/null";
-constexpr auto check = "/sbin/lvdisplay -c data/pool > /tmp/lvdisplay.XXXXXX";
-const std::string line = "/dev/data/pool\t/mnt/data/pool\txfs\tdefaults\t0 0";
 constexpr auto no_restore = "vg restore: no\n";
 
 // A mounted pool that is in the backup of its group.
@@ -265,7 +261,7 @@ TEST_F(FsDelete, SucceedsWhenThePoolIsStillThereAfterAFailure) {
     with_each_fault(pool_tool::lvremove, [this](const std::string& end) {
         delete_pool();
         expect_deleted();
-        EXPECT_EQ(outside(run).back(), check);
+        EXPECT_EQ(outside(run).back(), listing_pool);
         EXPECT_THAT(machine.logged(), ElementsAre(failed(lvremove, end)));
     });
 }
@@ -275,7 +271,7 @@ TEST_F(FsDelete, ReportsAFailureAfterWhichThePoolIsGone) {
     with_each_fault(pool_tool::lvremove, [this](const std::string&) {
         delete_pool();
         expect_failed(-324, no_restore);
-        EXPECT_EQ(outside(run).back(), check);
+        EXPECT_EQ(outside(run).back(), listing_pool);
         EXPECT_EQ(machine.read(mdfstab), "");
     });
 }

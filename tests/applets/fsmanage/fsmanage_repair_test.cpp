@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // fsmanage --repair: unmounting, repairing, mounting again, and what each failed step leaves.
+#include "applets/fsmanage/pool_steps.h"
 #include "fixtures/library.h"
-#include "fixtures/pool_command.h"
 
 namespace zav::test {
 namespace {
@@ -10,14 +10,9 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-constexpr auto unmount = "umount /mnt/data/pool > /dev/null";
 constexpr auto xfs_repair = "/sbin/xfs_repair -L /dev/data/pool > /dev/null";
 constexpr auto reiserfsck = "/sbin/reiserfsck --fix-fixable  -y /dev/data/pool > /dev/null";
-constexpr auto mkdir = "mkdir -m 0444 -p /mnt/data/pool > /dev/null";
-constexpr auto protect = "chattr  +i /mnt/data/pool > /dev/null";
-const std::string mount = xfs_mount("/dev/data/pool", "/mnt/data/pool");
 constexpr auto reiserfs_mount = "/bin/mount -t reiserfs /dev/data/pool /mnt/data/pool > /dev/null";
-constexpr auto open_to_all = "chmod 0777 /mnt/data/pool > /dev/null";
 
 std::string line_of(const std::string& type, const std::string& mntpoint = "/mnt/data/pool") {
     return "/dev/data/pool\t" + mntpoint + "\t" + type + "\tdefaults\t0 0";

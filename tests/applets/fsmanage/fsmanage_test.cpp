@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // fsmanage --display, and which of several modes is carried out.
+#include "applets/fsmanage/pool_steps.h"
 #include "fixtures/library.h"
-#include "fixtures/pool_command.h"
 
 namespace zav::test {
 namespace {
@@ -13,8 +13,7 @@ using testing::MatchesRegex;
 
 const std::string header = "name\tmntpoint\tstatus\tallsize\tusedsize\townername\tdevice\n"
                            "***********************************************************\n";
-const std::string line = "/dev/data/pool\t/mnt/data/pool\txfs\tdefaults\t0 0";
-const std::string mount = "/dev/mapper/data-pool /mnt/data/pool";
+const std::string mounted = "/dev/mapper/data-pool /mnt/data/pool";
 
 class FsDisplay : public PoolCommand {
   protected:
@@ -41,7 +40,7 @@ TEST_F(FsDisplay, HasHeaderAndRuleOnlyWithoutFileSystems) {
 }
 
 TEST_F(FsDisplay, ShowsAMountedPoolWithTheSizesOfItsFileSystem) {
-    machine.mounts({mount}).directory("/mnt/data/pool");
+    machine.mounts({mounted}).directory("/mnt/data/pool");
     display();
     EXPECT_THAT(run.out.substr(0, header.size()), header);
     EXPECT_THAT(run.out.substr(header.size()),
@@ -54,7 +53,7 @@ TEST_F(FsDisplay, ShowsAMountedPoolWithTheSizesOfItsFileSystem) {
 TEST_F(FsDisplay, ShowsThePoolsSizesWhereNoFileSystemCanBeMeasured) {
     display();
     EXPECT_EQ(run.out, header + "/dev/data/pool\t/mnt/data/pool\tumount\t2048M\t0M\tdata\t0\n");
-    machine.mounts({mount});
+    machine.mounts({mounted});
     display();
     EXPECT_EQ(run.out,
               header + "/dev/data/pool\t/mnt/data/pool\tnot available\t2048M\t0M\tdata\t0\n");
@@ -64,14 +63,14 @@ TEST_F(FsDisplay, ShowsARegisteredPoolThatIsNoLongerThere) {
     machine.pools({});
     display();
     EXPECT_EQ(run.out, header + "/dev/data/pool\t/mnt/data/pool\tumount\t0M\t0M\tdata\tN.A.\n");
-    machine.mounts({mount}).directory("/mnt/data/pool");
+    machine.mounts({mounted}).directory("/mnt/data/pool");
     display();
     EXPECT_THAT(run.out, HasSubstr("/dev/data/pool\t/mnt/data/pool\tnot available\t"));
 }
 
 TEST_F(FsDisplay, ShowsTheStatusOfAMountedPool) {
     machine.pool_lines("  /dev/data/pool:data:3:0:-1:0:4194304:512:-1:0:-1:254:0\n");
-    machine.mounts({mount}).directory("/mnt/data/pool");
+    machine.mounts({mounted}).directory("/mnt/data/pool");
     display();
     EXPECT_THAT(run.out, HasSubstr("/mnt/data/pool\tnot available\t"));
 }

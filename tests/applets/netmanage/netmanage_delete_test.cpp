@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // netmanage --delete: unmounting, unregistering, clearing the device, and what each failed step
 // leaves.
+#include "applets/netmanage/disk_steps.h"
 #include "fixtures/library.h"
-#include "fixtures/pool_command.h"
 
 namespace zav::test {
 namespace {
@@ -11,13 +11,10 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-constexpr auto unmount = "umount /mnt/netdisk/disk > /dev/null";
 constexpr auto release = "chattr  -i /mnt/netdisk/disk > /dev/null";
 constexpr auto rm = "rm -rf /mnt/netdisk/disk > /dev/null";
 constexpr auto move = "mv /tmp/netfstab.XXXXXX /etc/netfstab > /dev/null";
-constexpr auto save = "/usr/local/bin/xconf -s /etc/netfstab > /dev/null";
 constexpr auto clear = "/usr/local/bin/diskformat /dev/sdf";
-const std::string line = "LABEL=disk\t/mnt/netdisk/disk\txfs\tdefaults\t0 0";
 
 // A mounted disk.
 class NetDelete : public PoolCommand {

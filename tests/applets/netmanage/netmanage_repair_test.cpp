@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // netmanage --repair: unmounting, repairing, mounting again, and what each failed step leaves.
+#include "applets/netmanage/disk_steps.h"
 #include "fixtures/library.h"
-#include "fixtures/pool_command.h"
 
 namespace zav::test {
 namespace {
@@ -10,13 +10,8 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-constexpr auto unmount = "umount /mnt/netdisk/disk > /dev/null";
 constexpr auto xfs_repair = "/sbin/xfs_repair -L /dev/sdf > /dev/null";
 constexpr auto reiserfsck = "/sbin/reiserfsck --fix-fixable  -y /dev/sdf > /dev/null";
-constexpr auto mkdir = "mkdir -m 0444 -p /mnt/netdisk/disk > /dev/null";
-constexpr auto protect = "chattr  +i /mnt/netdisk/disk > /dev/null";
-const std::string mount = xfs_mount("-L disk", "/mnt/netdisk/disk");
-constexpr auto open_to_all = "chmod 0777 /mnt/netdisk/disk > /dev/null";
 
 std::string line_of(const std::string& type, const std::string& mntpoint = "/mnt/netdisk/disk") {
     return "LABEL=disk\t" + mntpoint + "\t" + type + "\tdefaults\t0 0";

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // netmanage --create and --display, and which of several modes is carried out.
-#include "fixtures/pool_command.h"
+#include "applets/netmanage/disk_steps.h"
 
 namespace zav::test {
 namespace {
@@ -12,12 +12,6 @@ using testing::MatchesRegex;
 using testing::StartsWith;
 
 constexpr auto mkfs = "/sbin/mkfs.xfs -L disk  -ssize=4k -f /dev/sdf > /dev/null";
-constexpr auto save = "/usr/local/bin/xconf -s /etc/netfstab > /dev/null";
-constexpr auto mkdir = "mkdir -m 0444 -p /mnt/netdisk/disk > /dev/null";
-constexpr auto protect = "chattr  +i /mnt/netdisk/disk > /dev/null";
-const std::string mount = xfs_mount("-L disk", "/mnt/netdisk/disk");
-constexpr auto open_to_all = "chmod 0777 /mnt/netdisk/disk > /dev/null";
-const std::string line = "LABEL=disk\t/mnt/netdisk/disk\txfs\tdefaults\t0 0";
 
 class NetCreate : public PoolCommand {
   protected:

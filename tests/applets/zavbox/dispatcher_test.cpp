@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The executable: which request or applet a command line selects, and how it ends.
+#include "applets/zavbox/names.h"
 #include "private_root.h"
 
 #include <cerrno>
@@ -21,9 +22,6 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
-
-const std::vector<std::string> names = {"diskmanage", "disksmart", "fsmanage",    "lvmanage",
-                                        "mdmanage",   "netmanage", "sharemanage", "vgmanage"};
 
 Result run(const std::vector<std::string>& arguments, const RunOptions& options = {}) {
     PrivateRoot root;

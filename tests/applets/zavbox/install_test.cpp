@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // zavbox --install: a link for each applet.
+#include "applets/zavbox/names.h"
 #include "fixtures/library.h"
 #include "private_root.h"
 
@@ -18,8 +19,6 @@ using test::RunOptions;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const std::vector<std::string> names = {"diskmanage", "disksmart", "fsmanage",    "lvmanage",
-                                        "mdmanage",   "netmanage", "sharemanage", "vgmanage"};
 constexpr const char* program = "/usr/bin/program"; // on the same file system as the links
 constexpr const char* success = "zavbox links install success\n";
 

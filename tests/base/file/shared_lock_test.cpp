@@ -18,15 +18,15 @@ namespace {
 using test::LockedFile;
 using test::PrivateRoot;
 
-constexpr const char* path = "/tmp/file";
+constexpr const char* locked_path = "/tmp/file";
 
 class SharedLock : public testing::Test {
   protected:
-    SharedLock() { root.file(path, "content\n"); }
+    SharedLock() { root.file(locked_path, "content\n"); }
 
     bool is_had() {
         return root.call([] {
-                       const FileDescriptor fd = FileDescriptor::open(path, O_RDONLY);
+                       const FileDescriptor fd = FileDescriptor::open(locked_path, O_RDONLY);
                        return lock_shared(fd.get()) ? 1 : 0;
                    })
                    .returned == 1;
@@ -40,20 +40,20 @@ TEST_F(SharedLock, IsGrantedWhenNobodyLocksTheFile) {
 
 TEST_F(SharedLock, IsRefusedWhileAnotherHasAnyLock) {
     for (const short type : {short{F_WRLCK}, short{F_RDLCK}}) {
-        const LockedFile other(root.host_path(path), 0, 0, type);
+        const LockedFile other(root.host_path(locked_path), 0, 0, type);
         EXPECT_FALSE(is_had());
     }
-    const LockedFile other(root.host_path(path), 100000, 1);
+    const LockedFile other(root.host_path(locked_path), 100000, 1);
     EXPECT_FALSE(is_had()) << "on a part behind its end";
 }
 
 TEST_F(SharedLock, KeepsWritersOutAndReadersIn) {
     root.call([] {
-        const FileDescriptor fd = FileDescriptor::open(path, O_RDONLY);
+        const FileDescriptor fd = FileDescriptor::open(locked_path, O_RDONLY);
         const auto locked_by_child = [](short type) {
             const pid_t child = ::fork();
             if (child == 0) {
-                const FileDescriptor other = FileDescriptor::open(path, O_RDWR);
+                const FileDescriptor other = FileDescriptor::open(locked_path, O_RDWR);
                 struct flock lock = {};
                 lock.l_type = type;
                 ::_exit(::fcntl(other.get(), F_SETLK, &lock) == 0 ? 1 : 0);
@@ -73,7 +73,7 @@ TEST_F(SharedLock, KeepsWritersOutAndReadersIn) {
 
 TEST_F(SharedLock, IsNotGrantedWithoutAFileToRead) {
     EXPECT_FALSE(lock_shared(-1));
-    const FileDescriptor fd = FileDescriptor::open(root.host_path(path).c_str(), O_WRONLY);
+    const FileDescriptor fd = FileDescriptor::open(root.host_path(locked_path).c_str(), O_WRONLY);
     EXPECT_FALSE(lock_shared(fd.get()));
 }
 

@@ -2,6 +2,7 @@
 // A line that cannot be written to the log goes to the console, or else to standard error. A
 // command's result never shows this.
 #include "base/log.h"
+#include "base/log/log_text.h"
 #include "private_root.h"
 
 #include <array>
@@ -32,16 +33,10 @@ using testing::IsEmpty;
 using testing::SizeIs;
 using testing::StartsWith;
 
-constexpr const char* log_path = "/var/log/log.libzav";
-constexpr const char* previous_path = "/var/log/log.libzav.0";
 constexpr const char* console_path = "/dev/console";
 constexpr std::size_t over_limit = 131073;
 
-int log_text() {
-    return log_write("Feb  3 01:02:03 %s", "text");
-}
-constexpr const char* line = "Feb  3 01:02:03 0.1.2 text\n";
-const std::string line_on_standard_error = std::string("Bummer, can't print: ") + line;
+const std::string line_on_standard_error = std::string("Bummer, can't print: ") + logged_text;
 
 // Makes chosen open(2) calls of the log fail. Once per process, in a forked child.
 class FailingOpens {
@@ -124,7 +119,7 @@ TEST(LogFallback, TheLogComesFirst) {
     PrivateRoot root;
     root.file(console_path, "");
     const Result result = root.call(log_text);
-    EXPECT_EQ(root.read(log_path), line);
+    EXPECT_EQ(root.read(log_path), logged_text);
     EXPECT_EQ(root.read(console_path), "");
     EXPECT_EQ(result.err, "");
 }
@@ -133,7 +128,7 @@ TEST(LogFallback, WithoutALogDirectoryTheConsoleGetsTheLine) {
     PrivateRoot root;
     root.remove("/var/log").file(console_path, "");
     const Result result = root.call(log_text);
-    EXPECT_EQ(root.read(console_path), line);
+    EXPECT_EQ(root.read(console_path), logged_text);
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(result.returned, 0);
     EXPECT_FALSE(root.exists("/var/log"));
@@ -173,7 +168,7 @@ TEST(LogFallback, AFullDiskSendsTheLineToTheConsole) {
     PrivateRoot root;
     root.bind("/dev/full", log_path, true).file(console_path, "");
     EXPECT_EQ(root.call(log_text).returned, 0);
-    EXPECT_EQ(root.read(console_path), line);
+    EXPECT_EQ(root.read(console_path), logged_text);
 }
 
 TEST(LogFallback, ADiskThatFillsUpLeavesNoHalfLine) {
@@ -185,7 +180,7 @@ TEST(LogFallback, ADiskThatFillsUpLeavesNoHalfLine) {
         root.call(log_text, {.limits = {{RLIMIT_FSIZE, 4010}}, .ignored_signals = {SIGXFSZ}});
     EXPECT_EQ(result.returned, 0);
     EXPECT_EQ(root.read(log_path), older);
-    EXPECT_EQ(root.read(console_path), line);
+    EXPECT_EQ(root.read(console_path), logged_text);
 }
 
 TEST(LogFallback, ALogThatIsNoRegularFileIsWrittenButNeverRotated) {
@@ -231,7 +226,7 @@ TEST(LogAttempts, TheFifthOpenOfTheLogStillCounts) {
                     SizeIs(5));
         return 0;
     });
-    EXPECT_EQ(root.read(log_path), line);
+    EXPECT_EQ(root.read(log_path), logged_text);
     EXPECT_EQ(root.read(console_path), "");
 }
 
@@ -250,7 +245,7 @@ TEST(LogAttempts, AfterFiveTheConsoleIsOpenedButNeverMadeNorAppendedTo) {
         EXPECT_THAT(kinds, ElementsAre(for_log, for_log, for_log, for_log, for_log, 0));
         return 0;
     });
-    EXPECT_EQ(root.read(console_path), line);
+    EXPECT_EQ(root.read(console_path), logged_text);
     EXPECT_FALSE(root.exists(log_path));
 }
 
@@ -262,7 +257,7 @@ TEST(LogAttempts, TheFifthOpenOfTheConsoleStillCounts) {
                     SizeIs(10));
         return 0;
     });
-    EXPECT_EQ(root.read(console_path), line);
+    EXPECT_EQ(root.read(console_path), logged_text);
     EXPECT_EQ(result.err, "");
 }
 
@@ -289,7 +284,7 @@ TEST(LogAttempts, ALogThatCannotBeOpenedAfterItsRotationLeavesTheLineToTheConsol
         EXPECT_THAT(opens_of_a_line(the_second_to_the_sixth_fail), SizeIs(7));
         return 0;
     });
-    EXPECT_EQ(root.read(console_path), line);
+    EXPECT_EQ(root.read(console_path), logged_text);
     EXPECT_EQ(root.read(previous_path).size(), over_limit);
     EXPECT_FALSE(root.exists(log_path));
 }
@@ -303,7 +298,7 @@ TEST(LogAttempts, TheFifthOpenAfterARotationStillCounts) {
                     SizeIs(6));
         return 0;
     });
-    EXPECT_EQ(root.read(log_path), line);
+    EXPECT_EQ(root.read(log_path), logged_text);
 }
 
 TEST(LogAttempts, ALogThatCannotBeRenamedIsNotReopened) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The format of a log line.
 #include "base/log.h"
+#include "base/log/log_text.h"
 #include "fixtures/library.h"
 #include "private_root.h"
 
@@ -22,7 +23,6 @@ using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::StartsWith;
 
-constexpr const char* log_path = "/var/log/log.libzav";
 constexpr std::size_t head_size = 15 + 1 + 5 + 1; // "Nov 20 10:11:12 0.1.2 "
 
 // The whole log after `function` ran in a process named "tester" with the id 2.

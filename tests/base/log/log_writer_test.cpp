@@ -3,6 +3,7 @@
 #include "base/file.h"
 #include "base/file_locks.h"
 #include "base/log.h"
+#include "base/log/log_text.h"
 #include "private_root.h"
 
 #include <algorithm>
@@ -23,14 +24,7 @@ using test::Result;
 using test::StartedRun;
 using testing::ElementsAre;
 
-constexpr const char* log_path = "/var/log/log.libzav";
-constexpr const char* previous_path = "/var/log/log.libzav.0";
 constexpr std::size_t size_limit = 131072;
-
-int log_text() {
-    return log_write("Feb  3 01:02:03 %s", "text");
-}
-const std::string line = "Feb  3 01:02:03 0.1.2 text\n";
 
 std::string old_log(std::size_t size) {
     std::string text(size, 'o');
@@ -56,7 +50,7 @@ TEST(LogFile, IsAppendedTo) {
     root.file(log_path, "old\n");
     root.call(log_text);
     root.call(log_text);
-    EXPECT_EQ(root.read(log_path), "old\n" + line + line);
+    EXPECT_EQ(root.read(log_path), "old\n" + logged_text + logged_text);
 }
 
 TEST(LogFile, IsNotHeldOpenBetweenLines) {
@@ -73,7 +67,7 @@ TEST(LogRotation, ALogOfExactlyTheLimitIsNotRotated) {
     PrivateRoot root;
     root.file(log_path, old_log(size_limit));
     root.call(log_text);
-    EXPECT_EQ(root.read(log_path), old_log(size_limit) + line);
+    EXPECT_EQ(root.read(log_path), old_log(size_limit) + logged_text);
     EXPECT_FALSE(root.exists(previous_path));
 }
 
@@ -81,7 +75,7 @@ TEST(LogRotation, OneByteMoreRotatesBeforeTheNextLine) {
     PrivateRoot root;
     root.file(log_path, old_log(size_limit + 1));
     root.call(log_text);
-    EXPECT_EQ(root.read(log_path), line);
+    EXPECT_EQ(root.read(log_path), logged_text);
     EXPECT_EQ(root.read(previous_path), old_log(size_limit + 1));
 }
 
@@ -90,8 +84,8 @@ TEST(LogRotation, TheLineThatExceedsTheLimitStaysInItsGeneration) {
     root.file(log_path, old_log(size_limit));
     root.call(log_text);
     root.call(log_text);
-    EXPECT_EQ(root.read(log_path), line);
-    EXPECT_EQ(root.read(previous_path), old_log(size_limit) + line);
+    EXPECT_EQ(root.read(log_path), logged_text);
+    EXPECT_EQ(root.read(previous_path), old_log(size_limit) + logged_text);
 }
 
 TEST(LogRotation, TheFreshLogIsForItsOwnerAlone) {
@@ -114,7 +108,7 @@ TEST(LogRotation, ALogThatCannotBeRenamedGrows) {
     PrivateRoot root;
     root.directory(previous_path).file(log_path, old_log(size_limit + 1));
     const Result result = root.call(log_text);
-    EXPECT_EQ(root.read(log_path), old_log(size_limit + 1) + line);
+    EXPECT_EQ(root.read(log_path), old_log(size_limit + 1) + logged_text);
     EXPECT_EQ(result.err, "");
 }
 
@@ -127,7 +121,7 @@ TEST(LogLock, IsWaitedFor) {
     lock.write("first\n");
     lock.unlock();
     run.wait();
-    EXPECT_EQ(root.read(log_path), "first\n" + line);
+    EXPECT_EQ(root.read(log_path), "first\n" + logged_text);
 }
 
 TEST(LogLock, IsOnTheWholeFile) {
@@ -160,7 +154,7 @@ TEST(LogLock, ALineThatWaitedWhileTheLogWasRotatedGoesIntoTheFreshLog) {
     root.file(log_path, "fresh\n");
     lock.unlock();
     run.wait();
-    EXPECT_EQ(root.read(log_path), "fresh\n" + line);
+    EXPECT_EQ(root.read(log_path), "fresh\n" + logged_text);
     EXPECT_EQ(root.read(previous_path), "old\n");
 }
 
@@ -174,7 +168,7 @@ TEST(LogLock, ALineThatWaitedForAFullLogDoesNotRotateTheFreshOne) {
     root.file(log_path, "fresh\n");
     lock.unlock();
     run.wait();
-    EXPECT_EQ(root.read(log_path), "fresh\n" + line);
+    EXPECT_EQ(root.read(log_path), "fresh\n" + logged_text);
     EXPECT_EQ(root.read(previous_path), old_log(size_limit + 1));
 }
 
@@ -187,7 +181,7 @@ TEST(LogLock, ALineThatWaitedWhileTheLogWasRemovedMakesANewOne) {
     root.remove(log_path);
     lock.unlock();
     run.wait();
-    EXPECT_EQ(root.read(log_path), line);
+    EXPECT_EQ(root.read(log_path), logged_text);
 }
 
 // The texts of both generations, sorted.
@@ -260,7 +254,7 @@ TEST(LogSharing, OneOfManyRotatesAFullLog) {
             struct stat previous = {};
             ::stat(log_path, &current);
             ::stat(previous_path, &previous);
-            lost += current.st_size != static_cast<off_t>(writers * line.size()) ||
+            lost += current.st_size != static_cast<off_t>(writers * logged_text.size()) ||
                             previous.st_size != static_cast<off_t>(size_limit + 1)
                         ? 1
                         : 0;
