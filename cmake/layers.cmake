@@ -4,7 +4,7 @@
 # no header, and the linker no function, of a layer above.
 
 # zav_layer(NAME FOLDER [ABOVE NAME]) - the layer in FOLDER, on top of the one named behind ABOVE.
-# Its headers are included as "NAME/...".
+# Its headers are included as "NAME/...". ZAV_LAYERS has the names of those so far.
 function(zav_layer name folder)
     cmake_parse_arguments(PARSE_ARGV 2 layer "" "ABOVE" "")
     file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${folder}/*.cpp)
@@ -17,6 +17,7 @@ function(zav_layer name folder)
     file(CREATE_LINK ${PROJECT_SOURCE_DIR}/${folder} ${headers}/${name} SYMBOLIC)
     target_include_directories(zav_${name} PUBLIC ${headers})
 
+    set(ZAV_LAYERS ${ZAV_LAYERS} ${name} PARENT_SCOPE)
     target_link_libraries(zav_${name} PUBLIC zav_compiler)
     if(layer_ABOVE)
         target_link_libraries(zav_${name} PUBLIC zav_${layer_ABOVE})

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "private_root.h"
 
+#include "executable.h"
 #include "launch.h"
 #include "run_state.h"
 #include "standin/command_text.h"
@@ -85,17 +86,6 @@ void remove_tree(const fs::path& path) {
     fs::remove_all(path, error);
 }
 
-std::string executable_under_test() {
-    if (const char* path = std::getenv("ZAVBOX_EXECUTABLE"); path != nullptr) {
-        return path;
-    }
-#ifdef ZAVBOX_EXECUTABLE
-    return ZAVBOX_EXECUTABLE;
-#else
-    return {};
-#endif
-}
-
 std::string first_existing(std::initializer_list<const char*> paths) {
     for (const char* path : paths) {
         if (access(path, X_OK) == 0) {
@@ -156,8 +146,8 @@ void PrivateRoot::make_tree() {
             bind(path, places::symbolizer);
         }
     }
-    if (const std::string program = executable_under_test(); !program.empty()) {
-        bind(program, "/usr/bin/zavbox");
+    if (zav_executable_under_test != nullptr) {
+        bind(zav_executable_under_test(), "/usr/bin/zavbox");
     }
     write_file(root_ / ".harness/uses", "", 0666);
     write_file(root_ / ".harness/applet",
@@ -328,7 +318,7 @@ StartedRun PrivateRoot::launch(const std::vector<std::string>& arguments,
                                std::function<int()> function, const RunOptions& options) {
     if (!function && !exists(options.program)) {
         throw std::runtime_error("private root: no program " + options.program +
-                                 " inside; set ZAVBOX_EXECUTABLE");
+                                 " inside; zavbox is run by the tests of commands only");
     }
     write_rules();
     if (options.pid > 99) {
