@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Member lists of an array. Input: the array's type, its members, a list to compare them with,
 // then the names of the disks, one per line.
+#include "inventory/array_members.h"
+
 #include "base/text.h"
 #include "fuzz.h"
-#include "inventory/array_members.h"
 #include "sources/mdstat.h"
 
 #include <algorithm>

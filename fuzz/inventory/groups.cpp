@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 // What vgdisplay and pvdisplay print, one after the other: each reads both.
+#include "inventory/groups.h"
+
 #include "base/text.h"
 #include "fuzz.h"
-#include "inventory/groups.h"
 #include "sources/lvm.h"
 
 #include <string>

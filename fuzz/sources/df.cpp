@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 // The output of df.
+#include "sources/df.h"
+
 #include "base/text.h"
 #include "fuzz.h"
-#include "sources/df.h"
 
 namespace zav::fuzz {
 

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The list of the hot-spare tool.
-#include "fuzz.h"
 #include "sources/hotspare.h"
+
+#include "fuzz.h"
 
 namespace zav::fuzz {
 

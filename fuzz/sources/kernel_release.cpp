@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The kernel's release text as a number.
-#include "fuzz.h"
 #include "sources/kernel_release.h"
+
+#include "fuzz.h"
 
 namespace zav::fuzz {
 

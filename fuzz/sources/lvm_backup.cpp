@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 // LVM's backup of a volume group. Input: the name of a pool, then the backup.
+#include "sources/lvm_backup.h"
+
 #include "base/text.h"
 #include "fuzz.h"
-#include "sources/lvm_backup.h"
 
 namespace zav::fuzz {
 

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 // The kernel's mount table.
+#include "sources/mounts.h"
+
 #include "base/text.h"
 #include "fuzz.h"
-#include "sources/mounts.h"
 
 namespace zav::fuzz {
 

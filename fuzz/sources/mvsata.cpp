@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Status files of the disk controller.
+#include "sources/mvsata.h"
+
 #include "base/text.h"
 #include "fuzz.h"
-#include "sources/mvsata.h"
 
 namespace zav::fuzz {
 
