@@ -145,7 +145,7 @@ int diskmanage_main(int argc, char** argv) {
 
 void display_disk_show(const display_disk_info& disk) {
     std::printf("'%s'\t'%d'\t'%lld'\t'%s'\t'%s'\t'%s'\t'%s'\t'%s'\t'%d'\t'%s'\n",
-                disk.diskname.c_str(), disk.channel, static_cast<long long>(disk.space),
+                disk.diskname.c_str(), disk.channel, static_cast<long long>(disk.space.count),
                 disk.status.c_str(), disk.model.c_str(), disk.state.c_str(), disk.device.c_str(),
                 disk.raid.c_str(), disk.use, disk.hotspare == 1 ? "H" : "NH");
 }

@@ -120,7 +120,7 @@ void smart_attribute_show(const smart_attribute& attribute) {
 
 void disk_show(const disk_info& disk) {
     std::printf("'%s'\t'%d'\t'%lld'\t'%s'\t'%s'\t'%s'\t'%s'\t'%d'\n", disk.name.c_str(),
-                disk.channel, static_cast<long long>(disk.space), disk.status.c_str(),
+                disk.channel, static_cast<long long>(disk.space.count), disk.status.c_str(),
                 disk.model.c_str(), disk.usage.c_str(), disk.device.c_str(), disk.hotspare);
     if (disk.model == virtual_disk_model) {
         return;

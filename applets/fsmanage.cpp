@@ -70,8 +70,8 @@ std::string mount_point(const Arguments& arguments) {
 
 /// Makes the pool. 0 or the code that the command fails with.
 Code create_pool(const Arguments& arguments) {
-    const Code result =
-        pool_create(arguments.name, arguments.group, decimal(arguments.size), standard_output());
+    const Code result = pool_create(arguments.name, arguments.group, Gib{decimal(arguments.size)},
+                                    standard_output());
     if (result != Code::command_failed) {
         return result;
     }

@@ -72,8 +72,8 @@ int create(const Arguments& arguments) {
     if (check_lvname(arguments.name, standard_output()) == Presence::present) {
         return fail(Code::pool_name_taken);
     }
-    const Code result =
-        pool_create(arguments.name, arguments.group, decimal(arguments.size), standard_output());
+    const Code result = pool_create(arguments.name, arguments.group, Gib{decimal(arguments.size)},
+                                    standard_output());
     if (result != Code::command_failed) {
         return end(result);
     }
@@ -147,8 +147,9 @@ int lvmanage_main(int argc, char** argv) {
 
 void pool_show(const pool_info& pool) {
     std::printf("%s\t%s\t%lldG\t%lldG\t%s\t%s\n", pool.name.c_str(), pool.status.c_str(),
-                static_cast<long long>(pool.allsize), static_cast<long long>(pool.usedsize),
-                pool.vgname.c_str(), text_or(pool.device, not_available));
+                static_cast<long long>(pool.allsize.count),
+                static_cast<long long>(pool.usedsize.count), pool.vgname.c_str(),
+                text_or(pool.device, not_available));
 }
 
 void pool_list_show(const pool_list* list) {

@@ -305,8 +305,9 @@ void mdinfo_display(const mdinfo& array) {
     std::printf("%s\t%s\t%s\t%s\t%s\t%lldGB\t%lldGB\t%s\t%s\n", array.name.c_str(),
                 is_linear ? "JBOD" : array.type.c_str(), array.status.c_str(),
                 text_or(array.progress, "100%"), text_or(array.device, not_available),
-                static_cast<long long>(array.allsize), static_cast<long long>(array.usedsize),
-                array.members.c_str(), text_or(array.spare, "None"));
+                static_cast<long long>(array.allsize.count),
+                static_cast<long long>(array.usedsize.count), array.members.c_str(),
+                text_or(array.spare, "None"));
 }
 
 void mdinfo_list_display(const mdinfo_list* list) {

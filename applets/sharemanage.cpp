@@ -105,7 +105,7 @@ Code take_size(const char* size, share_info& share) {
     if (failed(check_number8(size))) {
         return Code::bad_size;
     }
-    share.size = static_cast<std::int64_t>(decimal(size));
+    share.size = {static_cast<std::int64_t>(decimal(size))};
     return Code::ok;
 }
 
@@ -125,7 +125,7 @@ Code take_users(const Arguments& arguments, share_info& share) {
     return Code::ok;
 }
 
-using RoomCheck = Code (*)(const char* group, std::uint64_t size, Sink& out);
+using RoomCheck = Code (*)(const char* group, Gib size, Sink& out);
 
 /// The checks of create and restore, in their order; they differ in how they look for room.
 Code take_new_share(const Arguments& arguments, share_info& share, RoomCheck has_room) {
@@ -152,7 +152,7 @@ Code take_new_share(const Arguments& arguments, share_info& share, RoomCheck has
         return Code::bad_group_name;
     }
     share.path = share_path(share.type, arguments.group, arguments.name);
-    return has_room(arguments.group, static_cast<std::uint64_t>(share.size), standard_output());
+    return has_room(arguments.group, unsigned_size(share.size), standard_output());
 }
 
 Code create_share_arg_check(const Arguments& arguments, share_info& share) {
@@ -297,13 +297,12 @@ int sharemanage_main(int argc, char** argv) {
 } // namespace
 
 void share_show(const share_info& share) {
-    // Used space is counted in units of 10 MiB; 102.4 make a GiB.
-    constexpr double units_in_a_gigabyte = 102.4;
-    const std::int64_t used = share.size != 0 ? share.usedsize : 0;
+    constexpr double ten_mib_in_gib = 102.4;
+    const TenMib used = share.size != SignedGib{} ? share.usedsize : TenMib{};
     std::printf("%s\t%s\t%s\t%s\t%s\t%lldGB\t%.2fGB\t%s\t%s\n", share.name.c_str(),
                 share.type.c_str(), share.path.c_str(), text_or(share.users, "*"),
-                share.write != 0 ? "rw" : "ro", static_cast<long long>(share.size),
-                static_cast<double>(used) / units_in_a_gigabyte, text_or(share.comment, "(Null)"),
+                share.write != 0 ? "rw" : "ro", static_cast<long long>(share.size.count),
+                static_cast<double>(used.count) / ten_mib_in_gib, text_or(share.comment, "(Null)"),
                 text_or(share.device, not_available));
 }
 

@@ -7,16 +7,16 @@ namespace {
 
 void pvinfo_display(const pvinfo& volume) {
     std::printf("\t%s\t%s\t%s\t%dG\t%dG\t%s\n", volume.name.c_str(), volume.allocatable.c_str(),
-                volume.device.c_str(), static_cast<std::int32_t>(volume.size),
-                static_cast<std::int32_t>(volume.used), volume.vgname.c_str());
+                volume.device.c_str(), static_cast<std::int32_t>(volume.size.count),
+                static_cast<std::int32_t>(volume.used.count), volume.vgname.c_str());
 }
 
 } // namespace
 
 void vginfo_display(const vginfo& group) {
     std::printf("%s\t%s\t%s\t%lldG\t%lldG\n", group.name.c_str(), group.status.c_str(),
-                group.device.c_str(), static_cast<long long>(group.allsize),
-                static_cast<long long>(group.usedsize));
+                group.device.c_str(), static_cast<long long>(group.allsize.count),
+                static_cast<long long>(group.usedsize.count));
     show_list(&group.physical_volumes, pvinfo_display);
 }
 
@@ -31,7 +31,7 @@ int vginfo_list_destroy(vginfo_list* list) {
 void fs_show(const fs_info& fs) {
     std::printf("%s\t%s\t%s\t%lldM\t%lldM\t%s\t%s\n", fs.name.c_str(),
                 text_or(fs.mntpoint, not_available), text_or(fs.status, not_available),
-                static_cast<long long>(fs.allsize), static_cast<long long>(fs.usedsize),
+                static_cast<long long>(fs.allsize.count), static_cast<long long>(fs.usedsize.count),
                 text_or(fs.ownername, not_available), text_or(fs.device, not_available));
 }
 

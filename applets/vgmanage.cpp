@@ -99,8 +99,8 @@ void show_group(const vginfo& group) {
         volumes.append(volumes.empty() ? "" : ",").append(volume.name);
     }
     std::printf("%s\t%s\t%s\t%lldG\t%lldG\t%s\n", group.name.c_str(), group.status.c_str(),
-                group.device.c_str(), static_cast<long long>(group.allsize),
-                static_cast<long long>(group.usedsize), volumes.c_str());
+                group.device.c_str(), static_cast<long long>(group.allsize.count),
+                static_cast<long long>(group.usedsize.count), volumes.c_str());
 }
 
 int display(const Arguments& arguments) {

@@ -22,7 +22,7 @@ void run(std::string_view input) {
     share_list list;
     scan_register(input, register_services(), list);
     for (const share_info& share : list) {
-        require(share.write == 1 && share.usedsize == 0,
+        require(share.write == 1 && share.usedsize.count == 0,
                 "the register tells neither access nor use");
         for (const std::string_view type : split(share.type, ",")) {
             require(type == "samba" || type == "nfs" || type == "ftp" || type == "iSCSI",

@@ -21,7 +21,7 @@ void run(std::string_view input) {
         require(path.starts_with("/dev/"), "a pool has a device");
         require(input.find(path) != input.npos, "it is in the output");
         require(pool.status.view().ends_with("available"), "it is available or not");
-        require(pool.usedsize == 0, "nothing tells its use");
+        require(pool.usedsize.count == 0, "nothing tells its use");
         require(pool.device.empty() || pool.vgname == "vg1", "its device is its group's");
     }
     if (has_pool_line(input, "pool")) {

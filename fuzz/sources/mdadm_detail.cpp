@@ -20,7 +20,7 @@ void run(std::string_view input) {
         require(value->empty() || white_space.find(value->front()) == white_space.npos,
                 "a value begins without white space");
         const std::uint64_t kilobytes = decimal(*value);
-        require(kibibytes_to_gib(kilobytes) - (kilobytes >> 20) <= 1,
+        require(rounded<Gib>(Kib{kilobytes}).count - (kilobytes >> 20) <= 1,
                 "gigabytes are rounded to the nearest");
         is_rebuilding(*value);
     }

@@ -16,7 +16,7 @@ void run(std::string_view input) {
         require(disk.device.size() == 1 && disk.device.view() >= "0" && disk.device.view() <= "4",
                 "a disk is on the controller or behind one of four box groups");
         require(disk.channel >= -64 && disk.channel <= 64, "a channel is worked out of digits");
-        require(disk.hotspare == 0 && disk.space == 0, "the file tells nothing else");
+        require(disk.hotspare == 0 && disk.space.count == 0, "the file tells nothing else");
     }
 }
 

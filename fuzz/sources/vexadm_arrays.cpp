@@ -18,7 +18,7 @@ void run(std::string_view input) {
                 "its state is one word");
         require(array.members.view().find_first_of(blanks) == std::string_view::npos,
                 "members are separated by commas");
-        require(array.progress.empty() && array.spare.empty() && array.usedsize == 0,
+        require(array.progress.empty() && array.spare.empty() && array.usedsize.count == 0,
                 "the scan tells nothing else");
     }
 }

@@ -1,27 +1,52 @@
 // SPDX-License-Identifier: MIT
 /// \file
-/// Units that the tools and the kernel count in.
+/// Sizes that know their unit: the tools and the kernel count in five.
 #pragma once
 
+#include <compare>
 #include <cstdint>
 #include <limits>
 
 namespace zav {
 
-/// GiB of a number of 512-byte sectors, rounded half up.
-constexpr std::uint64_t sectors_to_gib(std::uint64_t sectors) {
-    constexpr std::uint64_t half = std::uint64_t{1} << 20;
-    constexpr int shift = 21;
-    constexpr std::uint64_t largest = std::numeric_limits<std::uint64_t>::max();
-    return sectors > largest - half ? largest >> shift : (sectors + half) >> shift;
+/// A number of units of `Bytes` bytes each. Sizes in different units do not mix.
+template <std::uint64_t Bytes, typename Number = std::uint64_t>
+struct Size {
+    static constexpr std::uint64_t unit = Bytes;
+    Number count = 0;
+
+    constexpr auto operator<=>(const Size&) const = default;
+};
+
+using Sectors = Size<512>;
+using Kib = Size<std::uint64_t{1} << 10>;
+using Mib = Size<std::uint64_t{1} << 20>;
+using Gib = Size<std::uint64_t{1} << 30>;
+
+/// Of shares, whose register may hold any number.
+using SignedGib = Size<Gib::unit, std::int64_t>;
+/// The use of shares, which is printed in hundredths of a GiB: 102.4 of these make one.
+using TenMib = Size<10 * Mib::unit, std::int64_t>;
+
+/// What makes and checks pools takes any bits that a share has for its size.
+constexpr Gib unsigned_size(SignedGib size) {
+    return {static_cast<std::uint64_t>(size.count)};
 }
 
-/// GiB of a number of KiB, rounded half up.
-constexpr std::uint64_t kibibytes_to_gib(std::uint64_t kibibytes) {
-    constexpr std::uint64_t half = std::uint64_t{1} << 19;
-    constexpr int shift = 20;
+/// A size in a larger unit, rounded half up.
+template <class To, std::uint64_t Bytes>
+constexpr To rounded(Size<Bytes> size) {
+    constexpr std::uint64_t ratio = To::unit / Bytes;
     constexpr std::uint64_t largest = std::numeric_limits<std::uint64_t>::max();
-    return kibibytes > largest - half ? largest >> shift : (kibibytes + half) >> shift;
+    const std::uint64_t whole =
+        size.count > largest - ratio / 2 ? largest / ratio : (size.count + ratio / 2) / ratio;
+    return {static_cast<decltype(To::count)>(whole)};
+}
+
+/// A size in a larger unit, rounded down.
+template <class To, std::uint64_t Bytes>
+constexpr To whole(Size<Bytes> size) {
+    return {static_cast<decltype(To::count)>(size.count / (To::unit / Bytes))};
 }
 
 } // namespace zav

@@ -51,7 +51,7 @@ void read_details(std::string_view detail, mdinfo& array) {
         failed(get_mdinfo_type(detail, size, sizeof size, detail_key::device_size))) {
         return;
     }
-    array.allsize = kibibytes_to_gib(decimal(size));
+    array.allsize = rounded<Gib>(Kib{decimal(size)});
     char state[decltype(array.status)::capacity + 1] = "";
     if (!failed(get_mdinfo_type(detail, state, sizeof state, detail_key::state)) &&
         *state != '\0') {

@@ -19,7 +19,7 @@ void append_display_record(display_disk_list& listing, const disk_info& disk) {
     display_disk_info& shown = listing.append();
     shown.diskname = disk.name;
     shown.channel = disk.channel;
-    shown.space = static_cast<std::int64_t>(disk.space);
+    shown.space = disk.space;
     shown.status = disk.status;
     shown.model = disk.model;
     shown.state = disk.usage;

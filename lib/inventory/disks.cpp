@@ -55,7 +55,7 @@ void read_attributes(disk_info& disk) {
     if (!sectors) {
         return;
     }
-    disk.space = sectors_to_gib(decimal(*sectors));
+    disk.space = rounded<Gib>(Sectors{decimal(*sectors)});
     const auto state = read_attribute(disk, "device/state");
     if (!state) {
         return;

@@ -20,14 +20,13 @@ namespace zav {
 
 namespace {
 
-constexpr int mebibytes_shift = 10;
-
 void fill_from_pool(const pool_info& pool, fs_info& fs) {
+    constexpr std::uint64_t mib_in_gib = Gib::unit / Mib::unit;
     fs.status = pool.status;
     fs.ownername = pool.vgname;
     fs.device = pool.device;
-    fs.allsize = pool.allsize << mebibytes_shift;
-    fs.usedsize = pool.usedsize << mebibytes_shift;
+    fs.allsize = {pool.allsize.count * mib_in_gib};
+    fs.usedsize = {pool.usedsize.count * mib_in_gib};
 }
 
 const fs_info* find_pool(const fs_list& list, std::string_view pool) {
@@ -82,10 +81,9 @@ Code mdfstab_lookup(std::string_view pool, std::string_view, BoundedText<16>& ty
 }
 
 void set_sizes(const struct statfs& figures, fs_info& fs) {
-    constexpr std::uint64_t kibibyte = 1024;
-    const std::uint64_t block = static_cast<std::uint64_t>(figures.f_bsize) / kibibyte;
-    fs.allsize = figures.f_blocks * block / kibibyte;
-    fs.usedsize = (figures.f_blocks - figures.f_bavail) * block / kibibyte;
+    const std::uint64_t block = static_cast<std::uint64_t>(figures.f_bsize) / Kib::unit;
+    fs.allsize = whole<Mib>(Kib{figures.f_blocks * block});
+    fs.usedsize = whole<Mib>(Kib{(figures.f_blocks - figures.f_bavail) * block});
 }
 
 Code mountfs_get(fs_list& list, Sink& out) {

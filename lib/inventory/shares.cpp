@@ -120,19 +120,15 @@ Code get_shareinfo_from_exportfs(share_list& list) {
 }
 
 void measure_shares(share_list& list) {
-    constexpr std::uint64_t kibibyte = 1024;
     for (share_info& share : list) {
         struct statfs figures = {};
         if (is_on_device(share) || share.path.empty() || share.comment == unmounted_comment ||
             ::statfs(share.path.c_str(), &figures) != 0) {
             continue;
         }
-        const std::uint64_t block = static_cast<std::uint64_t>(figures.f_bsize) / kibibyte;
-        const std::uint64_t size = figures.f_blocks * block;
-        const std::uint64_t used = (figures.f_blocks - figures.f_bavail) * block;
-        // Half a GiB, and half of 10 MiB, are rounded up.
-        share.size = static_cast<std::int64_t>((size + 524288) >> 20);
-        share.usedsize = static_cast<std::int64_t>((used + 5120) / 10240);
+        const std::uint64_t block = static_cast<std::uint64_t>(figures.f_bsize) / Kib::unit;
+        share.size = rounded<SignedGib>(Kib{figures.f_blocks * block});
+        share.usedsize = rounded<TenMib>(Kib{(figures.f_blocks - figures.f_bavail) * block});
     }
 }
 
@@ -206,7 +202,7 @@ void scan_mounts(const MountTable& mounts, share_list& list) {
     }
     for (share_info& share : list) {
         const bool is_found = is_on_device(share) ? !mounts.empty() : found.contains(&share);
-        share.usedsize = is_found ? -1 : 0; // the mark stays where nothing is measured
+        share.usedsize = {is_found ? -1 : 0}; // the mark stays where nothing is measured
         if (!is_found) {
             share.comment = unmounted_comment;
         }

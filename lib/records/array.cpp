@@ -10,8 +10,8 @@ int mdinfo_init(mdinfo& array) {
     array.type.clear();
     array.status = inactive_state;
     array.progress.clear();
-    array.allsize = 0;
-    array.usedsize = 0;
+    array.allsize = {};
+    array.usedsize = {};
     array.members.clear();
     array.spare.clear();
     array.device.clear();

@@ -5,6 +5,7 @@
 
 #include "base/bounded_text.h"
 #include "base/lists.h"
+#include "base/units.h"
 
 #include <cstdint>
 #include <string>
@@ -30,8 +31,8 @@ struct mdinfo {
     BoundedText<8> type;
     BoundedText<48> status{inactive_state}; ///< else what mdadm gives as the state
     BoundedText<32> progress;               ///< of a rebuild, such as 12.6%(12.00MB/s)
-    std::uint64_t allsize = 0;              ///< GiB
-    std::uint64_t usedsize = 0;             ///< GiB; not discovered
+    Gib allsize;
+    Gib usedsize; ///< not discovered
     /// Separated by commas: kernel names with their marks, such as sda,sdb(F),sdc(S),*(M) for a
     /// faulty, a spare and a missing member; after disks_to_ch() channels with the same marks.
     BoundedText<128> members;

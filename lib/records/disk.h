@@ -6,6 +6,7 @@
 #include "base/bounded_text.h"
 #include "base/lists.h"
 #include "base/sink.h"
+#include "base/units.h"
 #include "records/smart.h"
 
 #include <cstdint>
@@ -24,7 +25,7 @@ inline constexpr std::string_view partition_table = "5";
 struct disk_info {
     BoundedText<8> name; ///< of the kernel, such as sda; empty behind the RAID controller
     std::int32_t channel = 0;
-    std::uint64_t space = 0; ///< GiB
+    Gib space;
     BoundedText<32> status;
     BoundedText<32> model;
     BoundedText<32> usage; ///< what the RAID controller says the disk is used for
@@ -39,7 +40,7 @@ struct disk_info {
 struct display_disk_info {
     BoundedText<8> diskname;
     std::int32_t channel = 0;
-    std::int64_t space = 0; ///< GiB
+    Gib space;
     BoundedText<32> status;
     BoundedText<32> model;
     BoundedText<32> state;

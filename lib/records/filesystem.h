@@ -5,6 +5,7 @@
 
 #include "base/bounded_text.h"
 #include "base/lists.h"
+#include "base/units.h"
 
 #include <cstdint>
 #include <string_view>
@@ -15,11 +16,11 @@ struct fs_info {
     BoundedText<128> name; ///< a pool's device path, or a network disk's label
     BoundedText<128> mntpoint;
     BoundedText<16> fstype;
-    BoundedText<32> status;     ///< "available", "not available" or "umount"
-    std::uint64_t allsize = 0;  ///< MiB
-    std::uint64_t usedsize = 0; ///< MiB
-    BoundedText<33> ownername;  ///< the pool's group
-    BoundedText<8> device;      ///< the pool's
+    BoundedText<32> status; ///< "available", "not available" or "umount"
+    Mib allsize;
+    Mib usedsize;
+    BoundedText<33> ownername; ///< the pool's group
+    BoundedText<8> device;     ///< the pool's
     ListLink link;
 };
 

@@ -5,6 +5,7 @@
 
 #include "base/bounded_text.h"
 #include "base/lists.h"
+#include "base/units.h"
 
 #include <cstdint>
 
@@ -17,8 +18,8 @@ struct pvinfo {
     BoundedText<32> name;
     BoundedText<32> allocatable;
     BoundedText<8> device;
-    std::uint64_t size = 0; ///< GiB
-    std::uint64_t used = 0; ///< GiB
+    Gib size;
+    Gib used;
     BoundedText<32> vgname;
     ListLink link;
 };
@@ -29,9 +30,9 @@ using pvinfo_list = RecordList<pvinfo>;
 struct vginfo {
     BoundedText<33> name;
     BoundedText<32> status;
-    BoundedText<8> device;        ///< of the last physical volume that has one
-    std::uint64_t allsize = 0;    ///< GiB
-    std::uint64_t usedsize = 0;   ///< GiB
+    BoundedText<8> device; ///< of the last physical volume that has one
+    Gib allsize;
+    Gib usedsize;
     pvinfo_list physical_volumes; ///< in the order of the tool's output
     ListLink link;
 };

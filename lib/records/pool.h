@@ -6,6 +6,7 @@
 #include "base/bounded_text.h"
 #include "base/codes.h"
 #include "base/lists.h"
+#include "base/units.h"
 
 #include <cstdint>
 #include <string_view>
@@ -13,10 +14,10 @@
 namespace zav {
 
 struct pool_info {
-    BoundedText<128> name;      ///< the device's path, such as /dev/data/pool
-    BoundedText<32> status;     ///< "available" or "not available"
-    std::uint64_t allsize = 0;  ///< GiB
-    std::uint64_t usedsize = 0; ///< GiB; nothing tells it
+    BoundedText<128> name;  ///< the device's path, such as /dev/data/pool
+    BoundedText<32> status; ///< "available" or "not available"
+    Gib allsize;
+    Gib usedsize; ///< nothing tells it
     BoundedText<33> vgname;
     BoundedText<8> device; ///< of its group
     ListLink link;

@@ -44,8 +44,8 @@ bool share_list_update(const share_info& share, share_list& list) {
     share_info* member = find_by_name(list, share.name);
     if (member == nullptr) {
         share_info& added = append_copy(list, share);
-        added.size = 0;
-        added.usedsize = 0;
+        added.size = {};
+        added.usedsize = {};
         return false;
     }
     copy_given(member->comment, share.comment);

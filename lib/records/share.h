@@ -5,6 +5,7 @@
 
 #include "base/bounded_text.h"
 #include "base/lists.h"
+#include "base/units.h"
 
 #include <cstdint>
 #include <string_view>
@@ -39,9 +40,9 @@ struct share_info {
     BoundedText<8> device{"N.A."};
     /// Samba: valid users; NFS: hosts; iSCSI: users, separated by blanks or commas; FTP: the user.
     BoundedText<256> users;
-    std::int32_t write = 1;    ///< 0 when read-only
-    std::int64_t size = 0;     ///< GiB
-    std::int64_t usedsize = 0; ///< 10 MiB
+    std::int32_t write = 1; ///< 0 when read-only
+    SignedGib size;
+    TenMib usedsize;
     ListLink link;
 };
 

@@ -44,7 +44,7 @@ void scan_iscsi_volumes(std::string_view output, share_list& list) {
         }
         share->type = shown_iscsi;
         share->write = 1;
-        share->usedsize = 0;
+        share->usedsize = {};
     }
 }
 

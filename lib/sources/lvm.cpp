@@ -12,8 +12,6 @@ namespace zav {
 
 namespace {
 
-constexpr int kilobytes_to_gigabytes_shift = 20;
-
 constexpr std::string_view device_directory = "/dev/";
 
 /// Calls `use` with the first piece of every line.
@@ -30,11 +28,6 @@ void for_each_line(std::string_view output, Use use) {
 
 std::uint64_t number(std::string_view line, std::size_t index) {
     return decimal(field(line, ":", index));
-}
-
-/// `count` units of `unit` KB in whole gigabytes; `half` is added before the rest is dropped.
-std::uint64_t extents_to_gigabytes(std::uint64_t count, std::uint64_t unit, std::uint64_t half) {
-    return (count * unit + half) >> kilobytes_to_gigabytes_shift;
 }
 
 std::string group_status(std::uint64_t bits) {
@@ -64,15 +57,14 @@ std::string_view short_name(std::string_view line) {
 }
 
 void read_volume(std::string_view line, pvinfo& volume) {
-    constexpr std::uint64_t half_gigabyte_of_kilobytes = std::uint64_t{1} << 19;
     const std::uint64_t extent_size = number(line, 7);
     const std::uint64_t total = number(line, 8);
     const std::uint64_t free = number(line, 9);
     const std::uint64_t allocated = number(line, 10);
     volume.allocatable = allocatable_text(total, free);
     // Rounded half up, while a group's sizes are rounded down: listings have always shown it so.
-    volume.size = sectors_to_gib(number(line, 2));
-    volume.used = extents_to_gigabytes(allocated, extent_size, half_gigabyte_of_kilobytes);
+    volume.size = rounded<Gib>(Sectors{number(line, 2)});
+    volume.used = rounded<Gib>(Kib{allocated * extent_size});
 }
 
 /// Whether an integer is not 0, whatever its sign.
@@ -93,8 +85,8 @@ void parse_vgdisplay(std::string_view output, vginfo_list& list) {
         vginfo& group = list.append();
         group.name = field(line, ":", 0);
         group.status = group_status(decimal(status));
-        group.allsize = number(line, 11) >> kilobytes_to_gigabytes_shift;
-        group.usedsize = extents_to_gigabytes(number(line, 14), number(line, 12), 0);
+        group.allsize = whole<Gib>(Kib{number(line, 11)});
+        group.usedsize = whole<Gib>(Kib{number(line, 14) * number(line, 12)});
     });
 }
 
@@ -159,7 +151,7 @@ void parse_lvdisplay(std::string_view output, const vginfo_list& groups, pool_li
         pool.name = cut_at(line, ":");
         pool.status = is_set(field(line, ":", 3)) ? "available" : "not available";
         pool.vgname = field(line, ":", 1);
-        pool.allsize = sectors_to_gib(decimal(field(line, ":", 6)));
+        pool.allsize = rounded<Gib>(Sectors{decimal(field(line, ":", 6))});
         if (const auto device = devices.find(pool.vgname); device != devices.end()) {
             pool.device = device->second;
         }

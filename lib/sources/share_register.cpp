@@ -15,8 +15,8 @@ namespace {
 constexpr std::size_t shortest_line = 3;
 
 /// What a signed number of 32 bits holds of it: larger sizes do not survive the register.
-std::int64_t size_of(std::string_view value) {
-    return static_cast<std::int32_t>(std::strtoll(std::string(value).c_str(), nullptr, 10));
+SignedGib size_of(std::string_view value) {
+    return {static_cast<std::int32_t>(std::strtoll(std::string(value).c_str(), nullptr, 10))};
 }
 
 void take_register_key(const KeyValue& pair, RegisterServices services, share_info& share) {
@@ -72,7 +72,8 @@ void scan_register(std::string_view text, RegisterServices services, share_list&
         share.name = sections.get(section, "sharename").value_or("").substr(0, share_name_length);
         share.comment = sections.get(section, "comment").value_or("");
         share.path = sections.get(section, "path").value_or("");
-        share.size = static_cast<std::int64_t>(decimal(sections.get(section, "size").value_or("")));
+        share.size = {
+            static_cast<std::int64_t>(decimal(sections.get(section, "size").value_or("")))};
         for (const auto& [key, shown] : services) {
             if (sections.get(section, key) == "1") {
                 share.type.append(share.type.empty() ? "" : ",").append(shown);
@@ -83,7 +84,8 @@ void scan_register(std::string_view text, RegisterServices services, share_list&
 
 Lines register_lines(const share_info& share, RegisterServices services) {
     Lines lines = {format_text("[%s]\n", share.name.c_str()), key_line("sharename", share.name),
-                   key_line("path", share.path), key_line("size", std::to_string(share.size))};
+                   key_line("path", share.path),
+                   key_line("size", std::to_string(share.size.count))};
     for (const RegisterService& service : services) {
         lines.push_back(key_line(service.key, is_type(share, service.key) ? "1" : "0"));
     }

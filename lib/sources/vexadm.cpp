@@ -35,7 +35,7 @@ void add_controller_array(std::string_view line, mdinfo_list& list) {
     array.name = name;
     array.type = "raid" + std::string(value(1));
     array.status = value(3);
-    array.allsize = decimal(value(4));
+    array.allsize = {decimal(value(4))};
     array.device = value(5);
     array.members = controller_members(field(line, "/", 6));
 }
@@ -74,7 +74,7 @@ void parse_controller_scan(std::string_view file, disk_list& list) {
             std::min<std::int64_t>(std::int64_t{decimal_int(slot)} + 1, INT32_MAX));
         disk.model = model;
         disk.device = disk_device::main_controller;
-        disk.space = decimal(field(line, "/", 2));
+        disk.space = {decimal(field(line, "/", 2))};
         disk.status = trim(field(line, "/", 3));
         disk.usage = trim(get_field(line, "/", 4).value_or(""));
         disk.hotspare = disk.usage == "Hot Spare" ? 1 : 0;

@@ -31,12 +31,12 @@ constexpr AppletTable table = {
     .help_order = "nzv",
 };
 
-constexpr Applet applet = applet_of<table>();
+constexpr Applet example = applet_of<table>();
 
 TEST(TableOfAnApplet, GivesTheDispatcherItsNameMainFunctionAndPlace) {
-    EXPECT_STREQ(applet.name, "name");
-    EXPECT_EQ(applet.main, run);
-    EXPECT_EQ(applet.install_location, 3U);
+    EXPECT_STREQ(example.name, "name");
+    EXPECT_EQ(example.main, run);
+    EXPECT_EQ(example.install_location, 3U);
 }
 
 TEST(TableOfAnApplet, GivesTheBitsInTheOrderOfTheOptions) {
@@ -44,11 +44,11 @@ TEST(TableOfAnApplet, GivesTheBitsInTheOrderOfTheOptions) {
     static_assert(option_bit(options, 'v') == 0x2);
     static_assert(option_bit(options, 'B') == 0x4, "what is only shown has no bit");
     static_assert(option_bit(options, 'n') == 0x8);
-    EXPECT_STREQ(applet.options.short_options, "AvBn:CD");
+    EXPECT_STREQ(example.options.short_options, "AvBn:CD");
 }
 
 TEST(TableOfAnApplet, MakesModesNeededAndExcludeEachOther) {
-    EXPECT_STREQ(applet.options.rules, "A:B:C:D:A--BD:B--AD:B?nv:n--vA:D--AB:");
+    EXPECT_STREQ(example.options.rules, "A:B:C:D:A--BD:B--AD:B?nv:n--vA:D--AB:");
 }
 
 TEST(TableOfAnApplet, HasNoRuleForOptionsThatAreFree) {
@@ -65,7 +65,7 @@ TEST(TableOfAnApplet, LetsASingleModeExcludeNothing) {
 }
 
 TEST(TableOfAnApplet, GivesTheLongOptionsAndARecordOfZeros) {
-    const option* all = applet.options.long_options;
+    const option* all = example.options.long_options;
     EXPECT_STREQ(all[0].name, "add");
     EXPECT_EQ(all[0].has_arg, no_argument);
     EXPECT_EQ(all[0].val, 'A');
@@ -79,16 +79,16 @@ TEST(TableOfAnApplet, GivesTheLongOptionsAndARecordOfZeros) {
 }
 
 TEST(TableOfAnApplet, GivesTheUsageInOrdersOfItsOwn) {
-    EXPECT_STREQ(applet.usage, "\n"
-                               "-B this\t\tis B\n"
-                               "--add\t\tadds\n"
-                               "--add -n x\t\t all\n"
-                               "\n"
-                               "does this\n"
-                               "Options:\n"
-                               " --name\t\ta name\n"
-                               " -z\t\tnothing\n"
-                               " --verbose\t\tsay more");
+    EXPECT_STREQ(example.usage, "\n"
+                                "-B this\t\tis B\n"
+                                "--add\t\tadds\n"
+                                "--add -n x\t\t all\n"
+                                "\n"
+                                "does this\n"
+                                "Options:\n"
+                                " --name\t\ta name\n"
+                                " -z\t\tnothing\n"
+                                " --verbose\t\tsay more");
 }
 
 } // namespace

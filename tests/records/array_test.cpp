@@ -11,8 +11,8 @@ void fill(mdinfo& array) {
     array.type = "raid5";
     array.status = "clean, degraded, recovering";
     array.progress = "12.6%(12.00MB/s)";
-    array.allsize = 932;
-    array.usedsize = 7;
+    array.allsize = {932};
+    array.usedsize = {7};
     array.members = "1,2(F),3(S)";
     array.spare = "3";
     array.device = "0";
@@ -24,8 +24,8 @@ TEST(ArrayRecord, IsEmptyAndInactiveWhenNew) {
     EXPECT_EQ(array.type, "");
     EXPECT_EQ(array.status, "inactive");
     EXPECT_EQ(array.progress, "");
-    EXPECT_EQ(array.allsize, 0U);
-    EXPECT_EQ(array.usedsize, 0U);
+    EXPECT_EQ(array.allsize.count, 0U);
+    EXPECT_EQ(array.usedsize.count, 0U);
     EXPECT_EQ(array.members, "");
     EXPECT_EQ(array.spare, "");
     EXPECT_EQ(array.device, "");
@@ -39,8 +39,8 @@ TEST(ArrayRecord, InitMakesAFilledRecordAsNew) {
     EXPECT_EQ(array.type, "");
     EXPECT_EQ(array.status, "inactive");
     EXPECT_EQ(array.progress, "");
-    EXPECT_EQ(array.allsize, 0U);
-    EXPECT_EQ(array.usedsize, 0U);
+    EXPECT_EQ(array.allsize.count, 0U);
+    EXPECT_EQ(array.usedsize.count, 0U);
     EXPECT_EQ(array.members, "");
     EXPECT_EQ(array.spare, "");
     EXPECT_EQ(array.device, "");

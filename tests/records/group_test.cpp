@@ -11,8 +11,8 @@ TEST(GroupRecord, IsEmptyWhenNew) {
     EXPECT_EQ(group.name, "");
     EXPECT_EQ(group.status, "");
     EXPECT_EQ(group.device, "");
-    EXPECT_EQ(group.allsize, 0U);
-    EXPECT_EQ(group.usedsize, 0U);
+    EXPECT_EQ(group.allsize.count, 0U);
+    EXPECT_EQ(group.usedsize.count, 0U);
     EXPECT_TRUE(group.physical_volumes.empty());
 }
 

@@ -14,8 +14,8 @@ TEST(PoolList, CopiesOnePoolByItsWholePath) {
     pool_info& pool = source.append();
     pool.name = "/dev/data/a";
     pool.status = "available";
-    pool.allsize = 7;
-    pool.usedsize = 3;
+    pool.allsize = {7};
+    pool.usedsize = {3};
     pool.vgname = "data";
     pool.device = "0";
     EXPECT_EQ(pool_list_copy_one(source, target, "a"), -126);
@@ -27,8 +27,8 @@ TEST(PoolList, CopiesOnePoolByItsWholePath) {
     const pool_info& copy = *target.begin();
     EXPECT_EQ(copy.name, "/dev/data/a");
     EXPECT_EQ(copy.status, "available");
-    EXPECT_EQ(copy.allsize, 7U);
-    EXPECT_EQ(copy.usedsize, 3U);
+    EXPECT_EQ(copy.allsize.count, 7U);
+    EXPECT_EQ(copy.usedsize.count, 3U);
     EXPECT_EQ(copy.vgname, "data");
     EXPECT_EQ(copy.device, "0");
 }

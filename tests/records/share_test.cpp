@@ -26,8 +26,8 @@ share_info full_share() {
     share.path = "/mnt/data/pub";
     share.device = "md0";
     share.users = "anna";
-    share.size = 5;
-    share.usedsize = 7;
+    share.size = {5};
+    share.usedsize = {7};
     return share;
 }
 
@@ -52,8 +52,8 @@ TEST(ShareInfo, BeginsWritableAndWithoutADevice) {
     EXPECT_EQ(share.device, "N.A.");
     EXPECT_EQ(share.users, "");
     EXPECT_EQ(share.write, 1);
-    EXPECT_EQ(share.size, 0);
-    EXPECT_EQ(share.usedsize, 0);
+    EXPECT_EQ(share.size.count, 0);
+    EXPECT_EQ(share.usedsize.count, 0);
     EXPECT_EQ(share.link.next, &share.link);
     EXPECT_EQ(share.link.previous, &share.link);
 }
@@ -135,7 +135,7 @@ TEST(ShareListUpdate, GivesTheMemberCommentUsersAccessAndService) {
     given.users = "bert";
     given.write = 0;
     given.path = "/elsewhere";
-    given.size = 99;
+    given.size = {99};
     EXPECT_TRUE(share_list_update(given, list));
     const share_info& member = *list.begin();
     EXPECT_EQ(member.comment, "new comment");
@@ -143,8 +143,8 @@ TEST(ShareListUpdate, GivesTheMemberCommentUsersAccessAndService) {
     EXPECT_EQ(member.write, 0);
     EXPECT_EQ(member.type, "samba");
     EXPECT_EQ(member.path, "/mnt/data/pub") << "stays";
-    EXPECT_EQ(member.size, 5) << "stays";
-    EXPECT_EQ(member.usedsize, 7) << "stays";
+    EXPECT_EQ(member.size.count, 5) << "stays";
+    EXPECT_EQ(member.usedsize.count, 7) << "stays";
     EXPECT_EQ(list.size(), 1u);
 }
 
@@ -176,8 +176,8 @@ TEST(ShareListUpdate, AddsAMissingShareWithoutItsSizes) {
     EXPECT_EQ(added.type, "nfs");
     EXPECT_EQ(added.users, "anna");
     EXPECT_EQ(added.write, 0);
-    EXPECT_EQ(added.size, 0);
-    EXPECT_EQ(added.usedsize, 0);
+    EXPECT_EQ(added.size.count, 0);
+    EXPECT_EQ(added.usedsize.count, 0);
     EXPECT_EQ(added.device, "N.A.");
 }
 
@@ -199,8 +199,8 @@ TEST(ShareListAdd, AddsACopyAtTheEnd) {
     EXPECT_EQ(added.type, "nfs");
     EXPECT_EQ(added.users, "anna");
     EXPECT_EQ(added.write, 1);
-    EXPECT_EQ(added.size, 5);
-    EXPECT_EQ(added.usedsize, 7);
+    EXPECT_EQ(added.size.count, 5);
+    EXPECT_EQ(added.usedsize.count, 7);
     EXPECT_EQ(added.device, "N.A.");
 }
 

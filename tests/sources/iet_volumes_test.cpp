@@ -29,19 +29,19 @@ TEST_F(VolumeScan, AddsWhatTheRegisterDoesNotHave) {
     const share_info& share = *list.begin();
     EXPECT_EQ(share.type, "iSCSI");
     EXPECT_EQ(share.write, 1);
-    EXPECT_EQ(share.size, 0);
-    EXPECT_EQ(share.usedsize, 0);
+    EXPECT_EQ(share.size.count, 0);
+    EXPECT_EQ(share.usedsize.count, 0);
     EXPECT_EQ(share.path, "");
 }
 
 TEST_F(VolumeScan, UpdatesTheShareOfTheName) {
     share_info& share = add(list, "disk1", "samba", "/dev/data/disk1");
     share.write = 0;
-    share.usedsize = -1;
+    share.usedsize = {-1};
     EXPECT_THAT(scanned("tid:1 name:iqn.2006-05.com.nas:disk1\n"), ElementsAre("disk1"));
     EXPECT_EQ(share.type, "iSCSI");
     EXPECT_EQ(share.write, 1);
-    EXPECT_EQ(share.usedsize, 0);
+    EXPECT_EQ(share.usedsize.count, 0);
     EXPECT_EQ(share.path, "/dev/data/disk1");
 }
 

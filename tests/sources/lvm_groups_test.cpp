@@ -86,28 +86,28 @@ TEST_F(Groups, HaveAStatusThatOtherBitsDoNotChange) {
 }
 
 TEST_F(Groups, HaveASizeRoundedDown) {
-    EXPECT_EQ(only(group_line("g", "772", "2000000000")).allsize, 1907U);
-    EXPECT_EQ(only(group_line("g", "772", "1048575")).allsize, 0U);
-    EXPECT_EQ(only(group_line("g", "772", "1048576")).allsize, 1U);
+    EXPECT_EQ(only(group_line("g", "772", "2000000000")).allsize.count, 1907U);
+    EXPECT_EQ(only(group_line("g", "772", "1048575")).allsize.count, 0U);
+    EXPECT_EQ(only(group_line("g", "772", "1048576")).allsize.count, 1U);
 }
 
 TEST_F(Groups, HaveAUsedSizeRoundedDown) {
-    EXPECT_EQ(only(group_line("g", "772", "0", "4096", "255")).usedsize, 0U);
-    EXPECT_EQ(only(group_line("g", "772", "0", "4096", "256")).usedsize, 1U);
-    EXPECT_EQ(only(group_line("g", "772", "0", "4096", "511")).usedsize, 1U);
+    EXPECT_EQ(only(group_line("g", "772", "0", "4096", "255")).usedsize.count, 0U);
+    EXPECT_EQ(only(group_line("g", "772", "0", "4096", "256")).usedsize.count, 1U);
+    EXPECT_EQ(only(group_line("g", "772", "0", "4096", "511")).usedsize.count, 1U);
 }
 
 TEST_F(Groups, HaveAUsedSizeCountedIn64Bits) {
-    EXPECT_EQ(only(group_line("g", "772", "0", "4194304", "1048576")).usedsize, 4194304U);
+    EXPECT_EQ(only(group_line("g", "772", "0", "4194304", "1048576")).usedsize.count, 4194304U);
 }
 
 TEST_F(Groups, HaveASizeOf64Bits) {
-    EXPECT_EQ(only(group_line("g", "772", "18446744073709551615")).allsize, UINT64_MAX >> 20);
+    EXPECT_EQ(only(group_line("g", "772", "18446744073709551615")).allsize.count, UINT64_MAX >> 20);
 }
 
 TEST_F(Groups, HaveNoSizesOnALineThatEndsEarly) {
-    EXPECT_EQ(only("g:r/w:772\n").allsize, 0U);
-    EXPECT_EQ(only("g:r/w:772\n").usedsize, 0U);
+    EXPECT_EQ(only("g:r/w:772\n").allsize.count, 0U);
+    EXPECT_EQ(only("g:r/w:772\n").usedsize.count, 0U);
 }
 
 TEST_F(Groups, AreReadFromTheFirst255CharactersOfTheirLine) {
@@ -116,8 +116,9 @@ TEST_F(Groups, AreReadFromTheFirst255CharactersOfTheirLine) {
     EXPECT_THAT(names(line.substr(0, line.size() - 1) + std::string(300 - line.size(), 'x') +
                       group_line("rest")),
                 ElementsAre("data"));
-    EXPECT_EQ(only("data:" + std::string(230, 'x') + ":4:0:0:0:0:0:0:0:0:2097152:4096\n").allsize,
-              0U);
+    EXPECT_EQ(
+        only("data:" + std::string(230, 'x') + ":4:0:0:0:0:0:0:0:0:2097152:4096\n").allsize.count,
+        0U);
 }
 
 TEST_F(Groups, FollowALongLine) {
@@ -248,24 +249,24 @@ TEST_F(PhysicalVolumes, AreAllocatableWhateverTheToolsOwnFlagSays) {
 }
 
 TEST_F(PhysicalVolumes, HaveASizeRoundedHalfUp) {
-    EXPECT_EQ(only(volume_line("/dev/md0", "data", "1048575")).size, 0U);
-    EXPECT_EQ(only(volume_line("/dev/md0", "data", "1048576")).size, 1U);
-    EXPECT_EQ(only(volume_line("/dev/md0", "data", "3145727")).size, 1U);
-    EXPECT_EQ(only(volume_line("/dev/md0", "data", "3145728")).size, 2U);
+    EXPECT_EQ(only(volume_line("/dev/md0", "data", "1048575")).size.count, 0U);
+    EXPECT_EQ(only(volume_line("/dev/md0", "data", "1048576")).size.count, 1U);
+    EXPECT_EQ(only(volume_line("/dev/md0", "data", "3145727")).size.count, 1U);
+    EXPECT_EQ(only(volume_line("/dev/md0", "data", "3145728")).size.count, 2U);
 }
 
 TEST_F(PhysicalVolumes, HaveAUsedSizeRoundedHalfUp) {
-    EXPECT_EQ(only(volume_line("/dev/md0", "data", "1", "4096:598:86:127")).used, 0U);
-    EXPECT_EQ(only(volume_line("/dev/md0", "data", "1", "4096:598:86:128")).used, 1U);
-    EXPECT_EQ(only(volume_line("/dev/md0", "data", "1", "4096:598:86:383")).used, 1U);
-    EXPECT_EQ(only(volume_line("/dev/md0", "data", "1", "4096:598:86:384")).used, 2U);
+    EXPECT_EQ(only(volume_line("/dev/md0", "data", "1", "4096:598:86:127")).used.count, 0U);
+    EXPECT_EQ(only(volume_line("/dev/md0", "data", "1", "4096:598:86:128")).used.count, 1U);
+    EXPECT_EQ(only(volume_line("/dev/md0", "data", "1", "4096:598:86:383")).used.count, 1U);
+    EXPECT_EQ(only(volume_line("/dev/md0", "data", "1", "4096:598:86:384")).used.count, 2U);
 }
 
 TEST_F(PhysicalVolumes, HaveSizesCountedIn64Bits) {
     const pvinfo& volume =
         only(volume_line("/dev/md0", "data", "8589934592", "4194304:9:9:1048576"));
-    EXPECT_EQ(volume.size, 4096U);
-    EXPECT_EQ(volume.used, 4194304U);
+    EXPECT_EQ(volume.size.count, 4096U);
+    EXPECT_EQ(volume.used.count, 4194304U);
 }
 
 TEST_F(PhysicalVolumes, AreReadFromTheFirst255CharactersOfTheirLine) {

@@ -53,9 +53,9 @@ class PoolParser : public testing::Test {
         parse_lvdisplay(output, groups, list);
         std::vector<std::string> pools;
         for (const pool_info& pool : list) {
-            EXPECT_EQ(pool.usedsize, 0U);
+            EXPECT_EQ(pool.usedsize.count, 0U);
             pools.push_back(format_text("%s|%s|%llu|%s|%s", pool.name.c_str(), pool.status.c_str(),
-                                        static_cast<unsigned long long>(pool.allsize),
+                                        static_cast<unsigned long long>(pool.allsize.count),
                                         pool.vgname.c_str(), pool.device.c_str()));
         }
         return pools;

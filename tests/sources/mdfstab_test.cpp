@@ -19,7 +19,7 @@ std::vector<std::string> parsed_mdfstab(std::string_view text) {
     for (const fs_info& fs : list) {
         EXPECT_EQ(fs.status, "");
         EXPECT_EQ(fs.device, "");
-        EXPECT_EQ(fs.allsize + fs.usedsize, 0U);
+        EXPECT_EQ(fs.allsize.count + fs.usedsize.count, 0U);
         systems.push_back(format_text("%s|%s|%s|%s", fs.name.c_str(), fs.ownername.c_str(),
                                       fs.mntpoint.c_str(), fs.fstype.c_str()));
     }

@@ -21,8 +21,8 @@ std::vector<std::string> parsed_netfstab(std::string_view text) {
                                   fs.device.c_str(), fs.status.c_str()}) {
             disk += std::string("|") + field;
         }
-        disks.push_back(disk + "|" + std::to_string(fs.allsize) + "|" +
-                        std::to_string(fs.usedsize));
+        disks.push_back(disk + "|" + std::to_string(fs.allsize.count) + "|" +
+                        std::to_string(fs.usedsize.count));
     }
     return disks;
 }

@@ -39,8 +39,8 @@ TEST(RegisterScan, TakesEveryField) {
     EXPECT_EQ(share.device, "N.A.");
     EXPECT_EQ(share.users, "");
     EXPECT_EQ(share.write, 1);
-    EXPECT_EQ(share.size, 5);
-    EXPECT_EQ(share.usedsize, 0);
+    EXPECT_EQ(share.size.count, 5);
+    EXPECT_EQ(share.usedsize.count, 0);
 }
 
 TEST(RegisterScan, FindsNothingInAnEmptyRegister) {
@@ -87,10 +87,10 @@ TEST(RegisterScan, KeepsTheOrderOfTheSections) {
 }
 
 TEST(RegisterScan, TakesASizeBeyond32Bits) {
-    EXPECT_EQ(only("[a]\nsize = 3221225472\n").size, 3221225472);
-    EXPECT_EQ(only("[a]\nsize = 5x\n").size, 5);
-    EXPECT_EQ(only("[a]\nsize = x\n").size, 0);
-    EXPECT_EQ(only("[a]\n").size, 0);
+    EXPECT_EQ(only("[a]\nsize = 3221225472\n").size.count, 3221225472);
+    EXPECT_EQ(only("[a]\nsize = 5x\n").size.count, 5);
+    EXPECT_EQ(only("[a]\nsize = x\n").size.count, 0);
+    EXPECT_EQ(only("[a]\n").size.count, 0);
 }
 
 TEST(RegisterScan, CutsWhatNoFieldHolds) {
@@ -351,9 +351,9 @@ TEST(RegisterSection, OfAnEmptyShareHasAllItsLines) {
 
 TEST(RegisterSection, HoldsTheWholeSize) {
     share_info share = full_share("nfs");
-    share.size = 9223372036854775807;
+    share.size = {9223372036854775807};
     EXPECT_EQ(register_lines(share, services).at(3), "    size = 9223372036854775807\n");
-    share.size = -1;
+    share.size = {-1};
     EXPECT_EQ(register_lines(share, services).at(3), "    size = -1\n");
 }
 

@@ -114,7 +114,7 @@ TEST_F(ControllerArrays, HaveTheirFieldsBetweenSlashes) {
     EXPECT_EQ(only().name, "md0");
     EXPECT_EQ(only().type, "raid5");
     EXPECT_EQ(only().status, "Normal");
-    EXPECT_EQ(only().allsize, 1862U);
+    EXPECT_EQ(only().allsize.count, 1862U);
     EXPECT_EQ(only().device, "sda");
     EXPECT_EQ(only().members, "1,2,3");
 }
@@ -122,7 +122,7 @@ TEST_F(ControllerArrays, HaveTheirFieldsBetweenSlashes) {
 TEST_F(ControllerArrays, HaveNoUsedSizeSparesOrProgress) {
     parse(array_scan);
     for (const mdinfo& array : list) {
-        EXPECT_EQ(array.usedsize, 0U);
+        EXPECT_EQ(array.usedsize.count, 0U);
         EXPECT_EQ(array.spare, "");
         EXPECT_EQ(array.progress, "");
     }
@@ -132,7 +132,7 @@ TEST_F(ControllerArrays, HaveValuesThatEndAtTheFirstBlank) {
     parse("=\nmd0 / 5 x/3/ Degraded now/ 931 GB/ sdb x/#1\n");
     EXPECT_EQ(only().type, "raid5");
     EXPECT_EQ(only().status, "Degraded");
-    EXPECT_EQ(only().allsize, 931U);
+    EXPECT_EQ(only().allsize.count, 931U);
     EXPECT_EQ(only().device, "sdb");
 }
 
@@ -158,7 +158,7 @@ TEST_F(ControllerArrays, MayLackTheirLastFields) {
     parse("=\nmd0 /5\n");
     EXPECT_EQ(only().type, "raid5");
     EXPECT_EQ(only().status, "");
-    EXPECT_EQ(only().allsize, 0U);
+    EXPECT_EQ(only().allsize.count, 0U);
     EXPECT_EQ(only().members, "");
 }
 

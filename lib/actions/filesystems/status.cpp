@@ -54,7 +54,7 @@ bool measure(fs_info& fs) {
 }
 
 bool is_full(const fs_info& fs) {
-    return fs.allsize <= fs.usedsize + 1;
+    return fs.allsize.count <= fs.usedsize.count + 1;
 }
 
 } // namespace

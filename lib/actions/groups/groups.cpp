@@ -194,7 +194,7 @@ Code find_group_to_delete(const char* name, vginfo_list& groups, const vginfo*& 
     if (group == nullptr) {
         return Code::unknown_group;
     }
-    return group->usedsize != 0 ? Code::group_has_pools : Code::ok;
+    return group->usedsize != Gib{} ? Code::group_has_pools : Code::ok;
 }
 
 Code remove_group(const vginfo& group, Sink& out) {

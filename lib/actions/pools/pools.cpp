@@ -34,21 +34,22 @@ void read_pools(pool_list& pools, Sink& out, LogSite reader = LogSite::here()) {
 
 } // namespace
 
-Code pool_check(const char* pool, const char* group, std::int32_t size, Sink& out) {
+Code pool_check(const char* pool, const char* group, Gib size, Sink& out) {
     if (const Code result = check_names_given(pool, group); failed(result)) {
         return result;
     }
     pool_list pools;
     read_pools(pools, out);
+    const auto low = static_cast<std::int32_t>(size.count);
     Code result = Code::no_such_pool;
     for (const pool_info& record : pools) {
         if (last_component(record.name) != pool) {
             continue;
         }
         // Before the group: a namesake in another group refuses a size too.
-        if (size > 0 && record.allsize >= static_cast<std::uint64_t>(size)) {
+        if (low > 0 && record.allsize.count >= static_cast<std::uint64_t>(low)) {
             log_error("%s's size %lldG cannot extend to %lldG", record.name.c_str(),
-                      static_cast<long long>(record.allsize), static_cast<long long>(size));
+                      static_cast<long long>(record.allsize.count), static_cast<long long>(low));
             return Code::size_not_possible;
         }
         if (record.vgname == group) {
@@ -75,7 +76,7 @@ Code pool_name_check(const char* pool, const char* group, Sink& out) {
     return Code::pool_name_used;
 }
 
-Result<std::uint64_t> vg_room(const char* group, Sink& out) {
+Result<Gib> vg_room(const char* group, Sink& out) {
     vginfo_list groups;
     if (const Code result = get_vginfo(groups, out); failed(result)) {
         log_failure(result);
@@ -86,18 +87,18 @@ Result<std::uint64_t> vg_room(const char* group, Sink& out) {
         log_error("Cannot find vg '%s'!", group);
         return Code::wrong_pool_group;
     }
-    return found->allsize - std::min(found->usedsize, found->allsize);
+    return Gib{found->allsize.count - std::min(found->usedsize, found->allsize).count};
 }
 
-Code vg_space_check(const char* group, std::uint64_t size, Sink& out) {
+Code vg_space_check(const char* group, Gib size, Sink& out) {
     const auto room = vg_room(group, out);
     if (!room) {
         return room.code();
     }
-    return size != 0 && size <= *room ? Code::ok : Code::size_not_possible;
+    return size != Gib{} && size <= *room ? Code::ok : Code::size_not_possible;
 }
 
-Code pool_create(const char* pool, const char* group, std::uint64_t size, Sink& out) {
+Code pool_create(const char* pool, const char* group, Gib size, Sink& out) {
     Code result = vg_space_check(group, size, out);
     if (!failed(result)) {
         result = pool_name_check(pool, group, out);
@@ -105,25 +106,24 @@ Code pool_create(const char* pool, const char* group, std::uint64_t size, Sink& 
     if (failed(result)) {
         return result;
     }
-    return run_or_fail({pool, group},
-                       format_text(create_pool_command, static_cast<long long>(size), pool, group));
+    return run_or_fail({pool, group}, format_text(create_pool_command,
+                                                  static_cast<long long>(size.count), pool, group));
 }
 
-Code pool_extend(const char* pool, const char* group, std::uint64_t size, Sink& out) {
-    // The check compares the low 32 bits; the room decides about the whole.
-    Code result = pool_check(pool, group, static_cast<std::int32_t>(size), out);
+Code pool_extend(const char* pool, const char* group, Gib size, Sink& out) {
+    Code result = pool_check(pool, group, size, out);
     if (!failed(result)) {
         result = vg_space_check(group, size, out);
     }
     if (failed(result)) {
         return result;
     }
-    return run_or_fail({pool, group},
-                       format_text(extend_pool_command, static_cast<long long>(size), group, pool));
+    return run_or_fail({pool, group}, format_text(extend_pool_command,
+                                                  static_cast<long long>(size.count), group, pool));
 }
 
 Code pool_remove(const char* pool, const char* group, Sink& out) {
-    if (const Code result = pool_check(pool, group, 0, out); failed(result)) {
+    if (const Code result = pool_check(pool, group, Gib{}, out); failed(result)) {
         return result;
     }
     return run_or_fail({pool, group}, format_text(remove_pool_command, group, pool));

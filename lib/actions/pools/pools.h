@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: MIT
 /// \file
-/// What makes, grows and removes pools. Names are plain names, not paths; sizes are GiB. Every
+/// What makes, grows and removes pools. Names are plain names, not paths. Every
 /// check reads the lists anew. A failed command gives Code::command_failed, and so does a name
 /// that can be in no command, which is logged and not run.
 #pragma once
 
 #include "base/codes.h"
 #include "base/sink.h"
-
-#include <cstdint>
+#include "base/units.h"
 
 namespace zav {
 
@@ -16,26 +15,26 @@ namespace zav {
 /// name in front of it in the list is measured too, whatever its group. 0,
 /// Code::pool_name_missing, Code::wrong_pool_group, Code::size_not_possible or
 /// Code::no_such_pool.
-Code pool_check(const char* pool, const char* group, std::int32_t size, Sink& out);
+Code pool_check(const char* pool, const char* group, Gib size, Sink& out);
 
 /// Whether the group has no pool of that name. Code::ok, Code::pool_name_missing or
 /// Code::pool_name_used.
 Code pool_name_check(const char* pool, const char* group, Sink& out);
 
-/// How many GiB of a group are not allocated, or Code::wrong_pool_group.
-Result<std::uint64_t> vg_room(const char* group, Sink& out);
+/// How much of a group is not allocated, or Code::wrong_pool_group.
+Result<Gib> vg_room(const char* group, Sink& out);
 
 /// Whether the group has room for `size`, which is not 0. Code::ok, Code::wrong_pool_group or
 /// Code::size_not_possible.
-Code vg_space_check(const char* group, std::uint64_t size, Sink& out);
+Code vg_space_check(const char* group, Gib size, Sink& out);
 
 /// Makes a pool. Runs lvcreate. Code::ok, vg_space_check()'s or pool_name_check()'s code, or
 /// Code::command_failed.
-Code pool_create(const char* pool, const char* group, std::uint64_t size, Sink& out);
+Code pool_create(const char* pool, const char* group, Gib size, Sink& out);
 
 /// Makes a pool larger; the group needs room for the whole new size. Runs lvextend. 0,
 /// pool_check()'s or vg_space_check()'s code, or Code::command_failed.
-Code pool_extend(const char* pool, const char* group, std::uint64_t size, Sink& out);
+Code pool_extend(const char* pool, const char* group, Gib size, Sink& out);
 
 /// Removes a pool. Runs lvremove. Code::ok, pool_check()'s code or Code::command_failed.
 Code pool_remove(const char* pool, const char* group, Sink& out);

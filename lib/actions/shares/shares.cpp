@@ -28,7 +28,7 @@ Code fail(Code cause, Code code, LogSite site = LogSite::here()) {
 /// Makes the pool. A failed command is a success when the pool is there all the same.
 Code create_pool(const share_info& share, const char* group, Sink& out) {
     const char* name = share.name.c_str();
-    const Code result = pool_create(name, group, static_cast<std::uint64_t>(share.size), out);
+    const Code result = pool_create(name, group, unsigned_size(share.size), out);
     if (result != Code::command_failed) {
         return result;
     }
@@ -64,7 +64,7 @@ Code put_in_use(const share_info& share, LogSite operation) {
 
 } // namespace
 
-Code share_space_check(const char* group, std::uint64_t size, Sink& out) {
+Code share_space_check(const char* group, Gib size, Sink& out) {
     const auto room = vg_room(group, out);
     if (!room) {
         return room.code();

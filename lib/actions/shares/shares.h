@@ -20,7 +20,7 @@ namespace zav {
 
 /// Whether the group has room for `size`, which may be 0. Code::ok, Code::wrong_pool_group or
 /// Code::size_not_possible.
-Code share_space_check(const char* group, std::uint64_t size, Sink& out);
+Code share_space_check(const char* group, Gib size, Sink& out);
 
 /// Makes a share with a pool of its size and starts its service anew. Code::ok; Code::share_exists,
 /// Code::share_listed, Code::share_not_created, Code::pool_not_created, Code::fs_not_mounted.

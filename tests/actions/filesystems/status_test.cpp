@@ -29,8 +29,8 @@ fs_info& add(fs_list& list, const char* mntpoint = directory, const char* status
     fs.name = "/dev/data/pool";
     fs.mntpoint = mntpoint;
     fs.status = status;
-    fs.allsize = 2048;
-    fs.usedsize = 7;
+    fs.allsize = {2048};
+    fs.usedsize = {7};
     return fs;
 }
 
@@ -78,11 +78,11 @@ TEST_F(SpaceCheck, MeasuresTheFileSystemInsteadOfThePool) {
         const fs_info& fs = add(list);
         EXPECT_EQ(fs_space_check(list, printed()), 0);
         EXPECT_EQ(fs.status, "available");
-        EXPECT_EQ(fs.allsize, 64U);
-        EXPECT_EQ(fs.usedsize, 0U);
+        EXPECT_EQ(fs.allsize.count, 64U);
+        EXPECT_EQ(fs.usedsize.count, 0U);
         std::ofstream("/mnt/data/pool/file") << std::string(10 << 20, 'x');
         ignore(fs_space_check(list, printed()));
-        EXPECT_EQ(fs.usedsize, 10U);
+        EXPECT_EQ(fs.usedsize.count, 10U);
         return 0;
     });
 }
@@ -170,8 +170,8 @@ TEST_F(SpaceCheck, LeavesTheSizesOfWhatCannotBeMeasured) {
         fs_list list;
         const fs_info& fs = add(list, "/mnt/data/missing");
         ignore(fs_space_check(list, printed()));
-        EXPECT_EQ(fs.allsize, 2048U);
-        EXPECT_EQ(fs.usedsize, 7U);
+        EXPECT_EQ(fs.allsize.count, 2048U);
+        EXPECT_EQ(fs.usedsize.count, 7U);
         return 0;
     });
 }
@@ -184,7 +184,7 @@ TEST_F(SpaceCheck, MeasuresWhatHoldsTheDirectoryOfAnUnmountedOne) {
         const fs_info& fs = add(list, "/mnt/data/pool/unmounted", "umount");
         ignore(fs_space_check(list, printed()));
         EXPECT_EQ(fs.status, "umount");
-        EXPECT_EQ(fs.allsize, 32U);
+        EXPECT_EQ(fs.allsize.count, 32U);
         return 0;
     });
 }
@@ -220,7 +220,7 @@ TEST_F(SpaceCheck, ReportsOneWithoutAMountPointAndContinues) {
         const fs_info& second = add(list, "/mnt/data/missing");
         EXPECT_EQ(fs_space_check(list, printed()), 0);
         EXPECT_EQ(first.status, "available");
-        EXPECT_EQ(first.allsize, 2048U);
+        EXPECT_EQ(first.allsize.count, 2048U);
         EXPECT_EQ(second.status, "not available");
         return 0;
     });

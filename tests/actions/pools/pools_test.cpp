@@ -20,20 +20,22 @@ std::string line(const std::string& path, const std::string& group, std::uint64_
 
 class PoolOperation : public testing::Test {
   protected:
-    int check(const char* pool, const char* group, std::int32_t size = 0) {
-        return machine.operation([=] { return pool_check(pool, group, size, printed()); }).returned;
+    int check(const char* pool, const char* group, std::uint64_t size = 0) {
+        return machine.operation([=] { return pool_check(pool, group, Gib{size}, printed()); })
+            .returned;
     }
     int check_name(const char* pool, const char* group) {
         return machine.operation([=] { return pool_name_check(pool, group, printed()); }).returned;
     }
     int check_space(const char* group, std::uint64_t size) {
-        return machine.operation([=] { return vg_space_check(group, size, printed()); }).returned;
+        return machine.operation([=] { return vg_space_check(group, Gib{size}, printed()); })
+            .returned;
     }
     Result create(const char* pool, const char* group, std::uint64_t size) {
-        return machine.operation([=] { return pool_create(pool, group, size, printed()); });
+        return machine.operation([=] { return pool_create(pool, group, Gib{size}, printed()); });
     }
     Result extend(const char* pool, const char* group, std::uint64_t size) {
-        return machine.operation([=] { return pool_extend(pool, group, size, printed()); });
+        return machine.operation([=] { return pool_extend(pool, group, Gib{size}, printed()); });
     }
     Result remove(const char* pool, const char* group) {
         return machine.operation([=] { return pool_remove(pool, group, printed()); });
@@ -58,7 +60,7 @@ TEST_F(PoolCheck, NeedsBothNames) {
     machine.pools({"/dev/data/pool"});
     EXPECT_EQ(check("", "data"), -2050);
     EXPECT_EQ(check("pool", ""), -2050);
-    const Result result = machine.operation([] { return pool_check("", "", 0, printed()); });
+    const Result result = machine.operation([] { return pool_check("", "", Gib{}, printed()); });
     EXPECT_EQ(result.returned, -2050);
     EXPECT_THAT(result.commands, IsEmpty());
     EXPECT_THAT(machine.logged(), ElementsAre("Cannot find poolname!", "Cannot find poolname!",
@@ -108,8 +110,8 @@ TEST_F(PoolCheck, NeedsAPoolSmallerThanTheSize) {
 TEST_F(PoolCheck, MeasuresNothingWithoutASize) {
     machine.pool_lines(line("/dev/data/pool", "data", 5));
     EXPECT_EQ(check("pool", "data", 0), 0);
-    EXPECT_EQ(check("pool", "data", -1), 0);
-    EXPECT_EQ(check("pool", "data", INT32_MIN), 0);
+    EXPECT_EQ(check("pool", "data", 0xFFFFFFFF), 0);
+    EXPECT_EQ(check("pool", "data", 0x80000000), 0);
 }
 
 TEST_F(PoolCheck, MeasuresANamesakeInFrontBeforeItLooksAtTheGroup) {

@@ -172,7 +172,7 @@ TEST_F(CreateShare, PassesOnThatThereIsNoSpaceOrGroup) {
     EXPECT_THAT(machine.logged().back(), returned("create_share", -2051));
     machine.shares({}).pools({});
     share_info large = share_of("samba");
-    large.size = 101;
+    large.size = {101};
     EXPECT_EQ(create(large).returned, -2053);
     EXPECT_EQ(machine.read(share_register), register_section({.size = "101"}))
         << "nothing is taken back";
@@ -303,7 +303,7 @@ TEST_F(CreateShare, SucceedsWithAServiceThatDoesNotStart) {
 // The free space of the group "data" of 100 GiB when a share is restored.
 TEST_F(ShareOperation, AcceptsSizesUpToTheGroupsFreeSpace) {
     const auto check = [this](const char* group, std::uint64_t size) {
-        return result_of([=] { return share_space_check(group, size, printed()); });
+        return result_of([=] { return share_space_check(group, Gib{size}, printed()); });
     };
     EXPECT_EQ(check("data", 0), 0) << "other than when a share is made";
     EXPECT_EQ(check("data", 100), 0);

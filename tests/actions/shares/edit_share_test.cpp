@@ -44,10 +44,10 @@ TEST_F(EditShare, GivesTheRecordTheCurrentSizeAndPath) {
     has_share("samba");
     operate([] {
         share_info share = share_of("samba");
-        share.size = 99;
+        share.size = {99};
         share.path = "/given";
         EXPECT_EQ(edit_share(share, 1, printed()), 0);
-        EXPECT_EQ(share.size, 5);
+        EXPECT_EQ(share.size.count, 5);
         EXPECT_EQ(share.path, "/mnt/data/pub");
         return 0;
     });

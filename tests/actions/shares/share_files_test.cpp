@@ -25,7 +25,7 @@ share_info new_share(const char* type, const char* name = "new") {
     share.name = name;
     share.type = type;
     share.path = std::string("/mnt/data/") + name;
-    share.size = 2;
+    share.size = {2};
     return share;
 }
 

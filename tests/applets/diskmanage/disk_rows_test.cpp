@@ -29,7 +29,7 @@ display_disk_info& add_shown(display_disk_list& list, const char* name, int hots
     display_disk_info& disk = list.append();
     disk.diskname = name;
     disk.channel = 3;
-    disk.space = 931;
+    disk.space = {931};
     disk.status = "running";
     disk.model = "DISK MODEL";
     disk.state = "RAID";
@@ -65,7 +65,7 @@ TEST(DiskListing, PrintsSpaceAsASignedNumberOf64Bits) {
     const std::string text = printed_by([] {
         display_disk_list list;
         display_disk_info& disk = add_shown(list, "sda", 0);
-        disk.space = LLONG_MIN;
+        disk.space = {static_cast<std::uint64_t>(LLONG_MIN)};
         disk.channel = INT_MIN;
         display_disk_show(disk);
     });

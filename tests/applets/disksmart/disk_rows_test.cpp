@@ -11,7 +11,7 @@ namespace {
 
 /// A disk with every field set.
 void fill(disk_info& disk) {
-    disk.space = 931;
+    disk.space = {931};
     disk.status = "running";
     disk.model = "DISK MODEL";
     disk.usage = "RAID md0";

@@ -18,8 +18,8 @@ TEST(PoolRow, HasSixColumns) {
     pool_info pool;
     pool.name = "/dev/data/a";
     pool.status = "available";
-    pool.allsize = 7;
-    pool.usedsize = 3;
+    pool.allsize = {7};
+    pool.usedsize = {3};
     pool.vgname = "data";
     pool.device = "0";
     EXPECT_EQ(shown(pool), "/dev/data/a\tavailable\t7G\t3G\tdata\t0\n");

@@ -26,8 +26,8 @@ void fill(mdinfo& array) {
     array.type = "raid5";
     array.status = "clean, degraded, recovering";
     array.progress = "12.6%(12.00MB/s)";
-    array.allsize = 932;
-    array.usedsize = 7;
+    array.allsize = {932};
+    array.usedsize = {7};
     array.members = "1,2(F),3(S)";
     array.spare = "3";
     array.device = "0";
@@ -65,7 +65,7 @@ TEST(ArrayRow, CallsALinearArrayJbodButLeavesTheRecord) {
 
 TEST(ArrayRow, PrintsASizeBeyondTheSignedRangeAsNegative) {
     mdinfo array;
-    array.allsize = UINT64_MAX;
+    array.allsize = {UINT64_MAX};
     EXPECT_THAT(row_of(array), testing::HasSubstr("\t-1GB\t0GB\t"));
 }
 

@@ -24,8 +24,8 @@ TEST(ShareRow, HasNineColumns) {
     share.path = "/mnt/data/pub";
     share.device = "md0";
     share.users = "anna";
-    share.size = 5;
-    share.usedsize = 1024;
+    share.size = {5};
+    share.usedsize = {1024};
     EXPECT_EQ(shown(share), "pub\tnfs\t/mnt/data/pub\tanna\trw\t5GB\t10.00GB\told comment\tmd0\n");
 }
 
@@ -50,17 +50,17 @@ TEST(ShareRow, ShowsUseInTenthsOfAGigabyteOf1024) {
     for (const auto& [used, text] : std::vector<std::pair<std::int64_t, std::string>>{
              {0, "0.00GB"}, {1, "0.01GB"}, {53, "0.52GB"}, {100, "0.98GB"}, {-1, "-0.01GB"}}) {
         share_info share;
-        share.size = 3000000000;
-        share.usedsize = used;
+        share.size = {3000000000};
+        share.usedsize = {used};
         EXPECT_EQ(shown(share), "\t\t\t*\trw\t3000000000GB\t" + text + "\t(Null)\tN.A.\n");
     }
 }
 
 TEST(ShareRow, WithoutASizeShowsNoUseButLeavesIt) {
     share_info share;
-    share.usedsize = -1;
+    share.usedsize = {-1};
     EXPECT_EQ(shown(share), "\t\t\t*\trw\t0GB\t0.00GB\t(Null)\tN.A.\n");
-    EXPECT_EQ(share.usedsize, -1);
+    EXPECT_EQ(share.usedsize.count, -1);
 }
 
 TEST(ShareTable, IsItsHeadAndARowForEachShare) {

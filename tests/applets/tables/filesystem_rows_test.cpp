@@ -16,8 +16,8 @@ fs_info& add(fs_list& list, const char* name) {
     fs.mntpoint = "/mnt/data/a";
     fs.fstype = "xfs";
     fs.status = "available";
-    fs.allsize = 2048;
-    fs.usedsize = 33;
+    fs.allsize = {2048};
+    fs.usedsize = {33};
     fs.ownername = "data";
     fs.device = "0";
     return fs;
@@ -47,16 +47,16 @@ TEST(FileSystemRow, ShowsEmptyTextsAsNotAvailableButLeavesTheRecord) {
 TEST(FileSystemRow, ShowsTheUseOfAFileSystemWithoutASize) {
     fs_list list;
     fs_info& fs = add(list, "/dev/data/a");
-    fs.allsize = 0;
+    fs.allsize = {0};
     EXPECT_EQ(shown(fs), "/dev/data/a\t/mnt/data/a\tavailable\t0M\t33M\tdata\t0\n");
-    EXPECT_EQ(fs.usedsize, 33U);
+    EXPECT_EQ(fs.usedsize.count, 33U);
 }
 
 TEST(FileSystemRow, ShowsSizesOf64Bits) {
     fs_list list;
     fs_info& fs = add(list, "x");
-    fs.allsize = 9223372036854775807U;
-    fs.usedsize = 4294967296U;
+    fs.allsize = {9223372036854775807U};
+    fs.usedsize = {4294967296U};
     EXPECT_THAT(shown(fs), testing::HasSubstr("\t9223372036854775807M\t4294967296M\t"));
 }
 

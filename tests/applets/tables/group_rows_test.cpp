@@ -19,8 +19,8 @@ vginfo& add_group(vginfo_list& list) {
     group.name = "data";
     group.status = "exported/not resizable";
     group.device = "0";
-    group.allsize = 1907;
-    group.usedsize = 12;
+    group.allsize = {1907};
+    group.usedsize = {12};
     return group;
 }
 
@@ -29,8 +29,8 @@ pvinfo& add_volume(vginfo& group) {
     volume.name = "md0";
     volume.allocatable = "Allocatable:yes ";
     volume.device = "0";
-    volume.size = 932;
-    volume.used = 7;
+    volume.size = {932};
+    volume.used = {7};
     volume.vgname = "data";
     return volume;
 }
@@ -60,16 +60,16 @@ TEST(GroupRow, ShowsNoWordForWhatIsEmpty) {
 
 TEST(GroupRow, PrintsSizesWith64Bits) {
     vginfo group;
-    group.allsize = 1ULL << 40;
-    group.usedsize = UINT64_MAX;
+    group.allsize = {1ULL << 40};
+    group.usedsize = {UINT64_MAX};
     EXPECT_EQ(shown_by([&group] { vginfo_display(group); }), "\t\t\t1099511627776G\t-1G\n");
 }
 
 TEST(PhysicalVolumeRow, PrintsSizesWithSigned32Bits) {
     vginfo group;
     pvinfo& volume = group.physical_volumes.append();
-    volume.size = (1ULL << 40) + 5;
-    volume.used = 0x80000000ULL;
+    volume.size = {(1ULL << 40) + 5};
+    volume.used = {0x80000000ULL};
     EXPECT_EQ(shown_by([&group] { vginfo_display(group); }),
               "\t\t\t0G\t0G\n\t\t\t\t5G\t-2147483648G\t\n");
 }

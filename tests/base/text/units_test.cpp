@@ -9,15 +9,15 @@ namespace zav::test {
 namespace {
 
 TEST(Gigabytes, AreRoundedHalfUp) {
-    EXPECT_EQ(kibibytes_to_gib(976759936), 932U);
-    EXPECT_EQ(kibibytes_to_gib(524287), 0U);
-    EXPECT_EQ(kibibytes_to_gib(524288), 1U);
-    EXPECT_EQ(kibibytes_to_gib(1048576 + 524287), 1U);
-    EXPECT_EQ(kibibytes_to_gib(1048576 + 524288), 2U);
+    EXPECT_EQ(rounded<Gib>(Kib{976759936}).count, 932U);
+    EXPECT_EQ(rounded<Gib>(Kib{524287}).count, 0U);
+    EXPECT_EQ(rounded<Gib>(Kib{524288}).count, 1U);
+    EXPECT_EQ(rounded<Gib>(Kib{1048576 + 524287}).count, 1U);
+    EXPECT_EQ(rounded<Gib>(Kib{1048576 + 524288}).count, 2U);
 }
 
 TEST(Gigabytes, OfTheLargestNumberDoNotWrapAround) {
-    EXPECT_EQ(kibibytes_to_gib(UINT64_MAX), UINT64_MAX >> 20);
+    EXPECT_EQ(rounded<Gib>(Kib{UINT64_MAX}).count, UINT64_MAX >> 20);
 }
 
 } // namespace

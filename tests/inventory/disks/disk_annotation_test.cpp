@@ -320,7 +320,7 @@ TEST(MountAnnotation, WhoseOutputIsGoneFails) {
 Code annotate_one(display_disk_list& listing) {
     disk_list disks;
     disk_info& disk = add_disk(disks, "sdb", 2);
-    disk.space = 931;
+    disk.space = {931};
     disk.status = "running";
     disk.model = "MODEL";
     disk.usage = "RAID";
@@ -334,9 +334,10 @@ TEST(DiskAnnotation, CopiesEveryFieldOfTheDisk) {
         display_disk_list listing;
         const Code code = annotate_one(listing);
         const display_disk_info& disk = *listing.begin();
-        show_line({disk.diskname.c_str(), std::to_string(disk.channel), std::to_string(disk.space),
-                   disk.status.c_str(), disk.model.c_str(), disk.state.c_str(), disk.device.c_str(),
-                   disk.raid.c_str(), std::to_string(disk.use), std::to_string(disk.hotspare)});
+        show_line({disk.diskname.c_str(), std::to_string(disk.channel),
+                   std::to_string(disk.space.count), disk.status.c_str(), disk.model.c_str(),
+                   disk.state.c_str(), disk.device.c_str(), disk.raid.c_str(),
+                   std::to_string(disk.use), std::to_string(disk.hotspare)});
         return code;
     });
     EXPECT_EQ(result.returned, 0);

@@ -17,10 +17,11 @@ using testing::IsEmpty;
 // Every file system as "name|mount point|type|status|all|used|group|device".
 void print(const fs_list& list) {
     for (const fs_info& fs : list) {
-        std::printf(
-            "%s|%s|%s|%s|%llu|%llu|%s|%s\n", fs.name.c_str(), fs.mntpoint.c_str(),
-            fs.fstype.c_str(), fs.status.c_str(), static_cast<unsigned long long>(fs.allsize),
-            static_cast<unsigned long long>(fs.usedsize), fs.ownername.c_str(), fs.device.c_str());
+        std::printf("%s|%s|%s|%s|%llu|%llu|%s|%s\n", fs.name.c_str(), fs.mntpoint.c_str(),
+                    fs.fstype.c_str(), fs.status.c_str(),
+                    static_cast<unsigned long long>(fs.allsize.count),
+                    static_cast<unsigned long long>(fs.usedsize.count), fs.ownername.c_str(),
+                    fs.device.c_str());
     }
 }
 

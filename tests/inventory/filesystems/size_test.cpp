@@ -17,8 +17,8 @@ std::string sizes(long block_size, std::uint64_t blocks, std::uint64_t available
     figures.f_bavail = available;
     fs_info fs;
     set_sizes(figures, fs);
-    return format_text("%llu %llu", static_cast<unsigned long long>(fs.allsize),
-                       static_cast<unsigned long long>(fs.usedsize));
+    return format_text("%llu %llu", static_cast<unsigned long long>(fs.allsize.count),
+                       static_cast<unsigned long long>(fs.usedsize.count));
 }
 
 TEST(FileSystemSize, IsInWholeMib) {

@@ -25,17 +25,17 @@ TEST_F(MountScan, MarksWhatIsMountedAndTakesItsDirectory) {
     share.comment = "mine";
     scan_mounts({{"/dev/data/pub", "/elsewhere/pub"}}, list);
     EXPECT_EQ(share.path, "/elsewhere/pub");
-    EXPECT_EQ(share.usedsize, -1);
+    EXPECT_EQ(share.usedsize.count, -1);
     EXPECT_EQ(share.comment, "mine");
 }
 
 TEST_F(MountScan, MarksWhatIsNotMounted) {
     share_info& share = add(list, "pub", "samba", "/mnt/data/pub");
     share.comment = "mine";
-    share.usedsize = 5;
+    share.usedsize = {5};
     scan_mounts({{"proc", "/proc"}, {"/dev/x", "/mnt/data/public"}}, list);
     EXPECT_EQ(share.comment, "Filesystem umounted");
-    EXPECT_EQ(share.usedsize, 0);
+    EXPECT_EQ(share.usedsize.count, 0);
     EXPECT_EQ(share.path, "/mnt/data/pub");
 }
 
@@ -49,7 +49,7 @@ TEST_F(MountScan, AffectsTheFirstOfNamesakes) {
     const share_info& first = add(list, "pub", "samba");
     const share_info& second = add(list, "pub", "nfs");
     scan_mounts({{"a", "/mnt/pub"}}, list);
-    EXPECT_EQ(first.usedsize, -1);
+    EXPECT_EQ(first.usedsize.count, -1);
     EXPECT_EQ(second.comment, "Filesystem umounted");
 }
 
@@ -57,7 +57,7 @@ TEST_F(MountScan, AsksNoMountOfAnIscsiShare) {
     const share_info& share = add(list, "disk1", "iSCSI", "/dev/data/disk1");
     const share_info& other = add(list, "disk1", "samba");
     scan_mounts({{"a", "/mnt/disk1"}}, list);
-    EXPECT_EQ(share.usedsize, -1);
+    EXPECT_EQ(share.usedsize.count, -1);
     EXPECT_EQ(share.comment, "");
     EXPECT_EQ(share.path, "/dev/data/disk1");
     EXPECT_EQ(other.path, "/mnt/disk1") << "the mount is that of its namesake";
@@ -67,7 +67,7 @@ TEST_F(MountScan, FindsNoIscsiShareWhereNothingIsMounted) {
     const share_info& share = add(list, "disk1", "iscsi");
     scan_mounts({}, list);
     EXPECT_EQ(share.comment, "Filesystem umounted");
-    EXPECT_EQ(share.usedsize, 0);
+    EXPECT_EQ(share.usedsize.count, 0);
 }
 
 TEST_F(MountScan, CountsSharesOfSeveralServicesAsMounted) {

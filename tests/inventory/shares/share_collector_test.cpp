@@ -25,8 +25,9 @@ constexpr auto reads_targets = "cat /etc/ietd.conf > /tmp/iscsi.XXXXXX";
 void show(const share_info& share) {
     std::printf("%s|%s|%s|%s|%d|%lld|%lld|%s|%s\n", share.name.c_str(), share.type.c_str(),
                 share.path.c_str(), share.users.c_str(), share.write,
-                static_cast<long long>(share.size), static_cast<long long>(share.usedsize),
-                share.comment.c_str(), share.device.c_str());
+                static_cast<long long>(share.size.count),
+                static_cast<long long>(share.usedsize.count), share.comment.c_str(),
+                share.device.c_str());
 }
 
 Code collect_and_show() {

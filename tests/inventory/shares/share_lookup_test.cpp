@@ -172,8 +172,9 @@ class ShareLookup : public testing::Test {
             const auto result = find_share(name, share);
             std::printf("%s|%s|%s|%s|%d|%lld|%lld|%s|%s", share.name.c_str(), share.type.c_str(),
                         share.path.c_str(), share.users.c_str(), share.write,
-                        static_cast<long long>(share.size), static_cast<long long>(share.usedsize),
-                        share.comment.c_str(), share.device.c_str());
+                        static_cast<long long>(share.size.count),
+                        static_cast<long long>(share.usedsize.count), share.comment.c_str(),
+                        share.device.c_str());
             return result;
         });
     }
