@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "base/checks.h"
 
+#include "base/bounded_text.h"
 #include "base/text.h"
 
 #include <algorithm>

@@ -4,9 +4,12 @@
 /// text is an argument that was not given.
 #pragma once
 
-#include "base/bounded_text.h"
+#include <cstddef>
 
 namespace zav {
+
+template <std::size_t Size>
+class BoundedText;
 
 /// What a check finds. Most callers only ask whether the argument was accepted.
 enum class [[nodiscard]] Check : int{accepted = 0, wrong_character = -1, wrong_length = -2};

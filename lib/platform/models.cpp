@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/models.h"
 
+#include "records/filesystem.h"
 #include "zav/system_status.h"
 
 #include <algorithm>

@@ -4,8 +4,6 @@
 /// row of the table in models.cpp.
 #pragma once
 
-#include "records/filesystem.h"
-
 #include <optional>
 #include <string>
 #include <string_view>
