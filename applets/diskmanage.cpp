@@ -81,7 +81,7 @@ int init(const Arguments& arguments) {
                723);
 }
 
-/// Prints the disk listing: all disks, or with a channel of 1 or more that one. 0,
+/// Prints the disk listing: all disks, or with a channel of 1 or more that one. Code::ok,
 /// Code::no_disk_list or Code::no_such_disk. Disks whose use cannot be read are listed as free.
 Code zav_disk_display(int channel, const char* device) {
     disk_list disks;

@@ -68,15 +68,16 @@ std::string mount_point(const Arguments& arguments) {
     return format_text("/mnt/%s/%s", arguments.group, arguments.name);
 }
 
-/// Makes the pool. 0 or the code that the command fails with.
+/// Makes the pool. Code::ok or the code that the command fails with.
 Code create_pool(const Arguments& arguments) {
     const Code result = pool_create(arguments.name, arguments.group, Gib{decimal(arguments.size)},
                                     standard_output());
     if (result != Code::command_failed) {
         return result;
     }
-    // The opposite of lvmanage: of a failed creation only one that left no pool goes on,
-    // to fail when the file system is made. Whatever the pool holds is not overwritten so.
+    // The opposite of lvmanage: after a failed lvcreate the command goes on only when there is no
+    // pool, and fails when it makes the file system. What an existing pool holds is not
+    // overwritten.
     return check_lvdisplay(arguments.group, arguments.name, standard_output()) == Presence::absent
                ? Code::ok
                : Code::pool_not_created;

@@ -95,7 +95,7 @@ struct Arguments {
 constexpr Fail fail("mdmanage_main");
 constexpr End end(fail);
 
-/// Whether /proc/mdstat lists the array. Not, when it cannot be read.
+/// Whether /proc/mdstat lists the array; false when it cannot be read.
 bool is_listed(const char* name) {
     const Capture capture("/tmp/mdstat.XXXXXX");
     ignore(capture.run_and_log(format_text(mdstat_command, capture.path())));
@@ -165,7 +165,7 @@ int create(const Arguments& arguments) {
     return create_reserved(arguments, type);
 }
 
-/// Leaves only the array of that name in the list. 0 or a code.
+/// Leaves only the array of that name in the list. Code::ok or a code.
 Code choose_array(mdinfo_list& arrays, const char* name) {
     if (failed(check_name32(name))) {
         return Code::bad_array_name;

@@ -52,7 +52,7 @@ inline constexpr const char* not_available = "N.A.";
 /// Prints a group's row and below it a row for each of its physical volumes.
 void vginfo_display(const vginfo& group);
 
-/// Prints every group so.
+/// Prints all groups in this way.
 void vginfo_list_display(const vginfo_list* list);
 
 /// Empties the list. 0, or -1 and a message for no list.

@@ -139,7 +139,7 @@ FileCode copy_file(const char* source, const char* target) {
     if (!text) {
         return FileCode::not_created;
     }
-    // For reading too: the C library reserves space so on file systems that cannot do it.
+    // For reading too: the C library reserves space that way on file systems that cannot do it.
     FileDescriptor fd = FileDescriptor::open(target, O_RDWR | O_CREAT, 0644);
     if (!fd || !reserve_space(fd.get(), text->size())) {
         return FileCode::not_created;

@@ -113,7 +113,7 @@ bool append_line(int fd, std::string_view line) {
 void write_line(std::string_view line) {
     FileDescriptor log = open_locked_log();
     if (log && is_over_limit(log.get()) && names_open_file(log_path, log.get())) {
-        // Renamed under the lock: let go before, another instance could rotate too, and the
+        // Renamed under the lock: otherwise another instance could rotate as well, and the
         // generation just saved would be lost. Without a rename the lock on this file stays.
         if (::rename(log_path, previous_log_path) == 0) {
             log = open_locked_log();

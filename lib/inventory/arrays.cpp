@@ -93,7 +93,7 @@ void add_member(const std::string& directory, const std::string& entry, const di
     if (disk != disks.end()) {
         array.device = disk->device.view(); // of several members the last one's
     }
-    // Read for each question anew: the kernel may change it between two.
+    // Read again for each question: the kernel may change it in between.
     const std::string state = directory + "/" + entry + "/state";
     if (get_disk_state(state.c_str(), out) == DiskState::faulty) {
         array.members.append("(F)");
@@ -114,7 +114,7 @@ bool can_run(std::string_view type, int raid_disks, int missing, const MemberCou
     if (level != nullptr && level->tolerated_losses) {
         return raid_disks - counts.in_sync <= *level->tolerated_losses;
     }
-    // Even a spare member alone stops the levels without redundancy; that is meant so strictly.
+    // Even a spare member alone stops the levels without redundancy; that strictness is intended.
     return counts.faulty == 0 && missing <= 0 && counts.spare == 0;
 }
 

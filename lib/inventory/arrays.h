@@ -41,8 +41,8 @@ Code get_mdinfo_from_mdstat(mdinfo_list& list, Sink& out);
 /// or Code::array_output_unread.
 Code get_mdinfo_from_vexadm(mdinfo_list& list);
 
-/// The names of all arrays in /proc/partitions, a source for systems without /proc/mdstat. 0 or
-/// Code::partitions_unread.
+/// The names of all arrays in /proc/partitions, a source for systems without /proc/mdstat. Code::ok
+/// or Code::partitions_unread.
 Code get_mdinfo_from_partitions(mdinfo_list& list);
 
 /// Copies at most `capacity` - 1 characters of a value of mdadm's details. Code::ok, or
@@ -56,7 +56,7 @@ DiskState get_disk_state(const char* path, Sink& out);
 /// The number in the file; 0 when it cannot be read.
 int get_raid_disks(const char* path, Sink& out);
 
-/// Rewrites members and spare of every array from kernel names to channels. 0 or
+/// Rewrites members and spare of every array from kernel names to channels. Code::ok or
 /// Code::no_disk_list.
 Code disks_to_ch(mdinfo_list& list, Sink& out);
 
@@ -67,7 +67,7 @@ Code check_raid_state(const char* name, Sink& out);
 /// The type of an array, or Code::bad_array_name, Code::no_array_list.
 Result<BoundedText<8>> get_raid_type(const char* name, Sink& out);
 
-/// Copies the member disks of an array, or of all arrays for a null name, to the list. 0,
+/// Copies the member disks of an array, or of all arrays for a null name, to the list. Code::ok,
 /// Code::no_array_list, Code::no_such_array, Code::no_disk_list.
 Code get_disks_from_md(const char* name, disk_list& members, Sink& out);
 

@@ -32,7 +32,7 @@ bool find_pool_in_backups(std::string_view pool, GroupName& group, std::string& 
 /// Copies the name of the group that had a pool of that name, by the backups; without one it stays.
 void vgname_from_backup(const char* pool, GroupName& group, Sink& out);
 
-/// The physical volumes that LVM sees. Runs pvdisplay -c, whose status is only logged. 0 or
+/// The physical volumes that LVM sees. Runs pvdisplay -c, whose status is only logged. Code::ok or
 /// Code::group_output_unread.
 Code get_idpv_from_pvdisplay(live_pv_list& list, Sink& out);
 

@@ -10,7 +10,7 @@
 namespace zav {
 
 /// Adds a display record of every disk to the listing, then marks the disks that are in an array,
-/// a volume group or a mounted file system. Always returns 0: an annotation that fails is logged
+/// a volume group or a mounted file system. Always Code::ok: an annotation that fails is logged
 /// and left out.
 Code add_disk_list_info(const disk_list& disks, display_disk_list& listing, Sink& out);
 

@@ -20,7 +20,7 @@ Code get_disk_list(disk_list& list, Sink& out);
 /// Code::controller_status_unread or Code::command_failed.
 Code get_diskinfo_from_mvSata(disk_list& list);
 
-/// Reads size, state and model of every disk under /sys/block. Returns 0: a disk whose files cannot
+/// Reads size, state and model of every disk under /sys/block. Code::ok: a disk whose files cannot
 /// be read stays as it is from the first of them on.
 Code get_diskinfo_from_sysblock(disk_list& list);
 
@@ -47,7 +47,7 @@ struct DiskSites {
     LogSite no_disk;
 };
 
-/// Finds the disk with that channel, counted from 1, and device in a new disk list. 0,
+/// Finds the disk with that channel, counted from 1, and device in a new disk list. Code::ok,
 /// Code::no_disk_list or Code::no_such_disk.
 Code get_disk(disk_list& found, int channel, const char* device, const DiskSites& sites, Sink& out);
 

@@ -20,10 +20,10 @@ const char* repair_directory();
 /// model cannot be read.
 std::string_view product_fs_type();
 
-/// A register's text. Code::register_unread is logged.
+/// A register's text. Code::ok, or Code::register_unread, which is logged.
 Code read_register(const char* path, std::string& text);
 
-/// Adds every file system of /etc/mdfstab to the list. Code::register_unread.
+/// Adds every file system of /etc/mdfstab to the list. Code::ok or Code::register_unread.
 Code mdfstab_read(fs_list& list);
 
 /// Whether a pool of that name, in whatever group, is registered.
@@ -38,7 +38,7 @@ Code mdfstab_lookup(std::string_view pool, std::string_view group, BoundedText<1
 /// root may use counts as used.
 void set_sizes(const struct statfs& figures, fs_info& fs);
 
-/// Fills in status, group, device and size by the current pools and the mount table. 0 or
+/// Fills in status, group, device and size by the current pools and the mount table. Code::ok or
 /// Code::pool_output_unread. Runs what the pool list takes, reads /proc/mounts once.
 Code mountfs_get(fs_list& list, Sink& out);
 

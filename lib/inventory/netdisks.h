@@ -13,7 +13,8 @@
 
 namespace zav {
 
-/// Adds every network disk of the register to the list. Code::register_unread is logged.
+/// Adds every network disk of the register to the list. Code::ok, or Code::register_unread, which
+/// is logged.
 Code netfstab_read(fs_list& list);
 
 /// Whether a network disk of that label is registered.

@@ -64,9 +64,9 @@ FtpPlaces ftp_places(share_list& list) {
     return places;
 }
 
-/// Gives a user the FTP shares that have a directory in its home. Whether no later user is looked
-/// at: so it is when the last directory is that of the list's first share, or when there is none.
-/// Front ends know users by it.
+/// Gives a user the FTP shares that have a directory in its home. True when no later user is to be
+/// looked at, which is so when the last directory is that of the list's first share, and when there
+/// is no directory: front ends rely on which user a share gets.
 bool find_one_user(const std::string& user, const FtpPlaces& places, bool has_shares) {
     const std::string home = "/home/" + user;
     const auto entries = directory_entries(home.c_str());

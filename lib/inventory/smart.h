@@ -12,7 +12,7 @@ enum class SmartMode { summary, detail };
 
 /// Fills in the health of every disk, with SmartMode::detail its attributes too; behind the RAID
 /// controller those come from the controller's tool. A virtual disk has none. Of several failures
-/// the first code is returned, and the other disks are filled in all the same. 0,
+/// the first code is returned, and the other disks are filled in all the same. Code::ok,
 /// Code::command_failed, Code::smart_unread or Code::smart_attributes_unread.
 Code fill_smart(disk_list& list, SmartMode mode);
 
@@ -25,7 +25,7 @@ Code get_smart(const char* disk, smart_summary& summary);
 /// Code::smart_attributes_unread.
 Code get_smart_detail(const char* disk, smart_attribute_list& list);
 
-/// The attributes of the disk with that channel from vexadm, which counts slots from 0. 0,
+/// The attributes of the disk with that channel from vexadm, which counts slots from 0. Code::ok,
 /// Code::command_failed or Code::smart_attributes_unread.
 Code get_smart_from_vexadm(int channel, smart_attribute_list& list);
 

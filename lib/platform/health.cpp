@@ -31,7 +31,7 @@ int get_state(char* buffer, std::size_t size, const Model& model, const char* ke
     return found ? 0 : number_of(fail_with_errno(failure, getter));
 }
 
-/// Reads the model for another getter, whose failure it then is too. 0 or devmodel_get()'s number.
+/// Reads the model for another getter, which fails with it. 0 or devmodel_get()'s number.
 int get_model(Model& model, LogSite getter) {
     char name[model_size] = "";
     const int result = devmodel_get(name, model_size);

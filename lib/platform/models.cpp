@@ -24,7 +24,8 @@ constexpr const char* one_sensor = "temp";
 constexpr const char* processor_sensor = "temp(cpu)";
 
 // clang-format off
-constexpr std::array<Model, 14> models = {{
+constexpr auto models = std::to_array<Model>({
+    // name         family    fans          temperature       power       save tool  file system    repair of shares   RAID controller
     {"KOR7206LB",   &server,  7,            one_sensor,       state_file, xconf,   reiserfs_type, system_reiserfsck, false},
     {"KOR7206L",    &server,  6,            processor_sensor, state_file, xconf,   xfs_type,      xfs_repair,        false},
     {"KOR7206G",    &server,  6,            processor_sensor, state_file, xconf,   xfs_type,      xfs_repair,        false},
@@ -39,7 +40,7 @@ constexpr std::array<Model, 14> models = {{
     {"VEL7205P",    &desktop, 8,            one_sensor,       tool,       nasconf, reiserfs_type, local_reiserfsck,  false},
     {"VEL7205U",    &desktop, 6,            processor_sensor, state_file, nasconf, xfs_type,      xfs_repair,        true},
     {"VEL7205A",    &desktop, 6,            processor_sensor, no_source,  nasconf, xfs_type,      xfs_repair,        false},
-}};
+});
 
 constexpr Model unknown_server =
     {"",            &server,  std::nullopt, processor_sensor, state_file, xconf,   xfs_type,      xfs_repair,        false};
@@ -48,6 +49,10 @@ constexpr Model unknown_desktop =
 // clang-format on
 
 } // namespace
+
+std::span<const Model> known_models() {
+    return models;
+}
 
 Model find_model(std::string_view name) {
     const auto* found = std::ranges::find(models, name, &Model::name);

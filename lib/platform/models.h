@@ -5,6 +5,7 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -36,6 +37,8 @@ struct Model {
     ShareRepair share_repair;
     bool has_raid_controller; ///< which keeps the disks and the arrays
 };
+
+std::span<const Model> known_models();
 
 /// The model of that name. One that the table does not have gets what is usual in its family.
 Model find_model(std::string_view name);

@@ -13,7 +13,7 @@ namespace zav {
 
 namespace {
 
-// A line of 255 characters is all that smb.conf is read with; "    valid users = " is in it.
+// smb.conf is read with lines of at most 255 characters, "    valid users = " included.
 constexpr std::size_t longest_samba_users = 255 - 18;
 constexpr std::size_t longest_users = decltype(share_info::users)::capacity;
 

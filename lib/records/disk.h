@@ -14,7 +14,7 @@
 
 namespace zav {
 
-/// The tags that tell where a disk hangs. Channels count anew behind each.
+/// The tags that tell where a disk hangs. Each counts its channels from 1.
 namespace disk_device {
 inline constexpr const char* main_controller = "0";
 /// A disk that only the partition table knows; real disks lose this tag once their model is read.

@@ -14,8 +14,8 @@ namespace zav {
 inline constexpr const char* exports_path = "/etc/exports";
 inline constexpr const char* exports_recycle_path = "/etc/exports_recy";
 
-/// For changes: adds a record for every export. Every share is writable: "ro" is not looked for. 0,
-/// or FileCode::malformed with the records up to the malformed line.
+/// For changes: adds a record for every export. Every share is writable: "ro" is not looked for.
+/// FileCode::ok, or FileCode::malformed with the records up to the malformed line.
 FileCode parse_exports(std::string_view text, share_list& list);
 
 /// For listings: hosts and access of the NFS shares, from /etc/exports.

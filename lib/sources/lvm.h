@@ -28,19 +28,20 @@ inline constexpr char lvdisplay_command[] = "/sbin/lvdisplay -c > %s ";
 inline constexpr char lvdisplay_plain_command[] = "/sbin/lvdisplay -c > %s";
 inline constexpr char lvdisplay_pool_command[] = "/sbin/lvdisplay -c %s/%s > %s"; // group, pool
 
-// Groups: volume; group and its volumes, each with a blank in front; group; group, volume.
+// Volumes and groups. The arguments: volume; volume; group and its volumes, each with a blank in
+// front; group; group and volume.
 inline constexpr char create_volume_command[] = "/sbin/pvcreate /dev/%s > /dev/null";
 inline constexpr char remove_volume_command[] = "/sbin/pvremove /dev/%s > /dev/null";
 inline constexpr char create_group_command[] = "/sbin/vgcreate %s %s > /dev/null";
 inline constexpr char remove_group_command[] = "/sbin/vgremove %s > /dev/null";
 inline constexpr char extend_group_command[] = "/sbin/vgextend %s /dev/%s > /dev/null";
 
-// Pools: size in GiB, pool, group; size, group, pool; group, pool.
+// Pools. The arguments: size in GiB, pool, group; size in GiB, group, pool; group, pool.
 inline constexpr char create_pool_command[] = "/sbin/lvcreate -L %lldG -n %s %s > /dev/null";
 inline constexpr char extend_pool_command[] = "/sbin/lvextend -L %lldG /dev/%s/%s > /dev/null";
 inline constexpr char remove_pool_command[] = "/sbin/lvremove -f %s/%s > /dev/null";
 
-// Recovery: UUID, number of the RAM disk; group; nothing.
+// Recovery. The arguments: UUID, number of the RAM disk; group; none.
 inline constexpr char substitute_command[] = "/sbin/pvcreate -u %s /dev/ram%d";
 inline constexpr char restore_group_command[] = "/sbin/vgcfgrestore %s";
 inline constexpr char scan_groups_command[] = "/sbin/vgscan > /dev/null";
@@ -48,8 +49,8 @@ inline constexpr char scan_groups_command[] = "/sbin/vgscan > /dev/null";
 /// Adds the groups of vgdisplay -c to the list. Lines without fields are the tool's remarks.
 void parse_vgdisplay(std::string_view output, vginfo_list& list);
 
-/// Tells a physical volume whose short name (md0, sdc) is in place its device and final name, and
-/// its group the device.
+/// Sets the device and the final name of a physical volume that has its short name (md0, sdc), and
+/// the device of its group.
 using LocateVolume = std::function<void(pvinfo& volume, vginfo& group)>;
 
 /// Adds the physical volumes of pvdisplay -c to the groups that they name. Lines of unknown groups

@@ -19,7 +19,7 @@ namespace zav {
 /// The lines of a service's file, or of a share's section in it.
 using Lines = std::vector<std::string>;
 
-/// What the lines of a share need to know beside the share.
+/// What the lines of a share need to know besides the share.
 struct LineContext {
     std::time_t now;
     std::function<std::string(std::string_view user)> secret_of; ///< empty for a user without one

@@ -20,8 +20,8 @@ struct RegisterService {
 };
 using RegisterServices = std::span<const RegisterService>;
 
-/// For changes: adds a record for every section. Lines before the first one are passed over. 0, or
-/// FileCode::malformed with the records up to the malformed line.
+/// For changes: adds a record for every section. Lines before the first one are passed over.
+/// FileCode::ok, or FileCode::malformed with the records up to the malformed line.
 FileCode parse_register_sections(std::string_view text, RegisterServices services,
                                  share_list& list);
 

@@ -7,10 +7,10 @@
 
 namespace zav {
 
-/// What the kernel tells of a disk: its name, the attribute.
+/// An attribute of a disk. The arguments: disk, attribute.
 inline constexpr char disk_attribute_path[] = "/sys/block/%s/%s";
 
-/// What it tells of an array: its name.
+/// What the kernel tells of an array. The argument: array.
 inline constexpr char array_directory_path[] = "/sys/block/%s/md";
 
 /// The state of an array's member.

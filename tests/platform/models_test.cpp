@@ -22,6 +22,14 @@ const Names unknown = {"",          "KOR",        "KORX",      "KO",
                        "XKOR7206L", "VEL7204P",   "VEL7205",   "vel7205e",
                        "VEL7205EX", " VEL7206P",  "VEL7206P ", " VEL7205U"};
 
+TEST(Models, AreThoseThatTheTestsKnow) {
+    Names names;
+    for (const Model& model : known_models()) {
+        EXPECT_TRUE(names.insert(model.name).second) << model.name;
+    }
+    EXPECT_EQ(names, known);
+}
+
 // The models of which a fact holds, unknown ones included.
 template <class Holds>
 Names models_with(Holds holds) {

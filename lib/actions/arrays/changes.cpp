@@ -32,7 +32,7 @@ bool takes_and_gives_disks(const mdinfo& array) {
     return level != nullptr && level->changes_members;
 }
 
-/// Finds the array and the disk of the channel on the array's device. 0 or a code.
+/// Finds the array and the disk of the channel on the array's device. Code::ok or a code.
 Code find_member_change(const char* array, const char* channel, MemberChange& change, Sink& out) {
     if (failed(get_disk_list(change.disks, out))) {
         return log_return(Code::no_disk_list);

@@ -29,9 +29,9 @@ Code check_delete(const char* name, Sink& out);
 /// Stops an array, unchecked. Runs mdadm -S. Code::ok or Code::command_failed.
 Code stop_array(const char* name);
 
-/// Both. Its former members are the caller's to prepare. Runs mdadm -S. 0,
-/// Code::unknown_array, Code::array_carries_group, Code::command_failed, or the code of a list
-/// that cannot be built.
+/// check_delete(), then stop_array(). Its former members are the caller's to prepare. Runs mdadm
+/// -S. Code::ok, Code::unknown_array, Code::array_carries_group, Code::command_failed, or the code
+/// of a list that cannot be built.
 Code delete_array(const char* name, Sink& out);
 
 /// Marks a member faulty. Runs mdadm -f. The wait status of the command.

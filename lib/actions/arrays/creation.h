@@ -27,7 +27,7 @@ Code create_array(mdinfo& array, Sink& out);
 /// whole, in which case no disk is prepared.
 Code run_create_command(const mdinfo& array, std::string_view disks);
 
-/// Creates a stopped array again from the disks it had. Prepares no disk, uses no bitmap. 0,
+/// Creates a stopped array again from the disks it had. Prepares no disk, uses no bitmap. Code::ok,
 /// Code::wrong_disk_count, or Code::command_failed as above.
 Code run_recreate_command(std::string_view name, std::string_view type, std::string_view disks);
 

@@ -6,9 +6,10 @@
 #pragma once
 
 #include "base/codes.h"
+
 namespace zav {
 
-/// Reserves a name. The file is made when missing; it must be a regular file of ours. 0,
+/// Reserves a name. The file is made when missing; it must be a regular file of ours. Code::ok,
 /// Code::name_reserved, Code::reservation_held, Code::reservation_not_locked,
 /// Code::reservation_not_opened, Code::reservation_unread or Code::reservation_unwritten.
 Code add_name(const char* name);

@@ -5,6 +5,7 @@
 
 #include "base/codes.h"
 #include "base/sink.h"
+
 namespace zav {
 
 /// Stops the array and creates it again from its disks in their old order, then lets LVM look for

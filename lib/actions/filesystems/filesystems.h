@@ -17,11 +17,11 @@ namespace zav {
 /// The device of a pool.
 std::string pool_path(const char* group, const char* pool);
 
-/// Makes a file system of the product's type. Runs mkfs.reiserfs or mkfs.xfs. 0 or
+/// Makes a file system of the product's type. Runs mkfs.reiserfs or mkfs.xfs. Code::ok or
 /// Code::command_failed.
 Code fs_make(const char* pool, const char* group);
 
-/// Mounts a pool as the product's type and opens it to everybody. Runs mount, chmod. 0 or
+/// Mounts a pool as the product's type and opens it to everybody. Runs mount, chmod. Code::ok or
 /// Code::command_failed.
 Code fs_mount(const char* mntpoint, const char* group, const char* pool);
 
@@ -41,12 +41,12 @@ Code fs_umount(const char* mntpoint);
 /// Code::fs_not_unmounted for a directory that can be in no command.
 Code check_umount(const char* name, Sink& out);
 
-/// Makes a mount point that nobody can write to until something is mounted. Runs mkdir, chattr. 0
-/// or Code::command_failed.
+/// Makes a mount point that nobody can write to until something is mounted. Runs mkdir, chattr.
+/// Code::ok or Code::command_failed.
 Code mntdir_create(const char* mntpoint);
 
-/// Removes a mount point with all in it. Runs chattr, whose failure is only logged, and rm. 0 or
-/// Code::command_failed.
+/// Removes a mount point with all in it. Runs chattr, whose failure is only logged, and rm.
+/// Code::ok or Code::command_failed.
 Code mntdir_remove(const char* mntpoint);
 
 /// Registers a pool. Code::ok, mount_point_registered or Code::register_unopened.

@@ -12,7 +12,7 @@ namespace zav {
 
 /// Measures each file system where it is to be mounted, mounted or not, and writes a small file
 /// there unless it is full. One that cannot be measured or written is "not available", but an
-/// unmounted one stays "umount". Always 0.
+/// unmounted one stays "umount". Always Code::ok.
 Code fs_space_check(fs_list& list, Sink& out);
 
 /// Adds the file systems on pools to the list, with their state. Code::ok; Code::register_unread

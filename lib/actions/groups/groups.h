@@ -26,9 +26,9 @@ Code check_new_volume(const disk_list& disks, std::string& name, std::string_vie
                       Sink& out);
 
 /// Creates a group, after both checks, from a record with its name and its physical volumes, each
-/// with a name as above and a device. Clears single disks. Runs diskformat, pvcreate, vgcreate. 0,
-/// Code::no_disk_list, a code of the checks, or Code::command_failed; that too, before anything
-/// is run, when the last command would not reach the shell whole.
+/// with a name as above and a device. Clears single disks. Runs diskformat, pvcreate, vgcreate.
+/// Code::ok, Code::no_disk_list, a code of the checks, or Code::command_failed; that too, before
+/// anything is run, when the last command would not reach the shell whole.
 Code create_group(vginfo& group, Sink& out);
 
 /// Finds a group that may be deleted in a fresh list of all. Code::ok, Code::unknown_group,
@@ -40,7 +40,7 @@ Code find_group_to_delete(const char* name, vginfo_list& groups, const vginfo*& 
 /// Code::no_disk_list.
 Code remove_group(const vginfo& group, Sink& out);
 
-/// Both.
+/// find_group_to_delete(), then remove_group().
 Code delete_group(const char* name, Sink& out);
 
 /// Adds a physical volume to a group. Runs pvcreate, vgextend. Code::ok or Code::command_failed.

@@ -27,8 +27,8 @@ Code netfs_mount(const char* mntpoint, const char* label);
 /// The same as the registered type.
 Code netfs_mount_typed(const char* mntpoint, const char* label, std::string_view type);
 
-/// Repairs the file system on a device, such as /dev/sdf. Runs xfs_repair or reiserfsck. 0 or
-/// Code::fs_not_repaired, also without a device, when nothing is run.
+/// Repairs the file system on a device, such as /dev/sdf. Runs xfs_repair or reiserfsck. Code::ok
+/// or Code::fs_not_repaired, also without a device, when nothing is run.
 Code netfs_repair(const std::string& device, std::string_view type);
 
 /// Registers a network disk. Code::ok, mount_point_registered or Code::register_unopened.

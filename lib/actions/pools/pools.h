@@ -12,7 +12,7 @@
 namespace zav {
 
 /// Whether the pool is in the group and, unless `size` is 0, smaller than that. Every pool of that
-/// name in front of it in the list is measured too, whatever its group. 0,
+/// name in front of it in the list is measured too, whatever its group. Code::ok,
 /// Code::pool_name_missing, Code::wrong_pool_group, Code::size_not_possible or
 /// Code::no_such_pool.
 Code pool_check(const char* pool, const char* group, Gib size, Sink& out);
@@ -32,7 +32,7 @@ Code vg_space_check(const char* group, Gib size, Sink& out);
 /// Code::command_failed.
 Code pool_create(const char* pool, const char* group, Gib size, Sink& out);
 
-/// Makes a pool larger; the group needs room for the whole new size. Runs lvextend. 0,
+/// Makes a pool larger; the group needs room for the whole new size. Runs lvextend. Code::ok,
 /// pool_check()'s or vg_space_check()'s code, or Code::command_failed.
 Code pool_extend(const char* pool, const char* group, Gib size, Sink& out);
 

@@ -16,7 +16,8 @@ namespace zav {
 /// ends when `fd` is closed; no other descriptor of the file may be closed until then.
 Code file_lock_open(const char* path, FileDescriptor& fd, Code unopened);
 
-/// Adds the shares of the register to the list. Code::ok, FileCode::unread or FileCode::malformed.
+/// Adds the shares of the register to the list. FileCode::ok, FileCode::unread or
+/// FileCode::malformed.
 FileCode share_list_read(const FileDescriptor& fd, share_list& list);
 
 /// Rewrites the register and hands it to the configuration tool. FileCode::ok or
@@ -39,7 +40,7 @@ class OpenServiceFile {
     /// Whether the service has a file of its own at all.
     [[nodiscard]] bool has_file() const { return file_->path != nullptr; }
 
-    /// Rewrites the file and hands it to the configuration tool. 0 or
+    /// Rewrites the file and hands it to the configuration tool. Code::ok or
     /// Code::service_file_unwritten, which leaves it short.
     Code write();
 

@@ -19,8 +19,8 @@ Code rewrite_home(std::string_view user, std::string_view home);
 /// of read_file_lines(); Code::ftp_user_file_unopened or Code::ftp_user_file_unwritten.
 Code ftp_user_set(const share_info& share);
 
-/// Takes the share's user from the FTP server and gives it its own home again. Runs mv, fxml. 0 or
-/// Code::home_not_rewritten.
+/// Takes the share's user from the FTP server and gives it its own home again. Runs mv, fxml.
+/// Code::ok or Code::home_not_rewritten.
 Code ftp_user_remove(const share_info& share);
 
 /// Binds the share's user, new homes first, instead of `old_user`. Code::ok or

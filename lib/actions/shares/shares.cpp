@@ -76,7 +76,7 @@ Code create_share(const share_info& share, const char* group, Sink& out) {
     if (const Code result = check_share(share.name.c_str()); failed(result)) {
         return log_return(result);
     }
-    // The share is registered before it exists: who asks meanwhile is refused.
+    // Registered before it exists: whoever asks for the name meanwhile is refused.
     if (const Code result = add_share(share); failed(result)) {
         return result == Code::share_listed ? log_return(result)
                                             : fail(result, Code::share_not_created);
@@ -224,7 +224,7 @@ Code mod_use_share(const share_info& share) {
                                                                : fail(result, Code::share_not_used);
 }
 
-// The name is known so: logs have it.
+// Spelled so on purpose: support searches logs for it.
 Code mod_forbiden_share(share_info& share) {
     const Code result = edit_forbidden_share(share);
     return !failed(result) || result == Code::share_not_listed

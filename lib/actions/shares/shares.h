@@ -4,8 +4,8 @@
 /// Every failure is logged with the operation's name; nothing is taken back after one, and
 /// restore_share() and repair_share() finish what was left.
 ///
-/// Codes that are not named come from the steps: of pools (pool_operations.h), file systems
-/// (fs_operations.h) and files (share_steps.h).
+/// Codes that are not named come from the steps: of pools (pools/pools.h, shares/pools.h), file
+/// systems (filesystems/filesystems.h) and files (shares/steps.h).
 #pragma once
 
 #include "base/codes.h"
@@ -34,9 +34,9 @@ Code del_snf_share(const share_info& share, const GroupName& group, Sink& out);
 Code del_iscsi_share(const share_info& share, const GroupName& group, Sink& out);
 Code del_forbid_share(const share_info& share, const GroupName& group, Sink& out);
 
-/// Gives a share new texts and access and makes it one in use (state 1) or a forbidden one (0). 0
-/// or Code::share_not_listed for one that was not where it should have been; Code::no_such_share,
-/// Code::share_not_forbidden, Code::share_not_used, Code::share_not_edited,
+/// Gives a share new texts and access and makes it one in use (state 1) or a forbidden one (0).
+/// Code::ok or Code::share_not_listed for one that was not where it should have been;
+/// Code::no_such_share, Code::share_not_forbidden, Code::share_not_used, Code::share_not_edited,
 /// Code::no_such_group, Code::fs_not_mounted, Code::fs_not_unmounted.
 Code edit_share(share_info& share, int state, Sink& out);
 Code forbid_use_share(share_info& share, std::string_view current_user);

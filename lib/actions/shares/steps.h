@@ -22,27 +22,28 @@ Code add_share(const share_info& share);
 /// Code::ok, or Code::share_not_listed when the file did not have it: it does now.
 Code apply_share(const share_info& share);
 
-/// Makes a share of Samba or NFS a forbidden one: no service in the register, and from the
-/// service's file into its recycle file. `share` loses its type. Code::ok, Code::share_not_listed,
-/// Code::share_listed.
+/// Makes a share of a service with a file of its own a forbidden one: no service in the register,
+/// and from the service's file into its recycle file. `share` loses its type. Code::ok,
+/// Code::share_not_listed, Code::share_listed.
 Code forbid_share(share_info& share);
 
-/// Unmounts an FTP share and makes it a forbidden one. `share` loses its type. 0,
+/// Unmounts an FTP share and makes it a forbidden one. `share` loses its type. Code::ok,
 /// Code::share_not_listed, or Code::command_failed when it cannot be unmounted.
 Code unmount_and_unregister(share_info& share, const std::string& mntpoint);
 
-/// Gives a forbidden share its new texts and access. `share` loses its type. 0 or
+/// Gives a forbidden share its new texts and access. `share` loses its type. Code::ok or
 /// Code::share_not_listed when it was not registered: it is now.
 Code edit_forbidden_share(share_info& share);
 
 /// Takes a share out of the register and its service's file. Code::ok or Code::share_not_listed.
 Code remove_share(const share_info& share);
 
-/// Takes a forbidden share out of the register and both recycle files. 0 or
+/// Takes a forbidden share out of the register and the recycle files. Code::ok or
 /// Code::share_not_listed.
 Code remove_forbidden_share(const share_info& share);
 
-/// Takes a share out of both recycle files. Code::ok, or Code::share_not_listed for the exports.
+/// Takes a share out of the recycle files. Code::ok, or Code::share_not_listed when the last of
+/// them did not have it.
 Code remove_from_recycle_files(const share_info& share);
 
 /// Fills in the users and the comment that a forbidden share has in its recycle file where none are

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The checks of arguments.
+#include "base/bounded_text.h"
 #include "base/checks.h"
 #include "fixtures/library.h"
 
