@@ -139,6 +139,11 @@ Result StartedRun::wait() {
     }
     report_sanitizers(state_->run_folder);
     report_failures(state_->run_folder);
+    if (state_->returns && !progress.has_returned && result.signal != 0 && in_time &&
+        progress.signal_to_send == 0) {
+        ADD_FAILURE() << "signal " << result.signal << " ended call() before it returned:\n"
+                      << result.err;
+    }
     if (progress.has_returned && (!progress.ended || progress.wait_status != 0) && in_time) {
         ADD_FAILURE() << "the process of call() ended badly after the function had returned:\n"
                       << result.err;

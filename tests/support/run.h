@@ -31,7 +31,8 @@ struct RunOptions {
     std::set<int> ignored_signals = {};
     std::string working_directory = "/";
     mode_t umask = 022;
-    pid_t pid = 0; // the process id; 0: the next one, which is 2
+    bool ends_by_signal = false; // a call() that does not return is no failure
+    pid_t pid = 0;               // the process id; 0: the next one, which is 2
     std::chrono::milliseconds time_limit = std::chrono::seconds(20);
 };
 

@@ -76,6 +76,7 @@ void StartedRun::State::start(const Launch& launch) {
     progress = shared_progress();
     run_folder = launch.run_folder;
     allow_unexpected = launch.allow_unexpected;
+    returns = launch.function && !launch.options.ends_by_signal;
     deadline = std::chrono::steady_clock::now() + launch.options.time_limit;
     const Pipe output = make_pipe();
     const Pipe errors = make_pipe();

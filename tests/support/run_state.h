@@ -29,6 +29,7 @@ struct StartedRun::State {
     std::chrono::steady_clock::time_point deadline;
     std::string run_folder;
     bool allow_unexpected = false;
+    bool returns = false; // a function, which is not to be ended by a signal
 };
 
 } // namespace zav::test

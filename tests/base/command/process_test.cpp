@@ -162,7 +162,8 @@ TEST(Interrupt, WhileAToolRunsGoesToTheToolOnly) {
 TEST(Termination, WhileAToolRunsEndsTheCaller) {
     RealToolsRoot root;
     root.script("/sbin/tool", "kill -TERM $PPID; sleep 60");
-    const Result result = root.call([] { return run_command("/sbin/tool"); });
+    const Result result =
+        root.call([] { return run_command("/sbin/tool"); }, {.ends_by_signal = true});
     EXPECT_EQ(result.signal, SIGTERM);
 }
 
