@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -19,6 +20,7 @@
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 // Defined only in builds with the address sanitizer.
@@ -182,6 +184,19 @@ class FailureRecorder : public testing::ScopedFakeTestPartResultReporter {
     _exit(127);
 }
 
+// fork(2), again for a few seconds when a busy machine has no room for another process.
+pid_t fork_in_time() {
+    constexpr int attempts = 50;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        const pid_t pid = fork();
+        if (pid >= 0) {
+            return pid;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    fail("cannot start the program");
+}
+
 void wait_for_program(Progress& progress) {
     for (;;) {
         int status = 0;
@@ -221,9 +236,9 @@ void run_as_first_process(const Launch& launch, const Channels& channels, Progre
         if (launch.options.pid != 0) {
             choose_next_pid(launch.options.pid);
         }
-        progress.pid = fork();
-        if (progress.pid == 0) {
-            progress.pid = getpid();
+        const pid_t program = fork_in_time();
+        progress.pid = program != 0 ? program : getpid();
+        if (program == 0) {
             run_program(launch, channels, progress);
         }
         close_range(0, ~0U, 0);
