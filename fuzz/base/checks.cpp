@@ -2,6 +2,7 @@
 // Arguments that pass a check contain only allowed characters.
 #include "base/checks.h"
 
+#include "base/bounded_text.h"
 #include "base/codes.h"
 #include "fuzz.h"
 
