@@ -298,6 +298,7 @@ int sharemanage_main(int argc, char** argv) {
 
 void share_show(const share_info& share) {
     constexpr double ten_mib_in_gib = 102.4;
+    // The mark of a share that was found but not measured shows as -0.01GB: front ends know it.
     const TenMib used = share.size != SignedGib{} ? share.usedsize : TenMib{};
     std::printf("%s\t%s\t%s\t%s\t%s\t%lldGB\t%.2fGB\t%s\t%s\n", share.name.c_str(),
                 share.type.c_str(), share.path.c_str(), text_or(share.users, "*"),

@@ -4,10 +4,15 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <dirent.h>
 #include <fcntl.h>
+#include <functional>
+#include <map>
 #include <memory>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -17,6 +22,7 @@ namespace {
 
 constexpr std::size_t read_chunk = 4096;
 constexpr std::size_t attribute_size = 256;
+constexpr mode_t all_rights = 07777;
 
 struct CloseDirectory {
     void operator()(DIR* directory) const { ::closedir(directory); }
@@ -39,13 +45,36 @@ struct flock whole_file(short type) {
     return lock;
 }
 
-/// fcntl(2) with a lock, again when a signal came in between.
+/// fcntl(2) with a lock, again when a signal came in between. The locks are those of the open file:
+/// they exclude the locks of other processes, whichever kind these are, and those of other threads,
+/// and stay when another descriptor of the file is closed.
 bool lock_call(int fd, int command, struct flock& lock) {
     int result = 0;
     do {
         result = ::fcntl(fd, command, &lock);
     } while (result != 0 && errno == EINTR);
     return result == 0;
+}
+
+/// Calls `attempt` until it succeeds or fails for another reason than a lock of somebody else, at
+/// most for longest_wait.
+bool within_longest_wait(const std::function<bool()>& attempt) {
+    constexpr std::chrono::milliseconds longest_pause{20};
+    std::chrono::milliseconds pause{1};
+    const auto end = std::chrono::steady_clock::now() + longest_wait;
+    while (!attempt()) {
+        const bool is_held = errno == EACCES || errno == EAGAIN || errno == EINTR;
+        if (!is_held || std::chrono::steady_clock::now() >= end) {
+            return false;
+        }
+        std::this_thread::sleep_for(pause);
+        pause = std::min(2 * pause, longest_pause);
+    }
+    return true;
+}
+
+bool flock_in_time(int fd, int operation) {
+    return within_longest_wait([=] { return ::flock(fd, operation | LOCK_NB) == 0; });
 }
 
 /// Makes sure that the disk has room for `size` bytes before the first old byte is overwritten: a
@@ -130,7 +159,7 @@ bool write_copy(const char* copy, std::string_view text, const char* original) {
     struct stat status = {};
     const bool written = fd && write_all(fd.get(), text) && ::stat(original, &status) == 0 &&
                          ::fchown(fd.get(), status.st_uid, status.st_gid) == 0 &&
-                         ::fchmod(fd.get(), status.st_mode & 07777) == 0;
+                         ::fchmod(fd.get(), status.st_mode & all_rights) == 0;
     return fd.close() && written;
 }
 
@@ -147,6 +176,67 @@ FileCode copy_file(const char* source, const char* target) {
     const bool copied =
         write_all(fd.get(), *text) && ::ftruncate(fd.get(), static_cast<off_t>(text->size())) == 0;
     return fd.close() && copied ? FileCode::ok : FileCode::not_created;
+}
+
+bool rewrite(int fd, std::string_view text) {
+    // Shortened last: until then, bytes of the old file that come later are not lost.
+    return reserve_space(fd, text.size()) && ::lseek(fd, 0, SEEK_SET) == 0 && write_all(fd, text) &&
+           ::ftruncate(fd, static_cast<off_t>(text.size())) == 0;
+}
+
+bool sync_files(std::span<const int> fds) {
+    // One call for all files of a file system: each fsync(2) would wait for the disk anew.
+    std::map<dev_t, std::vector<int>> by_device;
+    for (const int fd : fds) {
+        struct stat status = {};
+        if (::fstat(fd, &status) != 0) {
+            return false;
+        }
+        by_device[status.st_dev].push_back(fd);
+    }
+    return std::ranges::all_of(by_device, [](const auto& device) {
+        const int fd = device.second.front();
+        return (device.second.size() == 1 ? ::fsync(fd) : ::syncfs(fd)) == 0;
+    });
+}
+
+bool sync_directory_of(const std::string& path) {
+    const std::string directory = path.substr(0, path.rfind('/') + 1);
+    const FileDescriptor fd =
+        FileDescriptor::open(directory.empty() ? "." : directory.c_str(), O_RDONLY | O_DIRECTORY);
+    return fd && ::fsync(fd.get()) == 0;
+}
+
+FileRights rights_of(int fd) {
+    struct stat status = {};
+    return ::fstat(fd, &status) == 0
+               ? FileRights{status.st_mode & all_rights, status.st_uid, status.st_gid}
+               : FileRights{};
+}
+
+bool replace_file(const std::string& path, std::string_view text, const FileRights& rights) {
+    const std::size_t name = path.rfind('/') + 1;
+    const std::string beside = path.substr(0, name) + "." + path.substr(name) + ".zav";
+    ::unlink(beside.c_str()); // of a run that was killed
+    const bool is_given_away = rights.owner && rights.group;
+    const mode_t first_mode = is_given_away ? S_IRUSR | S_IWUSR : rights.mode;
+    FileDescriptor fd =
+        FileDescriptor::open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL, first_mode);
+    if (!fd) {
+        return false;
+    }
+    const bool has_rights =
+        !is_given_away || (::fchown(fd.get(), *rights.owner, *rights.group) == 0 &&
+                           ::fchmod(fd.get(), rights.mode) == 0);
+    const bool written = has_rights && write_all(fd.get(), text) && ::fsync(fd.get()) == 0 &&
+                         fd.close() && ::rename(beside.c_str(), path.c_str()) == 0;
+    if (!written) {
+        const int error = errno;
+        ::unlink(beside.c_str());
+        errno = error;
+        return false;
+    }
+    return sync_directory_of(path);
 }
 
 bool names_open_file(const char* path, int fd) {
@@ -173,33 +263,47 @@ std::optional<std::vector<std::string>> directory_entries(const char* path) {
 }
 
 bool lock_and_wait(int fd) {
-    struct flock lock = whole_file(F_WRLCK);
-    return lock_call(fd, F_SETLKW, lock);
+    return within_longest_wait([fd] {
+        struct flock lock = whole_file(F_WRLCK);
+        return lock_call(fd, F_OFD_SETLK, lock);
+    });
 }
 
 LockResult try_lock(int fd) {
     // A test for a write lock reports read locks and write locks alike.
     struct flock test = whole_file(F_WRLCK);
-    if (lock_call(fd, F_GETLK, test) && test.l_type != F_UNLCK) {
+    if (lock_call(fd, F_OFD_GETLK, test) && test.l_type != F_UNLCK) {
         return LockResult::held_by_other;
     }
     struct flock lock = whole_file(F_WRLCK);
-    return lock_call(fd, F_SETLK, lock) ? LockResult::locked : LockResult::failed;
+    return lock_call(fd, F_OFD_SETLK, lock) ? LockResult::locked : LockResult::failed;
 }
 
 bool lock_shared(int fd) {
     // A test for a write lock reports read locks and write locks alike.
     struct flock test = whole_file(F_WRLCK);
-    if (lock_call(fd, F_GETLK, test) && test.l_type != F_UNLCK) {
+    if (lock_call(fd, F_OFD_GETLK, test) && test.l_type != F_UNLCK) {
         return false;
     }
     struct flock lock = whole_file(F_RDLCK);
-    return lock_call(fd, F_SETLK, lock);
+    return lock_call(fd, F_OFD_SETLK, lock);
 }
 
 void unlock(int fd) {
     struct flock lock = whole_file(F_UNLCK);
-    lock_call(fd, F_SETLK, lock);
+    lock_call(fd, F_OFD_SETLK, lock);
+}
+
+bool lock_for_reading(int fd) {
+    return flock_in_time(fd, LOCK_SH);
+}
+
+bool lock_for_rewriting(int fd) {
+    return flock_in_time(fd, LOCK_EX);
+}
+
+void release_readers(int fd) {
+    ::flock(fd, LOCK_UN);
 }
 
 } // namespace zav

@@ -5,8 +5,10 @@
 
 #include "base/codes.h"
 
+#include <chrono>
 #include <cstddef>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <sys/types.h>
@@ -67,13 +69,41 @@ FileCode copy_file(const char* source, const char* target);
 /// Whether `path` still names the file that `fd` has open.
 bool names_open_file(const char* path, int fd);
 
+/// Writes `text` over the whole of an open file, which keeps its inode, and cuts the rest off.
+/// Room on the disk is made sure of before the first old byte is overwritten. False when it cannot
+/// be written; errno says why.
+bool rewrite(int fd, std::string_view text);
+
+/// Makes what was written to the files durable. False when the disk did not take all of it.
+bool sync_files(std::span<const int> fds);
+
+/// Makes the names in the directory of `path` durable.
+bool sync_directory_of(const std::string& path);
+
+/// Who owns a file, and who may do what with it.
+struct FileRights {
+    mode_t mode = 0;
+    std::optional<uid_t> owner; ///< nothing: whoever runs this, less the mode of the umask
+    std::optional<gid_t> group;
+};
+
+/// Those of an open file.
+FileRights rights_of(int fd);
+
+/// Puts a new file in the place of `path` in one step: written and synced beside it, then renamed.
+/// The old file stays as it was until then. False on any failure; errno says why.
+bool replace_file(const std::string& path, std::string_view text, const FileRights& rights);
+
 /// The entries of a directory in the directory's own order, without "." and "..".
 /// Nothing when it cannot be opened.
 std::optional<std::vector<std::string>> directory_entries(const char* path);
 
 enum class LockResult { locked, held_by_other, failed };
 
-/// Write-locks the whole file, waiting for it. False when it cannot be locked.
+/// No lock is waited for longer than this: anybody who can read a file can keep one on it.
+inline constexpr std::chrono::seconds longest_wait{10};
+
+/// Write-locks the whole file, waiting for it. False when it cannot be locked in time.
 bool lock_and_wait(int fd);
 
 /// Write-locks the whole file unless a lock of another process is on it.
@@ -83,5 +113,14 @@ LockResult try_lock(int fd);
 bool lock_shared(int fd);
 
 void unlock(int fd);
+
+/// The lock that keeps readers of a file and the one who rewrites it apart: beside the one above,
+/// which tells writers of each other. Waits for it. False when it cannot be had in time; errno is
+/// then EWOULDBLOCK.
+bool lock_for_reading(int fd);
+bool lock_for_rewriting(int fd);
+
+/// Lets the readers in again.
+void release_readers(int fd);
 
 } // namespace zav

@@ -204,6 +204,12 @@ bool is_plain_path(std::string_view text) {
     return text.starts_with('/') && std::ranges::all_of(text, is_plain_character);
 }
 
+bool has_control_characters(std::string_view text) {
+    constexpr unsigned char blank = ' ';
+    constexpr unsigned char del = 0x7f;
+    return std::ranges::any_of(text, [](unsigned char c) { return c < blank || c == del; });
+}
+
 bool LinePieces::next(std::string_view& piece) {
     if (rest_.empty()) {
         return false;

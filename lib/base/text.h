@@ -81,6 +81,9 @@ bool is_plain_name(std::string_view text);
 /// would expand, quote or join.
 bool is_plain_path(std::string_view text);
 
+/// Whether anything in the text is a control character, such as the end of a line.
+bool has_control_characters(std::string_view text);
+
 /// Whether a character means itself to every shell, wherever in a word it stands: letters, digits
 /// and "_-+./:,=@%".
 bool is_plain_character(char c);

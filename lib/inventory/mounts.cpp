@@ -3,6 +3,8 @@
 
 #include "base/file.h"
 
+#include <algorithm>
+
 namespace zav {
 
 std::optional<MountTable> read_mounts() {
@@ -28,6 +30,10 @@ std::unordered_set<std::string> mounted_directories() {
 
 bool fs_is_mounted(std::string_view directory) {
     return mounted_directories().contains(std::string(directory));
+}
+
+bool is_mount_point(const MountTable& mounts, std::string_view directory) {
+    return std::ranges::find(mounts, directory, &Mount::directory) != mounts.end();
 }
 
 } // namespace zav

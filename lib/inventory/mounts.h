@@ -25,4 +25,7 @@ std::unordered_set<std::string> mounted_directories();
 /// Whether something is mounted on exactly that directory; not, when the table cannot be opened.
 bool fs_is_mounted(std::string_view directory);
 
+/// The same by a table that has been read.
+bool is_mount_point(const MountTable& mounts, std::string_view directory);
+
 } // namespace zav

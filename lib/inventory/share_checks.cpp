@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <array>
 #include <string>
 
 namespace zav {
@@ -56,8 +57,11 @@ bool can_be_carried(const Service& service, std::string_view users) {
 } // namespace
 
 Code check_share_name(const char* name) {
-    const bool is_valid =
-        !failed(check_name32(name)) && *name != '-' && !equal_ignoring_case(name, "global");
+    constexpr std::array<std::string_view, 3> samba_sections = {"global", "homes", "printers"};
+    const bool is_valid = !failed(check_name32(name)) && *name != '-' &&
+                          std::ranges::none_of(samba_sections, [name](std::string_view section) {
+                              return equal_ignoring_case(name, section);
+                          });
     return is_valid ? Code::ok : Code::bad_share_name;
 }
 
@@ -75,7 +79,11 @@ Code check_user(const Service& service, const char* users, Sink& out) {
         return log_return(Code::unknown_user);
     }
     for (const std::string_view user : split(users, ",")) {
-        if (const Code result = check_username(user); failed(result)) {
+        Code result = check_username(user);
+        if (!failed(result) && service.users == ShareUsers::ftp_account && is_superuser(user)) {
+            result = Code::unknown_user; // its home is not for sharing
+        }
+        if (failed(result)) {
             return log_return(result);
         }
     }

@@ -10,8 +10,9 @@
 
 namespace zav {
 
-/// Whether a name can be a new share's: "global" in whatever case would be no share of Samba's, and
-/// one that begins with "-" can be in no command. Code::ok or Code::bad_share_name.
+/// Whether a name can be a new share's: "global", "homes" and "printers" in whatever case mean
+/// something else to Samba, and one that begins with "-" can be in no command. Code::ok or
+/// Code::bad_share_name.
 Code check_share_name(const char* name);
 
 /// Copies a comment; null is accepted. Code::bad_comment.

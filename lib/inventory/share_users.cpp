@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "inventory/share_users.h"
 
+#include "base/change_journal.h"
 #include "base/codes.h"
 #include "base/file.h"
 #include "base/log.h"
@@ -64,11 +65,16 @@ Code check_username(std::string_view user) {
     if (has_appliance_user(*appliance_users, user)) {
         return Code::ok;
     }
-    const auto system_users = read_file(passwd_path);
+    const auto system_users = read_settled(passwd_path, passwd_path);
     if (!system_users) {
         return Code::passwd_unread;
     }
     return has_system_user(*system_users, user) ? Code::ok : Code::unknown_user;
+}
+
+bool is_superuser(std::string_view user) {
+    const auto system_users = read_settled(passwd_path, passwd_path);
+    return system_users && has_system_user_id(*system_users, user, 0);
 }
 
 Result<std::vector<std::string>> read_file_lines(const char* path) {

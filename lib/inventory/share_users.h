@@ -21,6 +21,9 @@ Result<std::string> get_user_secret(std::string_view user);
 /// Code::unknown_user.
 Code check_username(std::string_view user);
 
+/// Whether the system knows the user as one with all rights, whatever its name.
+bool is_superuser(std::string_view user);
+
 /// The trimmed lines of a file that no other process has locked, without empty ones and comments.
 /// Code::lines_unread when it is missing, locked or cannot be read; Code::too_many_lines for more
 /// than 301.

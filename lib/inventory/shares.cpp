@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "inventory/shares.h"
 
+#include "base/change_journal.h"
 #include "base/codes.h"
 #include "base/command.h"
 #include "base/file.h"
@@ -22,6 +23,7 @@
 #include "sources/vsftpd.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <memory>
 #include <string>
 #include <sys/stat.h>
@@ -39,6 +41,20 @@ constexpr std::size_t user_slots = 32;
 constexpr std::size_t user_length = 32;
 
 constexpr const char* iscsi_capture = "/tmp/iscsi.XXXXXX";
+
+/// A share file as it is between two changes; one that does not exist is empty.
+std::optional<std::string> read_share_file(const char* path) {
+    auto text = read_settled(path, share_register_path);
+    return text || errno != ENOENT ? std::move(text) : std::optional<std::string>("");
+}
+
+/// The same for listings, which pass over one that cannot be opened. One that is there, and that
+/// somebody keeps locked or the disk does not give, is not an empty one: shares would be missing.
+std::optional<std::string> read_unless_absent(const char* path) {
+    auto text = read_share_file(path);
+    const bool is_there = errno == EWOULDBLOCK || errno == EIO || errno == ENOMEM;
+    return text || is_there ? std::move(text) : std::optional<std::string>("");
+}
 
 bool exists(const char* path) {
     return ::access(path, F_OK) == 0;
@@ -108,10 +124,7 @@ void get_ftp_users(share_list& list) {
 }
 
 Code get_shareinfo_from_exportfs(share_list& list) {
-    if (!exists(exports_path)) {
-        return Code::ok;
-    }
-    const auto text = read_file(exports_path);
+    const auto text = read_share_file(exports_path);
     if (!text) {
         return fail_with_errno(Code::exports_unread);
     }
@@ -196,7 +209,9 @@ void scan_mounts(const MountTable& mounts, share_list& list) {
     std::unordered_set<const share_info*> found;
     for (const Mount& mount : mounts) {
         if (share_info* share = find(shares, last_component(mount.directory))) {
-            share->path = mount.directory;
+            if (!has_control_characters(mount.directory)) {
+                share->path = mount.directory; // others would be lines of their own in the files
+            }
             found.insert(share);
         }
     }
@@ -210,8 +225,16 @@ void scan_mounts(const MountTable& mounts, share_list& list) {
 }
 
 Code collect_shares(share_list& list) {
-    scan_register(read_file(share_register_path).value_or(""), register_services(), list);
-    scan_samba(read_file(samba_path).value_or(""), list);
+    const auto registered = read_unless_absent(share_register_path);
+    if (!registered) {
+        return fail_with_errno(Code::share_register_unopened);
+    }
+    scan_register(*registered, register_services(), list);
+    const auto samba = read_unless_absent(samba_path);
+    if (!samba) {
+        return fail_with_errno(Code::service_file_unopened);
+    }
+    scan_samba(*samba, list);
     get_ftp_users(list);
     if (const Code result = get_shareinfo_from_exportfs(list); failed(result)) {
         return result;
@@ -222,6 +245,34 @@ Code collect_shares(share_list& list) {
     measure_shares(list);
     const Code result = get_shareinfo_from_iSCSI(list);
     return failed(result) ? result : get_shareinfo_from_ietd(list);
+}
+
+void merge_forbidden_shares(share_list& list) {
+    const ShareIndex members = first_shares(
+        list, [](const share_info&) { return true; }, name_of);
+    for (const Service& service : services()) {
+        if (service.recycled == nullptr) {
+            continue;
+        }
+        const auto text = read_share_file(service.recycled->path);
+        share_list recycled;
+        if (!text || failed(service.recycled->parse(*text, recycled))) {
+            log_failure(text ? Code::share_file_malformed : Code::service_file_unopened);
+            continue;
+        }
+        for (const share_info& entry : recycled) {
+            share_info* member = find(members, entry.name);
+            // An empty type is how front ends see that a share is forbidden.
+            if (member == nullptr || !member->type.empty()) {
+                continue;
+            }
+            member->users = entry.users.view();
+            member->write = entry.write;
+            if (member->path.empty()) {
+                member->path = entry.path.view();
+            }
+        }
+    }
 }
 
 Code find_share(const char* name, share_info& share) {

@@ -13,7 +13,8 @@
 
 namespace zav {
 
-/// Adds every share to the list. Code::ok; the first step that fails ends it: Code::exports_unread,
+/// Adds every share to the list. Code::ok; the first step that fails ends it:
+/// Code::share_register_unopened, Code::service_file_unopened, Code::exports_unread,
 /// Code::targets_unread or Code::command_failed. Reads the register, the services' files, FTP
 /// users' homes, /proc/mounts and /proc/net/iet/volume; measures mounted shares; runs cat.
 Code collect_shares(share_list& list);
@@ -21,6 +22,10 @@ Code collect_shares(share_list& list);
 /// Marks the shares that are mounted, and gives the others the comment that they are not. Of
 /// namesakes the first is meant; an iSCSI share needs no mount.
 void scan_mounts(const MountTable& mounts, share_list& list);
+
+/// For listings: fills in users, access and path of the forbidden shares, by the recycle files. One
+/// that cannot be read is logged and left out.
+void merge_forbidden_shares(share_list& list);
 
 /// Copies the share of that name. Code::ok, Code::no_such_share or Code::no_share_list.
 Code find_share(const char* name, share_info& share);

@@ -29,6 +29,13 @@ Lines export_lines(const share_info& share, const LineContext&) {
     return export_line(share);
 }
 
+Lines lines_of_register(const share_info& share, const LineContext&) {
+    return register_lines(share, register_services());
+}
+
+constexpr ShareFile register_file = {share_register_path, share_register_path, share_list_read,
+                                     nullptr, lines_of_register};
+
 constexpr ShareFile no_file = {nullptr, nullptr, nullptr, nullptr, nullptr};
 
 constexpr ShareFile samba_recycled = {samba_recycle_path, samba_recycle_path, parse_samba, nullptr,
@@ -87,6 +94,25 @@ constexpr auto registered = [] {
 
 } // namespace
 
+FileCode share_list_read(std::string_view text, share_list& list) {
+    return parse_register_sections(text, register_services(), list);
+}
+
+const ShareFile& share_register_file() {
+    return register_file;
+}
+
+const char* saved_name(std::string_view path) {
+    for (const Service& service : table) {
+        for (const ShareFile* file : {&service.live, service.recycled}) {
+            if (file != nullptr && file->path != nullptr && path == file->path) {
+                return file->item;
+            }
+        }
+    }
+    return share_register_path;
+}
+
 std::span<const Service> services() {
     return table;
 }
@@ -119,12 +145,8 @@ bool has_ftp_account(const share_info& share) {
 }
 
 std::string_view service_of_mode(const char* mode) {
-    const std::string_view given = mode != nullptr ? mode : "";
-    const Service* service = find_service_of_mode(given);
-    if (service == nullptr) {
-        return "";
-    }
-    return equal_ignoring_case(given, service->alias) ? service->name : given;
+    const Service* service = find_service_of_mode(mode != nullptr ? mode : "");
+    return service != nullptr ? service->name : "";
 }
 
 } // namespace zav

@@ -26,6 +26,15 @@ struct ShareFile {
     Lines (*lines)(const share_info& share, const LineContext& context);
 };
 
+/// Adds the shares of the register to the list. FileCode::ok or FileCode::malformed.
+FileCode share_list_read(std::string_view text, share_list& list);
+
+/// The register of all shares, as a file of that kind.
+const ShareFile& share_register_file();
+
+/// The name that the configuration tool knows a share file by.
+const char* saved_name(std::string_view path);
+
 /// Where a service's shares are mounted.
 enum class SharePath {
     group_directory, ///< /mnt/GROUP/NAME
@@ -73,8 +82,9 @@ inline bool has_file_system(const Service& service) {
 bool is_on_device(const share_info& share);
 bool has_ftp_account(const share_info& share);
 
-/// The service that a mode on the command line means, in the caller's spelling unless an alias was
-/// given. Empty when there is none. A null mode is none.
+/// The name of the service that a mode on the command line means, whatever the mode's case: the
+/// register and the services' files know no other spelling. Empty when there is none. A null mode
+/// is none.
 std::string_view service_of_mode(const char* mode);
 
 } // namespace zav

@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: MIT
-// A file that the test itself has locked, like another instance of the program.
+// A file that the test itself has locked, like another instance of the program. Reading the file
+// elsewhere in the test does not end such a lock.
 #pragma once
 
 #include <chrono>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
+#include <system_error>
 #include <thread>
 #include <unistd.h>
 
@@ -26,24 +27,23 @@ class LockedFile {
         lock.l_start = start;
         lock.l_len = length;
         struct stat status = {};
-        if (fd_ < 0 || ::fcntl(fd_, F_SETLK, &lock) != 0 || ::fstat(fd_, &status) != 0) {
+        if (fd_ < 0 || ::fcntl(fd_, F_OFD_SETLK, &lock) != 0 || ::fstat(fd_, &status) != 0) {
             throw std::runtime_error("cannot lock " + path.string());
         }
-        inode_ = ":" + std::to_string(status.st_ino) + " ";
+        inode_ = status.st_ino;
+        device_ = status.st_dev;
     }
     LockedFile(const LockedFile&) = delete;
     LockedFile& operator=(const LockedFile&) = delete;
     ~LockedFile() { unlock(); }
 
-    // Whether another process waits for the lock within ten seconds.
+    // Whether another process, which then tries to lock it again and again, has the file open
+    // within ten seconds.
     [[nodiscard]] bool is_waited_for() const {
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
         while (std::chrono::steady_clock::now() < end) {
-            std::ifstream locks("/proc/locks");
-            for (std::string line; std::getline(locks, line);) {
-                if (line.find("->") != line.npos && line.find(inode_) != line.npos) {
-                    return true;
-                }
+            if (is_open_elsewhere()) {
+                return true;
             }
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
@@ -64,8 +64,29 @@ class LockedFile {
     }
 
   private:
+    [[nodiscard]] bool is_open_elsewhere() const {
+        namespace fs = std::filesystem;
+        const std::string own = "/proc/" + std::to_string(::getpid()) + "/";
+        std::error_code error;
+        for (const auto& process : fs::directory_iterator("/proc", error)) {
+            const std::string fds = process.path().string() + "/fd";
+            if (fds.starts_with(own)) {
+                continue;
+            }
+            for (const auto& fd : fs::directory_iterator(fds, error)) {
+                struct stat status = {};
+                if (::stat(fd.path().c_str(), &status) == 0 && status.st_ino == inode_ &&
+                    status.st_dev == device_) {
+                    return true;
+                }
+            }
+        }
+        return false;
+    }
+
     int fd_;
-    std::string inode_;
+    ino_t inode_ = 0;
+    dev_t device_ = 0;
 };
 
 } // namespace zav::test

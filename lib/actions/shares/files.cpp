@@ -1,17 +1,22 @@
 // SPDX-License-Identifier: MIT
 #include "actions/shares/files.h"
 
+#include "base/change_journal.h"
 #include "base/codes.h"
+#include "base/log.h"
 #include "base/text.h"
 #include "inventory/share_users.h"
 #include "platform/conf_save.h"
-#include "sources/exports.h"
 #include "sources/share_register.h"
 
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <ctime>
 #include <fcntl.h>
-#include <optional>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace zav {
 
@@ -19,46 +24,16 @@ namespace {
 
 constexpr mode_t file_mode = 0700;
 
-/// Cuts the file at `start`, writes every share's lines there, and hands it to the configuration
-/// tool. A line that cannot be written ends the file.
-template <class LinesOf>
-FileCode rewrite(int fd, std::size_t start, const share_list& list, const char* item,
-                 const LinesOf& lines_of) {
-    const auto offset = static_cast<off_t>(start);
-    if (::ftruncate(fd, offset) != 0 || ::lseek(fd, offset, SEEK_SET) != offset) {
-        return FileCode::unwritten;
-    }
-    for (const share_info& share : list) {
-        for (const std::string& line : lines_of(share)) {
-            if (!write_all(fd, line)) {
-                return FileCode::unwritten;
-            }
-        }
-    }
-    ignore(conf_save(item));
-    return FileCode::ok;
+bool is_register(const ShareFile& file) {
+    return &file == &share_register_file();
 }
 
-/// The whole of an open file.
-std::optional<std::string> read_whole(int fd) {
-    return ::lseek(fd, 0, SEEK_SET) == 0 ? read_rest(fd) : std::nullopt;
+Code unopened_code(const ShareFile& file) {
+    return is_register(file) ? Code::share_register_unopened : Code::service_file_unopened;
 }
 
-/// Where the shares of the file begin. What stays in front of them gets a line end.
-std::optional<std::size_t> start_of_shares(int fd, const ShareFile& file) {
-    if (file.kept == nullptr) {
-        return 0;
-    }
-    const auto text = read_whole(fd);
-    if (!text) {
-        return std::nullopt;
-    }
-    const std::size_t start = file.kept(*text);
-    const bool ends_open = start == text->size() && start > 0 && text->back() != '\n';
-    if (ends_open && !write_all(fd, "\n")) {
-        return std::nullopt;
-    }
-    return start + (ends_open ? 1 : 0);
+Code unwritten_code(const ShareFile& file) {
+    return is_register(file) ? Code::share_register_unwritten : Code::service_file_unwritten;
 }
 
 std::string secret_of(std::string_view user) {
@@ -66,43 +41,132 @@ std::string secret_of(std::string_view user) {
     return secret ? *secret : ""; // without the file there is no secret
 }
 
-FileCode write_share_file(int fd, const ShareFile& file, const share_list& list) {
-    const auto start = start_of_shares(fd, file);
-    if (!start) {
-        return FileCode::unwritten;
+/// What the file is to hold: what stays at its start, with a line end, then the shares.
+std::string new_text(const ShareFile& file, std::string_view text, const share_list& list) {
+    std::string result(text.substr(0, file.kept != nullptr ? file.kept(text) : 0));
+    if (result.size() == text.size() && !result.empty() && result.back() != '\n') {
+        result += '\n';
     }
     const LineContext context = {std::time(nullptr), secret_of};
-    return rewrite(fd, *start, list, file.item,
-                   [&](const share_info& share) { return file.lines(share, context); });
+    for (const share_info& share : list) {
+        for (const std::string& line : file.lines(share, context)) {
+            result += line;
+        }
+    }
+    return result;
 }
 
-Code open_file(OpenServiceFile& file, const ShareFile* service) {
-    return service != nullptr ? file.open(*service) : Code::unknown_service;
+/// Opens a file without making one that is there already; `was_made` tells.
+FileDescriptor open_or_make(const char* path, bool& was_made) {
+    constexpr int attempts = 100; // one may come and go in between
+    FileDescriptor fd;
+    for (int attempt = 0; attempt < attempts && !fd; ++attempt) {
+        was_made = false;
+        fd = FileDescriptor::open(path, O_RDWR, file_mode);
+        if (!fd && errno == ENOENT) {
+            fd = FileDescriptor::open(path, O_RDWR | O_CREAT | O_EXCL, file_mode);
+            was_made = bool(fd);
+        }
+        if (!fd && errno != EEXIST && errno != ENOENT) {
+            break;
+        }
+    }
+    return fd;
+}
+
+Code open_and_lock(const char* path, FileDescriptor& fd, bool& was_made, Code unopened) {
+    constexpr int attempts = 100;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        fd = open_or_make(path, was_made);
+        if (!fd) {
+            return unopened;
+        }
+        if (try_lock(fd.get()) != LockResult::locked) {
+            fd.close();
+            return Code::file_locked;
+        }
+        if (names_open_file(path, fd.get())) {
+            return Code::ok;
+        }
+        // Whoever made it removed it before it was locked here.
+    }
+    fd.close();
+    return Code::file_locked;
+}
+
+/// Writes what the entries of a journal say. Code::ok, Code::file_locked or a code of opening.
+Code finish(const std::vector<JournalEntry>& entries, const FileDescriptor& register_fd) {
+    std::list<FileDescriptor> opened;
+    std::vector<int> fds;
+    for (const JournalEntry& entry : entries) {
+        const bool is_the_register = entry.path == share_register_path;
+        FileDescriptor fd;
+        bool was_made = false;
+        if (!is_the_register) {
+            const Code result =
+                open_and_lock(entry.path.c_str(), fd, was_made, Code::service_file_unopened);
+            if (failed(result)) {
+                return result;
+            }
+        }
+        fds.push_back(is_the_register ? register_fd.get() : fd.get());
+        opened.push_back(std::move(fd));
+        if (!lock_for_rewriting(fds.back())) {
+            return Code::file_locked;
+        }
+    }
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        if (!rewrite(fds[i], entries[i].text)) {
+            return Code::share_register_unwritten;
+        }
+    }
+    return sync_files(fds) ? Code::ok : Code::share_register_unwritten;
+}
+
+/// Finishes the change that a run of this program began and could not end.
+Code finish_interrupted_change(const FileDescriptor& register_fd) {
+    const auto entries = read_journal(share_register_path);
+    if (!entries) {
+        return Code::share_register_unopened;
+    }
+    if (entries->empty()) {
+        return Code::ok;
+    }
+    const Code result = finish(*entries, register_fd);
+    release_readers(register_fd.get());
+    if (failed(result)) {
+        return result;
+    }
+    remove_journal(share_register_path);
+    for (const JournalEntry& entry : *entries) {
+        log_error("finished the change of %s that was cut short", entry.path.c_str());
+        ignore(conf_save(saved_name(entry.path)));
+    }
+    return Code::ok;
+}
+
+/// Puts the old content back into files whose change failed.
+template <class Rewrites>
+void put_back(const Rewrites& rewrites) {
+    std::vector<int> fds;
+    bool is_back = true;
+    for (const auto& change : rewrites) {
+        is_back = rewrite(change.file->fd.get(), change.file->text) && is_back;
+        fds.push_back(change.file->fd.get());
+    }
+    if (is_back && sync_files(fds)) {
+        remove_journal(share_register_path);
+        return;
+    }
+    // The journal stays: the next one that opens the register makes all files whole.
+    log_error("cannot put back %s for %s", share_register_path, std::strerror(errno));
 }
 
 } // namespace
 
 Code file_lock_open(const char* path, FileDescriptor& fd, Code unopened) {
-    fd = FileDescriptor::open(path, O_RDWR | O_CREAT, file_mode);
-    if (!fd) {
-        return unopened;
-    }
-    if (try_lock(fd.get()) != LockResult::locked) {
-        fd.close();
-        return Code::file_locked;
-    }
-    return Code::ok;
-}
-
-FileCode share_list_read(const FileDescriptor& fd, share_list& list) {
-    const auto text = read_rest(fd.get());
-    return text ? parse_register_sections(*text, register_services(), list) : FileCode::unread;
-}
-
-FileCode share_list_write(const FileDescriptor& fd, const share_list& list) {
-    return rewrite(fd.get(), 0, list, share_register_path, [](const share_info& share) {
-        return register_lines(share, register_services());
-    });
+    bool was_made = false;
+    return open_and_lock(path, fd, was_made, unopened);
 }
 
 const ShareFile* live_file(std::string_view service) {
@@ -115,52 +179,133 @@ const ShareFile* recycle_file(std::string_view service) {
     return found != nullptr ? found->recycled : nullptr;
 }
 
-Code OpenServiceFile::open(const ShareFile& file) {
-    file_ = &file;
-    if (file.path == nullptr) {
+ShareFiles::~ShareFiles() {
+    for (const OpenFile& open : files_) {
+        if (open.was_made) {
+            ::unlink(open.file->path);
+        }
+    }
+}
+
+ShareFiles::OpenFile* ShareFiles::find(const ShareFile& file) {
+    const auto found = std::ranges::find(files_, &file, &OpenFile::file);
+    return found != files_.end() ? &*found : nullptr;
+}
+
+share_list& ShareFiles::shares(const ShareFile& file) {
+    if (OpenFile* open = find(file)) {
+        return open->shares;
+    }
+    OpenFile& none = files_.emplace_back();
+    none.file = &file;
+    return none.shares;
+}
+
+Code ShareFiles::open_one(const ShareFile& file) {
+    OpenFile& open = files_.emplace_back();
+    open.file = &file;
+    if (const Code result = open_and_lock(file.path, open.fd, open.was_made, unopened_code(file));
+        failed(result)) {
+        return result;
+    }
+    if (is_register(file)) {
+        if (const Code result = finish_interrupted_change(open.fd); failed(result)) {
+            return result;
+        }
+    }
+    auto text = ::lseek(open.fd.get(), 0, SEEK_SET) == 0 ? read_rest(open.fd.get()) : std::nullopt;
+    if (!text || failed(file.parse(*text, open.shares))) {
+        return Code::share_file_malformed;
+    }
+    open.text = std::move(*text);
+    return Code::ok;
+}
+
+Code ShareFiles::open(const std::vector<const ShareFile*>& files) {
+    for (const ShareFile* file : files) {
+        if (file == nullptr || file->path == nullptr || find(*file) != nullptr) {
+            continue;
+        }
+        if (files_.empty() && !is_register(*file)) {
+            if (const Code result = open_one(share_register_file()); failed(result)) {
+                return result;
+            }
+        }
+        if (const Code result = open_one(*file); failed(result)) {
+            return result;
+        }
+    }
+    return Code::ok;
+}
+
+Code ShareFiles::rewrite_all(std::list<Rewrite>& rewrites) {
+    std::vector<JournalEntry> entries;
+    for (const Rewrite& change : rewrites) {
+        if (!lock_for_rewriting(change.file->fd.get())) {
+            return Code::file_locked;
+        }
+        entries.push_back({change.file->file->path, change.text});
+    }
+    const Code first_unwritten = unwritten_code(*rewrites.front().file->file);
+    if (!write_journal(share_register_path, entries)) {
+        return first_unwritten;
+    }
+    std::vector<int> fds;
+    for (const Rewrite& change : rewrites) {
+        if (!rewrite(change.file->fd.get(), change.text)) {
+            put_back(rewrites);
+            return unwritten_code(*change.file->file);
+        }
+        fds.push_back(change.file->fd.get());
+    }
+    if (!sync_files(fds)) {
+        put_back(rewrites);
+        return first_unwritten;
+    }
+    remove_journal(share_register_path);
+    return Code::ok;
+}
+
+Code ShareFiles::write(const std::vector<const ShareFile*>& files) {
+    std::list<Rewrite> rewrites;
+    for (const ShareFile* file : files) {
+        OpenFile* open = file != nullptr && file->path != nullptr ? find(*file) : nullptr;
+        if (open != nullptr && open->fd) {
+            rewrites.push_back({open, new_text(*file, open->text, open->shares)});
+        }
+    }
+    if (rewrites.empty()) {
         return Code::ok;
     }
-    if (const Code result = file_lock_open(file.path, fd_, Code::service_file_unopened);
-        failed(result)) {
+    const Code result = rewrite_all(rewrites);
+    for (Rewrite& change : rewrites) {
+        release_readers(change.file->fd.get());
+        if (!failed(result)) {
+            change.file->was_made = false;
+            change.file->text = std::move(change.text);
+        }
+    }
+    if (failed(result)) {
         return result;
     }
-    const auto text = read_rest(fd_.get());
-    return text && !failed(file.parse(*text, shares_)) ? Code::ok : Code::share_file_malformed;
-}
-
-Code OpenServiceFile::write() {
-    return !has_file() || !failed(write_share_file(fd_.get(), *file_, shares_))
-               ? Code::ok
-               : Code::service_file_unwritten;
-}
-
-Code OpenRegister::open() {
-    if (const Code result = file_lock_open(share_register_path, fd_, Code::share_register_unopened);
-        failed(result)) {
-        return result;
+    for (const Rewrite& change : rewrites) {
+        ignore(conf_save(change.file->file->item));
     }
-    return !failed(share_list_read(fd_, shares_)) ? Code::ok : Code::share_file_malformed;
+    return Code::ok;
 }
 
-Code OpenRegister::write() {
-    return !failed(share_list_write(fd_, shares_)) ? Code::ok : Code::share_register_unwritten;
+Code service_conf_open(ShareFiles& files, std::string_view service) {
+    const ShareFile* file = live_file(service);
+    return file != nullptr ? files.open({file}) : Code::unknown_service;
 }
 
-Code service_conf_open(OpenServiceFile& file, std::string_view service) {
-    return open_file(file, live_file(service));
+Code recy_conf_open(ShareFiles& files, std::string_view service) {
+    const ShareFile* file = recycle_file(service);
+    return file != nullptr ? files.open({file}) : Code::unknown_service;
 }
 
-Code recy_conf_open(OpenServiceFile& file, std::string_view service) {
-    return open_file(file, recycle_file(service));
-}
-
-Code read_exports_file(const char* path, share_list& list) {
-    FileDescriptor fd;
-    if (const Code result = file_lock_open(path, fd, Code::service_file_unopened); failed(result)) {
-        return result;
-    }
-    const auto text = read_rest(fd.get());
-    return text && !failed(parse_exports(*text, list)) ? Code::ok : Code::share_file_malformed;
+Code share_list_write(ShareFiles& files) {
+    return files.write({&share_register_file()});
 }
 
 } // namespace zav

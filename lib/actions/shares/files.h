@@ -1,74 +1,83 @@
 // SPDX-License-Identifier: MIT
 /// \file
-/// The share register and the services' files, each read and rewritten under a lock of the whole
-/// file. Nobody waits for a lock.
+/// The share register and the services' files, as a step changes them: all that it needs are
+/// opened, locked and read before the first is written, and stay locked to its end. What is written
+/// is written to all of them or to none, also when the program is killed or the power fails: the
+/// next one that opens the register finishes what was begun.
+///
+/// The lock that keeps writers apart is on the whole file and nobody waits for it. Who reads for a
+/// listing does not take it: see read_settled().
 #pragma once
 
 #include "base/codes.h"
 #include "base/file.h"
 #include "platform/services.h"
 
+#include <list>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace zav {
 
 /// Opens a file, made when it is not there, and locks it. `unopened` or Code::file_locked. The lock
-/// ends when `fd` is closed; no other descriptor of the file may be closed until then.
+/// ends when `fd` is closed.
 Code file_lock_open(const char* path, FileDescriptor& fd, Code unopened);
-
-/// Adds the shares of the register to the list. FileCode::ok, FileCode::unread or
-/// FileCode::malformed.
-FileCode share_list_read(const FileDescriptor& fd, share_list& list);
-
-/// Rewrites the register and hands it to the configuration tool. FileCode::ok or
-/// FileCode::unwritten, which leaves it short.
-FileCode share_list_write(const FileDescriptor& fd, const share_list& list);
 
 /// The live file of a service, which may be one without a path, or the recycle file that keeps its
 /// forbidden shares; null for a service that has none. The case does not matter.
 const ShareFile* live_file(std::string_view service);
 const ShareFile* recycle_file(std::string_view service);
 
-/// A service's file with its lock and its shares.
-class OpenServiceFile {
+class ShareFiles {
   public:
-    /// Code::ok; Code::service_file_unopened, Code::file_locked, Code::share_file_malformed.
-    Code open(const ShareFile& file);
+    ShareFiles() = default;
+    ShareFiles(const ShareFiles&) = delete;
+    ShareFiles& operator=(const ShareFiles&) = delete;
+    /// Releases the locks. A file that was made and is still as empty is removed.
+    ~ShareFiles();
 
-    [[nodiscard]] share_list& shares() { return shares_; }
+    /// Opens files in that order, but always the register first. One that is null, has no path or
+    /// is open already is passed over. Code::ok; Code::share_register_unopened or
+    /// Code::service_file_unopened, Code::file_locked, Code::share_file_malformed.
+    Code open(const std::vector<const ShareFile*>& files);
 
-    /// Whether the service has a file of its own at all.
-    [[nodiscard]] bool has_file() const { return file_->path != nullptr; }
+    /// The shares of an open file, or of one that open() passed over, which has none.
+    share_list& shares(const ShareFile& file);
+    share_list& registered() { return shares(share_register_file()); }
 
-    /// Rewrites the file and hands it to the configuration tool. Code::ok or
-    /// Code::service_file_unwritten, which leaves it short.
-    Code write();
+    /// Rewrites open files with their shares, makes that durable, and hands them to the
+    /// configuration tool in that order. One that is null or has no path is passed over. Code::ok;
+    /// Code::share_register_unwritten or Code::service_file_unwritten, Code::file_locked when
+    /// somebody keeps reading: all files are then as they were.
+    Code write(const std::vector<const ShareFile*>& files);
 
   private:
-    const ShareFile* file_ = nullptr;
-    FileDescriptor fd_;
-    share_list shares_;
+    struct OpenFile {
+        const ShareFile* file = nullptr;
+        FileDescriptor fd;
+        bool was_made = false; ///< by us, and nothing is in it yet
+        std::string text;      ///< what it holds
+        share_list shares;
+    };
+    struct Rewrite {
+        OpenFile* file;
+        std::string text;
+    };
+
+    OpenFile* find(const ShareFile& file);
+    Code open_one(const ShareFile& file);
+    static Code rewrite_all(std::list<Rewrite>& rewrites);
+
+    std::list<OpenFile> files_; ///< in the order of opening
 };
 
-/// The register in the same way: Code::ok; Code::share_register_unopened, Code::file_locked,
-/// Code::share_file_malformed; write() gives Code::share_register_unwritten.
-class OpenRegister {
-  public:
-    Code open();
-    [[nodiscard]] share_list& shares() { return shares_; }
-    Code write();
+/// Opens a service's live file, or the recycle file that keeps its forbidden shares. Also
+/// Code::unknown_service, for a service without one.
+Code service_conf_open(ShareFiles& files, std::string_view service);
+Code recy_conf_open(ShareFiles& files, std::string_view service);
 
-  private:
-    FileDescriptor fd_;
-    share_list shares_;
-};
-
-/// live_file() or recycle_file(), opened. Also Code::unknown_service.
-Code service_conf_open(OpenServiceFile& file, std::string_view service);
-Code recy_conf_open(OpenServiceFile& file, std::string_view service);
-
-/// Reads a file of exports: Code::ok, Code::service_file_unopened, Code::file_locked or
-/// Code::share_file_malformed.
-Code read_exports_file(const char* path, share_list& list);
+/// Rewrites the register alone.
+Code share_list_write(ShareFiles& files);
 
 } // namespace zav

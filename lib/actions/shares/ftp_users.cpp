@@ -5,6 +5,7 @@
 #include "base/command.h"
 #include "base/file.h"
 #include "base/log.h"
+#include "base/replacement.h"
 #include "base/text.h"
 #include "inventory/share_users.h"
 #include "platform/conf_save.h"
@@ -24,6 +25,8 @@ namespace zav {
 namespace {
 
 constexpr mode_t ftp_user_file_mode = 0777;
+/// The system's own lock on its account files, which useradd and the like take as well.
+constexpr const char* accounts_lock_path = "/etc/.pwd.lock";
 
 std::string own_home(std::string_view user) {
     return std::string("/home/").append(user);
@@ -34,40 +37,69 @@ void merge_user(char action, std::string_view user) {
     ignore(run_and_log(format_text(merge_user_command, action, ftp_user_path(user).c_str())));
 }
 
-Code write_user_file(const char* path, const Lines& lines) {
-    FileDescriptor fd =
-        FileDescriptor::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW, ftp_user_file_mode);
-    if (!fd) {
+Code write_user_file(const std::string& path, const Lines& lines) {
+    std::string text;
+    for (const std::string& line : lines) {
+        text += line;
+    }
+    struct stat status = {};
+    const bool is_there = ::lstat(path.c_str(), &status) == 0;
+    if (is_there && !S_ISREG(status.st_mode)) {
         return Code::ftp_user_file_unopened;
     }
-    for (const std::string& line : lines) {
-        if (!write_all(fd.get(), line)) {
-            return Code::ftp_user_file_unwritten;
-        }
+    FileRights rights = {.mode = ftp_user_file_mode, .owner = {}, .group = {}};
+    if (is_there) {
+        rights = {status.st_mode & ftp_user_file_mode, status.st_uid, status.st_gid};
     }
-    return fd.close() ? Code::ok : Code::ftp_user_file_unwritten;
+    // A user whose file is cut short would see every share.
+    if (replace_file(path, text, rights)) {
+        return Code::ok;
+    }
+    const bool has_no_room = errno == ENOSPC || errno == EDQUOT || errno == EFBIG || errno == EIO;
+    return has_no_room ? Code::ftp_user_file_unwritten : Code::ftp_user_file_unopened;
 }
 
 void remove_user_file(std::string_view user) {
     merge_user('d', user);
-    ::unlink(ftp_user_path(user).c_str());
+    const std::string path = ftp_user_path(user);
+    if (::unlink(path.c_str()) == 0) {
+        ignore(sync_directory_of(path));
+    }
 }
 
 } // namespace
 
-Code rewrite_home(std::string_view user, std::string_view home) {
+bool AccountLock::take() {
+    if (!fd_) {
+        fd_ = FileDescriptor::open(accounts_lock_path, O_WRONLY | O_CREAT | O_NOFOLLOW,
+                                   S_IRUSR | S_IWUSR);
+        if (fd_ && !lock_and_wait(fd_.get())) {
+            fd_.close();
+        }
+    }
+    return bool(fd_);
+}
+
+Code rewrite_home(std::string_view user, std::string_view home, AccountLock& accounts) {
+    if (!accounts.take() || !finish_replacement(passwd_path)) {
+        return Code::lines_unread;
+    }
     const Capture copy("/tmp/passwd.XXXXXX");
     const auto lines = read_file_lines(passwd_path);
     if (!lines) {
         return lines.code();
     }
+    const std::string text = passwd_text(*lines, user, home);
     const std::string command = format_text(move_command, copy.path(), passwd_path);
-    if (!write_copy(copy.path(), passwd_text(*lines, user, home), passwd_path)) {
+    if (!write_copy(copy.path(), text, passwd_path)) {
         // An incomplete file must not become the system's.
         ignore(refuse_command(command, FailureWording::no_blanks_around_for));
         return Code::command_failed;
     }
-    if (failed(run_and_log(command, FailureWording::no_blanks_around_for))) {
+    const WaitStatus status = replace_by_command(passwd_path, text, [&command] {
+        return run_and_log(command, FailureWording::no_blanks_around_for);
+    });
+    if (failed(status)) {
         return Code::command_failed;
     }
     ignore(conf_save(passwd_path));
@@ -83,7 +115,7 @@ Code ftp_user_set(const share_info& share) {
         return Code::ftp_user_file_unopened;
     }
     const Code result =
-        write_user_file(ftp_user_path(share.users).c_str(), ftp_user_lines(*defaults, share));
+        write_user_file(ftp_user_path(share.users), ftp_user_lines(*defaults, share));
     if (failed(result)) {
         return result;
     }
@@ -92,9 +124,9 @@ Code ftp_user_set(const share_info& share) {
     return Code::ok;
 }
 
-Code ftp_user_remove(const share_info& share) {
+Code ftp_user_remove(const share_info& share, AccountLock& accounts) {
     const std::string_view user = share.users;
-    if (!is_ftp_user_name(user) || failed(rewrite_home(user, own_home(user)))) {
+    if (!is_ftp_user_name(user) || failed(rewrite_home(user, own_home(user), accounts))) {
         return log_return(Code::home_not_rewritten);
     }
     remove_user_file(user);
@@ -102,22 +134,27 @@ Code ftp_user_remove(const share_info& share) {
     return Code::ok;
 }
 
-Code ftp_bind(const share_info& share) {
+Code ftp_bind(const share_info& share, AccountLock& accounts) {
     if (share.users == default_ftp_user) {
         return Code::ok;
     }
-    const Code result = rewrite_home(share.users, ftp_home);
+    if (!is_ftp_user_name(share.users)) {
+        return Code::ftp_user_file_unopened;
+    }
+    const Code result = rewrite_home(share.users, ftp_home, accounts);
     return failed(result) ? result : ftp_user_set(share);
 }
 
 Code ftp_mod(const share_info& share, std::string_view old_user) {
+    AccountLock accounts;
     if (old_user != default_ftp_user && !old_user.empty()) {
-        if (!is_ftp_user_name(old_user) || failed(rewrite_home(old_user, own_home(old_user)))) {
+        if (!is_ftp_user_name(old_user) ||
+            failed(rewrite_home(old_user, own_home(old_user), accounts))) {
             return log_return(Code::share_not_edited, LogSite::numbered(679));
         }
         remove_user_file(old_user);
     }
-    if (const Code result = ftp_bind(share); failed(result)) {
+    if (const Code result = ftp_bind(share, accounts); failed(result)) {
         log_failure(result);
         return Code::share_not_edited;
     }

@@ -5,15 +5,26 @@
 #pragma once
 
 #include "base/codes.h"
+#include "base/file.h"
 #include "records/share.h"
 
 #include <string_view>
 
 namespace zav {
 
-/// Gives a user of the system another home. Runs mv. Code::ok; a code of read_file_lines();
-/// Code::command_failed.
-Code rewrite_home(std::string_view user, std::string_view home);
+/// The lock on the system's accounts, waited for, which programs such as useradd respect.
+class AccountLock {
+  public:
+    /// Takes it, unless it is held. False when it cannot be had in time.
+    bool take();
+
+  private:
+    FileDescriptor fd_;
+};
+
+/// Gives a user of the system another home, under the lock. Runs mv; /etc/passwd is as before when
+/// that fails. Code::ok; a code of read_file_lines(), also without the lock; Code::command_failed.
+Code rewrite_home(std::string_view user, std::string_view home, AccountLock& accounts);
 
 /// Writes the file of the share's user and hands it to the FTP server. Runs fxml. Code::ok; a code
 /// of read_file_lines(); Code::ftp_user_file_unopened or Code::ftp_user_file_unwritten.
@@ -21,7 +32,7 @@ Code ftp_user_set(const share_info& share);
 
 /// Takes the share's user from the FTP server and gives it its own home again. Runs mv, fxml.
 /// Code::ok or Code::home_not_rewritten.
-Code ftp_user_remove(const share_info& share);
+Code ftp_user_remove(const share_info& share, AccountLock& accounts);
 
 /// Binds the share's user, new homes first, instead of `old_user`. Code::ok or
 /// Code::share_not_edited.
@@ -32,6 +43,6 @@ inline constexpr std::string_view ftp_home = "/home/ftpuser";
 
 /// Binds the share's user, unless it is the default one: its home first. Code::ok or the code of
 /// the step that failed.
-Code ftp_bind(const share_info& share);
+Code ftp_bind(const share_info& share, AccountLock& accounts);
 
 } // namespace zav

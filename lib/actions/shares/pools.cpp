@@ -4,6 +4,7 @@
 #include "actions/filesystems/filesystems.h"
 #include "actions/filesystems/mount_register.h"
 #include "actions/pools/pools.h"
+#include "actions/shares/ftp_users.h"
 #include "base/codes.h"
 #include "base/command.h"
 #include "base/log.h"
@@ -15,6 +16,7 @@
 #include "sources/fs_repair.h"
 
 #include <algorithm>
+#include <sys/stat.h>
 
 namespace zav {
 
@@ -46,8 +48,34 @@ Code register_mount(const std::string& mntpoint, const char* group, const char* 
     return result == Code::mount_point_registered ? Code::ok : result;
 }
 
+/// Whether none of the path's directories behind `base` is a link: its owner could lead a mount
+/// anywhere. What is missing is none.
+bool is_without_links(const std::string& path, std::string_view base) {
+    for (std::size_t end = base.size(); end != std::string::npos;) {
+        end = path.find('/', end + 1);
+        struct stat status = {};
+        if (::lstat(path.substr(0, end).c_str(), &status) == 0 && S_ISLNK(status.st_mode)) {
+            log_error("'%s' is a link: nothing is mounted there", path.substr(0, end).c_str());
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Whether a mount point is where it seems to be: in its home a user may put what it likes.
+bool is_safe_mount_point(const std::string& mntpoint) {
+    return !mntpoint.starts_with(std::string(ftp_home) + "/") ||
+           is_without_links(mntpoint, ftp_home);
+}
+
 Code mount_at(const std::string& mntpoint, const char* group, const char* pool) {
-    ignore(mntdir_create(mntpoint.c_str()));
+    if (!is_safe_mount_point(mntpoint)) {
+        return Code::fs_not_mounted;
+    }
+    ignore(mntdir_create(mntpoint.c_str())); // protected from here on, also from being replaced
+    if (!is_safe_mount_point(mntpoint)) {
+        return Code::fs_not_mounted;
+    }
     return !failed(fs_mount(mntpoint.c_str(), group, pool)) ? register_mount(mntpoint, group, pool)
                                                             : Code::fs_not_mounted;
 }
@@ -74,7 +102,14 @@ Result<GroupName> find_pool_group(const char* pool, Sink& out) {
     }
     const auto found = std::ranges::find_if(
         pools, [pool](const pool_info& record) { return last_component(record.name) == pool; });
-    return found != pools.end() ? GroupName(found->vgname.view()) : GroupName();
+    if (found == pools.end()) {
+        return GroupName();
+    }
+    if (!is_plain_name(found->vgname.view())) {
+        log_error("no command takes the group '%s' of pool '%s'", found->vgname.c_str(), pool);
+        return GroupName();
+    }
+    return GroupName(found->vgname.view());
 }
 
 Code mount_share(const share_info& share, const char* group) {
@@ -93,7 +128,9 @@ Code mount_again(const share_info& share, const char* group) {
         return mount_share(share, group);
     }
     const std::string mntpoint = path_of(share, group);
-    ignore(mntdir_create(mntpoint.c_str()));
+    if (!fs_is_mounted(mntpoint)) {
+        ignore(mntdir_create(mntpoint.c_str())); // else this would protect the share's own root
+    }
     return register_mount(mntpoint, group, share.name.c_str());
 }
 

@@ -16,7 +16,8 @@ namespace zav {
 /// Where a share of that service is mounted; for iSCSI the device that it exports.
 std::string share_path(std::string_view type, const char* group, const char* name);
 
-/// The group of a pool, by the pool list; empty when there is no such pool.
+/// The group of a pool, by the pool list; empty when there is no such pool, or when its name can be
+/// in no command, which is logged.
 /// Code::pool_output_unread.
 Result<GroupName> find_pool_group(const char* pool, Sink& out);
 
@@ -28,8 +29,8 @@ Code mount_share(const share_info& share, const char* group);
 /// mounted on a directory of the share's name it is only registered.
 Code mount_missing_share(const share_info& share, const char* group);
 
-/// The same for restoring: the mount point is made even so, and chattr then protects the root of
-/// what is mounted there.
+/// The same at the share's own mount point; where something is mounted on a directory of the
+/// share's name nothing more is mounted, and a mount point that is in use is left alone.
 Code mount_again(const share_info& share, const char* group);
 
 /// Takes the mount point out of the register and removes it. Without a group it only logs that,

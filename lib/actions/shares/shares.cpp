@@ -5,6 +5,7 @@
 #include "actions/groups/recovery.h"
 #include "actions/pools/pools.h"
 #include "actions/services/control.h"
+#include "actions/shares/files.h"
 #include "actions/shares/ftp_users.h"
 #include "actions/shares/pools.h"
 #include "actions/shares/steps.h"
@@ -14,6 +15,8 @@
 #include "inventory/pools.h"
 #include "inventory/shares.h"
 #include "platform/services.h"
+
+#include <algorithm>
 
 namespace zav {
 
@@ -42,24 +45,54 @@ bool has_own_ftp_user(const share_info& share) {
 
 /// The group that a share's pool is in; empty when nothing tells.
 GroupName find_group(const char* name, Sink& out) {
-    if (const auto group = get_vgname_from_lvdisplay(name)) {
-        return *group;
-    }
     GroupName group;
-    vgname_from_backup(name, group, out);
+    if (const auto found = get_vgname_from_lvdisplay(name)) {
+        group = *found;
+    } else {
+        vgname_from_backup(name, group, out);
+    }
+    if (!group.empty() && !is_plain_name(group.view())) {
+        log_error("no command takes the group '%s' of share '%s'", group.c_str(), name);
+        group.clear();
+    }
     return group;
 }
 
 /// The end of each way to put a share in use: no longer in a recycle file, but in its service's.
-Code put_in_use(const share_info& share, LogSite operation) {
-    const Code removed = remove_from_recycle_files(share);
-    if (failed(removed) && removed != Code::share_not_listed) {
-        return fail(removed, Code::share_not_edited, operation);
-    }
-    const Code applied = apply_share(share);
-    return !failed(applied) || applied == Code::share_not_listed
+Code put_in_use(ShareFiles& files, share_info& share, LogSite operation) {
+    const Code result = use_forbidden_share(files, share);
+    return !failed(result) || result == Code::share_not_listed
                ? Code::ok
-               : fail(applied, Code::share_not_edited, operation);
+               : fail(result, Code::share_not_edited, operation);
+}
+
+/// Whether the share is one of that service. The list of all joins several services by commas.
+bool is_served_by(const share_info& share, std::string_view type) {
+    const auto types = split(share.type, ",");
+    return std::ranges::any_of(
+        types, [type](std::string_view served) { return equal_ignoring_case(served, type); });
+}
+
+/// Whether the share could be added now: a repair may take hours, in which the files are not
+/// locked.
+Code check_files(const share_info& share) {
+    ShareFiles files;
+    return open_files_of(files, share);
+}
+
+/// Registers a share before it exists: whoever asks for the name meanwhile is refused.
+Code register_new(const share_info& share, LogSite operation = LogSite::here()) {
+    ShareFiles files;
+    const Code opened = files.open({&share_register_file()});
+    if (const Code taken = check_share(share.name.c_str()); failed(taken)) {
+        log_failure(taken, operation);
+        return taken;
+    }
+    const Code added = failed(opened) ? opened : add_share(files, share);
+    if (failed(added)) {
+        log_failure(added, operation);
+    }
+    return !failed(added) || added == Code::share_listed ? added : Code::share_not_created;
 }
 
 } // namespace
@@ -73,20 +106,16 @@ Code share_space_check(const char* group, Gib size, Sink& out) {
 }
 
 Code create_share(const share_info& share, const char* group, Sink& out) {
-    if (const Code result = check_share(share.name.c_str()); failed(result)) {
-        return log_return(result);
-    }
-    // Registered before it exists: whoever asks for the name meanwhile is refused.
-    if (const Code result = add_share(share); failed(result)) {
-        return result == Code::share_listed ? log_return(result)
-                                            : fail(result, Code::share_not_created);
+    if (const Code result = register_new(share); failed(result)) {
+        return result;
     }
     if (const Code result = create_pool(share, group, out); failed(result)) {
         return log_return(result);
     }
     if (has_own_ftp_user(share)) {
+        AccountLock accounts;
         Code result = ftp_user_set(share);
-        result = failed(result) ? result : rewrite_home(share.users, ftp_home);
+        result = failed(result) ? result : rewrite_home(share.users, ftp_home, accounts);
         if (failed(result)) {
             return fail(result, Code::share_not_created);
         }
@@ -106,9 +135,16 @@ Code create_share(const share_info& share, const char* group, Sink& out) {
 }
 
 Code delete_share(const char* name, Sink& out) {
+    ShareFiles files;
+    const Code opened = files.open({&share_register_file()});
     share_info share;
     if (const Code result = find_share(name, share); failed(result)) {
         return log_return(result);
+    }
+    // A share that cannot be taken out of its files keeps its pool as well.
+    if (const Code result = failed(opened) ? opened : open_to_remove(files, share);
+        failed(result)) {
+        return fail(result, Code::share_not_deleted);
     }
     GroupName group;
     if (const Code result = handle_abnorm_raid(name, group, out); failed(result)) {
@@ -122,16 +158,17 @@ Code delete_share(const char* name, Sink& out) {
         group = *found;
     }
     const bool is_forbidden = share.type.empty();
-    return is_forbidden ? del_forbid_share(share, group, out) : del_use_share(share, group, out);
+    return is_forbidden ? del_forbid_share(files, share, group, out)
+                        : del_use_share(files, share, group, out);
 }
 
-Code del_use_share(const share_info& share, const GroupName& group, Sink& out) {
-    const Code result =
-        is_on_device(share) ? del_iscsi_share(share, group, out) : del_snf_share(share, group, out);
+Code del_use_share(ShareFiles& files, const share_info& share, const GroupName& group, Sink& out) {
+    const Code result = is_on_device(share) ? del_iscsi_share(files, share, group, out)
+                                            : del_snf_share(files, share, group, out);
     return !failed(result) ? Code::ok : log_return(result);
 }
 
-Code del_snf_share(const share_info& share, const GroupName& group, Sink& out) {
+Code del_snf_share(ShareFiles& files, const share_info& share, const GroupName& group, Sink& out) {
     if (const Code result = check_umount(share.name.c_str(), out); failed(result)) {
         return fail(result, Code::fs_not_unmounted);
     }
@@ -140,18 +177,20 @@ Code del_snf_share(const share_info& share, const GroupName& group, Sink& out) {
         return log_return(result);
     }
     if (has_own_ftp_user(share)) {
-        if (const Code result = ftp_user_remove(share); failed(result)) {
+        AccountLock accounts;
+        if (const Code result = ftp_user_remove(share, accounts); failed(result)) {
             return fail(result, Code::share_not_deleted);
         }
     }
-    const Code result = remove_share(share);
+    const Code result = remove_share(files, share);
     return !failed(result) || result == Code::share_not_listed
                ? Code::ok
                : fail(result, Code::share_not_deleted);
 }
 
-Code del_iscsi_share(const share_info& share, const GroupName& group, Sink& out) {
-    if (const Code result = remove_share(share);
+Code del_iscsi_share(ShareFiles& files, const share_info& share, const GroupName& group,
+                     Sink& out) {
+    if (const Code result = remove_share(files, share);
         failed(result) && result != Code::share_not_listed) {
         return fail(result, Code::share_not_deleted);
     }
@@ -160,7 +199,8 @@ Code del_iscsi_share(const share_info& share, const GroupName& group, Sink& out)
     return !failed(result) ? Code::ok : log_return(result);
 }
 
-Code del_forbid_share(const share_info& share, const GroupName& group, Sink& out) {
+Code del_forbid_share(ShareFiles& files, const share_info& share, const GroupName& group,
+                      Sink& out) {
     if (const Code result = check_umount(share.name.c_str(), out); failed(result)) {
         return fail(result, Code::fs_not_unmounted);
     }
@@ -168,13 +208,15 @@ Code del_forbid_share(const share_info& share, const GroupName& group, Sink& out
     if (const Code result = remove_share_pool(share, group, out); failed(result)) {
         return log_return(result);
     }
-    const Code result = remove_forbidden_share(share);
+    const Code result = remove_forbidden_share(files, share);
     return !failed(result) || result == Code::share_not_listed
                ? Code::ok
                : fail(result, Code::share_not_deleted);
 }
 
 Code edit_share(share_info& share, int state, Sink& out) {
+    ShareFiles files;
+    const Code opened = files.open({&share_register_file()});
     share_info current;
     if (const Code result = find_share(share.name.c_str(), current); failed(result)) {
         return log_return(result);
@@ -182,97 +224,129 @@ Code edit_share(share_info& share, int state, Sink& out) {
     share.size = current.size;
     share.path = current.path.view();
     const bool is_in_use = !current.type.empty();
+    if (is_in_use && !is_served_by(current, share.type)) {
+        // Another service would leave this one serving it.
+        return log_return(Code::edit_mode_invalid);
+    }
     if (state == 0) {
-        return is_in_use ? forbid_use_share(share, current.users) : mod_forbiden_share(share);
+        return is_in_use ? forbid_use_share(files, opened, share, current)
+                         : mod_forbiden_share(files, opened, share);
     }
     if (is_in_use) {
-        if (has_ftp_account(share)) {
-            if (const Code result = ftp_mod(share, current.users); failed(result)) {
-                return log_return(result);
-            }
-        }
-        return mod_use_share(share);
+        return mod_use_share(files, opened, share, current.users);
     }
-    recall_texts(share);
-    return share.type == share_type::ftp ? set_to_ftp(share, out) : set_to_smbnfs(share, out);
+    return share.type == share_type::ftp ? set_to_ftp(files, opened, share, out)
+                                         : set_to_smbnfs(files, opened, share, out);
 }
 
-Code forbid_use_share(share_info& share, std::string_view current_user) {
+Code forbid_use_share(ShareFiles& files, Code opened, share_info& share,
+                      const share_info& current) {
+    opened = failed(opened) ? opened : open_files_of(files, share);
+    if (failed(opened)) {
+        return fail(opened, Code::share_not_forbidden);
+    }
     if (!has_ftp_account(share)) {
-        const Code result = forbid_share(share);
+        const Code result = forbid_share(files, share, current.type);
         const bool is_done =
             !failed(result) || result == Code::share_listed || result == Code::share_not_listed;
         return is_done ? Code::ok : fail(result, Code::share_not_forbidden);
     }
+    const bool has_own_user = !current.users.empty() && current.users != default_ftp_user;
+    AccountLock accounts;
+    if (has_own_user && !accounts.take()) {
+        return fail(Code::lines_unread, Code::share_not_forbidden);
+    }
     const Code result =
-        unmount_and_unregister(share, share_path(share_type::ftp, "", share.name.c_str()));
+        unmount_and_unregister(files, share, share_path(share_type::ftp, "", share.name.c_str()));
     if (failed(result) && result != Code::share_not_listed) {
         return fail(result, Code::share_not_forbidden);
     }
-    if (current_user.empty() || current_user == default_ftp_user) {
+    if (!has_own_user) {
         return Code::ok;
     }
     share_info bound;
-    bound.users = current_user;
-    const Code unbound = ftp_user_remove(bound);
+    bound.users = current.users.view();
+    const Code unbound = ftp_user_remove(bound, accounts);
     return !failed(unbound) ? Code::ok : fail(unbound, Code::share_not_forbidden);
 }
 
-Code mod_use_share(const share_info& share) {
-    const Code result = apply_share(share);
+Code mod_use_share(ShareFiles& files, Code opened, const share_info& share,
+                   std::string_view current_user) {
+    opened = failed(opened) ? opened : open_files_of(files, share);
+    if (failed(opened)) {
+        return fail(opened, Code::share_not_used);
+    }
+    if (has_ftp_account(share)) {
+        if (const Code result = ftp_mod(share, current_user); failed(result)) {
+            return log_return(result, {"edit_share", __builtin_LINE()});
+        }
+    }
+    const Code result = apply_share(files, share);
     return !failed(result) || result == Code::share_not_listed ? result
                                                                : fail(result, Code::share_not_used);
 }
 
 // Spelled so on purpose: support searches logs for it.
-Code mod_forbiden_share(share_info& share) {
-    const Code result = edit_forbidden_share(share);
+Code mod_forbiden_share(ShareFiles& files, Code opened, share_info& share) {
+    const Code result = failed(opened) ? opened : edit_forbidden_share(files, share);
     return !failed(result) || result == Code::share_not_listed
                ? result
                : fail(result, Code::share_not_edited);
 }
 
-Code set_to_ftp(share_info& share, Sink& out) {
+Code set_to_ftp(ShareFiles& files, Code opened, share_info& share, Sink& out) {
     const char* name = share.name.c_str();
     const GroupName group = find_group(name, out);
     if (group.empty()) {
         return log_return(Code::no_such_group);
+    }
+    if (const Code result = failed(opened) ? opened : open_to_use(files, share); failed(result)) {
+        return fail(result, Code::share_not_edited);
     }
     if (const Code result = check_umount(name, out); failed(result)) {
         return fail(result, Code::fs_not_unmounted);
     }
     const std::string old_path = share_path(share_type::samba, group.c_str(), name);
+    const std::string new_path = share_path(share_type::ftp, group.c_str(), name);
     ignore(mntdir_remove(old_path.c_str()));
     ignore(mdfstab_remove(old_path.c_str()));
-    share.path = share_path(share_type::ftp, group.c_str(), name);
+    if (share.path != old_path && share.path != new_path && is_plain_path(share.path)) {
+        ignore(mdfstab_remove(share.path.c_str())); // or the pool would stand in two lines
+    }
+    share.path = new_path;
     if (const Code result = mount_share(share, group.c_str()); result == Code::fs_not_mounted) {
         return log_return(result);
     }
-    if (const Code result = ftp_bind(share); failed(result)) {
+    AccountLock accounts;
+    if (const Code result = ftp_bind(share, accounts); failed(result)) {
         return fail(result, Code::share_not_edited);
     }
-    return put_in_use(share, LogSite::here());
+    return put_in_use(files, share, LogSite::here());
 }
 
-Code set_to_smbnfs(share_info& share, Sink& out) {
+Code set_to_smbnfs(ShareFiles& files, Code opened, share_info& share, Sink& out) {
     const char* name = share.name.c_str();
     const GroupName group = find_group(name, out);
     if (group.empty()) {
         return log_return(Code::no_such_group);
+    }
+    if (const Code result = failed(opened) ? opened : open_to_use(files, share); failed(result)) {
+        return fail(result, Code::share_not_edited);
     }
     share.path = share_path(share_type::samba, group.c_str(), name);
     if (const Code result = mount_missing_share(share, group.c_str());
         result == Code::fs_not_mounted) {
         return log_return(result);
     }
-    return put_in_use(share, LogSite::here());
+    return put_in_use(files, share, LogSite::here());
 }
 
 Code restore_share(share_info& share, const char* group) {
     if (has_ftp_account(share)) {
         share.users = default_ftp_user;
     }
-    const Code added = add_share(share);
+    ShareFiles files;
+    const Code added = add_share(files, share);
     if (failed(added) && added != Code::share_listed) {
         return fail(added, Code::share_not_restored);
     }
@@ -300,6 +374,9 @@ Code repair_share(const char* name, std::string_view type, const char* group, Si
     if (has_ftp_account(share)) {
         share.users = default_ftp_user;
     }
+    if (const Code result = check_files(share); failed(result)) {
+        return fail(result, Code::share_not_repaired);
+    }
     if (const Code result = check_umount(name, out); failed(result)) {
         return fail(result, Code::fs_not_unmounted);
     }
@@ -307,7 +384,8 @@ Code repair_share(const char* name, std::string_view type, const char* group, Si
     if (const Code result = mount_again(share, group); result == Code::fs_not_mounted) {
         return log_return(result);
     }
-    const Code added = add_share(share);
+    ShareFiles files;
+    const Code added = add_share(files, share);
     return !failed(added) || added == Code::share_listed ? Code::ok
                                                          : fail(added, Code::share_not_repaired);
 }

@@ -2,13 +2,13 @@
 #include "actions/shares/steps.h"
 
 #include "actions/filesystems/filesystems.h"
-#include "actions/shares/files.h"
 #include "base/codes.h"
 #include "base/log.h"
+#include "base/text.h"
+#include "inventory/mounts.h"
 #include "platform/services.h"
 #include "records/share_index.h"
 
-#include <list>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -17,7 +17,9 @@ namespace zav {
 
 namespace {
 
-share_info& append_copy(share_list& list, const share_info& share) {
+const ShareFile* const share_register = &share_register_file();
+
+share_info& append_as_is(share_list& list, const share_info& share) {
     return list.append(std::make_unique<share_info>(share));
 }
 
@@ -29,34 +31,69 @@ share_info with_given(const share_info& entry, const share_info& share) {
     return given;
 }
 
-/// Brings the file of the share's service in line with the registered shares.
-Code update_live_file(const share_info& share, const share_list& registered) {
-    OpenServiceFile live;
-    if (const Code result = service_conf_open(live, share.type); failed(result)) {
-        return result;
+void fill_missing_texts(share_info& share, const share_info& source) {
+    if (share.users.empty()) {
+        share.users = source.users.view();
     }
+    if (share.comment.empty()) {
+        share.comment = source.comment.view();
+    }
+}
+
+/// The share as the recycle file of its service has it; null when that does not.
+const share_info* find_parked(ShareFiles& files, const share_info& share) {
+    const ShareFile* recycled = recycle_file(share.type);
+    return recycled != nullptr ? find_same(files.shares(*recycled), share) : nullptr;
+}
+
+/// No file knows who may use a share that its service's file does not have.
+void warn_of_open_share(const share_info& share) {
+    if (share.users.empty()) {
+        log_error("nothing tells the users of share '%s': it is open to everybody",
+                  share.name.c_str());
+    }
+}
+
+/// Completes a share that its service's file has lost: what the recycle file knows of users and
+/// access is better than everybody's.
+void recall_lost(ShareFiles& files, share_info& share) {
+    const share_info* known = find_parked(files, share);
+    if (known == nullptr) {
+        warn_of_open_share(share);
+        return;
+    }
+    fill_missing_texts(share, *known);
+    share.write = share.write != 0 && known->write != 0 ? 1 : 0;
+}
+
+/// Brings the shares of a service in line with the registered ones.
+void update_live_shares(ShareFiles& files, const share_info& share, bool is_new) {
+    const ShareFile& live = *live_file(share.type);
     ShareIndex members = first_shares(
-        live.shares(), [](const share_info&) { return true; }, lookup_name);
-    for (const share_info& entry : registered) {
+        files.shares(live), [](const share_info&) { return true; }, lookup_name);
+    for (const share_info& entry : files.registered()) {
         if (share_info* member = find(members, lookup_name(entry))) {
             copy_given(member->path, entry.path);
             copy_given(member->users, entry.users);
             copy_given(member->comment, entry.comment);
-        } else if (entry.type == share.type) {
+        } else if (entry.type == share.type && live.path != nullptr) {
             // The register has no users: without those given this share would be everybody's.
-            share_info& added = append_copy(
-                live.shares(), entry.name == share.name ? with_given(entry, share) : entry);
+            const bool is_given = entry.name == share.name;
+            share_info& added =
+                append_as_is(files.shares(live), is_given ? with_given(entry, share) : entry);
+            if (!is_given || !is_new) {
+                recall_lost(files, added);
+            }
             members.emplace(lookup_name(added), &added);
         }
     }
-    return live.write();
 }
 
 /// Whether the list had the share, which it has afterwards.
 bool apply(const share_info& share, share_list& list) {
     share_info* member = find_same(list, share);
     if (member == nullptr) {
-        append_copy(list, share);
+        append_as_is(list, share);
         return false;
     }
     copy_given(member->comment, share.comment);
@@ -69,237 +106,197 @@ bool apply(const share_info& share, share_list& list) {
     return true;
 }
 
-/// Updates the register's entry. Code::ok, Code::share_not_listed when it was added, or a code.
-Code update_register(const share_info& share) {
-    OpenRegister entries;
-    if (const Code result = entries.open(); failed(result)) {
-        return result;
-    }
-    const bool was_listed = share_list_update(share, entries.shares());
-    const Code result = entries.write();
-    return failed(result) || was_listed ? result : Code::share_not_listed;
-}
-
-void fill_missing_texts(share_info& share, const share_info& source) {
-    if (share.users.empty()) {
-        share.users = source.users.view();
-    }
-    if (share.comment.empty()) {
-        share.comment = source.comment.view();
-    }
-}
-
-/// Takes a share out of its service's file; `share` gets the texts it had there where it has none.
-Code take_from_live_file(share_info& share) {
-    OpenServiceFile live;
-    if (const Code result = service_conf_open(live, share.type); failed(result)) {
-        return result;
-    }
-    const share_info* member = find_same(live.shares(), share);
-    const bool was_listed = member != nullptr;
-    if (was_listed) {
-        fill_missing_texts(share, *member);
-        share_list_remove(live.shares(), share);
-    }
-    const Code result = live.write();
-    return failed(result) || was_listed ? result : Code::share_not_listed;
-}
-
-Code put_into_recycle_file(const share_info& share) {
-    OpenServiceFile recycled;
-    if (const Code result = recy_conf_open(recycled, share.type); failed(result)) {
-        return result;
-    }
-    const bool is_new = share_list_add(share, recycled.shares());
-    const Code result = recycled.write();
-    return failed(result) || is_new ? result : Code::share_listed;
-}
-
-/// Takes a share out of one recycle file, which is rewritten either way.
-Code take_from_recycle_file(std::string_view service, const share_info& share) {
-    OpenServiceFile recycled;
-    if (const Code result = recy_conf_open(recycled, service); failed(result)) {
-        return result;
-    }
-    const bool was_listed = share_list_remove(recycled.shares(), share);
-    const Code result = recycled.write();
-    return failed(result) || was_listed ? result : Code::share_not_listed;
-}
-
-/// The services that keep their forbidden shares in a file.
-std::vector<const Service*> recycling_services() {
-    std::vector<const Service*> found;
-    for (const Service& service : services()) {
-        if (service.recycled != nullptr) {
-            found.push_back(&service);
-        }
-    }
-    return found;
-}
-
-/// A failure, not merely a share that was or was not listed.
-bool is_failure(Code result) {
-    return failed(result) && result != Code::share_listed && result != Code::share_not_listed;
-}
-
-} // namespace
-
-Code add_share(const share_info& share) {
-    OpenRegister entries;
-    if (const Code result = entries.open(); failed(result)) {
-        return result;
-    }
-    const bool is_new = share_list_add(share, entries.shares());
-    if (is_new) {
-        if (const Code result = entries.write(); failed(result)) {
-            return result;
-        }
-    }
-    const Code result = update_live_file(share, entries.shares());
-    return failed(result) || is_new ? result : Code::share_listed;
-}
-
-Code apply_share(const share_info& share) {
-    OpenRegister entries;
-    if (const Code result = entries.open(); failed(result)) {
-        return result;
-    }
-    apply(share, entries.shares());
-    if (const Code result = entries.write(); failed(result)) {
-        return result;
-    }
-    OpenServiceFile live;
-    if (const Code result = service_conf_open(live, share.type); failed(result)) {
-        return result;
-    }
-    const bool was_listed = apply(share, live.shares()) || !live.has_file();
-    const Code result = live.write();
-    return failed(result) || was_listed ? result : Code::share_not_listed;
-}
-
-Code forbid_share(share_info& share) {
-    share_info moved = share;
-    share.type.clear();
-    Code result = update_register(share);
-    if (is_failure(result)) {
-        return result;
-    }
-    result = take_from_live_file(moved);
-    if (is_failure(result) || recycle_file(moved.type) == nullptr) {
-        return result;
-    }
-    const Code recycled = put_into_recycle_file(moved);
-    return failed(result) && !is_failure(recycled) ? result : recycled;
-}
-
-Code unmount_and_unregister(share_info& share, const std::string& mntpoint) {
-    if (const Code result = fs_umount(mntpoint.c_str()); failed(result)) {
-        return result; // what is still mounted must not be removed
-    }
-    ignore(mntdir_remove(mntpoint.c_str()));
-    ignore(mdfstab_remove(mntpoint.c_str()));
-    share.type.clear();
-    return update_register(share);
-}
-
-Code edit_forbidden_share(share_info& share) {
-    const share_info given = share;
-    share.type.clear();
-    const Code registered = update_register(share);
-    if (is_failure(registered) || has_ftp_account(given)) {
-        return registered;
-    }
-    OpenServiceFile recycled;
-    if (const Code result = recy_conf_open(recycled, given.type); failed(result)) {
-        return result;
-    }
-    const bool was_listed = share_list_update(share, recycled.shares());
-    const Code result = recycled.write();
-    return failed(result) || (was_listed && !failed(registered)) ? result : Code::share_not_listed;
-}
-
-Code remove_share(const share_info& share) {
-    OpenRegister entries;
-    if (const Code result = entries.open(); failed(result)) {
-        return result;
-    }
-    const bool was_registered = share_list_remove(entries.shares(), share);
-    if (const Code result = entries.write(); failed(result)) {
-        return result;
-    }
-    share_info member = share;
-    const Code result = take_from_live_file(member);
-    return failed(result) || was_registered ? result : Code::share_not_listed;
-}
-
-Code remove_forbidden_share(const share_info& share) {
-    OpenRegister entries;
-    if (const Code result = entries.open(); failed(result)) {
-        return result;
-    }
-    bool was_listed = share_list_remove(entries.shares(), share);
-    std::list<OpenServiceFile> recycled;
-    for (const Service* service : recycling_services()) {
-        OpenServiceFile& file = recycled.emplace_back();
-        if (const Code result = file.open(*service->recycled); failed(result)) {
-            return result;
-        }
-        was_listed = share_list_remove(file.shares(), share) || was_listed;
-    }
-    if (!was_listed) {
-        return Code::share_not_listed;
-    }
-    for (OpenServiceFile& file : recycled) {
-        if (const Code result = file.write(); failed(result)) {
-            return result;
-        }
-    }
-    return entries.write();
-}
-
-Code remove_from_recycle_files(const share_info& share) {
-    Code result = Code::ok; // that of the last one
-    for (const Service* service : recycling_services()) {
-        result = take_from_recycle_file(service->name, share);
-        if (is_failure(result)) {
-            break;
-        }
+/// Opens the register and the live files of services, which are joined by commas.
+Code open_live_files(ShareFiles& files, std::string_view types) {
+    Code result = files.open({share_register});
+    for (const std::string_view type : split(types, ",")) {
+        result = failed(result) ? result : service_conf_open(files, type);
     }
     return result;
 }
 
-void recall_texts(share_info& share) {
-    OpenServiceFile recycled;
-    if (failed(recy_conf_open(recycled, share.type))) {
-        return;
+/// Opens the register and all recycle files.
+Code open_recycle_files(ShareFiles& files) {
+    std::vector<const ShareFile*> recycled = {share_register};
+    for (const Service& service : services()) {
+        recycled.push_back(service.recycled);
     }
-    if (const share_info* member = find_same(recycled.shares(), share)) {
-        fill_missing_texts(share, *member);
-    }
+    return files.open(recycled);
 }
 
-void merge_forbidden_shares(share_list& list) {
-    const ShareIndex members = first_shares(
-        list, [](const share_info&) { return true; }, name_of);
-    for (const Service* service : recycling_services()) {
-        OpenServiceFile recycled;
-        if (const Code result = recycled.open(*service->recycled); failed(result)) {
-            log_failure(result);
-            continue;
-        }
-        for (const share_info& entry : recycled.shares()) {
-            share_info* member = find(members, entry.name);
-            // An empty type is how front ends see that a share is forbidden.
-            if (member == nullptr || !member->type.empty()) {
-                continue;
-            }
-            member->users = entry.users.view();
-            member->write = entry.write;
-            if (member->path.empty()) {
-                member->path = entry.path.view();
-            }
+Code listed(bool was_listed) {
+    return was_listed ? Code::ok : Code::share_not_listed;
+}
+
+} // namespace
+
+Code open_files_of(ShareFiles& files, const share_info& share) {
+    Code result = files.open({share_register});
+    result = failed(result) ? result : service_conf_open(files, share.type);
+    return failed(result) ? result : files.open({recycle_file(share.type)});
+}
+
+Code add_share(ShareFiles& files, const share_info& share) {
+    if (const Code result = open_files_of(files, share); failed(result)) {
+        return result;
+    }
+    const bool is_new = share_list_add(share, files.registered());
+    update_live_shares(files, share, is_new);
+    const Code result = files.write({is_new ? share_register : nullptr, live_file(share.type)});
+    return failed(result) || is_new ? result : Code::share_listed;
+}
+
+Code apply_share(ShareFiles& files, const share_info& share) {
+    if (const Code result = open_files_of(files, share); failed(result)) {
+        return result;
+    }
+    const ShareFile* live = live_file(share.type);
+    apply(share, files.registered());
+    share_info given = share;
+    if (live->path != nullptr && find_same(files.shares(*live), share) == nullptr) {
+        recall_lost(files, given);
+    }
+    const bool was_listed = apply(given, files.shares(*live)) || live->path == nullptr;
+    const Code result = files.write({share_register, live});
+    return failed(result) ? result : listed(was_listed);
+}
+
+Code open_to_use(ShareFiles& files, const share_info& share) {
+    const Code result = open_files_of(files, share);
+    return failed(result) ? result : open_recycle_files(files);
+}
+
+Code use_forbidden_share(ShareFiles& files, share_info& share) {
+    if (const Code result = open_to_use(files, share); failed(result)) {
+        return result;
+    }
+    const share_info* parked = find_parked(files, share);
+    const bool is_known = parked != nullptr;
+    if (is_known) {
+        fill_missing_texts(share, *parked);
+    }
+    std::vector<const ShareFile*> changed;
+    for (const Service& service : services()) {
+        if (service.recycled != nullptr) {
+            share_list_remove(files.shares(*service.recycled), share);
+            changed.push_back(service.recycled);
         }
     }
+    const ShareFile* live = live_file(share.type);
+    apply(share, files.registered());
+    const bool was_listed = apply(share, files.shares(*live)) || live->path == nullptr;
+    if (!was_listed && !is_known) {
+        warn_of_open_share(share);
+    }
+    changed.push_back(share_register);
+    changed.push_back(live);
+    const Code result = files.write(changed);
+    return failed(result) ? result : listed(was_listed);
+}
+
+Code forbid_share(ShareFiles& files, share_info& share, std::string_view served_by) {
+    Code result = open_files_of(files, share);
+    result = failed(result) ? result : open_live_files(files, served_by);
+    if (failed(result)) {
+        return result;
+    }
+    const ShareFile* live = live_file(share.type);
+    const ShareFile* recycled = recycle_file(share.type);
+    share_info moved = share;
+    share.type.clear();
+    share_list_update(share, files.registered());
+    const share_info* member = find_same(files.shares(*live), moved);
+    const bool was_listed = member != nullptr;
+    if (was_listed) {
+        fill_missing_texts(moved, *member);
+        share_list_remove(files.shares(*live), moved);
+    }
+    const bool is_parked = recycled != nullptr && !share_list_add(moved, files.shares(*recycled));
+    std::vector<const ShareFile*> changed = {share_register, live, recycled};
+    for (const std::string_view type : split(served_by, ",")) {
+        const ShareFile* other = live_file(type);
+        if (other != live && share_list_remove(files.shares(*other), moved)) {
+            changed.push_back(other);
+        }
+    }
+    result = files.write(changed);
+    if (failed(result)) {
+        return result;
+    }
+    return was_listed && is_parked ? Code::share_listed : listed(was_listed);
+}
+
+Code unmount_and_unregister(ShareFiles& files, share_info& share, const std::string& mntpoint) {
+    if (const Code result = files.open({share_register}); failed(result)) {
+        return result;
+    }
+    if (const Code result = fs_umount(mntpoint.c_str()); failed(result)) {
+        const auto mounts = read_mounts();
+        if (!mounts || is_mount_point(*mounts, mntpoint)) {
+            return result; // what is still mounted must not be removed
+        }
+    }
+    ignore(mntdir_remove(mntpoint.c_str()));
+    ignore(mdfstab_remove(mntpoint.c_str()));
+    share.type.clear();
+    const bool was_listed = share_list_update(share, files.registered());
+    const Code result = share_list_write(files);
+    return failed(result) ? result : listed(was_listed);
+}
+
+Code edit_forbidden_share(ShareFiles& files, share_info& share) {
+    const share_info given = share;
+    if (const Code result = open_files_of(files, given); failed(result)) {
+        return result;
+    }
+    const ShareFile* live = live_file(given.type);
+    const ShareFile* recycled = recycle_file(given.type);
+    share.type.clear();
+    bool was_listed = share_list_update(share, files.registered());
+    if (recycled != nullptr) {
+        was_listed = share_list_update(share, files.shares(*recycled)) && was_listed;
+    }
+    const bool is_served = share_list_remove(files.shares(*live), given);
+    const Code result = files.write({share_register, recycled, is_served ? live : nullptr});
+    return failed(result) ? result : listed(was_listed);
+}
+
+Code open_to_remove(ShareFiles& files, const share_info& share) {
+    return share.type.empty() ? open_recycle_files(files) : open_live_files(files, share.type);
+}
+
+Code remove_share(ShareFiles& files, const share_info& share) {
+    if (const Code result = open_to_remove(files, share); failed(result)) {
+        return result;
+    }
+    bool was_listed = share_list_remove(files.registered(), share);
+    std::vector<const ShareFile*> changed = {share_register};
+    for (const std::string_view type : split(share.type, ",")) {
+        const ShareFile* live = live_file(type);
+        was_listed = share_list_remove(files.shares(*live), share) && was_listed;
+        changed.push_back(live);
+    }
+    const Code result = files.write(changed);
+    return failed(result) ? result : listed(was_listed);
+}
+
+Code remove_forbidden_share(ShareFiles& files, const share_info& share) {
+    if (const Code result = open_recycle_files(files); failed(result)) {
+        return result;
+    }
+    bool was_listed = share_list_remove(files.registered(), share);
+    std::vector<const ShareFile*> changed;
+    for (const Service& service : services()) {
+        if (service.recycled != nullptr) {
+            was_listed = share_list_remove(files.shares(*service.recycled), share) || was_listed;
+            changed.push_back(service.recycled);
+        }
+    }
+    if (!was_listed) {
+        return Code::share_not_listed;
+    }
+    changed.push_back(share_register);
+    return files.write(changed);
 }
 
 } // namespace zav

@@ -1,56 +1,63 @@
 // SPDX-License-Identifier: MIT
 /// \file
-/// The steps of the share operations on the register and the services' files. Each opens and locks
-/// the register first, then the service's file. Beside their own codes all return those of opening,
-/// reading and writing: Code::share_register_unopened to Code::unknown_service. Nothing is taken
-/// back after a failure.
+/// The steps of the share operations on the register and the services' files. Each opens what it
+/// needs of `files`, unless that is open already, before it changes anything, and writes all or
+/// nothing. Beside their own codes all return those of ShareFiles, and Code::unknown_service.
 #pragma once
 
+#include "actions/shares/files.h"
 #include "base/codes.h"
 #include "records/share.h"
 
 #include <string>
+#include <string_view>
 
 namespace zav {
 
+/// Opens the register and the two files of the share's service.
+Code open_files_of(ShareFiles& files, const share_info& share);
+
 /// Registers a share and brings its service's file in line with the register: entries that are in
-/// both get the register's texts, those of the service that are missing are added. Code::ok, or
-/// Code::share_listed for a name that is registered already.
-Code add_share(const share_info& share);
+/// both get the register's texts, those of the service that are missing are added, with the users
+/// and the access that the recycle file still knows. Code::ok, or Code::share_listed for a name
+/// that is registered already.
+Code add_share(ShareFiles& files, const share_info& share);
 
 /// Gives a share in use its new texts and access, in the register and in its service's file.
 /// Code::ok, or Code::share_not_listed when the file did not have it: it does now.
-Code apply_share(const share_info& share);
+Code apply_share(ShareFiles& files, const share_info& share);
+
+/// Opens what putting a forbidden share in use needs.
+Code open_to_use(ShareFiles& files, const share_info& share);
+
+/// Puts a forbidden share in use: out of the recycle files, with the users and the comment that it
+/// has there where none are given, then apply_share().
+Code use_forbidden_share(ShareFiles& files, share_info& share);
 
 /// Makes a share of a service with a file of its own a forbidden one: no service in the register,
-/// and from the service's file into its recycle file. `share` loses its type. Code::ok,
-/// Code::share_not_listed, Code::share_listed.
-Code forbid_share(share_info& share);
+/// and from the service's file into its recycle file. `served_by` are all services that have it,
+/// joined by commas; it is taken out of the files of the others too. `share` loses its type.
+/// Code::ok, Code::share_not_listed, Code::share_listed.
+Code forbid_share(ShareFiles& files, share_info& share, std::string_view served_by);
 
 /// Unmounts an FTP share and makes it a forbidden one. `share` loses its type. Code::ok,
-/// Code::share_not_listed, or Code::command_failed when it cannot be unmounted.
-Code unmount_and_unregister(share_info& share, const std::string& mntpoint);
+/// Code::share_not_listed, or Code::command_failed when what is mounted there cannot be unmounted.
+Code unmount_and_unregister(ShareFiles& files, share_info& share, const std::string& mntpoint);
 
-/// Gives a forbidden share its new texts and access. `share` loses its type. Code::ok or
-/// Code::share_not_listed when it was not registered: it is now.
-Code edit_forbidden_share(share_info& share);
+/// Gives a forbidden share its new texts and access; should its service's file still have it, it is
+/// taken out there. `share` loses its type. Code::ok or Code::share_not_listed when it was not
+/// registered: it is now.
+Code edit_forbidden_share(ShareFiles& files, share_info& share);
 
-/// Takes a share out of the register and its service's file. Code::ok or Code::share_not_listed.
-Code remove_share(const share_info& share);
+/// Opens what removing a share needs, a forbidden one when it has no type.
+Code open_to_remove(ShareFiles& files, const share_info& share);
+
+/// Takes a share out of the register and the file of its service, or of several joined by commas.
+/// Code::ok or Code::share_not_listed.
+Code remove_share(ShareFiles& files, const share_info& share);
 
 /// Takes a forbidden share out of the register and the recycle files. Code::ok or
 /// Code::share_not_listed.
-Code remove_forbidden_share(const share_info& share);
-
-/// Takes a share out of the recycle files. Code::ok, or Code::share_not_listed when the last of
-/// them did not have it.
-Code remove_from_recycle_files(const share_info& share);
-
-/// Fills in the users and the comment that a forbidden share has in its recycle file where none are
-/// given, so that putting it back in use does not open it to everybody.
-void recall_texts(share_info& share);
-
-/// For listings: fills in users, access and path of the forbidden shares.
-void merge_forbidden_shares(share_list& list);
+Code remove_forbidden_share(ShareFiles& files, const share_info& share);
 
 } // namespace zav

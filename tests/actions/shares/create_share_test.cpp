@@ -156,7 +156,7 @@ TEST_F(CreateShare, StopsAtARegisterOrFileThatIsLockedOrBroken) {
     {
         const LockedFile lock(machine.host_path(exports));
         expect_failure("nfs", -2062);
-        EXPECT_EQ(machine.read(share_register), register_section({.service = "nfs"}));
+        EXPECT_EQ(machine.read(share_register), "") << "a retry creates it";
     }
     machine.shares({}).file(smb_conf, "[broken\n");
     expect_failure("samba", -2063);

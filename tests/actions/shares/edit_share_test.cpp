@@ -88,12 +88,16 @@ TEST_F(EditUsedShare, PutsAShareBackThatItsServiceLost) {
     EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
-TEST_F(EditUsedShare, FollowsTheGivenServiceExceptInTheRegister) {
+TEST_F(EditUsedShare, RefusesAnotherServiceThanItsOwn) {
     has_share("samba", "anna");
-    EXPECT_EQ(edit(share_of("nfs", "10.0.0.1"), 1).returned, -2067);
-    EXPECT_EQ(machine.read(share_register), register_section({}));
-    EXPECT_EQ(machine.read(exports), export_of(directory, "10.0.0.1"));
-    EXPECT_EQ(machine.read(smb_conf), samba_global + samba_section("pub", directory, "anna"));
+    for (const int state : {0, 1}) {
+        const Snapshot before = machine.snapshot();
+        const Result result = edit(share_of("nfs", "10.0.0.1"), state);
+        EXPECT_EQ(result.returned, -1);
+        EXPECT_THAT(changes(result), IsEmpty());
+        EXPECT_THAT(before.changes_to(machine.snapshot()), IsEmpty());
+        EXPECT_THAT(machine.logged().back(), returned("edit_share", -1));
+    }
 }
 
 TEST_F(EditUsedShare, BindsAnotherFtpUser) {
@@ -248,9 +252,12 @@ TEST_F(ForbidShare, StopsAtLockedFiles) {
         const LockedFile lock(machine.host_path(file));
         EXPECT_EQ(edit(share_of("samba"), 0).returned, -502) << file;
         EXPECT_THAT(machine.logged().back(), returned("forbid_use_share", -2062));
+        EXPECT_EQ(machine.read(share_register), register_section({})) << "in use, to be forbidden";
     }
     EXPECT_EQ(machine.read(smb_recycle), "");
-    EXPECT_EQ(machine.read(smb_conf), samba_global) << "taken out before the last one";
+    EXPECT_EQ(machine.read(smb_conf), samba_global + samba_section("pub", directory));
+    EXPECT_EQ(edit(share_of("samba"), 0).returned, 0) << "a retry does the whole work";
+    EXPECT_EQ(machine.read(smb_conf), samba_global);
     has_share("ftp");
     const LockedFile lock(machine.host_path(share_register));
     EXPECT_EQ(edit(share_of("ftp"), 0).returned, -502);
@@ -292,10 +299,10 @@ TEST_F(EditForbiddenShare, StopsAtLockedFiles) {
     }
 }
 
-TEST_F(EditForbiddenShare, FailsForIscsiWhichHasNoRecycleFile) {
+TEST_F(EditForbiddenShare, OnlyChangesTheRegisterForIscsi) {
     has_forbidden_share();
-    EXPECT_EQ(edit(share_of("iscsi"), 0).returned, -507);
-    EXPECT_THAT(machine.logged().back(), returned("mod_forbiden_share", -2068));
+    EXPECT_EQ(edit(share_of("iscsi", "", "new"), 0).returned, 0);
+    EXPECT_EQ(machine.read(share_register), register_section({.service = "", .comment = "new"}));
 }
 
 } // namespace

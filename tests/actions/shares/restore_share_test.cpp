@@ -92,6 +92,14 @@ TEST_F(RestoreShare, DoesNotMountWhatIsMounted) {
     EXPECT_EQ(machine.read(mdfstab), mdfstab_line(directory));
 }
 
+TEST_F(RestoreShare, LeavesAMountPointInUseAlone) {
+    machine.mounts({"/dev/data/pub " + directory});
+    const Result result = restore(share_of("nfs"));
+    EXPECT_EQ(result.returned, 0);
+    EXPECT_THAT(changes(result), ElementsAre(saved(share_register), saved(exports), saved(mdfstab)))
+        << "nothing is mounted, made or protected";
+}
+
 TEST_F(RestoreShare, StopsAtTheMount) {
     fails(pool_tool::mount, "mount ", 32);
     const Result result = restore(share_of("samba"));
@@ -139,9 +147,8 @@ TEST_F(RepairShare, UnmountsRepairsMountsAndRegisters) {
     const Result result = repair();
     EXPECT_EQ(result.returned, 0);
     // It is still in the mount table, so it is not mounted a second time.
-    EXPECT_THAT(changes(result), ElementsAreArray(joined({{unmounting(directory), repairing},
-                                                          making_directory(directory),
-                                                          {saved(mdfstab), saved(smb_conf)}})));
+    EXPECT_THAT(changes(result),
+                ElementsAre(unmounting(directory), repairing, saved(mdfstab), saved(smb_conf)));
     EXPECT_EQ(machine.read(mdfstab), mdfstab_line(directory));
     EXPECT_EQ(machine.read(share_register), register_section({}));
     EXPECT_EQ(machine.read(smb_conf), samba_global + samba_section("pub", directory, "anna"));
@@ -297,14 +304,16 @@ TEST_F(RepairShare, StopsAtTheMount) {
     EXPECT_THAT(machine.logged().back(), returned("repair_share", -601));
 }
 
-TEST_F(RepairShare, StopsAtLockedFilesOnceItIsMounted) {
+TEST_F(RepairShare, StopsAtLockedFilesBeforeItUnmounts) {
     for (const char* file : {share_register, smb_conf}) {
         has_share("samba");
         machine.mounts({}).file(mdfstab, "");
         const LockedFile lock(machine.host_path(file));
-        EXPECT_EQ(repair().returned, -509) << file;
+        const Result result = repair();
+        EXPECT_EQ(result.returned, -509) << file;
+        EXPECT_THAT(changes(result), IsEmpty());
         EXPECT_THAT(machine.logged().back(), returned("repair_share", -2062));
-        EXPECT_EQ(machine.read(mdfstab), mdfstab_line(directory));
+        EXPECT_EQ(machine.read(mdfstab), "");
     }
 }
 

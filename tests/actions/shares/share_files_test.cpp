@@ -29,18 +29,28 @@ share_info new_share(const char* type, const char* name = "new") {
     return share;
 }
 
+Code open_register() {
+    return zav::ShareFiles().open({&share_register_file()});
+}
+
+Code rewrite_file(const ShareFile* file) {
+    zav::ShareFiles files;
+    const Code result = files.open({file});
+    return failed(result) ? result : files.write({file});
+}
+
 class ShareFiles : public testing::Test {
   protected:
     // Opens the file of a service, adds a share, writes it.
     Result add(const ShareFile* file, const share_info& share, const RunOptions& options = {}) {
         return machine.operation(
             [=] {
-                OpenServiceFile open;
-                if (const Code result = open.open(*file); failed(result)) {
+                zav::ShareFiles files;
+                if (const Code result = files.open({file}); failed(result)) {
                     return result;
                 }
-                open.shares().append(std::make_unique<share_info>(share));
-                return open.write();
+                files.shares(*file).append(std::make_unique<share_info>(share));
+                return files.write({file});
             },
             options);
     }
@@ -130,7 +140,7 @@ TEST_F(ShareFiles, SecondProcessIsTurnedAwayAtOnce) {
 
 TEST_F(ShareFiles, LockOnAnyPartOfAFileTurnsAway) {
     const LockedFile other(machine.host_path(share_register), 100000, 1);
-    EXPECT_EQ(machine.operation([] { return OpenRegister().open(); }).returned, -2062);
+    EXPECT_EQ(machine.operation(open_register).returned, -2062);
 }
 
 TEST_F(ShareFiles, EachFileIsLockedForItself) {
@@ -138,7 +148,7 @@ TEST_F(ShareFiles, EachFileIsLockedForItself) {
     EXPECT_EQ(add(live_file("nfs"), new_share("nfs")).returned, 0);
     EXPECT_EQ(add(recycle_file("samba"), new_share("samba")).returned, 0);
     EXPECT_EQ(add(live_file("samba"), new_share("samba")).returned, -2062);
-    EXPECT_EQ(machine.operation([] { return OpenRegister().open(); }).returned, 0);
+    EXPECT_EQ(machine.operation(open_register).returned, 0);
 }
 
 // The tool that saves a file runs while the file is still locked.
@@ -147,10 +157,7 @@ TEST_F(ShareFiles, LockEndsAfterTheFileIsSaved) {
         .any()
         .does("echo > /var/saving; "
               "while ! [ -e /var/go ]; do :; done");
-    StartedRun run = machine.start_call([] {
-        OpenServiceFile file;
-        return failed(file.open(*live_file("nfs"))) ? Code::service_file_unopened : file.write();
-    });
+    StartedRun run = machine.start_call([] { return rewrite_file(live_file("nfs")); });
     ASSERT_TRUE(machine.appears("/var/saving"));
     EXPECT_THROW(LockedFile(machine.host_path(exports)), std::runtime_error);
     machine.file("/var/go", "");
@@ -165,26 +172,19 @@ TEST_F(ShareFiles, ToolsInheritNoLockedFile) {
         EXPECT_EQ(machine.operation(write).returned, 0);
         return machine.read("/var/fds");
     };
-    EXPECT_THAT(open_in_the_tool([] {
-                    OpenServiceFile file;
-                    return failed(file.open(*live_file("nfs"))) ? Code::service_file_unopened
-                                                                : file.write();
-                }),
+    EXPECT_THAT(open_in_the_tool([] { return rewrite_file(live_file("nfs")); }),
                 testing::Not(testing::HasSubstr(exports)));
-    EXPECT_THAT(open_in_the_tool([] {
-                    OpenRegister file;
-                    return failed(file.open()) ? Code::service_file_unopened : file.write();
-                }),
+    EXPECT_THAT(open_in_the_tool([] { return rewrite_file(&share_register_file()); }),
                 testing::Not(testing::HasSubstr(share_register)));
 }
 
 TEST_F(ShareFiles, RegisterIsWrittenAndSaved) {
     machine.shares({{}, {.name = "b", .service = "", .path = "/mnt/b", .size = "0"}});
     const Result run = machine.operation([] {
-        OpenRegister entries;
-        EXPECT_EQ(entries.open(), 0);
-        entries.shares().append(std::make_unique<share_info>(new_share("iscsi")));
-        return entries.write();
+        zav::ShareFiles entries;
+        EXPECT_EQ(entries.open({&share_register_file()}), 0);
+        entries.registered().append(std::make_unique<share_info>(new_share("iscsi")));
+        return share_list_write(entries);
     });
     EXPECT_EQ(run.returned, 0);
     EXPECT_EQ(machine.read(share_register),
@@ -199,48 +199,25 @@ TEST_F(ShareFiles, RegisterIsWrittenAndSaved) {
 TEST_F(ShareFiles, RegisterWithoutSharesIsEmptyAndSaved) {
     machine.shares({{}});
     const Result run = machine.operation([] {
-        OpenRegister entries;
-        EXPECT_EQ(entries.open(), 0);
-        entries.shares().clear();
-        return entries.write();
+        zav::ShareFiles entries;
+        EXPECT_EQ(entries.open({&share_register_file()}), 0);
+        entries.registered().clear();
+        return share_list_write(entries);
     });
     EXPECT_EQ(run.returned, 0);
     EXPECT_EQ(machine.read(share_register), "");
     EXPECT_THAT(outside(run), ElementsAre(saved(share_register)));
 }
 
-TEST_F(ShareFiles, RegisterIsReadFromWhereItsDescriptorStands) {
-    machine.shares({{}, {.name = "b"}});
-    machine.operation([] {
-        FileDescriptor fd;
-        EXPECT_EQ(file_lock_open(share_register, fd, Code::service_file_unopened), 0);
-        share_list list;
-        EXPECT_EQ(share_list_read(fd, list), 0);
-        EXPECT_EQ(list.size(), 2u);
-        EXPECT_EQ(share_list_read(fd, list), 0) << "nothing is left";
-        EXPECT_EQ(list.size(), 2u);
-        EXPECT_EQ(share_list_write(fd, list), 0);
-        return 0;
-    });
-    EXPECT_EQ(machine.read(share_register), register_section({}) + register_section({.name = "b"}));
-}
-
 TEST_F(ShareFiles, MalformedRegisterIsNotUsed) {
     machine.file(share_register, register_section({}) + "[broken\n");
-    machine.operation([] {
-        FileDescriptor fd;
-        EXPECT_EQ(file_lock_open(share_register, fd, Code::service_file_unopened), 0);
-        share_list list;
-        EXPECT_EQ(share_list_read(fd, list), -14);
-        EXPECT_EQ(OpenRegister().open(), -2063);
-        return 0;
-    });
+    EXPECT_EQ(machine.operation(open_register).returned, -2063);
     EXPECT_EQ(machine.read(share_register), register_section({}) + "[broken\n");
 }
 
 TEST_F(ShareFiles, RegisterThatCannotBeOpenedIsMinus2060) {
     machine.remove(share_register).directory(share_register);
-    EXPECT_EQ(machine.operation([] { return OpenRegister().open(); }).returned, -2060);
+    EXPECT_EQ(machine.operation(open_register).returned, -2060);
 }
 
 TEST_F(ShareFiles, AThousandSharesComeBackByteForByte) {
@@ -252,10 +229,10 @@ TEST_F(ShareFiles, AThousandSharesComeBackByteForByte) {
     }
     machine.file(share_register, text);
     const Result run = machine.operation([] {
-        OpenRegister entries;
-        EXPECT_EQ(entries.open(), 0);
-        EXPECT_EQ(entries.shares().size(), 1000u);
-        return entries.write();
+        zav::ShareFiles entries;
+        EXPECT_EQ(entries.open({&share_register_file()}), 0);
+        EXPECT_EQ(entries.registered().size(), 1000u);
+        return share_list_write(entries);
     });
     EXPECT_EQ(run.returned, 0);
     EXPECT_EQ(machine.read(share_register), text);
@@ -302,10 +279,11 @@ TEST_F(ShareFiles, SectionsBeginOnALineOfTheirOwn) {
 TEST_F(ShareFiles, SambaFileWithoutSharesIsItsGlobalPartAndSaved) {
     machine.file(smb_conf, samba_global + samba_section("old", "/old"));
     const Result run = machine.operation([] {
-        OpenServiceFile file;
-        EXPECT_EQ(file.open(*live_file("samba")), 0);
-        file.shares().clear();
-        return file.write();
+        zav::ShareFiles files;
+        const ShareFile* samba = live_file("samba");
+        EXPECT_EQ(files.open({samba}), 0);
+        files.shares(*samba).clear();
+        return files.write({samba});
     });
     EXPECT_EQ(run.returned, 0);
     EXPECT_EQ(machine.read(smb_conf), samba_global);
@@ -435,30 +413,15 @@ TEST_F(ShareFiles, ServicesAreKnownByNameInAnyCase) {
 TEST_F(ShareFiles, UnknownServiceIsMinus2068) {
     machine.file(exports, first_export);
     machine.operation([] {
-        OpenServiceFile file;
+        zav::ShareFiles file;
         EXPECT_EQ(service_conf_open(file, "smb"), -2068);
         EXPECT_EQ(recy_conf_open(file, "ftp"), -2068);
         EXPECT_EQ(recy_conf_open(file, "iscsi"), -2068);
         EXPECT_EQ(service_conf_open(file, "NFS"), 0);
-        EXPECT_EQ(file.shares().size(), 1u);
+        EXPECT_EQ(file.shares(*live_file("nfs")).size(), 1u);
         EXPECT_EQ(service_conf_open(file, "ftp"), 0);
         return 0;
     });
-}
-
-TEST_F(ShareFiles, ExportsAreReadByTheirPath) {
-    machine.file("/etc/some", first_export).file("/etc/bad", "/mnt/a x(rw) y(rw)\n");
-    const LockedFile other(machine.host_path(exports));
-    machine.operation([] {
-        share_list list;
-        EXPECT_EQ(read_exports_file("/etc/some", list), 0);
-        EXPECT_THAT(described(list), ElementsAre("pub|nfs|/mnt/data/pub|*|rw|0|"));
-        EXPECT_EQ(read_exports_file("/missing/file", list), -2061);
-        EXPECT_EQ(read_exports_file("/etc/bad", list), -2063);
-        EXPECT_EQ(read_exports_file(exports, list), -2062);
-        return 0;
-    });
-    EXPECT_EQ(machine.read("/etc/some"), first_export);
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "actions/shares/steps.h"
 #include "fixtures/library.h"
 #include "fixtures/share_operation.h"
+#include "inventory/shares.h"
 
 namespace zav::test {
 namespace {
@@ -14,17 +15,31 @@ using testing::IsEmpty;
 class RecycleSteps : public ShareOperation {
   protected:
     // Also prints the record's service afterwards, which must be empty.
-    Result change(Code (*step)(share_info&), share_info share) {
+    Result change(Code (*step)(ShareFiles&, share_info&), share_info share) {
         Result result = operate([=] {
+            ShareFiles files;
             share_info changed = share;
-            const Code code = step(changed);
+            const Code code = step(files, changed);
             std::printf("%s", changed.type.c_str());
             return code;
         });
         EXPECT_EQ(result.out, "");
         return result;
     }
-    Result forbid(const share_info& share) { return change(forbid_share, share); }
+    Result forbid(const share_info& share) {
+        return change(
+            [](ShareFiles& files, share_info& changed) {
+                return forbid_share(files, changed, std::string(changed.type.view()));
+            },
+            share);
+    }
+    Result use(share_info share) {
+        return operate([=] {
+            ShareFiles files;
+            share_info used = share;
+            return use_forbidden_share(files, used);
+        });
+    }
     Result edit(const share_info& share) { return change(edit_forbidden_share, share); }
 };
 
@@ -32,8 +47,7 @@ using ForbidStep = RecycleSteps;
 using UnmountStep = RecycleSteps;
 using EditForbiddenStep = RecycleSteps;
 using RemoveForbiddenStep = RecycleSteps;
-using RecycleRemovalStep = RecycleSteps;
-using RecallStep = RecycleSteps;
+using UseStep = RecycleSteps;
 using ForbiddenSharesMerge = RecycleSteps;
 
 TEST_F(ForbidStep, MovesASambaShareIntoItsRecycleFile) {
@@ -108,8 +122,9 @@ TEST_F(UnmountStep, UnmountsRemovesAndUnregisters) {
     const std::string directory = "/home/ftpuser/pub";
     machine.shares({{"pub", "ftp", directory}}).file(mdfstab, mdfstab_line(directory));
     const Result result = operate([] {
+        ShareFiles files;
         share_info share = share_of("ftp", "anna", "c");
-        const auto code = unmount_and_unregister(share, "/home/ftpuser/pub");
+        const auto code = unmount_and_unregister(files, share, "/home/ftpuser/pub");
         EXPECT_TRUE(share.type.empty());
         return code;
     });
@@ -123,12 +138,25 @@ TEST_F(UnmountStep, UnmountsRemovesAndUnregisters) {
     EXPECT_EQ(machine.read(share_register), register_section({"pub", "", directory, "5", "c"}));
 }
 
-TEST_F(UnmountStep, StopsAtWhatStaysMounted) {
-    machine.shares({{.service = "ftp"}});
+TEST_F(UnmountStep, GoesOnWhenNothingIsMounted) {
+    machine.shares({{.service = "ftp"}}).mounts({"/dev/x /mnt/pub"});
     fails(pool_tool::umount, "umount ");
     const Result result = operate([] {
+        ShareFiles files;
         share_info share = share_of("ftp");
-        return unmount_and_unregister(share, "/home/ftpuser/pub");
+        return unmount_and_unregister(files, share, "/home/ftpuser/pub");
+    });
+    EXPECT_EQ(result.returned, 0);
+    EXPECT_EQ(machine.read(share_register), register_section({.service = ""}));
+}
+
+TEST_F(UnmountStep, StopsAtWhatStaysMounted) {
+    machine.shares({{.service = "ftp"}}).mounts({"/dev/data/pub /home/ftpuser/pub"});
+    fails(pool_tool::umount, "umount ");
+    const Result result = operate([] {
+        ShareFiles files;
+        share_info share = share_of("ftp");
+        return unmount_and_unregister(files, share, "/home/ftpuser/pub");
     });
     EXPECT_EQ(result.returned, -11000);
     EXPECT_THAT(outside(result), ElementsAre(unmounting("/home/ftpuser/pub")));
@@ -178,16 +206,28 @@ TEST_F(EditForbiddenStep, OnlyChangesTheRegisterForFtp) {
     EXPECT_EQ(edit(share_of("ftp")).returned, -2067);
 }
 
-TEST_F(EditForbiddenStep, KnowsNoRecycleFileOfIscsi) {
+TEST_F(EditForbiddenStep, OnlyChangesTheRegisterForIscsi) {
     machine.shares({{.service = ""}});
-    EXPECT_EQ(edit(share_of("iscsi")).returned, -2068);
+    EXPECT_EQ(edit(share_of("iscsi", "", "c")).returned, 0);
+    EXPECT_EQ(machine.read(share_register), register_section({.service = "", .comment = "c"}));
+}
+
+// So an older instance left it that could not finish.
+TEST_F(EditForbiddenStep, TakesTheShareOffAServiceThatStillHasIt) {
+    has_forbidden_share(smb_recycle, recycled("pub"));
+    machine.file(smb_conf, samba_global + samba_section("pub", directory));
+    EXPECT_EQ(edit(share_of("samba")).returned, 0);
+    EXPECT_EQ(machine.read(smb_conf), samba_global);
 }
 
 TEST_F(RemoveForbiddenStep, TakesTheShareOutOfAllThreeFiles) {
     machine.shares({{.name = "a"}, {.service = ""}});
     machine.file(smb_recycle, recycled("pub") + recycled("a"));
     machine.file(exports_recycle, export_of("/mnt/data/a") + export_of(directory));
-    const Result result = operate([] { return remove_forbidden_share(share_of("")); });
+    const Result result = operate([] {
+        ShareFiles files;
+        return remove_forbidden_share(files, share_of(""));
+    });
     EXPECT_EQ(result.returned, 0);
     EXPECT_EQ(machine.read(share_register), register_section({.name = "a"}));
     EXPECT_EQ(machine.read(smb_recycle), recycled("a"));
@@ -197,7 +237,10 @@ TEST_F(RemoveForbiddenStep, TakesTheShareOutOfAllThreeFiles) {
 }
 
 TEST_F(RemoveForbiddenStep, NeedsTheShareInOneFileOnly) {
-    const auto remove = [] { return remove_forbidden_share(share_of("")); };
+    const auto remove = [] {
+        ShareFiles files;
+        return remove_forbidden_share(files, share_of(""));
+    };
     machine.shares({{.service = ""}});
     EXPECT_EQ(result_of(remove), 0);
     EXPECT_EQ(machine.read(share_register), "");
@@ -212,56 +255,45 @@ TEST_F(RemoveForbiddenStep, NeedsTheShareInOneFileOnly) {
     EXPECT_EQ(machine.read(share_register), register_section({.name = "a"}));
 }
 
-TEST_F(RecycleRemovalStep, GoesByBothFiles) {
-    machine.file(smb_recycle, recycled("pub") + recycled("a"));
+TEST_F(UseStep, TakesTheShareOutOfBothRecycleFiles) {
+    has_forbidden_share(smb_recycle, recycled("pub") + recycled("a"));
     machine.file(exports_recycle, export_of(directory) + export_of("/mnt/data/a"));
-    const Result result = operate([] { return remove_from_recycle_files(share_of("nfs")); });
-    EXPECT_EQ(result.returned, 0);
+    const Result result = use(share_of("nfs"));
+    EXPECT_EQ(result.returned, -2067) << "the exports did not have it";
     EXPECT_EQ(machine.read(smb_recycle), recycled("a"));
     EXPECT_EQ(machine.read(exports_recycle), export_of("/mnt/data/a"));
-    EXPECT_THAT(outside(result), ElementsAre(saved(smb_recycle), saved(recycle_item)));
+    EXPECT_EQ(machine.read(exports), export_of(directory));
+    EXPECT_THAT(outside(result), ElementsAre(saved(smb_recycle), saved(recycle_item),
+                                             saved(share_register), saved(exports)));
 }
 
-TEST_F(RecycleRemovalStep, ReportsTheExportsOnly) {
-    const auto remove = [] { return remove_from_recycle_files(share_of("samba")); };
-    machine.file(smb_recycle, recycled("pub"));
-    const Result result = operate(remove);
-    EXPECT_EQ(result.returned, -2067);
-    EXPECT_EQ(machine.read(smb_recycle), "");
-    EXPECT_THAT(outside(result), ElementsAre(saved(smb_recycle), saved(recycle_item)));
-    machine.file(exports_recycle, export_of(directory));
-    EXPECT_EQ(result_of(remove), 0);
+TEST_F(UseStep, RecallsUsersAndCommentThatAreNotGiven) {
+    has_forbidden_share(smb_recycle, recycled("a", "x", "y") + recycled("pub", "anna", "mine"));
+    EXPECT_EQ(use(share_of("samba")).returned, -2067);
+    EXPECT_EQ(machine.read(smb_conf),
+              samba_global + samba_section("pub", directory, "anna", "mine"));
+    EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
-TEST_F(RecallStep, FillsInWhatIsNotGiven) {
-    machine.file(smb_recycle, recycled("a", "x", "y") + recycled("pub", "anna", "mine"));
-    machine.file(exports_recycle, export_of(directory, "10.0.0.1"));
-    operate([] {
-        share_info share = share_of("samba");
-        recall_texts(share);
-        EXPECT_EQ(share.users, "anna");
-        EXPECT_EQ(share.comment, "mine");
-        share_info given = share_of("samba", "bert", "new");
-        recall_texts(given);
-        EXPECT_EQ(given.users, "bert");
-        EXPECT_EQ(given.comment, "new");
-        share_info exported = share_of("nfs");
-        recall_texts(exported);
-        EXPECT_EQ(exported.users, "10.0.0.1");
-        return 0;
-    });
+TEST_F(UseStep, TakesWhatIsGiven) {
+    has_forbidden_share(smb_recycle, recycled("pub", "anna", "mine", "no"));
+    EXPECT_EQ(use(share_of("samba", "bert", "new")).returned, -2067);
+    EXPECT_EQ(machine.read(smb_conf),
+              samba_global + samba_section("pub", directory, "bert", "new"));
 }
 
-TEST_F(RecallStep, FindsNothingOfOthers) {
-    machine.file(smb_recycle, recycled("other", "anna")).file(exports_recycle, export_of("/a(b"));
-    operate([] {
-        for (const char* type : {"samba", "nfs", "ftp", "iscsi"}) {
-            share_info share = share_of(type);
-            recall_texts(share);
-            EXPECT_EQ(share.users, "") << type;
-        }
-        return 0;
-    });
+TEST_F(UseStep, RecallsNothingOfOthersAndWarnsOfAShareOpenToEverybody) {
+    has_forbidden_share(smb_recycle, recycled("other", "anna"));
+    EXPECT_EQ(use(share_of("samba")).returned, -2067);
+    EXPECT_EQ(machine.read(smb_conf), samba_global + samba_section("pub", directory));
+    EXPECT_THAT(machine.logged(), ElementsAre("nothing tells the users of share 'pub': it is open "
+                                              "to everybody"));
+}
+
+TEST_F(UseStep, DoesNotWarnOfAShareThatIsKnownToBeOpen) {
+    has_forbidden_share(smb_recycle, recycled("pub"));
+    EXPECT_EQ(use(share_of("samba")).returned, -2067);
+    EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
 TEST_F(ForbiddenSharesMerge, FillsInTheForbiddenSharesOfAList) {

@@ -37,9 +37,17 @@ TEST(ShareName, IsNotGlobalInAnyCase) {
     }
 }
 
-TEST(ShareMode, IsTheServiceAsTyped) {
-    for (const char* mode : {"samba", "SAMBA", "ftp", "Ftp", "nfs", "NFS", "iscsi", "iSCSI"}) {
-        EXPECT_EQ(service_of_mode(mode), mode);
+TEST(ShareMode, IsTheServiceInLowerCase) {
+    for (const auto& [mode, service] :
+         std::vector<std::pair<const char*, const char*>>{{"samba", "samba"},
+                                                          {"SAMBA", "samba"},
+                                                          {"ftp", "ftp"},
+                                                          {"Ftp", "ftp"},
+                                                          {"nfs", "nfs"},
+                                                          {"NFS", "nfs"},
+                                                          {"iscsi", "iscsi"},
+                                                          {"iSCSI", "iscsi"}}) {
+        EXPECT_EQ(service_of_mode(mode), service);
     }
 }
 

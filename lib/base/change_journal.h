@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// Files that survive a crash while they are rewritten. Before the first of them is touched, the
+/// new content of all is written and synced into one file, the journal; once they are whole and
+/// synced, it is removed. A journal that is found holds what a run that was cut short had begun:
+/// whoever has the locks finishes it before reading anything else. An incomplete journal was cut
+/// short itself: none of its files had been touched.
+///
+/// A journal belongs to the file that every change of the set locks first, and lies beside it.
+#pragma once
+
+#include "base/file.h"
+
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zav {
+
+struct JournalEntry {
+    std::string path;
+    std::string text;
+};
+
+/// Where the journal of a file and those that change with it lies: "/etc/.mdfstab.zav".
+std::string journal_path(std::string_view path);
+
+/// The content of a journal with these entries.
+std::string journal_text(std::span<const JournalEntry> entries);
+
+/// The entries of a complete journal, nothing else.
+std::optional<std::vector<JournalEntry>> parse_journal(std::string_view text);
+
+/// What the journal of `path` holds: no entries when there is none that is complete, nothing when
+/// it cannot be read.
+std::optional<std::vector<JournalEntry>> read_journal(std::string_view path);
+
+/// The whole of a file whose changes go through the journal of `owner`, as it was before a change
+/// or as it is after it. Waits for a change that is under way; after one that was cut short it is
+/// what the file is to become. Nothing when it cannot be read; errno says why.
+std::optional<std::string> read_settled(const char* path, std::string_view owner);
+
+/// Writes and syncs the journal of `path`; readable by its owner alone, unless the one file in it
+/// is, too, for others: some hold secrets. False when it cannot be written; there is none then.
+bool write_journal(std::string_view path, std::span<const JournalEntry> entries,
+                   const FileRights& rights = {.mode = 0600, .owner = {}, .group = {}});
+
+/// Removes the journal of `path`.
+void remove_journal(std::string_view path);
+
+} // namespace zav

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// Files whose new content a command moves into their place. The command may be cut short, and
+/// where it has to copy there is a time without the file: the journal of the file has the new
+/// content until it is verified. Whoever replaces a file has a lock that keeps others from doing
+/// the same: the one on the file goes with the old inode.
+#pragma once
+
+#include "base/command.h"
+
+#include <functional>
+#include <string_view>
+
+namespace zav {
+
+/// Puts the content that a run of this program was about to give the file into its place. Also true
+/// when there is none. Under the lock, before the file is read.
+bool finish_replacement(const char* path);
+
+/// Runs the command that gives the file its new content, verifies that and makes it durable. When
+/// it fails, or the content is another one, the old content is put back. WaitStatus::success, that
+/// of the command, or WaitStatus::not_started.
+WaitStatus replace_by_command(const char* path, std::string_view text,
+                              const std::function<WaitStatus()>& run);
+
+} // namespace zav

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// Locks between the instances of this program that are on no file of the system: on a name. They
+/// hold while the system's file of that name is replaced, and where there is no file at all. Each
+/// is a file in /run/zavbox, which nobody but root enters; it is gone when the lock is.
+#pragma once
+
+#include "base/file.h"
+
+#include <chrono>
+#include <string>
+#include <string_view>
+
+namespace zav {
+
+class SystemLock {
+  public:
+    SystemLock() = default;
+    SystemLock(SystemLock&&) = default;
+    SystemLock& operator=(SystemLock&& other) noexcept;
+    ~SystemLock() { release(); }
+
+    /// Takes the lock of that name, a plain one, waiting at most so long for another instance.
+    static SystemLock take(std::string_view name, std::chrono::milliseconds wait = longest_wait);
+
+    /// Whether the lock is held. If not, errno says why: EWOULDBLOCK when another instance has it.
+    explicit operator bool() const { return bool(fd_); }
+
+    void release();
+
+  private:
+    std::string path_;
+    FileDescriptor fd_;
+};
+
+} // namespace zav

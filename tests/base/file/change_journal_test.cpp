@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: MIT
+// The journal of a change: written beside the file, complete or worth nothing, finished by readers.
+#include "base/change_journal.h"
+#include "fixtures/library.h"
+#include "private_root.h"
+
+#include <csignal>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/file.h>
+#include <sys/resource.h>
+
+namespace zav::test {
+namespace {
+
+using testing::IsEmpty;
+using testing::Optional;
+
+constexpr auto path = "/etc/register";
+constexpr auto journal = "/etc/.register.zav";
+
+std::vector<JournalEntry> two_files() {
+    return {{"/etc/register", "first\n"}, {"/etc/other", std::string("a\0b", 3)}};
+}
+
+TEST(Journal, LiesBesideItsFile) {
+    EXPECT_EQ(journal_path("/etc/samba/smb.conf"), "/etc/samba/.smb.conf.zav");
+    EXPECT_EQ(journal_path("name"), ".name.zav");
+}
+
+TEST(Journal, GivesEntriesBackWhateverTheyHold) {
+    const auto entries = parse_journal(journal_text(two_files()));
+    ASSERT_TRUE(entries);
+    ASSERT_EQ(entries->size(), 2U);
+    EXPECT_EQ((*entries)[0].path, "/etc/register");
+    EXPECT_EQ((*entries)[0].text, "first\n");
+    EXPECT_EQ((*entries)[1].path, "/etc/other");
+    EXPECT_EQ((*entries)[1].text, std::string("a\0b", 3));
+    EXPECT_THAT(parse_journal(journal_text({})), Optional(testing::SizeIs(0)));
+}
+
+TEST(Journal, CutAnywhereIsWorthNothing) {
+    const std::string text = journal_text(two_files());
+    for (std::size_t size = 0; size < text.size(); ++size) {
+        EXPECT_FALSE(parse_journal(text.substr(0, size))) << size;
+    }
+    EXPECT_FALSE(parse_journal(text + "x"));
+}
+
+TEST(Journal, WithAnyOtherByteIsWorthNothing) {
+    const std::string text = journal_text(two_files());
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        std::string changed = text;
+        changed[at] = static_cast<char>(changed[at] ^ 1);
+        EXPECT_FALSE(parse_journal(changed)) << at;
+    }
+}
+
+TEST(Journal, IsForItsOwnerAndLeavesNothingElse) {
+    PrivateRoot root;
+    EXPECT_EQ(root.call([] { return write_journal(path, two_files()); }).returned, 1);
+    EXPECT_EQ(root.mode(journal), 0600U);
+    EXPECT_EQ(root.read(journal), journal_text(two_files()));
+    root.call([] {
+        remove_journal(path);
+        return 0;
+    });
+    EXPECT_THAT(root.list("/etc"), IsEmpty());
+}
+
+TEST(Journal, ThatCannotBeWrittenIsNone) {
+    PrivateRoot root;
+    for (const rlim_t room : {0U, 1U, 20U, 60U}) {
+        const Result run = root.call([] { return write_journal(path, two_files()); },
+                                     {.limits = {{RLIMIT_FSIZE, room}}, .ignored_signals = {SIGXFSZ}});
+        EXPECT_EQ(run.returned, 0) << room;
+        EXPECT_THAT(root.list("/etc"), IsEmpty()) << room;
+    }
+}
+
+TEST(SettledFile, IsTheFileWithoutAJournal) {
+    PrivateRoot root;
+    root.file(path, "text\n");
+    root.call([] {
+        EXPECT_THAT(read_settled(path, path), Optional(std::string("text\n")));
+        errno = 0;
+        EXPECT_FALSE(read_settled("/etc/missing", path));
+        EXPECT_EQ(errno, ENOENT);
+        return 0;
+    });
+}
+
+TEST(SettledFile, IsWhatAnInterruptedChangeWillMakeOfIt) {
+    PrivateRoot root;
+    root.file(path, "fir").file(journal, journal_text(two_files()));
+    root.call([] {
+        EXPECT_THAT(read_settled(path, path), Optional(std::string("first\n")));
+        EXPECT_THAT(read_settled("/etc/other", path), Optional(std::string("a\0b", 3)))
+            << "though it is missing";
+        return 0;
+    });
+}
+
+TEST(SettledFile, IsItselfBesideAnIncompleteJournal) {
+    PrivateRoot root;
+    root.file(path, "old\n").file(journal, journal_text(two_files()).substr(0, 40));
+    root.call([] {
+        EXPECT_THAT(read_settled(path, path), Optional(std::string("old\n")));
+        return 0;
+    });
+}
+
+} // namespace
+} // namespace zav::test

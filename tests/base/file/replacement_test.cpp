@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: MIT
+// Files that a command replaces: verified, else put back; finished after a run that was cut short.
+#include "base/change_journal.h"
+#include "base/replacement.h"
+#include "fixtures/library.h"
+#include "private_root.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+namespace zav::test {
+namespace {
+
+using testing::ElementsAre;
+
+constexpr auto path = "/etc/accounts";
+constexpr auto journal = "/etc/.accounts.zav";
+
+// The command writes `content` and ends with that status.
+Function replacing(const std::string& text, const std::string& content, WaitStatus status) {
+    return [=] {
+        return replace_by_command(path, text, [=] {
+            std::ofstream(path) << content;
+            return status;
+        });
+    };
+}
+
+class Replacement : public testing::Test {
+  protected:
+    Replacement() { root.file(path, "old\n", 0640); }
+    PrivateRoot root;
+};
+
+TEST_F(Replacement, EndsWithoutAJournal) {
+    EXPECT_EQ(root.call(replacing("new\n", "new\n", WaitStatus::success)).returned, 0);
+    EXPECT_EQ(root.read(path), "new\n");
+    EXPECT_THAT(root.list("/etc"), ElementsAre("accounts"));
+}
+
+TEST_F(Replacement, HasItsContentInTheJournalMeanwhile) {
+    root.call([] {
+        return replace_by_command(path, "new\n", [] {
+            const auto entries = read_journal(path);
+            EXPECT_TRUE(entries && entries->size() == 1 && entries->front().text == "new\n");
+            return WaitStatus::not_started;
+        });
+    });
+    EXPECT_EQ(root.read(path), "old\n");
+}
+
+TEST_F(Replacement, PutsTheOldContentBackWhenTheCommandFails) {
+    for (const char* content : {"", "ne", "new\n"}) {
+        EXPECT_NE(root.call(replacing("new\n", content, WaitStatus{256})).returned, 0);
+        EXPECT_EQ(root.read(path), "old\n");
+        EXPECT_EQ(root.mode(path), 0640U);
+        EXPECT_THAT(root.list("/etc"), ElementsAre("accounts"));
+    }
+}
+
+TEST_F(Replacement, PutsTheOldContentBackWhenTheNewIsAnother) {
+    EXPECT_EQ(root.call(replacing("new\n", "ne", WaitStatus::success)).returned, -1);
+    EXPECT_EQ(root.read(path), "old\n");
+    EXPECT_THAT(root.list("/etc"), ElementsAre("accounts"));
+}
+
+TEST_F(Replacement, PutsBackAFileThatTheCommandRemoved) {
+    const Result run = root.call([] {
+        return replace_by_command(path, "new\n", [] {
+            std::filesystem::remove(path);
+            return WaitStatus{256};
+        });
+    });
+    EXPECT_EQ(run.returned, 256);
+    EXPECT_EQ(root.read(path), "old\n");
+    EXPECT_EQ(root.mode(path), 0640U);
+}
+
+TEST_F(Replacement, IsFinishedAfterARunThatWasKilled) {
+    root.call(
+        [] {
+            return replace_by_command(path, "new\n", []() -> WaitStatus {
+                std::filesystem::remove(path);
+                ::_exit(9);
+            });
+        },
+        {});
+    EXPECT_FALSE(root.exists(path));
+    EXPECT_TRUE(root.exists(journal));
+    EXPECT_EQ(root.call([] { return finish_replacement(path); }).returned, 1);
+    EXPECT_EQ(root.read(path), "new\n");
+    EXPECT_EQ(root.mode(path), 0640U);
+    EXPECT_THAT(root.list("/etc"), ElementsAre("accounts"));
+}
+
+TEST_F(Replacement, HasNothingToFinishWithoutAJournal) {
+    EXPECT_EQ(root.call([] { return finish_replacement(path); }).returned, 1);
+    EXPECT_EQ(root.read(path), "old\n");
+}
+
+} // namespace
+} // namespace zav::test
