@@ -6,6 +6,7 @@
 #include <chrono>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -20,7 +21,7 @@ class LockedFile {
   public:
     explicit LockedFile(const std::filesystem::path& path, off_t start = 0, off_t length = 0,
                         short type = F_WRLCK)
-        : fd_(::open(path.c_str(), O_RDWR | O_APPEND | O_CLOEXEC)) {
+        : fd_(::open(path.c_str(), O_RDWR | O_APPEND | O_DSYNC | O_CLOEXEC)) {
         struct flock lock = {};
         lock.l_type = type;
         lock.l_whence = SEEK_SET;
@@ -64,19 +65,32 @@ class LockedFile {
     }
 
   private:
+    // The flags that a descriptor was opened with: "02102001". A run begins as a copy of the test,
+    // whose descriptor it holds as well; nobody else opens with the flags of the test.
+    static std::string flags_of(const std::string& process, const std::string& fd) {
+        std::ifstream info(process + "/fdinfo/" + fd);
+        std::string word;
+        while (info >> word && word != "flags:") {
+        }
+        info >> word;
+        return word;
+    }
+
     [[nodiscard]] bool is_open_elsewhere() const {
         namespace fs = std::filesystem;
-        const std::string own = "/proc/" + std::to_string(::getpid()) + "/";
+        const std::string own = "/proc/" + std::to_string(::getpid());
+        const std::string own_flags = flags_of(own, std::to_string(fd_));
         std::error_code error;
         for (const auto& process : fs::directory_iterator("/proc", error)) {
             const std::string fds = process.path().string() + "/fd";
-            if (fds.starts_with(own)) {
+            if (process.path() == own) {
                 continue;
             }
             for (const auto& fd : fs::directory_iterator(fds, error)) {
                 struct stat status = {};
                 if (::stat(fd.path().c_str(), &status) == 0 && status.st_ino == inode_ &&
-                    status.st_dev == device_) {
+                    status.st_dev == device_ &&
+                    flags_of(process.path(), fd.path().filename()) != own_flags) {
                     return true;
                 }
             }

@@ -242,6 +242,7 @@ TEST(LogSharing, OneOfManyRotatesAFullLog) {
             lock_and_wait(full.get());
             for (int writer = 0; writer < writers; ++writer) {
                 if (::fork() == 0) {
+                    full.close(); // or the lock would be this writer's as well
                     log_text();
                     ::_exit(0);
                 }
