@@ -28,26 +28,13 @@ constexpr const char* tool_directories =
 /// A bare word may be a shell's builtin, or mean something to it; these are programs everywhere.
 constexpr std::array<std::string_view, 1> bare_programs = {"cat"};
 
-/// PATH with the tools' directories in front, for the life of one command.
-class ToolPath {
-  public:
-    ToolPath() {
-        const char* current = std::getenv("PATH");
-        saved_ = current != nullptr ? current : "";
-        set(std::string(tool_directories) + ":" + saved_);
-    }
-    ToolPath(const ToolPath&) = delete;
-    ToolPath& operator=(const ToolPath&) = delete;
-    /// What was unset is empty afterwards, what was longer is cut.
-    ~ToolPath() { set(saved_); }
-
-  private:
-    static void set(std::string value) {
-        value.resize(std::min(value.size(), longest_path_variable));
-        ::setenv("PATH", value.c_str(), 1);
-    }
-    std::string saved_;
-};
+/// The tools' PATH: their directories in front of the caller's own.
+std::string tool_path() {
+    const char* current = std::getenv("PATH");
+    std::string path = std::string(tool_directories) + ":" + (current != nullptr ? current : "");
+    path.resize(std::min(path.size(), longest_path_variable));
+    return path;
+}
 
 std::string text_for_shell(std::string_view command) {
     std::string text(command);
@@ -109,16 +96,16 @@ std::optional<PlainCommand> parse_plain_command(std::string_view text) {
 }
 
 WaitStatus run_command(std::string_view command) {
-    const ToolPath path;
+    const std::string path = tool_path();
     const std::string text = text_for_shell(command);
     // A plain command is started without a shell in between, which halves the cost of a small
     // tool. On failure, fall back to the shell, whose status stands.
     if (const auto plain = parse_plain_command(text)) {
-        if (const auto status = run_program(*plain)) {
+        if (const auto status = run_program(*plain, &path)) {
             return *status;
         }
     }
-    return run_program({{"/bin/sh", "-c", text}, {}}).value_or(WaitStatus::not_started);
+    return run_program({{"/bin/sh", "-c", text}, {}}, &path).value_or(WaitStatus::not_started);
 }
 
 bool is_run_whole(std::string_view command) {

@@ -15,9 +15,9 @@
 
 namespace zav {
 
-/// Runs a command with the system's directories in front of PATH, no standard input, and standard
-/// error thrown away. The command and its " 2>> /dev/null" are cut at 255 characters together:
-/// callers rely on it. Returns the wait status unchanged.
+/// Runs a command with the system's directories in front of its PATH, no standard input, and
+/// standard error thrown away. The command and its " 2>> /dev/null" are cut at 255 characters
+/// together: callers rely on it. Returns the wait status unchanged.
 WaitStatus run_command(std::string_view command);
 
 /// Whether the shell gets the whole of `command` and nothing that its damaged end turns into

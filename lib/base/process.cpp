@@ -1,13 +1,21 @@
 // SPDX-License-Identifier: MIT
 #include "base/process.h"
 
+#include "base/signals.h"
 #include "base/text.h"
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <new>
+#include <string>
+#include <string_view>
+#include <sys/mman.h>
+#include <sys/single_threaded.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -19,55 +27,68 @@ namespace {
 constexpr mode_t new_file_mode = 0666;
 constexpr int not_started = 127;
 
-/// Until it is told otherwise, every signal is held back. Then, as long as the child runs, SIGCHLD
-/// still is, and SIGINT and SIGQUIT are ignored.
-class WaitingSignals {
+constexpr std::string_view path_variable = "PATH=";
+
+/// Every signal is held back in this thread until it is told otherwise. Then, as long as the child
+/// runs, SIGINT and SIGQUIT still are. No action is changed: those are the whole process's.
+class HeldSignals {
   public:
-    WaitingSignals() {
+    HeldSignals() {
         sigset_t all;
         ::sigfillset(&all);
-        ::sigprocmask(SIG_BLOCK, &all, &mask_);
-        struct sigaction ignore = {};
-        ignore.sa_handler = SIG_IGN;
-        ::sigaction(SIGINT, &ignore, &interrupt_);
-        ::sigaction(SIGQUIT, &ignore, &quit_);
+        ::pthread_sigmask(SIG_BLOCK, &all, &mask_);
     }
-    WaitingSignals(const WaitingSignals&) = delete;
-    WaitingSignals& operator=(const WaitingSignals&) = delete;
-    ~WaitingSignals() { restore(); }
+    HeldSignals(const HeldSignals&) = delete;
+    HeldSignals& operator=(const HeldSignals&) = delete;
+    ~HeldSignals() {
+        const int error = errno;
+        drop_interrupts();
+        ::pthread_sigmask(SIG_SETMASK, &mask_, nullptr);
+        errno = error;
+    }
 
-    void admit_all_but_child() const {
+    void admit_all_but_interrupts() const {
         sigset_t waiting = mask_;
-        ::sigaddset(&waiting, SIGCHLD);
-        ::sigprocmask(SIG_SETMASK, &waiting, nullptr);
+        for (const int number : interrupts) {
+            ::sigaddset(&waiting, number);
+        }
+        ::pthread_sigmask(SIG_SETMASK, &waiting, nullptr);
     }
 
-    /// In the child, which shares the memory of its parent until it is another program: none of
-    /// the parent's handlers may run in it.
+    /// In the child: none of its parent's handlers may run in it.
     void restore_without_handlers() const {
-        ::sigaction(SIGINT, &interrupt_, nullptr);
-        ::sigaction(SIGQUIT, &quit_, nullptr);
+        struct sigaction usual = {};
+        usual.sa_handler = SIG_DFL;
         for (int number = 1; number < NSIG; ++number) {
             struct sigaction action = {};
             if (::sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_IGN &&
                 action.sa_handler != SIG_DFL) {
-                action = {};
-                action.sa_handler = SIG_DFL;
-                ::sigaction(number, &action, nullptr);
+                ::sigaction(number, &usual, nullptr);
             }
         }
+        // A tool that waits for children of its own relies on it.
+        ::sigaction(SIGCHLD, &usual, nullptr);
+        give_write_signals_back();
         ::sigprocmask(SIG_SETMASK, &mask_, nullptr);
     }
 
   private:
-    void restore() const {
-        ::sigaction(SIGINT, &interrupt_, nullptr);
-        ::sigaction(SIGQUIT, &quit_, nullptr);
-        ::sigprocmask(SIG_SETMASK, &mask_, nullptr);
+    static constexpr std::array<int, 2> interrupts = {SIGINT, SIGQUIT};
+
+    /// Those that would end the process. What it handles, it is to see.
+    void drop_interrupts() const {
+        sigset_t dropped;
+        ::sigemptyset(&dropped);
+        for (const int number : interrupts) {
+            struct sigaction action = {};
+            ::sigaction(number, nullptr, &action);
+            if (::sigismember(&mask_, number) == 0 && action.sa_handler == SIG_DFL) {
+                ::sigaddset(&dropped, number);
+            }
+        }
+        drop_pending(dropped);
     }
 
-    struct sigaction interrupt_ = {};
-    struct sigaction quit_ = {};
     sigset_t mask_ = {};
 };
 
@@ -83,12 +104,11 @@ bool redirect(int descriptor, const char* path, int flags) {
 }
 
 /// Where PATH finds the program; empty when it does not, or only in the current directory.
-std::string find_program(const std::string& name) {
+std::string find_program(const std::string& name, std::string_view path) {
     if (name.find('/') != std::string::npos) {
         return name;
     }
-    const char* path = std::getenv("PATH");
-    for (const std::string_view directory : split(path != nullptr ? path : "", ":")) {
+    for (const std::string_view directory : split(path, ":")) {
         std::string program(directory);
         program.append("/").append(name);
         if (::access(program.c_str(), X_OK) == 0) {
@@ -98,31 +118,72 @@ std::string find_program(const std::string& name) {
     return "";
 }
 
-/// The child's part: becomes the program, or ends. It shares its parent's memory until then
-/// and changes nothing there but `started` and errno; the heap is not touched.
-[[noreturn, gnu::noinline]] void become_program(const char* program, char* const* words,
-                                                const PlainCommand& command,
-                                                const WaitingSignals& signals,
-                                                volatile bool& started) {
-    signals.restore_without_handlers();
-    if (!redirect(STDIN_FILENO, "/dev/null", O_RDONLY)) {
-        ::close(STDIN_FILENO);
+/// All that the child needs, prepared where memory can still be had.
+class Program {
+  public:
+    Program(const PlainCommand& command, const std::string* path)
+        : redirections_(command.redirections) {
+        for (const std::string& word : command.words) {
+            words_.push_back(const_cast<char*>(word.c_str()));
+        }
+        words_.push_back(nullptr);
+        const char* own_path = std::getenv("PATH");
+        file_ =
+            find_program(command.words.front(), path != nullptr       ? *path
+                                                : own_path != nullptr ? std::string_view(own_path)
+                                                                      : std::string_view());
+        set_environment(path);
     }
-    bool redirected = true;
-    for (const auto& to : command.redirections) {
-        const int flags = O_WRONLY | O_CREAT | (to.append ? O_APPEND : O_TRUNC);
-        redirected = redirected && redirect(to.descriptor, to.path.c_str(), flags);
-    }
-    if (redirected) {
-        ::execve(program, words, environ);
-    }
-    started = false;
-    ::_exit(not_started);
-}
 
-int wait_for(pid_t pid) {
+    /// The child's part: becomes the program, or ends. It shares its parent's memory until then
+    /// and changes nothing there but `started` and errno; the heap is not touched.
+    [[noreturn, gnu::noinline]] void become(const HeldSignals& signals,
+                                            volatile bool& started) const {
+        signals.restore_without_handlers();
+        if (!redirect(STDIN_FILENO, "/dev/null", O_RDONLY)) {
+            ::close(STDIN_FILENO);
+        }
+        bool redirected = true;
+        for (const auto& to : redirections_) {
+            const int flags = O_WRONLY | O_CREAT | (to.append ? O_APPEND : O_TRUNC);
+            redirected = redirected && redirect(to.descriptor, to.path.c_str(), flags);
+        }
+        if (redirected) {
+            ::execve(file_.c_str(), words_.data(), environment_.data());
+        }
+        started = false;
+        ::_exit(not_started);
+    }
+
+  private:
+    void set_environment(const std::string* path) {
+        for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
+            if (path == nullptr || !std::string_view(*variable).starts_with(path_variable)) {
+                environment_.push_back(*variable);
+            }
+        }
+        if (path != nullptr) {
+            path_ = std::string(path_variable) + *path;
+            environment_.push_back(path_.data());
+        }
+        environment_.push_back(nullptr);
+    }
+
+    const std::vector<PlainCommand::Redirection>& redirections_;
+    std::string file_;
+    std::string path_;
+    std::vector<char*> words_;
+    std::vector<char*> environment_;
+};
+
+struct Outcome {
+    bool started = false;
+    int status = number_of(WaitStatus::not_started);
+};
+
+int wait_for(pid_t pid, int options) {
     int status = -1;
-    while (::waitpid(pid, &status, 0) < 0) {
+    while (::waitpid(pid, &status, options) < 0) {
         if (errno != EINTR) {
             return -1;
         }
@@ -130,35 +191,88 @@ int wait_for(pid_t pid) {
     return status;
 }
 
-} // namespace
+/// Whether nobody else in this process, nor the kernel, can take the status of a child away.
+bool has_children_to_itself() {
+    struct sigaction action = {};
+    return __libc_single_threaded != 0 && ::sigaction(SIGCHLD, nullptr, &action) == 0 &&
+           action.sa_handler == SIG_DFL && (action.sa_flags & SA_NOCLDWAIT) == 0;
+}
 
-std::optional<WaitStatus> run_program(const PlainCommand& command) {
-    // What was printed so far must not come after what the tool prints.
-    std::fflush(stdout);
-    std::vector<char*> words;
-    for (const std::string& word : command.words) {
-        words.push_back(const_cast<char*>(word.c_str()));
-    }
-    words.push_back(nullptr);
-    const std::string program = find_program(command.words.front());
-
-    const int caller_errno = errno;
-    const WaitingSignals signals;
+Outcome run_as_child(const Program& program, const HeldSignals& signals) {
     volatile bool started = true;
     // Starting tools is half of the work of a listing, and posix_spawn(3) takes a quarter more.
     const pid_t pid = ::vfork();
     if (pid == 0) {
-        become_program(program.c_str(), words.data(), command, signals, started);
+        program.become(signals, started);
     }
-    signals.admit_all_but_child();
+    signals.admit_all_but_interrupts();
     if (pid < 0) {
-        return std::nullopt;
+        return {};
     }
-    const int status = wait_for(pid);
-    if (status != -1) {
+    const int status = wait_for(pid, 0);
+    return {started, status};
+}
+
+/// The part of the process in between: it has a parent's rights over the tool that its own parent
+/// has given away. All its signals are held back.
+[[noreturn]] void run_for_parent(const Program& program, const HeldSignals& signals,
+                                 Outcome& outcome) {
+    struct sigaction usual = {};
+    usual.sa_handler = SIG_DFL;
+    ::sigaction(SIGCHLD, &usual, nullptr);
+    volatile bool started = true;
+    const pid_t pid = ::vfork();
+    if (pid == 0) {
+        program.become(signals, started);
+    }
+    // What the parent closes meanwhile must not stay open here.
+    ::close_range(0, ~0U, 0);
+    const int status = pid > 0 ? wait_for(pid, 0) : number_of(WaitStatus::not_started);
+    outcome = {pid > 0 && started, status};
+    ::_exit(0);
+}
+
+/// Runs the program where statuses of children get lost: behind a child that ends without a signal.
+/// Neither the kernel nor a wait for any child collects such a one. That lasts until it executes a
+/// program, so it cannot be the tool itself.
+Outcome run_behind_child(const Program& program, const HeldSignals& signals) {
+    void* shared =
+        ::mmap(nullptr, sizeof(Outcome), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (shared == MAP_FAILED) {
+        return {};
+    }
+    // Until it is known better: something was started, and must not be started again.
+    auto* const outcome = new (shared) Outcome{true, number_of(WaitStatus::not_started)};
+    const auto pid = static_cast<pid_t>(::syscall(SYS_clone, 0, nullptr, nullptr, nullptr, 0));
+    if (pid == 0) {
+        run_for_parent(program, signals, *outcome);
+    }
+    signals.admit_all_but_interrupts();
+    if (pid > 0) {
+        wait_for(pid, __WALL);
+    }
+    const Outcome result = pid > 0 ? *outcome : Outcome();
+    ::munmap(shared, sizeof(Outcome));
+    return result;
+}
+
+} // namespace
+
+std::optional<WaitStatus> run_program(const PlainCommand& command, const std::string* path) {
+    {
+        // What was printed so far must not come after what the tool prints.
+        const HeldWriteSignals quiet;
+        std::fflush(stdout);
+    }
+    const Program program(command, path);
+    const int caller_errno = errno;
+    const HeldSignals signals;
+    const Outcome outcome = has_children_to_itself() ? run_as_child(program, signals)
+                                                     : run_behind_child(program, signals);
+    if (outcome.status != number_of(WaitStatus::not_started)) {
         errno = caller_errno; // as system(3) leaves it; the next line of the log shows its text
     }
-    return started ? std::optional(static_cast<WaitStatus>(status)) : std::nullopt;
+    return outcome.started ? std::optional(static_cast<WaitStatus>(outcome.status)) : std::nullopt;
 }
 
 } // namespace zav
