@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "applets/applets.h"
 
+#include "applets/standard_output.h"
 #include "base/text.h"
 #include "base/version.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <string>
@@ -69,7 +69,7 @@ void applet_run(const char* name, int argc, char** argv) {
     if (argc == 2 && std::strcmp(argv[1], "--help") == 0) {
         applet_usage_show();
     }
-    std::exit(current_applet->main(argc, argv));
+    end_run(current_applet->main(argc, argv));
 }
 
 std::string usage_page(const char* name, const char* usage) {
@@ -81,7 +81,7 @@ std::string usage_page(const char* name, const char* usage) {
 void applet_usage_show() {
     const Applet& applet = or_first(current_applet);
     std::fputs(usage_page(current_applet_name, applet.usage).c_str(), stdout);
-    std::exit(0);
+    end_run(0);
 }
 
 int fail_command(Code code, LogSite site) {

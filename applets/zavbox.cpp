@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 // The entry of the one executable that carries all commands. Every outcome of its own, a command
-// that does not exist included, ends with status 0.
+// that does not exist included, ends with status 0, unless the output cannot be written.
 #include "applets/applets.h"
+#include "applets/standard_output.h"
 #include "base/memory.h"
+#include "base/signals.h"
 #include "base/version.h"
 
 #include <cerrno>
@@ -12,6 +14,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <string_view>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -33,6 +36,10 @@ void open_missing_standard_descriptors() {
 void start_clean() {
     // An ignored SIGCHLD would make every wait for a tool fail.
     std::signal(SIGCHLD, SIG_DFL);
+    // What is written here must be whole, whoever reads the output or limits the size of files.
+    ignore_write_signals();
+    // Directories and files that others are to enter and read do not depend on who calls.
+    ::umask(S_IWGRP | S_IWOTH);
     // An empty PATH ends in the current directory, and a tool must not be found in just any.
     if (::chdir("/") != 0) {
         std::perror("zavbox: /");
@@ -48,7 +55,7 @@ void start_clean() {
     std::printf("ZAVBOX version:\t%s (2008-10-08)\n", zavbox_version);
     std::printf("LIBZAV version:\t%s\n", libzav_version);
     std::printf("SVN version:\t%s\n", svn_version);
-    std::exit(0);
+    end_run(0);
 }
 
 [[noreturn]] void show_usage(const char* invocation) {
@@ -71,7 +78,7 @@ void start_clean() {
         column += std::printf("%s%s", column == 0 ? "\t" : ", ", applet.name);
     }
     std::puts("\n");
-    std::exit(0);
+    end_run(0);
 }
 
 void install_link(const Applet& applet, const char* program, bool symbolic) {
@@ -89,14 +96,14 @@ void install_link(const Applet& applet, const char* program, bool symbolic) {
     const AllocatedText program = link_read_alloc("/proc/self/exe");
     if (!program) {
         std::puts("zavbox links install fail!");
-        std::exit(0);
+        end_run(0);
     }
     for (const Applet& applet : applets()) {
         install_link(applet, program.get(), symbolic);
     }
     // Whatever became of each single link.
     std::puts("zavbox links install success");
-    std::exit(0);
+    end_run(0);
 }
 
 } // namespace
@@ -104,7 +111,7 @@ void install_link(const Applet& applet, const char* program, bool symbolic) {
 int main(int argc, char** argv) {
     if (argc < 1) {
         std::printf("applets '%s' not found\n", "");
-        std::exit(0);
+        end_run(0);
     }
     start_clean();
     set_current_applet_name(argv[0]);
@@ -124,5 +131,5 @@ int main(int argc, char** argv) {
     applet_run(argv[1], argc - 1, argv + 1);
     // Only the first argument chooses an applet: a link named like one does not.
     std::printf("applets '%s' not found\n", argv[1]);
-    std::exit(0);
+    end_run(0);
 }

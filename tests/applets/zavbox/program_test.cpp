@@ -5,7 +5,9 @@
 #include "private_root.h"
 
 #include <csignal>
+#include <cstring>
 #include <gmock/gmock.h>
+#include <set>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -56,6 +58,42 @@ TEST(ChildOfTheProgram, ReportsItsStatusThoughChildrenAreIgnored) {
     root.run({"mdmanage", "--display"}, {.ignored_signals = {SIGCHLD}});
     EXPECT_THAT(root.log(),
                 Contains(Field(&test::LogLine::text, HasSubstr("return normal with exit(3)"))));
+}
+
+// The signals of a write, as bits in /proc/PID/status.
+constexpr unsigned long broken_pipe_bit = 1UL << (SIGPIPE - 1);
+constexpr unsigned long file_size_bit = 1UL << (SIGXFSZ - 1);
+
+// The ignored signals of the program, and of its tool.
+std::pair<unsigned long, unsigned long> ignored_signals(const std::set<int>& by_caller) {
+    RealToolsRoot root;
+    root.script("/bin/cat", "grep SigIgn /.harness/proc/$PPID/status > /tmp/program\n"
+                            "grep SigIgn /.harness/proc/self/status > /tmp/tool");
+    root.run({"mdmanage", "--display"}, {.ignored_signals = by_caller});
+    const auto bits = [&root](const char* path) {
+        return std::stoul(root.read(path).substr(std::strlen("SigIgn:\t")), nullptr, 16);
+    };
+    return {bits("/tmp/program"), bits("/tmp/tool")};
+}
+
+TEST(SignalsOfAWrite, AreIgnoredByTheProgramAndNotByItsTools) {
+    EXPECT_EQ(ignored_signals({}), std::pair(broken_pipe_bit | file_size_bit, 0UL));
+}
+
+TEST(SignalsOfAWrite, ThatTheCallerIgnoresAreIgnoredByTheTools) {
+    EXPECT_EQ(ignored_signals({SIGPIPE}),
+              std::pair(broken_pipe_bit | file_size_bit, broken_pipe_bit));
+    EXPECT_EQ(ignored_signals({SIGXFSZ}),
+              std::pair(broken_pipe_bit | file_size_bit, file_size_bit));
+}
+
+TEST(UmaskOfTheProgram, IsTheUsualOneWhateverTheCallersIs) {
+    for (const mode_t umask : {0U, 077U, 0777U}) {
+        RealToolsRoot root;
+        root.script("/bin/cat", "umask > /tmp/seen; chmod 600 /tmp/seen");
+        root.run({"mdmanage", "--display"}, {.umask = umask});
+        EXPECT_EQ(root.read("/tmp/seen"), "0022\n");
+    }
 }
 
 TEST(LogOfTheProgram, ChangesNoResultWhenItIsMissing) {
