@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "base/file.h"
 
+#include "base/signals.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -80,6 +82,7 @@ bool flock_in_time(int fd, int operation) {
 /// Makes sure that the disk has room for `size` bytes before the first old byte is overwritten: a
 /// full disk then leaves the file as it was.
 bool reserve_space(int fd, std::size_t size) {
+    const HeldWriteSignals signals;
     struct stat before = {};
     if (::fstat(fd, &before) != 0) {
         return false;
@@ -102,6 +105,19 @@ FileDescriptor FileDescriptor::open(const char* path, int flags, mode_t mode) {
     return FileDescriptor(::open(path, flags | O_CLOEXEC, mode));
 }
 
+FileDescriptor FileDescriptor::open_regular(const char* path, int flags, mode_t mode) {
+    FileDescriptor fd = open(path, flags | O_NONBLOCK | O_NOCTTY, mode);
+    struct stat status = {};
+    if (!fd || ::fstat(fd.get(), &status) != 0) {
+        return {};
+    }
+    if (!S_ISREG(status.st_mode)) {
+        fd.close();
+        errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+    }
+    return fd;
+}
+
 bool FileDescriptor::close() {
     const int fd = std::exchange(fd_, -1);
     return fd < 0 || ::close(fd) == 0;
@@ -112,13 +128,17 @@ std::optional<std::string> read_rest(int fd) {
     std::array<char, read_chunk> chunk = {};
     ssize_t count = 0;
     while ((count = read_some(fd, chunk)) > 0) {
+        if (text.size() + static_cast<std::size_t>(count) > longest_file) {
+            errno = EFBIG;
+            return std::nullopt;
+        }
         text.append(chunk.data(), static_cast<std::size_t>(count));
     }
     return count == 0 ? std::optional(std::move(text)) : std::nullopt;
 }
 
 std::optional<std::string> read_file(const char* path) {
-    const FileDescriptor fd = FileDescriptor::open(path, O_RDONLY);
+    const FileDescriptor fd = FileDescriptor::open_regular(path, O_RDONLY);
     return fd ? read_rest(fd.get()) : std::nullopt;
 }
 
@@ -131,9 +151,10 @@ std::optional<std::string> read_attribute_file(const char* path) {
 }
 
 bool write_all(int fd, std::string_view text) {
+    const HeldWriteSignals signals;
     while (!text.empty()) {
         const ssize_t count = ::write(fd, text.data(), text.size());
-        if (count < 0 && errno != EINTR) {
+        if (count == 0 || (count < 0 && errno != EINTR)) {
             return false;
         }
         text.remove_prefix(count > 0 ? static_cast<std::size_t>(count) : 0);

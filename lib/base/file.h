@@ -31,6 +31,10 @@ class FileDescriptor {
     /// Opens with open(2), close-on-exec always added.
     static FileDescriptor open(const char* path, int flags, mode_t mode = 0);
 
+    /// Opens a regular file. Where anybody may put something else in its place, a pipe or a device
+    /// keeps nobody waiting: it is not opened, and errno is EINVAL, or EISDIR for a directory.
+    static FileDescriptor open_regular(const char* path, int flags, mode_t mode = 0);
+
     explicit operator bool() const { return fd_ >= 0; }
     [[nodiscard]] int get() const { return fd_; }
 
@@ -41,17 +45,22 @@ class FileDescriptor {
     int fd_ = -1;
 };
 
-/// Everything the file holds. Nothing when it cannot be opened or read; errno says why.
+/// More than any file holds that is read as a whole.
+inline constexpr std::size_t longest_file = std::size_t(4) << 20;
+
+/// Everything the regular file holds. Nothing when it cannot be opened or read, or when it is
+/// longer than longest_file; errno says why.
 std::optional<std::string> read_file(const char* path);
 
-/// What is left to read from `fd`.
+/// What is left to read from `fd`; nothing when that cannot be read, or is longer than
+/// longest_file.
 std::optional<std::string> read_rest(int fd);
 
 /// At most 256 bytes of a file that the kernel gives in one piece, as those under /sys. Nothing
 /// when it cannot be opened or read; errno says why.
 std::optional<std::string> read_attribute_file(const char* path);
 
-/// False on a write error; errno says why.
+/// False on a write error; errno says why. No signal comes of it.
 bool write_all(int fd, std::string_view text);
 
 /// Adds a line at the end of a file that held `before`, with a line feed in front of it when the

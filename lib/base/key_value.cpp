@@ -130,9 +130,9 @@ Found lookup(std::string_view file, const char* section, const char* key) {
 
 /// The file's text; a code when it cannot be opened or read.
 FileCode read_text(const char* path, std::string& text) {
-    const FileDescriptor fd = FileDescriptor::open(path, O_RDONLY);
+    const FileDescriptor fd = FileDescriptor::open_regular(path, O_RDONLY);
     if (!fd) {
-        return FileCode::not_opened;
+        return errno == EISDIR || errno == EINVAL ? FileCode::unread : FileCode::not_opened;
     }
     auto content = read_rest(fd.get());
     if (!content) {

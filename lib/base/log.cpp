@@ -6,6 +6,7 @@
 #include "base/version.h"
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -72,17 +73,34 @@ FileDescriptor open_in_attempts(const char* path, int flags) {
     return fd;
 }
 
+/// Whoever can read the log can keep a lock on it, which must not make every line wait: after one
+/// wait in vain the lock is only tried, until it is had again.
+std::atomic<bool> was_waited_for_in_vain = false;
+
+bool lock_log(int fd) {
+    const bool locked =
+        was_waited_for_in_vain ? try_lock(fd) == LockResult::locked : lock_and_wait(fd);
+    was_waited_for_in_vain = !locked;
+    return locked;
+}
+
+struct OpenLog {
+    FileDescriptor fd;
+    bool locked = false; ///< if not, lines may be added all the same, and nothing else be done
+};
+
 /// The log, open and locked, under its own name even if another instance rotated it while this
 /// one waited for the lock.
-FileDescriptor open_locked_log() {
-    FileDescriptor fd;
+OpenLog open_log() {
+    OpenLog log;
     for (int attempt = 0; attempt < rotation_attempts; ++attempt) {
-        fd = open_in_attempts(log_path, O_APPEND | O_CREAT);
-        if (!fd || !lock_and_wait(fd.get()) || names_open_file(log_path, fd.get())) {
+        log.fd = open_in_attempts(log_path, O_APPEND | O_CREAT);
+        log.locked = log.fd && lock_log(log.fd.get());
+        if (!log.locked || names_open_file(log_path, log.fd.get())) {
             break;
         }
     }
-    return fd;
+    return log;
 }
 
 bool is_over_limit(int fd) {
@@ -95,31 +113,32 @@ void write_to_console(std::string_view line) {
         write_all(console.get(), line);
         return;
     }
-    std::fprintf(stderr, "Bummer, can't print: %.*s", static_cast<int>(line.size()), line.data());
-    std::fflush(stderr);
+    write_all(STDERR_FILENO, std::string("Bummer, can't print: ").append(line));
 }
 
 /// Appends the whole line or nothing: the next line must not stand behind half of this one.
-bool append_line(int fd, std::string_view line) {
+bool append_line(const OpenLog& log, std::string_view line) {
+    const int fd = log.fd.get();
     struct stat before = {};
     const bool is_file = ::fstat(fd, &before) == 0 && S_ISREG(before.st_mode);
     if (write_all(fd, line)) {
         return true;
     }
-    [[maybe_unused]] const bool is_whole = is_file && ::ftruncate(fd, before.st_size) == 0;
+    [[maybe_unused]] const bool is_whole =
+        is_file && log.locked && ::ftruncate(fd, before.st_size) == 0;
     return false;
 }
 
 void write_line(std::string_view line) {
-    FileDescriptor log = open_locked_log();
-    if (log && is_over_limit(log.get()) && names_open_file(log_path, log.get())) {
+    OpenLog log = open_log();
+    if (log.locked && is_over_limit(log.fd.get()) && names_open_file(log_path, log.fd.get())) {
         // Renamed under the lock: otherwise another instance could rotate as well, and the
         // generation just saved would be lost. Without a rename the lock on this file stays.
         if (::rename(log_path, previous_log_path) == 0) {
-            log = open_locked_log();
+            log = open_log();
         }
     }
-    if (!log || !append_line(log.get(), line)) {
+    if (!log.fd || !append_line(log, line)) {
         write_to_console(line);
     }
 }

@@ -43,7 +43,7 @@ int get_identity(char* buffer, std::size_t size, const char* section, const char
 
 /// The first line of a file. Opened for writing too: a file that may not be written is not read.
 int get_first_line(const char* path, char* buffer, std::size_t size, Code failure, LogSite getter) {
-    const FileDescriptor fd = FileDescriptor::open(path, O_RDWR);
+    const FileDescriptor fd = FileDescriptor::open_regular(path, O_RDWR);
     const auto text = fd ? read_rest(fd.get()) : std::nullopt;
     const auto line = text ? get_line(*text, nullptr, 0, "", first_line_room) : std::nullopt;
     if (!line || !is_usable(buffer, size)) {

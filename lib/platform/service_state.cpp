@@ -57,7 +57,7 @@ int iscsi_status_get() {
 
 int share_status_get(const char* path) {
     // Opened for writing too: a file that may not be written is not read.
-    const FileDescriptor fd = FileDescriptor::open(path, O_RDWR);
+    const FileDescriptor fd = FileDescriptor::open_regular(path, O_RDWR);
     const auto text = fd ? read_rest(fd.get()) : std::nullopt;
     if (!text || text->empty()) {
         return number_of(fail_with_errno(Code::service_state_unread));

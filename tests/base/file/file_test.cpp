@@ -110,6 +110,30 @@ TEST(Read, GivesNothingForAFileThatIsMissingOrNoFile) {
     EXPECT_EQ(errno, EISDIR);
 }
 
+TEST(Read, NeverWaitsForWhatIsNoFile) {
+    PrivateRoot root;
+    root.fifo(path).symlink("/dev/zero", "/tmp/link");
+    const auto read_both = [] {
+        errno = 0;
+        EXPECT_EQ(read_file(path), std::nullopt);
+        EXPECT_EQ(errno, EINVAL);
+        EXPECT_EQ(read_file("/tmp/link"), std::nullopt);
+        EXPECT_EQ(errno, EINVAL);
+        return 0;
+    };
+    EXPECT_TRUE(root.call(read_both, {.time_limit = std::chrono::seconds(5)}).has_returned);
+}
+
+TEST(Read, EndsAtASizeThatNoFileOfTheSystemHas) {
+    PrivateRoot root;
+    root.file(path, std::string(4 << 20, 'x'));
+    EXPECT_EQ(read_file(root.host_path(path).c_str())->size(), 4U << 20);
+    root.file(path, std::string((4 << 20) + 1, 'x'));
+    errno = 0;
+    EXPECT_EQ(read_file(root.host_path(path).c_str()), std::nullopt);
+    EXPECT_EQ(errno, EFBIG);
+}
+
 TEST(Read, StartsAtTheDescriptorsPosition) {
     PrivateRoot root;
     root.file(path, "0123456789");
@@ -217,6 +241,56 @@ TEST(Write, ReportsAFullDisk) {
     EXPECT_FALSE(write_all(full.get(), "text"));
     EXPECT_EQ(errno, ENOSPC);
     EXPECT_TRUE(write_all(full.get(), "")); // nothing to write
+}
+
+// The process is not ignoring the signals, and they would end it.
+TEST(Write, ToAPipeThatNobodyReadsOrBeyondALimitOnlyFails) {
+    PrivateRoot root;
+    const auto write_in_vain = [] {
+        {
+            Pipe pipe;
+            ::close(std::exchange(pipe.ends[0], -1));
+            errno = 0;
+            EXPECT_FALSE(write_all(pipe.ends[1], "text"));
+            EXPECT_EQ(errno, EPIPE);
+        }
+        const FileDescriptor fd = FileDescriptor::open(path, O_RDWR | O_CREAT, 0600);
+        EXPECT_FALSE(write_all(fd.get(), "more text"));
+        EXPECT_EQ(errno, EFBIG);
+        EXPECT_FALSE(rewrite(fd.get(), "more text"));
+        EXPECT_EQ(errno, EFBIG);
+        EXPECT_FALSE(copy_file("/tmp/source", path) == FileCode::ok);
+        sigset_t pending;
+        ::sigpending(&pending);
+        EXPECT_TRUE(::sigisemptyset(&pending));
+        sigset_t held;
+        ::sigprocmask(SIG_BLOCK, nullptr, &held);
+        EXPECT_TRUE(::sigisemptyset(&held));
+        return 0;
+    };
+    root.file("/tmp/source", "more text");
+    const test::Result result = root.call(write_in_vain, {.limits = {{RLIMIT_FSIZE, 4}}});
+    EXPECT_EQ(result.signal, 0);
+    EXPECT_TRUE(result.has_returned);
+}
+
+// Of the process itself: it was there before.
+TEST(Write, LeavesASignalThatWasHeldBackBefore) {
+    PrivateRoot root;
+    root.call([] {
+        sigset_t held;
+        ::sigemptyset(&held);
+        ::sigaddset(&held, SIGPIPE);
+        ::sigprocmask(SIG_BLOCK, &held, nullptr);
+        ::raise(SIGPIPE);
+        Pipe pipe;
+        ::close(std::exchange(pipe.ends[0], -1));
+        EXPECT_FALSE(write_all(pipe.ends[1], "text"));
+        sigset_t pending;
+        ::sigpending(&pending);
+        EXPECT_TRUE(::sigismember(&pending, SIGPIPE));
+        return 0;
+    });
 }
 
 // The result of appending a line to a file with the contents `before`, and the new contents.

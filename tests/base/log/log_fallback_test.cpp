@@ -183,6 +183,24 @@ TEST(LogFallback, ADiskThatFillsUpLeavesNoHalfLine) {
     EXPECT_EQ(root.read(console_path), logged_text);
 }
 
+TEST(LogFallback, ALimitOnFilesOrAClosedPipeDoesNotEndTheProcess) {
+    PrivateRoot root;
+    root.file(log_path, "old\n");
+    EXPECT_EQ(root.call(log_text, {.limits = {{RLIMIT_FSIZE, 4}}}).signal, 0);
+    EXPECT_EQ(root.read(log_path), "old\n");
+    root.remove("/var/log");
+    const Result result = root.call([] {
+        std::array<int, 2> ends = {};
+        EXPECT_EQ(::pipe(ends.data()), 0);
+        ::dup2(ends[1], STDERR_FILENO);
+        ::close(ends[0]);
+        ::close(ends[1]);
+        return log_text();
+    });
+    EXPECT_EQ(result.signal, 0);
+    EXPECT_TRUE(result.has_returned);
+}
+
 TEST(LogFallback, ALogThatIsNoRegularFileIsWrittenButNeverRotated) {
     PrivateRoot root;
     root.bind("/dev/null", log_path, true).file(console_path, "");

@@ -7,6 +7,7 @@
 #include "private_root.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -122,6 +123,48 @@ TEST(LogLock, IsWaitedFor) {
     lock.unlock();
     run.wait();
     EXPECT_EQ(root.read(log_path), "first\n" + logged_text);
+}
+
+// Whoever can read the log can keep a lock on it.
+TEST(LogLock, IsNotWaitedForForEverAndNotForEveryLine) {
+    PrivateRoot root;
+    root.file(log_path, old_log(size_limit + 1));
+    const test::LockedFile lock(root.host_path(log_path), 0, 0, F_RDLCK);
+    const auto start = std::chrono::steady_clock::now();
+    const auto log_twenty = [] {
+        for (int line = 0; line < 20; ++line) {
+            log_text();
+        }
+        return 0;
+    };
+    root.call(log_twenty, {.time_limit = std::chrono::seconds(60)});
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
+    const std::string text = root.read(log_path);
+    EXPECT_EQ(text.size(), size_limit + 1 + 20 * logged_text.size());
+    EXPECT_FALSE(root.exists(previous_path)) << "it is not rotated without the lock";
+}
+
+TEST(LogLock, IsHadAgainOnceItWasGivenUp) {
+    PrivateRoot root;
+    root.file(log_path, old_log(size_limit + 1));
+    test::LockedFile lock(root.host_path(log_path), 0, 0, F_RDLCK);
+    StartedRun run = root.start_call(
+        [] {
+            log_text();
+            ::close(::open("/tmp/waited", O_CREAT | O_WRONLY, 0600));
+            while (::access("/tmp/free", F_OK) != 0) {
+                ::usleep(1000);
+            }
+            log_text();
+            return 0;
+        },
+        {.time_limit = std::chrono::seconds(60)});
+    ASSERT_TRUE(root.appears("/tmp/waited", std::chrono::seconds(20)));
+    lock.unlock();
+    root.file("/tmp/free", "");
+    run.wait();
+    EXPECT_EQ(root.read(log_path), logged_text);
+    EXPECT_EQ(root.read(previous_path), old_log(size_limit + 1) + logged_text);
 }
 
 TEST(LogLock, IsOnTheWholeFile) {
