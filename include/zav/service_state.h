@@ -3,7 +3,8 @@
  * \file
  * Whether the services run: a C interface. Each probe runs busybox's pidof and returns 0 for a
  * service that runs. Everything else counts as stopped: -11000 no such process, -1011 the tool's
- * output cannot be read, -1 it is no process number. Failures are logged.
+ * output cannot be read, -1 it is no process number. Failures of the tool are logged; that a
+ * service does not run is none.
  */
 #pragma once
 

@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <exception>
 #include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
@@ -226,6 +227,20 @@ void log_errno(WaitStatus status, LogSite site) {
 Code fail_with_errno(Code code, LogSite site) {
     log_errno(code, site);
     return code;
+}
+
+int fail_without_memory(int value, LogSite site) noexcept {
+    try {
+        errno = ENOMEM;
+        log_errno(value, site);
+    } catch (const std::exception&) {
+        // Not even for a line: the value says that it failed.
+    }
+    return value;
+}
+
+int fail_without_memory(Code code, LogSite site) noexcept {
+    return fail_without_memory(number_of(code), site);
 }
 
 const char* get_process_name(char* buffer, std::size_t size, pid_t pid) {

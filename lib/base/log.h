@@ -52,6 +52,11 @@ void log_errno(WaitStatus status, LogSite site = LogSite::here());
 /// The same for a function that returns the code it logs. Returns `code`.
 Code fail_with_errno(Code code, LogSite site = LogSite::here());
 
+/// For the end of a function of the C interface, where no exception may leave it: memory ran out.
+/// Logs `value` if there is memory for that, and returns it.
+int fail_without_memory(int value, LogSite site = LogSite::here()) noexcept;
+int fail_without_memory(Code code, LogSite site = LogSite::here()) noexcept;
+
 /// Writes a finished line to the log, or else the console, or else standard error. Returns 0. A
 /// text that begins with a time as the system log writes it ("Nov 20 10:00:00 ") keeps that time.
 [[gnu::format(printf, 1, 2)]] int log_write(const char* format, ...);

@@ -10,12 +10,15 @@
 #include "sources/vmstat.h"
 #include "zav/system_status.h"
 
+#include <exception>
+
 namespace zav {
 
 namespace {
 
 constexpr std::size_t model_size = 32;
 constexpr std::size_t fan_value_size = 8;
+constexpr int no_figure = -1;
 
 bool is_usable(const char* buffer, std::size_t size) {
     return buffer != nullptr && size > 0;
@@ -62,7 +65,6 @@ int get_power_from_tool(char* buffer, std::size_t size, LogSite getter) {
 /// The output of `command`, captured, turned into a percentage by `figure`. 0, or -1, logged.
 int get_percentage(float* percent, const Capture& capture, const std::string& command,
                    std::optional<float> (*figure)(std::string_view), LogSite getter) {
-    constexpr int no_figure = -1;
     std::optional<float> value;
     if (percent != nullptr) {
         *percent = 0.0F;
@@ -83,16 +85,18 @@ int get_percentage(float* percent, const Capture& capture, const std::string& co
 
 using namespace zav;
 
-int tmp_get(char* buffer, size_t size) {
+int tmp_get(char* buffer, size_t size) try {
     Model model = {};
     if (const int result = get_model(model, LogSite::here()); result != 0) {
         return result;
     }
     return get_state(buffer, size, model, model.temperature_key, Code::temperature_unread,
                      LogSite::here());
+} catch (const std::exception&) {
+    return fail_without_memory(Code::temperature_unread);
 }
 
-int fan_speed_get(char* buffer) {
+int fan_speed_get(char* buffer) try {
     if (buffer == nullptr) {
         return number_of(fail_with_errno(Code::fan_speed_unread));
     }
@@ -116,9 +120,11 @@ int fan_speed_get(char* buffer) {
     }
     copy_bounded(buffer, ZAV_FAN_SPEED_SIZE, speeds.c_str());
     return 0;
+} catch (const std::exception&) {
+    return fail_without_memory(Code::fan_speed_unread);
 }
 
-int pwstate_get(char* buffer, size_t size) {
+int pwstate_get(char* buffer, size_t size) try {
     Model model = {};
     if (const int result = get_model(model, LogSite::here()); result != 0) {
         return result;
@@ -132,16 +138,22 @@ int pwstate_get(char* buffer, size_t size) {
         break;
     }
     return 0;
+} catch (const std::exception&) {
+    return fail_without_memory(Code::power_unread);
 }
 
-int get_mem_utility(float* percent) {
+int get_mem_utility(float* percent) try {
     const Capture capture("/tmp/meminfo.XXXXXX");
     return get_percentage(percent, capture, format_text(meminfo_command, capture.path()),
                           memory_in_use, LogSite::here());
+} catch (const std::exception&) {
+    return fail_without_memory(no_figure);
 }
 
-int get_cpu_utility(float* percent) {
+int get_cpu_utility(float* percent) try {
     const Capture capture("/tmp/vmstat.XXXXXX");
     return get_percentage(percent, capture, format_text(vmstat_command, capture.path()),
                           processor_in_use, LogSite::here());
+} catch (const std::exception&) {
+    return fail_without_memory(no_figure);
 }

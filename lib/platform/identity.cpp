@@ -8,6 +8,7 @@
 #include "zav/system_status.h"
 
 #include <ctime>
+#include <exception>
 #include <fcntl.h>
 
 namespace zav {
@@ -59,29 +60,39 @@ int get_first_line(const char* path, char* buffer, std::size_t size, Code failur
 
 using namespace zav;
 
-int hostname_get(char* buffer, size_t size) {
+int hostname_get(char* buffer, size_t size) try {
     return get_first_line(host_name_file, buffer, size, Code::host_name_unread, LogSite::here());
+} catch (const std::exception&) {
+    return fail_without_memory(Code::host_name_unread);
 }
 
-int starttime_get(char* buffer, size_t size) {
+int starttime_get(char* buffer, size_t size) try {
     return get_first_line(start_time_file, buffer, size, Code::start_time_unread, LogSite::here());
+} catch (const std::exception&) {
+    return fail_without_memory(Code::start_time_unread);
 }
 
-int softversion_get(char* buffer, size_t size) {
+int softversion_get(char* buffer, size_t size) try {
     return get_identity(buffer, size, "version", "software", Code::software_version_unread,
                         LogSite::here());
+} catch (const std::exception&) {
+    return fail_without_memory(Code::software_version_unread);
 }
 
-int hardversion_get(char* buffer, size_t size) {
+int hardversion_get(char* buffer, size_t size) try {
     return get_identity(buffer, size, "version", "hardware", Code::hardware_version_unread,
                         LogSite::here());
+} catch (const std::exception&) {
+    return fail_without_memory(Code::hardware_version_unread);
 }
 
-int devmodel_get(char* buffer, size_t size) {
+int devmodel_get(char* buffer, size_t size) try {
     return get_identity(buffer, size, "product", "type", Code::model_unread, LogSite::here());
+} catch (const std::exception&) {
+    return fail_without_memory(Code::model_unread);
 }
 
-int systime_get(char* buffer, size_t size) {
+int systime_get(char* buffer, size_t size) try {
     const std::time_t now = std::time(nullptr);
     std::tm local = {};
     if (!is_usable(buffer, size) || ::localtime_r(&now, &local) == nullptr) {
@@ -92,4 +103,6 @@ int systime_get(char* buffer, size_t size) {
         return number_of(fail_with_errno(Code::time_unread));
     }
     return 0;
+} catch (const std::exception&) {
+    return fail_without_memory(Code::time_unread);
 }

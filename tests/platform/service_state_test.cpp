@@ -100,6 +100,16 @@ TEST_F(ServiceState, IsReadFromTheRealTool) {
     root.expect_all_used();
 }
 
+// A service that is switched off is asked about as often as any other, and the log keeps little.
+TEST_F(ServiceState, OfAStoppedServiceLeavesTheLogAlone) {
+    pidof_answers().exits(1);
+    for (const Probe& probe : probes) {
+        EXPECT_EQ(state(probe.probe), -11000) << probe.process;
+    }
+    EXPECT_EQ(state(samba_status_get), -11000);
+    EXPECT_THAT(root.log(), IsEmpty());
+}
+
 TEST_F(ServiceState, IsStoppedWhenPidofFails) {
     const auto logged = [](const std::string& process, const std::string& end) {
         return AllOf(StartsWith("system(\"/bin/busybox pidof " + process + " > /tmp/"),
@@ -107,16 +117,23 @@ TEST_F(ServiceState, IsStoppedWhenPidofFails) {
     };
     for (const Probe& probe : probes) {
         root.remove("/var/log/log.libzav");
-        pidof_answers().exits(1);
+        pidof_answers().exits(2);
         EXPECT_EQ(state(probe.probe), -11000);
         pidof_answers().prints("812\n").killed_by(SIGKILL);
         EXPECT_EQ(state(probe.probe), -11000);
         root.remove(busybox);
         EXPECT_EQ(state(probe.probe), -11000);
-        EXPECT_THAT(root.log_texts(), ElementsAre(logged(probe.process, "normal with exit(1)"),
+        EXPECT_THAT(root.log_texts(), ElementsAre(logged(probe.process, "normal with exit(2)"),
                                                   logged(probe.process, "unnormal with exit(0)"),
                                                   logged(probe.process, "normal with exit(127)")));
     }
+}
+
+// It says that there is none, and prints one: a tool that failed.
+TEST_F(ServiceState, IsStoppedAndLoggedWhenPidofFailsAfterItsAnswer) {
+    pidof_answers().prints("812\n").exits(1);
+    EXPECT_EQ(state(nfs_status_get), -11000);
+    EXPECT_THAT(root.log_texts(), ElementsAre(testing::HasSubstr("return normal with exit(1)")));
 }
 
 TEST_F(ServiceState, IsUnknownWhenPidofPrintsNothing) {

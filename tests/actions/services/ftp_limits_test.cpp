@@ -142,10 +142,26 @@ TEST_F(FtpLimits, AreRewrittenWithExactKeysOnly) {
     EXPECT_EQ(rewritten("max_clients\nmax_per_ip=\n"), "max_clients=2\nmax_per_ip=3\n");
 }
 
-TEST_F(FtpLimits, AreWrittenWithTheirSigns) {
+TEST_F(FtpLimits, MayBeNoLimitOrTheLargest) {
     root.file(vsftpd_conf, "local_max_rate=1\nmax_clients=1\nmax_per_ip=1\n");
-    root.call([] { return ftp_limits_set(-1, 0, 2147483647); });
-    EXPECT_EQ(root.read(vsftpd_conf), "local_max_rate=-1\nmax_clients=0\nmax_per_ip=2147483647\n");
+    root.call([] { return ftp_limits_set(1, 0, 2147483647); });
+    EXPECT_EQ(root.read(vsftpd_conf), "local_max_rate=1\nmax_clients=0\nmax_per_ip=2147483647\n");
+}
+
+// The server reads a negative limit as none at all.
+TEST_F(FtpLimits, AreNeverNegative) {
+    const std::string before = "local_max_rate=1\nmax_clients=1\nmax_per_ip=1\n";
+    root.file(vsftpd_conf, before);
+    for (const auto& [rate, clients, per_address] :
+         {std::tuple(-5, 2, 3), std::tuple(1, -1, 3), std::tuple(1, 2, -2147483647)}) {
+        const Result result = root.call([=] { return ftp_limits_set(rate, clients, per_address); });
+        EXPECT_EQ(result.returned, -1);
+        EXPECT_THAT(result.commands, IsEmpty());
+        EXPECT_EQ(root.read(vsftpd_conf), before);
+    }
+    EXPECT_THAT(root.log_texts(),
+                testing::Each(failure_line("ftp_limits_set", -1, "Invalid argument")));
+    EXPECT_EQ(root.log_texts().size(), 3U);
 }
 
 TEST_F(FtpLimits, KeepTheModeOfTheFile) {
