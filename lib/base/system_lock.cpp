@@ -19,6 +19,10 @@ constexpr mode_t run_mode = 0755;
 constexpr mode_t lock_directory_mode = 0700;
 constexpr mode_t lock_mode = 0600;
 
+std::string lock_path(std::string_view name) {
+    return std::string(lock_directory).append("/").append(name);
+}
+
 bool make_directory(const char* path, mode_t mode) {
     return ::mkdir(path, mode) == 0 || errno == EEXIST;
 }
@@ -71,7 +75,7 @@ SystemLock SystemLock::take(std::string_view name, std::chrono::milliseconds wai
     constexpr std::chrono::milliseconds pause{20};
     const auto end = std::chrono::steady_clock::now() + wait;
     SystemLock lock;
-    const std::string path = std::string(lock_directory).append("/").append(name);
+    const std::string path = lock_path(name);
     for (;;) {
         FileDescriptor fd = open_lock(path);
         if (!fd) {
@@ -89,6 +93,12 @@ SystemLock SystemLock::take(std::string_view name, std::chrono::milliseconds wai
             return lock;
         }
     }
+}
+
+bool SystemLock::was_left(std::string_view name) {
+    const FileDescriptor fd =
+        FileDescriptor::open(lock_path(name).c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+    return fd && is_ours(lock_directory) && ::flock(fd.get(), LOCK_EX | LOCK_NB) == 0;
 }
 
 void SystemLock::release() {

@@ -3,8 +3,11 @@
 
 #include "base/codes.h"
 #include "base/file.h"
+#include "base/system_lock.h"
 #include "sources/reserved_names.h"
 
+#include <cerrno>
+#include <cstdlib>
 #include <fcntl.h>
 #include <optional>
 #include <string>
@@ -19,15 +22,49 @@ constexpr mode_t reservation_mode = 0700;
 constexpr int lock_attempts = 5;
 constexpr unsigned seconds_between_attempts = 1;
 
-/// Opens the file without following a link, and only as a regular file of our own: anyone may put
-/// something else under that name into /tmp.
-FileDescriptor open_reservations(int flags) {
-    FileDescriptor fd = FileDescriptor::open(
-        reservation_path, O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | flags, reservation_mode);
+/// Kept while this process has a name reserved: it tells a name of a creation that was killed.
+SystemLock own_name;
+
+std::string lock_of(const char* name) {
+    return std::string("mdname-") + name;
+}
+
+/// Opens the file without following a link, and only as a regular file of ours that has no other
+/// name: anyone may put something else under that name into /tmp.
+FileDescriptor open_reservations() {
+    FileDescriptor fd = FileDescriptor::open_regular(reservation_path, O_RDWR | O_NOFOLLOW);
     struct stat status = {};
-    const bool is_ours = fd && ::fstat(fd.get(), &status) == 0 && S_ISREG(status.st_mode) &&
-                         status.st_uid == ::geteuid();
+    const bool is_ours = fd && ::fstat(fd.get(), &status) == 0 && status.st_uid == ::geteuid() &&
+                         status.st_nlink == 1;
     return is_ours ? std::move(fd) : FileDescriptor();
+}
+
+/// Clears the name of whatever has it. A directory with something in it is moved aside.
+void remove_foreign() {
+    if (::unlink(reservation_path) == 0 || ::rmdir(reservation_path) == 0 || errno == ENOENT) {
+        return;
+    }
+    std::string aside = std::string(reservation_path) + ".XXXXXX";
+    if (::mkdtemp(aside.data()) != nullptr && ::rename(reservation_path, aside.c_str()) != 0) {
+        ::rmdir(aside.c_str());
+    }
+}
+
+/// The file, made anew when it is missing or somebody else's.
+FileDescriptor open_or_make() {
+    if (FileDescriptor fd = open_reservations()) {
+        return fd;
+    }
+    const SystemLock lock = SystemLock::take("mdname.test");
+    if (!lock) {
+        return {};
+    }
+    if (FileDescriptor fd = open_reservations()) {
+        return fd; // of another instance, meanwhile
+    }
+    remove_foreign();
+    return FileDescriptor::open(reservation_path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW,
+                                reservation_mode);
 }
 
 LockResult lock_in_attempts(int fd) {
@@ -43,10 +80,35 @@ std::optional<std::string> read_names(const FileDescriptor& fd) {
     return read_rest(fd.get());
 }
 
+/// Whether a name in the file is that of a creation that was killed; it is ours then.
+bool inherits(const char* name) {
+    if (!SystemLock::was_left(lock_of(name))) {
+        return false;
+    }
+    own_name = SystemLock::take(lock_of(name), {});
+    return bool(own_name);
+}
+
+/// With the file locked.
+Code reserve(const FileDescriptor& fd, const char* name) {
+    const auto names = read_names(fd);
+    if (!names) {
+        return Code::reservation_unread;
+    }
+    if (is_reserved(*names, name)) {
+        return inherits(name) ? Code::ok : Code::name_reserved;
+    }
+    if (!append_line(fd.get(), *names, name)) {
+        return Code::reservation_unwritten;
+    }
+    own_name = SystemLock::take(lock_of(name), {});
+    return Code::ok;
+}
+
 } // namespace
 
 Code add_name(const char* name) {
-    const FileDescriptor fd = open_reservations(O_CREAT);
+    const FileDescriptor fd = open_or_make();
     if (!fd) {
         return Code::reservation_not_opened;
     }
@@ -58,18 +120,11 @@ Code add_name(const char* name) {
     case LockResult::locked:
         break;
     }
-    const auto names = read_names(fd);
-    if (!names) {
-        return Code::reservation_unread;
-    }
-    if (is_reserved(*names, name)) {
-        return Code::name_reserved;
-    }
-    return append_line(fd.get(), *names, name) ? Code::ok : Code::reservation_unwritten;
+    return reserve(fd, name);
 }
 
 Code del_name(const char* name) {
-    const FileDescriptor fd = open_reservations(0);
+    const FileDescriptor fd = open_reservations();
     if (!fd || lock_in_attempts(fd.get()) != LockResult::locked) {
         return Code::ok;
     }
@@ -77,10 +132,12 @@ Code del_name(const char* name) {
     if (!names) {
         return Code::reservation_unread;
     }
-    const std::string kept = lines_without(*names, name);
-    const bool written = ::ftruncate(fd.get(), 0) == 0 && ::lseek(fd.get(), 0, SEEK_SET) == 0 &&
-                         write_all(fd.get(), kept);
-    return written ? Code::ok : Code::reservation_unwritten;
+    if (!rewrite(fd.get(), lines_without(*names, name))) {
+        return Code::reservation_unwritten;
+    }
+    inherits(name); // of a creation that was killed
+    own_name.release();
+    return Code::ok;
 }
 
 } // namespace zav

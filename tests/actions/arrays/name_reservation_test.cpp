@@ -4,11 +4,13 @@
 #include "fixtures/array_machine.h"
 #include "fixtures/library.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstddef>
 #include <fcntl.h>
+#include <filesystem>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
@@ -131,29 +133,114 @@ TEST_F(Reservations, CanBeTakenAgainWhenReleased) {
     EXPECT_EQ(add("md1"), 0);
 }
 
-TEST_F(Reservations, NeedAFileThatIsNoLink) {
+// Anybody may make something under that name. Releasing a name only leaves it alone.
+class ForeignReservations : public Reservations {
+  protected:
+    void expect_made_anew() {
+        EXPECT_EQ(del("md7"), 0);
+        ASSERT_EQ(add("md1"), 0);
+        EXPECT_EQ(machine.read(path), "md1\n");
+        EXPECT_EQ(machine.mode(path), 0700U);
+        EXPECT_FALSE(std::filesystem::is_symlink(machine.host_path(path)));
+    }
+};
+
+TEST_F(ForeignReservations, ThatAreALinkAreMadeAnew) {
     machine.file("/var/other", "md7\n").symlink("/var/other", path);
-    EXPECT_EQ(add("md1"), -406);
-    EXPECT_EQ(del("md7"), 0);
+    expect_made_anew();
     EXPECT_EQ(machine.read("/var/other"), "md7\n");
+    machine.remove(path).symlink("/var/missing", path);
+    expect_made_anew();
+    EXPECT_FALSE(machine.exists("/var/missing"));
 }
 
-TEST_F(Reservations, AreNotMadeThroughALink) {
-    machine.symlink("/var/other", path);
-    EXPECT_EQ(add("md1"), -406);
-    EXPECT_FALSE(machine.exists("/var/other"));
-}
-
-TEST_F(Reservations, NeedAFileThatIsNoDirectory) {
+TEST_F(ForeignReservations, ThatAreADirectoryAreMadeAnew) {
     machine.directory(path);
-    EXPECT_EQ(add("md1"), -406);
-    EXPECT_EQ(del("md1"), 0);
+    expect_made_anew();
 }
 
-TEST_F(Reservations, NeedAFileThatIsNoFifo) {
+// A directory with something in it is moved aside: nothing that root does not own is searched.
+TEST_F(ForeignReservations, ThatAreAFullDirectoryAreMadeAnew) {
+    machine.file(path + std::string("/file"), "text");
+    EXPECT_EQ(machine.call([] { return add_name("md1"); }).returned, 0);
+    EXPECT_EQ(machine.read(path), "md1\n");
+}
+
+TEST_F(ForeignReservations, ThatAreAFifoAreMadeAnew) {
     machine.fifo(path);
-    EXPECT_EQ(add("md1"), -406);
+    expect_made_anew();
+}
+
+TEST_F(ForeignReservations, ThatAreAnotherUsersFileAreMadeAnewWhateverHeLocks) {
+    machine.file(path, "md7\n", 0666);
+    ASSERT_EQ(::chown(machine.host_path(path).c_str(), 1234, 1234), 0);
+    const StartedRun holder = hold_lock(F_WRLCK);
+    expect_made_anew();
+}
+
+TEST_F(ForeignReservations, ThatAreAnotherNameOfAFileAreMadeAnew) {
+    machine.file("/tmp/other", "md7\n");
+    std::filesystem::create_hard_link(machine.host_path("/tmp/other"), machine.host_path(path));
+    EXPECT_EQ(machine.call([] { return add_name("md1"); }).returned, 0);
+    EXPECT_EQ(machine.read("/tmp/other"), "md7\n");
+    EXPECT_EQ(machine.read(path), "md1\n");
+}
+
+TEST_F(ForeignReservations, AreMadeAnewByOneOfMany) {
+    machine.fifo(path);
+    const Result run = machine.operation([] {
+        for (int process = 0; process < 8; ++process) {
+            if (::fork() == 0) {
+                ::_exit(add_name(("md" + std::to_string(process)).c_str()) == 0 ? 0 : 1);
+            }
+        }
+        int failures = 0;
+        int status = 0;
+        while (::wait(&status) > 0) {
+            failures += status == 0 ? 0 : 1;
+        }
+        return failures;
+    });
+    ASSERT_EQ(run.returned, 0);
+    const std::string names = machine.read(path);
+    EXPECT_EQ(std::ranges::count(names, '\n'), 8) << names;
+}
+
+// A name that is released for a creation that was killed leaves nothing behind.
+TEST_F(Reservations, OfAProcessThatHasEndedAreReleasedByOthers) {
+    StartedRun killed = machine.start_call([] {
+        EXPECT_EQ(add_name("md1"), 0);
+        ::close(::open("/var/added", O_CREAT | O_WRONLY, 0600));
+        return ::pause();
+    });
+    ASSERT_TRUE(machine.appears("/var/added"));
+    killed.signal(SIGKILL);
+    killed.wait();
     EXPECT_EQ(del("md1"), 0);
+    EXPECT_EQ(machine.read(path), "");
+    EXPECT_THAT(machine.list("/run"), testing::Not(testing::Contains("zavbox")));
+}
+
+// A creation that was killed.
+TEST_F(Reservations, OfAProcessThatHasEndedMayBeTaken) {
+    StartedRun killed = machine.start_call([] {
+        EXPECT_EQ(add_name("md1"), 0);
+        ::close(::open("/var/added", O_CREAT | O_WRONLY, 0600));
+        return ::pause();
+    });
+    ASSERT_TRUE(machine.appears("/var/added"));
+    EXPECT_EQ(add("md1"), -404) << "it is alive";
+    killed.signal(SIGKILL);
+    killed.wait();
+    EXPECT_EQ(machine.read(path), "md1\n");
+    EXPECT_THAT(machine.list("/run/zavbox"), testing::ElementsAre("mdname-md1"));
+    machine.operation([] {
+        EXPECT_EQ(add_name("md1"), 0);
+        EXPECT_EQ(del_name("md1"), 0);
+        return 0;
+    });
+    EXPECT_EQ(machine.read(path), "");
+    EXPECT_THAT(machine.list("/run"), testing::Not(testing::Contains("zavbox")));
 }
 
 TEST_F(Reservations, NeedAFileThatIsNoDevice) {
@@ -272,21 +359,34 @@ TEST_F(Reservations, GiveUpAfterFiveTriesWhenTheLockCannotBeSet) {
     EXPECT_EQ(machine.read(path), "md7\n");
 }
 
-// Eight processes that start together.
+// Eight processes that start together, and end together: a name is free when its process has ended.
 TEST_F(Reservations, GoToOneOfManyAtOnce) {
     const Result run = machine.operation([] {
         int gate[2];
+        int end[2];
         EXPECT_EQ(::pipe(gate), 0);
+        EXPECT_EQ(::pipe(end), 0);
         for (int process = 0; process < 8; ++process) {
             if (::fork() == 0) {
                 ::close(gate[1]);
                 char byte = 0;
                 (void)!::read(gate[0], &byte, 1);
-                ::_exit(add_name("md1") == 0 ? 0 : 1);
+                ::close(end[0]);
+                const bool has_won = add_name("md1") == 0;
+                EXPECT_EQ(::write(end[1], &byte, 1), 1);
+                while (::access("/var/end", F_OK) != 0) {
+                    ::usleep(1000);
+                }
+                ::_exit(has_won ? 0 : 1);
             }
         }
         ::close(gate[0]);
         ::close(gate[1]);
+        for (int process = 0; process < 8; ++process) {
+            char byte = 0;
+            EXPECT_EQ(::read(end[0], &byte, 1), 1);
+        }
+        ::close(::open("/var/end", O_CREAT | O_WRONLY, 0600));
         int winners = 0;
         int status = 0;
         while (::wait(&status) > 0) {
