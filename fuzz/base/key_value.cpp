@@ -7,10 +7,11 @@
 #include "base/text.h"
 #include "fuzz.h"
 
+#include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
+#include <filesystem>
 #include <string>
-#include <sys/mman.h>
-#include <unistd.h>
 
 namespace zav::fuzz {
 
@@ -18,19 +19,32 @@ namespace {
 
 constexpr std::size_t longest_line = 511;
 
-/// A file in memory with a path.
+/// The directory of this process's file in memory, which has others beside it while it changes.
+class MemoryDirectory {
+  public:
+    MemoryDirectory() { require(::mkdtemp(path_) != nullptr, "memory has room for a directory"); }
+    MemoryDirectory(const MemoryDirectory&) = delete;
+    MemoryDirectory& operator=(const MemoryDirectory&) = delete;
+    ~MemoryDirectory() { std::filesystem::remove_all(path_); }
+    [[nodiscard]] std::string file() const { return std::string(path_) + "/file"; }
+
+  private:
+    char path_[32] = "/dev/shm/zav-fuzz.XXXXXX";
+};
+
 class MemoryFile {
   public:
-    explicit MemoryFile(std::string_view text)
-        : fd_(::memfd_create("fuzz", MFD_CLOEXEC)),
-          path_("/proc/self/fd/" + std::to_string(fd_.get())) {
-        require(write_all(fd_.get(), text), "a file in memory can be written");
+    explicit MemoryFile(std::string_view text) {
+        static const MemoryDirectory directory;
+        path_ = directory.file();
+        const FileDescriptor fd =
+            FileDescriptor::open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        require(write_all(fd.get(), text), "a file in memory can be written");
     }
     [[nodiscard]] const char* path() const { return path_.c_str(); }
     [[nodiscard]] std::string text() const { return read_file(path()).value_or(""); }
 
   private:
-    FileDescriptor fd_;
     std::string path_;
 };
 

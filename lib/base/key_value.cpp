@@ -1,17 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include "base/key_value.h"
 
+#include "base/change_journal.h"
 #include "base/file.h"
 #include "base/text.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <string>
 #include <string_view>
+#include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace zav {
 
@@ -128,13 +130,33 @@ Found lookup(std::string_view file, const char* section, const char* key) {
     return found;
 }
 
+/// What a change that was cut short is to make of the file. Only a change of our own counts: others
+/// may be able to put a file beside this one.
+std::optional<std::string> unfinished_text(const char* path) {
+    struct stat status = {};
+    if (::lstat(journal_path(path).c_str(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        status.st_uid != ::geteuid()) {
+        return std::nullopt;
+    }
+    auto entries = read_journal(path);
+    return entries && !entries->empty() ? std::optional(std::move(entries->front().text))
+                                        : std::nullopt;
+}
+
+FileCode code_of_open(FileCode otherwise) {
+    return errno == EISDIR || errno == EINVAL ? FileCode::unread : otherwise;
+}
+
 /// The file's text; a code when it cannot be opened or read.
 FileCode read_text(const char* path, std::string& text) {
     const FileDescriptor fd = FileDescriptor::open_regular(path, O_RDONLY);
     if (!fd) {
-        return errno == EISDIR || errno == EINVAL ? FileCode::unread : FileCode::not_opened;
+        return code_of_open(FileCode::not_opened);
     }
     auto content = read_rest(fd.get());
+    if (auto unfinished = unfinished_text(path)) {
+        content = std::move(unfinished);
+    }
     if (!content) {
         return FileCode::unread;
     }
@@ -146,25 +168,14 @@ std::string key_line_text(const char* key, const char* value) {
     return format_text("\t%s = %s\n", key, value);
 }
 
-/// Adds the section with its first key at the end of the file.
-FileCode append_section(const char* path, std::string_view text, const char* section,
-                        const char* key, const char* value) {
-    FileDescriptor fd = FileDescriptor::open(path, O_WRONLY | O_APPEND | O_CREAT, 0644);
-    if (!fd) {
-        return FileCode::not_created;
-    }
-    std::string added;
+/// The file's text with the section and its first key at the end.
+std::string extended_text(std::string_view text, const char* section, const char* key,
+                          const char* value) {
+    std::string result(text);
     if (!text.empty() && text.back() != '\n') {
-        added = "\n"; // else the header would be part of the last line
+        result += "\n"; // else the header would be part of the last line
     }
-    added += format_text("%c%s%c\n", '[', section, ']') + key_line_text(key, value);
-    const off_t size = ::lseek(fd.get(), 0, SEEK_END);
-    if (!write_all(fd.get(), added)) {
-        // Half a section would be worse than none.
-        [[maybe_unused]] const int result = ::ftruncate(fd.get(), size);
-        return FileCode::unwritten;
-    }
-    return fd.close() ? FileCode::ok : FileCode::unwritten;
+    return result + format_text("%c%s%c\n", '[', section, ']') + key_line_text(key, value);
 }
 
 /// The file's text with the key's line in its new place.
@@ -191,28 +202,65 @@ std::string replaced_text(std::string_view text, const Found& found, const char*
     }
 }
 
-/// Writes the text beside, then copies it over the file: a write that fails leaves the original.
-FileCode replace_file(const char* path, std::string_view text) {
-    char temporary[] = "/tmp/keyvalue.XXXXXX";
-    FileDescriptor fd(::mkostemp(temporary, O_CLOEXEC));
-    if (!fd) {
+/// A file that is about to be changed, open and locked.
+struct Change {
+    FileDescriptor fd;
+    bool was_made = false;
+    std::string text; ///< what it holds, or is to hold since a change that was cut short
+};
+
+FileCode open_to_change(const char* path, Change& change) {
+    change.fd = FileDescriptor::open_regular(path, O_RDWR);
+    if (!change.fd && errno == ENOENT) {
+        change.fd = FileDescriptor::open_regular(path, O_RDWR | O_CREAT, 0644);
+        change.was_made = bool(change.fd);
+    }
+    if (!change.fd) {
+        return code_of_open(FileCode::not_created);
+    }
+    if (!lock_for_rewriting(change.fd.get())) {
         return FileCode::not_created;
     }
-    const bool written = write_all(fd.get(), text);
-    FileCode code = fd.close() && written ? FileCode::ok : FileCode::unwritten;
-    if (!failed(code)) {
-        code = copy_file(temporary, path);
+    auto text = unfinished_text(path);
+    if (!text) {
+        text = read_rest(change.fd.get());
     }
-    ::unlink(temporary);
-    return code;
+    if (!text) {
+        return FileCode::unread;
+    }
+    change.text = std::move(*text);
+    return FileCode::ok;
+}
+
+bool write_durably(int fd, std::string_view text) {
+    return rewrite(fd, text) && ::fsync(fd) == 0;
+}
+
+/// Rewrites the file in its place. A journal beside it holds the new text until that is on the
+/// disk; what cannot be written leaves the old one.
+FileCode write_change(const char* path, const Change& change, std::string text) {
+    const JournalEntry entry = {path, std::move(text)};
+    if (!write_journal(path, {&entry, 1})) {
+        const bool has_no_directory = errno == EROFS || errno == EACCES || errno == EPERM;
+        return has_no_directory ? FileCode::not_created : FileCode::unwritten;
+    }
+    const bool is_written = write_durably(change.fd.get(), entry.text);
+    if (is_written || write_durably(change.fd.get(), change.text)) {
+        remove_journal(path);
+    }
+    return is_written ? FileCode::ok : FileCode::unwritten;
 }
 
 std::string without_element(std::string_view value, char separator, std::string_view dropped) {
     std::string result;
-    for (const std::string_view element : split(value, std::string_view(&separator, 1))) {
+    for (bool is_last = false; !is_last;) {
+        const std::size_t end = value.find(separator);
+        is_last = end == std::string_view::npos;
+        const std::string_view element = value.substr(0, end);
         if (element != dropped) {
             result.append(element) += separator;
         }
+        value.remove_prefix(is_last ? value.size() : end + 1);
     }
     if (!result.empty()) {
         result.pop_back();
@@ -263,22 +311,21 @@ std::optional<std::string> KeyValueIndex::get(const std::string& section,
 }
 
 FileCode key_value_set(const char* path, const char* section, const char* key, const char* value) {
-    std::string text;
-    Found found;
-    found.code = read_text(path, text);
-    if (!failed(found.code)) {
-        found = lookup(text, section, key);
+    Change change;
+    if (const FileCode code = open_to_change(path, change); failed(code)) {
+        return code;
     }
-    switch (found.code) {
-    case FileCode::not_opened:
-    case FileCode::no_section:
-        return append_section(path, text, section, key, value);
-    case FileCode::no_key:
-    case FileCode::ok:
-        return replace_file(path, replaced_text(text, found, key, value));
-    default:
-        return found.code;
+    const Found found = lookup(change.text, section, key);
+    FileCode code = found.code;
+    if (code == FileCode::no_section) {
+        code = write_change(path, change, extended_text(change.text, section, key, value));
+    } else if (code == FileCode::no_key || code == FileCode::ok) {
+        code = write_change(path, change, replaced_text(change.text, found, key, value));
     }
+    if (failed(code) && change.was_made) {
+        ::unlink(path);
+    }
+    return code;
 }
 
 FileCode key_value_remove(const char* item, const char* path, const char* section,

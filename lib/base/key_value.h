@@ -40,8 +40,9 @@ class KeyValueIndex {
 };
 
 /// Sets a key in its place, or directly after the section's header when the section lacks it. A
-/// missing section, or file, is appended. The file keeps its mode and owner, and its content when
-/// it cannot be written whole.
+/// missing section, or file, is appended. The file keeps its mode, owner and inode, and its content
+/// when it cannot be written whole; a change that was cut short is finished by the next. On success
+/// it is durable. Two changes at once are made one after the other.
 FileCode key_value_set(const char* path, const char* section, const char* key, const char* value);
 
 /// Takes `item` out of a value of at most 127 characters. An item that begins with a letter or a

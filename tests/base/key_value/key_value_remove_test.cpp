@@ -55,8 +55,16 @@ TEST(KeyValueRemove, ElementThatIsNotThereChangesNothing) {
     EXPECT_EQ(line_after("alice,bob", ",dave"), "\tk = alice,bob");
 }
 
-TEST(KeyValueRemove, SeparatorsInARowBecomeOne) {
-    EXPECT_EQ(line_after(",alice,,bob,", ",dave"), "\tk = alice,bob");
+TEST(KeyValueRemove, EmptyElementsStay) {
+    EXPECT_EQ(line_after(",alice,,bob,", ",dave"), "\tk = ,alice,,bob,");
+    EXPECT_EQ(line_after("a,,b", ",b"), "\tk = a,");
+    EXPECT_EQ(line_after("a,,b", ",a"), "\tk = ,b");
+    EXPECT_EQ(line_after("a::b:c", ":b"), "\tk = a::c");
+    EXPECT_EQ(line_after("", ",a"), "\tk = ");
+}
+
+TEST(KeyValueRemove, EmptyElementsAreDroppedWhenTheyAreAskedFor) {
+    EXPECT_EQ(line_after(",alice,,bob,", ","), "\tk = alice,bob");
 }
 
 TEST(KeyValueRemove, EmptyItemChangesNothing) {

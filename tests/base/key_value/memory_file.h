@@ -1,43 +1,43 @@
 // SPDX-License-Identifier: MIT
-// A file that is only in memory, for functions that take a path.
+// A file that is only in memory, alone in its directory, for functions that take a path.
 #pragma once
 
-#include <array>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
+#include <stdlib.h>
 #include <string>
 #include <string_view>
-#include <sys/mman.h>
-#include <unistd.h>
 
 namespace zav::test {
 
 class MemoryFile {
   public:
-    explicit MemoryFile(std::string_view text) : descriptor_(memfd_create("test", MFD_CLOEXEC)) {
-        if (write(descriptor_, text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
+    explicit MemoryFile(std::string_view text) : directory_("/dev/shm/zav-test.XXXXXX") {
+        if (::mkdtemp(directory_.data()) == nullptr) {
+            throw std::runtime_error("cannot make a directory in memory");
+        }
+        path_ = directory_ + "/file";
+        std::ofstream file(path_, std::ios::binary);
+        file << text;
+        if (!file.flush()) {
             throw std::runtime_error("cannot write a file in memory");
         }
-        path_ = "/proc/self/fd/" + std::to_string(descriptor_);
     }
     MemoryFile(const MemoryFile&) = delete;
     MemoryFile& operator=(const MemoryFile&) = delete;
-    ~MemoryFile() { close(descriptor_); }
+    ~MemoryFile() { std::filesystem::remove_all(directory_); }
 
     const char* path() const { return path_.c_str(); }
 
     std::string text() const {
-        std::string result;
-        std::array<char, 4096> chunk;
-        ssize_t count = 0;
-        while ((count = pread(descriptor_, chunk.data(), chunk.size(),
-                              static_cast<off_t>(result.size()))) > 0) {
-            result.append(chunk.data(), static_cast<std::size_t>(count));
-        }
-        return result;
+        std::ifstream file(path_, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
     }
 
   private:
-    int descriptor_;
+    std::string directory_;
     std::string path_;
 };
 

@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: MIT
+// Sectioned key/value files under contention, and after a change that was cut short.
+#include "base/change_journal.h"
+#include "base/key_value.h"
+#include "fixtures/library.h"
+#include "private_root.h"
+
+#include <cerrno>
+#include <cstddef>
+#include <gmock/gmock.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace zav::test {
+namespace {
+
+using testing::HasSubstr;
+
+constexpr const char* path = "/etc/test.conf";
+
+class KeyValueSafety : public testing::Test {
+  protected:
+    std::string value(const char* key) {
+        return root
+            .call([key] {
+                char text[64] = "";
+                const FileCode code = key_value_get(path, "s", key, text, sizeof text);
+                std::fputs(text, stdout);
+                return code;
+            })
+            .out;
+    }
+    void expect_alone() {
+        EXPECT_THAT(root.list("/etc"), testing::Not(testing::Contains(HasSubstr("zav"))));
+    }
+    // A run that was killed after it had written the first bytes of its change.
+    void cut_short() {
+        root.file(path, "[s]\n\tk = 1\n\tx = 2\n");
+        root.call([] {
+            const JournalEntry change = {path, "[s]\n\tk = changed\n\tx = 2\n"};
+            EXPECT_TRUE(write_journal(path, {&change, 1}));
+            return 0;
+        });
+        root.file(path, "[s]\n\tk = ch\tx = 2\n");
+    }
+    PrivateRoot root;
+};
+
+TEST_F(KeyValueSafety, AChangeThatWasCutShortIsReadWhole) {
+    cut_short();
+    EXPECT_EQ(value("k"), "changed");
+    EXPECT_EQ(value("x"), "2");
+}
+
+TEST_F(KeyValueSafety, AChangeThatWasCutShortIsFinishedBeforeTheNext) {
+    cut_short();
+    EXPECT_EQ(root.call([] { return key_value_set(path, "s", "x", "3"); }).returned, 0);
+    EXPECT_EQ(root.read(path), "[s]\n\tk = changed\n\tx = 3\n");
+    expect_alone();
+}
+
+TEST_F(KeyValueSafety, AChangeOfSomebodyElseIsNone) {
+    cut_short();
+    const std::string journal = root.host_path("/etc/.test.conf.zav");
+    ASSERT_EQ(::chown(journal.c_str(), 1234, 1234), 0);
+    root.file(path, "[s]\n\tk = 1\n\tx = 2\n");
+    EXPECT_EQ(value("k"), "1");
+    EXPECT_EQ(root.call([] { return key_value_set(path, "s", "x", "3"); }).returned, 0);
+    EXPECT_EQ(root.read(path), "[s]\n\tk = 1\n\tx = 3\n");
+    expect_alone();
+}
+
+// From now on nothing can be made durable.
+void deny_syncs() {
+    sock_filter steps[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_fsync, 1, 0),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_syncfs, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EIO),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    const sock_fprog program = {static_cast<unsigned short>(std::size(steps)), steps};
+    EXPECT_EQ(::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), 0);
+    EXPECT_EQ(::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program), 0);
+}
+
+TEST_F(KeyValueSafety, AChangeThatIsNotDurableFails) {
+    for (const std::string text : {"[s]\n\tk = 1\n", "[t]\n"}) {
+        root.file(path, text);
+        const Result result = root.call([] {
+            deny_syncs();
+            return key_value_set(path, "s", "k", "new");
+        });
+        EXPECT_EQ(result.returned, -13);
+        EXPECT_EQ(root.read(path), text);
+        expect_alone();
+    }
+}
+
+TEST_F(KeyValueSafety, AFileThatCannotBeMadeDurableIsNotMade) {
+    const Result result = root.call([] {
+        deny_syncs();
+        return key_value_set(path, "s", "k", "new");
+    });
+    EXPECT_EQ(result.returned, -13);
+    EXPECT_FALSE(root.exists(path));
+}
+
+TEST_F(KeyValueSafety, NoChangeOfManyIsLost) {
+    constexpr int writers = 4;
+    constexpr int rounds = 25;
+    root.file(path, "[s]\n");
+    std::vector<StartedRun> runs;
+    for (int writer = 0; writer < writers; ++writer) {
+        runs.push_back(root.start_call([writer] {
+            int failures = 0;
+            for (int round = 0; round < rounds; ++round) {
+                const std::string key = "k" + std::to_string(writer * rounds + round);
+                failures += failed(key_value_set(path, "s", key.c_str(), "1")) ? 1 : 0;
+            }
+            return failures;
+        }));
+    }
+    for (StartedRun& run : runs) {
+        EXPECT_EQ(run.wait().returned, 0);
+    }
+    const std::string text = root.read(path);
+    for (int number = 0; number < writers * rounds; ++number) {
+        EXPECT_THAT(text, HasSubstr("\tk" + std::to_string(number) + " = 1\n"));
+    }
+    expect_alone();
+}
+
+TEST_F(KeyValueSafety, APipeInItsPlaceIsNeitherReadNorWritten) {
+    root.fifo(path);
+    const RunOptions soon = {.time_limit = std::chrono::seconds(5)};
+    EXPECT_EQ(root.call([] { return key_value_set(path, "s", "k", "new"); }, soon).returned, -12);
+}
+
+} // namespace
+} // namespace zav::test
