@@ -184,21 +184,6 @@ bool write_copy(const char* copy, std::string_view text, const char* original) {
     return fd.close() && written;
 }
 
-FileCode copy_file(const char* source, const char* target) {
-    const auto text = read_file(source);
-    if (!text) {
-        return FileCode::not_created;
-    }
-    // For reading too: the C library reserves space that way on file systems that cannot do it.
-    FileDescriptor fd = FileDescriptor::open(target, O_RDWR | O_CREAT, 0644);
-    if (!fd || !reserve_space(fd.get(), text->size())) {
-        return FileCode::not_created;
-    }
-    const bool copied =
-        write_all(fd.get(), *text) && ::ftruncate(fd.get(), static_cast<off_t>(text->size())) == 0;
-    return fd.close() && copied ? FileCode::ok : FileCode::not_created;
-}
-
 bool rewrite(int fd, std::string_view text) {
     // Shortened last: until then, bytes of the old file that come later are not lost.
     return reserve_space(fd, text.size()) && ::lseek(fd, 0, SEEK_SET) == 0 && write_all(fd, text) &&

@@ -3,8 +3,6 @@
 /// Files: descriptors that close themselves and are never inherited, whole-file locks, whole reads.
 #pragma once
 
-#include "base/codes.h"
-
 #include <chrono>
 #include <cstddef>
 #include <optional>
@@ -70,10 +68,6 @@ bool append_line(int fd, std::string_view before, std::string_view line);
 /// Writes a text into the file `copy`, which gets the mode and the owner of `original`, whose place
 /// it is to take.
 bool write_copy(const char* copy, std::string_view text, const char* original);
-
-/// Writes the content of `source` over `target`, which keeps its mode, owner and inode.
-/// FileCode::ok or FileCode::not_created.
-FileCode copy_file(const char* source, const char* target);
 
 /// Whether `path` still names the file that `fd` has open.
 bool names_open_file(const char* path, int fd);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Descriptors, whole reads and writes, copies, directories, whole-file locks.
+// Descriptors, whole reads and writes, directories, whole-file locks.
 #include "base/codes.h"
 #include "base/file.h"
 #include "base/file_locks.h"
@@ -259,7 +259,6 @@ TEST(Write, ToAPipeThatNobodyReadsOrBeyondALimitOnlyFails) {
         EXPECT_EQ(errno, EFBIG);
         EXPECT_FALSE(rewrite(fd.get(), "more text"));
         EXPECT_EQ(errno, EFBIG);
-        EXPECT_FALSE(copy_file("/tmp/source", path) == FileCode::ok);
         sigset_t pending;
         ::sigpending(&pending);
         EXPECT_TRUE(::sigisemptyset(&pending));
@@ -268,7 +267,6 @@ TEST(Write, ToAPipeThatNobodyReadsOrBeyondALimitOnlyFails) {
         EXPECT_TRUE(::sigisemptyset(&held));
         return 0;
     };
-    root.file("/tmp/source", "more text");
     const test::Result result = root.call(write_in_vain, {.limits = {{RLIMIT_FSIZE, 4}}});
     EXPECT_EQ(result.signal, 0);
     EXPECT_TRUE(result.has_returned);
@@ -326,80 +324,53 @@ TEST(AppendedLine, ThatDoesNotFitIsTakenBack) {
     }
 }
 
-TEST(Copy, MakesAMissingTarget) {
+// Whether a file with the contents `before` could be rewritten, and the new contents.
+std::pair<bool, std::string> rewritten(const std::string& before, const std::string& text,
+                                       const test::RunOptions& options = {}) {
     PrivateRoot root;
-    root.file("/tmp/source", std::string("one\0two\n", 8));
-    root.call([] { return copy_file("/tmp/source", path); });
-    EXPECT_EQ(root.read(path), std::string("one\0two\n", 8));
-    EXPECT_EQ(root.mode(path), 0644U);
+    root.file(path, before);
+    const auto write = [&] {
+        const FileDescriptor fd = FileDescriptor::open(path, O_RDWR);
+        return rewrite(fd.get(), text) ? 1 : 0;
+    };
+    const bool written = root.call(write, options).returned == 1;
+    return {written, root.read(path)};
 }
 
-TEST(Copy, ReplacesTheContentOfALongerTarget) {
-    PrivateRoot root;
-    root.file("/tmp/source", "short\n").file(path, "much longer than the source\n");
-    EXPECT_EQ(root.call([] { return copy_file("/tmp/source", path); }).returned, 0);
-    EXPECT_EQ(root.read(path), "short\n");
+TEST(Rewriting, ReplacesTheContent) {
+    for (const std::string& before : {std::string(), std::string("older and longer text\n")}) {
+        for (const std::string& text : {std::string(), std::string("new\0text\n", 9)}) {
+            EXPECT_EQ(rewritten(before, text), std::pair(true, text));
+        }
+    }
 }
 
-TEST(Copy, ReplacesTheContentOfAShorterTarget) {
+TEST(Rewriting, LeavesModeOwnerAndInode) {
     PrivateRoot root;
-    root.file("/tmp/source", "much longer than the target\n").file(path, "short\n");
-    EXPECT_EQ(root.call([] { return copy_file("/tmp/source", path); }).returned, 0);
-    EXPECT_EQ(root.read(path), "much longer than the target\n");
-}
-
-TEST(Copy, OfNothingEmptiesTheTarget) {
-    PrivateRoot root;
-    root.file("/tmp/source", "").file(path, "old\n");
-    EXPECT_EQ(root.call([] { return copy_file("/tmp/source", path); }).returned, 0);
-    EXPECT_EQ(root.read(path), "");
-}
-
-TEST(Copy, LeavesModeOwnerAndInodeOfTheTarget) {
-    PrivateRoot root;
-    root.file("/tmp/source", "new\n", 0644).file(path, "old\n", 0600);
+    root.file(path, "old\n", 0600);
     const std::string target = root.host_path(path);
     ASSERT_EQ(::chown(target.c_str(), 12, 34), 0);
     struct stat before = {};
     ::stat(target.c_str(), &before);
-    root.call([] { return copy_file("/tmp/source", path); });
+    EXPECT_TRUE(rewrite(FileDescriptor::open(target.c_str(), O_RDWR).get(), "new text\n"));
     struct stat after = {};
     ::stat(target.c_str(), &after);
-    EXPECT_EQ(root.read(path), "new\n");
+    EXPECT_EQ(root.read(path), "new text\n");
     EXPECT_EQ(after.st_ino, before.st_ino);
     EXPECT_EQ(after.st_mode, before.st_mode);
     EXPECT_EQ(after.st_uid, 12U);
     EXPECT_EQ(after.st_gid, 34U);
 }
 
-TEST(Copy, FailsWithoutASourceAndLeavesTheTarget) {
-    PrivateRoot root;
-    root.file(path, "old\n");
-    EXPECT_EQ(root.call([] { return copy_file("/tmp/missing", path); }).returned, -11);
-    EXPECT_EQ(root.read(path), "old\n");
+TEST(Rewriting, FailsWhereNothingCanBeWritten) {
+    EXPECT_FALSE(rewrite(FileDescriptor::open("/dev/full", O_RDWR).get(), "new\n"));
+    EXPECT_FALSE(rewrite(-1, "new\n"));
 }
 
-TEST(Copy, FailsWithoutADirectoryForTheTarget) {
-    PrivateRoot root;
-    root.file("/tmp/source", "new\n");
-    EXPECT_EQ(root.call([] { return copy_file("/tmp/source", "/missing/file"); }).returned,
-              FileCode::not_created);
-}
-
-TEST(Copy, FailsWhereTheTargetCannotBeWritten) {
-    PrivateRoot root;
-    root.file("/tmp/source", "new\n").bind("/dev/full", "/tmp/full", true);
-    EXPECT_EQ(root.call([] { return copy_file("/tmp/source", "/tmp/full"); }).returned, -11);
-}
-
-TEST(Copy, ThatDoesNotFitLeavesTheTargetAsItWas) {
-    PrivateRoot root;
-    root.file("/tmp/source", std::string(5000, 'n')).file(path, "old\n");
-    const test::Result result =
-        root.call([] { return copy_file("/tmp/source", path); },
-                  {.limits = {{RLIMIT_FSIZE, 4096}}, .ignored_signals = {SIGXFSZ}});
-    EXPECT_EQ(result.returned, -11);
-    EXPECT_EQ(root.read(path), "old\n");
+TEST(Rewriting, ThatDoesNotFitLeavesTheFileAsItWas) {
+    const test::RunOptions full = {.limits = {{RLIMIT_FSIZE, 4096}}};
+    EXPECT_EQ(rewritten("old\n", std::string(5000, 'n'), full),
+              std::pair(false, std::string("old\n")));
 }
 
 // The errno of fallocate(2) on file systems that cannot reserve space.
@@ -415,14 +386,15 @@ bool refuse_fallocate() {
            ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
 }
 
-TEST(Copy, WorksOnAFileSystemThatCannotReserveSpace) {
+TEST(Rewriting, WorksOnAFileSystemThatCannotReserveSpace) {
     PrivateRoot root;
-    root.file("/tmp/source", std::string(20000, 'n')).file(path, std::string(9000, 'o'));
+    root.file(path, std::string(9000, 'o'));
     const test::Result result = root.call([] {
         EXPECT_TRUE(refuse_fallocate());
-        return copy_file("/tmp/source", path);
+        const FileDescriptor fd = FileDescriptor::open(path, O_RDWR);
+        return rewrite(fd.get(), std::string(20000, 'n')) ? 1 : 0;
     });
-    EXPECT_EQ(result.returned, 0);
+    EXPECT_EQ(result.returned, 1);
     EXPECT_EQ(root.read(path), std::string(20000, 'n'));
 }
 
