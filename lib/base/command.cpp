@@ -129,9 +129,20 @@ void log_command_failure(std::string_view command, WaitStatus status, FailureWor
 #pragma GCC diagnostic pop
 }
 
-WaitStatus refuse_command(std::string_view command, FailureWording wording) {
+WaitStatus refuse_command(std::string_view command, std::string_view reason,
+                          FailureWording wording) {
     log_command_failure(command, WaitStatus::not_started, wording);
+    log_error("'%s' was not run: %s", std::string(command).c_str(), std::string(reason).c_str());
     return WaitStatus::not_started;
+}
+
+WaitStatus refuse_command(std::string_view command, FailureWording wording) {
+    return refuse_command(
+        command, is_run_whole(command) ? "a name in it is not plain" : too_long_to_run, wording);
+}
+
+std::string not_plain_reason(std::string_view name) {
+    return "'" + std::string(name) + "' is not a plain name";
 }
 
 WaitStatus run_and_log(std::string_view command, FailureWording wording) {
@@ -147,10 +158,12 @@ Code run_or_fail(std::string_view command) {
 }
 
 Code run_or_fail(std::initializer_list<std::string_view> names, const std::string& command) {
-    if (std::ranges::all_of(names, is_plain_name) && is_run_whole(command)) {
+    const auto* name = std::ranges::find_if_not(names, is_plain_name);
+    if (name == names.end() && is_run_whole(command)) {
         return run_or_fail(command);
     }
-    ignore(refuse_command(command));
+    ignore(
+        refuse_command(command, name != names.end() ? not_plain_reason(*name) : too_long_to_run));
     return Code::command_failed;
 }
 

@@ -37,10 +37,19 @@ enum class FailureWording {
 void log_command_failure(std::string_view command, WaitStatus status,
                          FailureWording wording = FailureWording::standard);
 
-/// For a command that must not be run, since a name in it is invalid or its end would be cut: logs
-/// it as if it had failed. Returns WaitStatus::not_started.
+/// For a command that must not be run: logs it as if it had failed, then that it was not run, and
+/// why. Returns WaitStatus::not_started.
+WaitStatus refuse_command(std::string_view command, std::string_view reason,
+                          FailureWording wording = FailureWording::standard);
+
+/// The same for a command that a name in it, or its length, makes unsafe.
 WaitStatus refuse_command(std::string_view command,
                           FailureWording wording = FailureWording::standard);
+
+/// Why a command was refused.
+inline constexpr const char* too_long_to_run = "it is too long to be run whole";
+inline constexpr const char* no_disk_name = "it names no disk of the kernel";
+std::string not_plain_reason(std::string_view name);
 
 /// run_command(), with a line in the log unless it succeeds. Returns the wait status.
 WaitStatus run_and_log(std::string_view command, FailureWording wording = FailureWording::standard);
@@ -48,8 +57,8 @@ WaitStatus run_and_log(std::string_view command, FailureWording wording = Failur
 /// The same for the operations: Code::ok or Code::command_failed.
 Code run_or_fail(std::string_view command);
 
-/// The same for a command made of names: when one of them is not plain, or the end of the command
-/// would be cut, the command is logged as if it had failed and not run.
+/// The same for a command made of names: refused when one of them is not plain, or when the end of
+/// the command would be cut.
 Code run_or_fail(std::initializer_list<std::string_view> names, const std::string& command);
 
 /// A file under /tmp for one tool's output, there and empty from the start, removed at the end.

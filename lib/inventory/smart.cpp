@@ -20,7 +20,7 @@ bool has_name(const char* disk, const std::string& command) {
     if (is_disk_name(disk)) {
         return true;
     }
-    ignore(refuse_command(command));
+    ignore(refuse_command(command, no_disk_name));
     return false;
 }
 
