@@ -201,7 +201,10 @@ bool is_plain_character(char c) {
 }
 
 bool is_plain_path(std::string_view text) {
-    return text.starts_with('/') && std::ranges::all_of(text, is_plain_character);
+    return text.starts_with('/') && std::ranges::all_of(text, is_plain_character) &&
+           std::ranges::none_of(split(text, "/"), [](std::string_view component) {
+               return component == "." || component == "..";
+           });
 }
 
 bool has_control_characters(std::string_view text) {

@@ -78,7 +78,7 @@ bool equal_ignoring_case(std::string_view left, std::string_view right);
 bool is_plain_name(std::string_view text);
 
 /// Whether a path may become part of a command: it begins with "/" and holds nothing that a shell
-/// would expand, quote or join.
+/// would expand, quote or join, nor a component that leads elsewhere ("." or "..").
 bool is_plain_path(std::string_view text);
 
 /// Whether anything in the text is a control character, such as the end of a line.

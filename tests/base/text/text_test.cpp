@@ -301,13 +301,19 @@ TEST(LastComponent, IsAllAfterTheLastSlash) {
 
 TEST(IsPlainPath, TakesPathsOfPlainCharacters) {
     for (const char* path : {"/", "/mnt/data/pool", "/dev/md0", "/mnt/a_b-c+d.e:f,g=h@i%j",
-                             "/mnt/../x", "//", "/-rf"}) {
+                             "/mnt/.x/..y/z./...", "//", "/-rf"}) {
         EXPECT_TRUE(is_plain_path(path)) << path;
     }
 }
 
 TEST(IsPlainPath, RefusesWhatDoesNotBeginAtTheRoot) {
     for (const char* path : {"", "mnt/data", "-/mnt", "./x", " /mnt", "~/x"}) {
+        EXPECT_FALSE(is_plain_path(path)) << path;
+    }
+}
+
+TEST(IsPlainPath, RefusesWhatLeadsElsewhere) {
+    for (const char* path : {"/..", "/.", "/mnt/../x", "/mnt/..", "/mnt/./x", "/mnt/.", "//../"}) {
         EXPECT_FALSE(is_plain_path(path)) << path;
     }
 }
