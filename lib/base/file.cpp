@@ -222,7 +222,7 @@ FileRights rights_of(int fd) {
 
 bool replace_file(const std::string& path, std::string_view text, const FileRights& rights) {
     const std::size_t name = path.rfind('/') + 1;
-    const std::string beside = path.substr(0, name) + "." + path.substr(name) + ".zav";
+    const std::string beside = path.substr(0, name) + "." + path.substr(name) + ".new";
     ::unlink(beside.c_str()); // of a run that was killed
     const bool is_given_away = rights.owner && rights.group;
     const mode_t first_mode = is_given_away ? S_IRUSR | S_IWUSR : rights.mode;
