@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "inventory/filesystems.h"
 
+#include "base/change_journal.h"
 #include "base/codes.h"
-#include "base/file.h"
 #include "base/log.h"
 #include "base/text.h"
 #include "inventory/mounts.h"
@@ -46,7 +46,7 @@ std::string_view product_fs_type() {
 }
 
 Code read_register(const char* path, std::string& text) {
-    auto content = read_file(path);
+    auto content = read_settled(path, path);
     if (!content) {
         // Of the network disks' register too.
         log_error("cannot open %s for %s", mdfstab_path, std::strerror(errno));
