@@ -6,6 +6,7 @@
 #include "base/codes.h"
 #include "base/command.h"
 #include "base/log.h"
+#include "base/system_lock.h"
 #include "base/text.h"
 #include "inventory/filesystems.h"
 #include "inventory/mounts.h"
@@ -16,6 +17,12 @@
 #include "sources/mkfs.h"
 #include "sources/mount.h"
 
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <sys/stat.h>
 #include <sys/utsname.h>
 
 namespace zav {
@@ -24,11 +31,46 @@ namespace {
 
 constexpr MountRegister mdfstab = {mdfstab_path, mdfstab_copy_template};
 
+/// Between mounts, and the removal of mount points, by all instances of this program.
+constexpr std::string_view mounts_lock = "mounts";
+
 /// run_and_log() for a command on a path, which may come from the mount table or a register.
 WaitStatus run_on_path(std::string_view path, const std::string& command,
                        FailureWording wording = FailureWording::standard) {
     return is_plain_path(path) && is_run_whole(command) ? run_and_log(command, wording)
                                                         : refuse_command(command, wording);
+}
+
+/// Why the lock of mounts, just asked for, is not held; empty when it is.
+std::string reason_without(const SystemLock& lock) {
+    return lock ? "" : format_text("mounts cannot be locked: %s", std::strerror(errno));
+}
+
+bool is_at_or_below(std::string_view path, std::string_view directory) {
+    return path.starts_with(directory) &&
+           (path.size() == directory.size() || path[directory.size()] == '/');
+}
+
+/// Whether the directory is on another file system than the one that it lies in.
+bool begins_file_system(const std::string& directory) {
+    struct stat own = {};
+    struct stat parent = {};
+    return ::lstat(directory.c_str(), &own) == 0 && S_ISDIR(own.st_mode) &&
+           ::stat((directory + "/..").c_str(), &parent) == 0 && own.st_dev != parent.st_dev;
+}
+
+/// Why a mount point must not be removed with all in it; empty when it may.
+std::string reason_to_keep(const std::string& mntpoint) {
+    const auto mounts = read_mounts();
+    if (!mounts) {
+        return "the mount table cannot be read";
+    }
+    char buffer[PATH_MAX] = "";
+    const std::string real = ::realpath(mntpoint.c_str(), buffer) != nullptr ? buffer : mntpoint;
+    const bool is_mounted = std::ranges::any_of(*mounts, [&](const Mount& mount) {
+        return is_at_or_below(mount.directory, mntpoint) || is_at_or_below(mount.directory, real);
+    });
+    return is_mounted || begins_file_system(mntpoint) ? "something is mounted there" : "";
 }
 
 /// The same for an operation's result.
@@ -82,6 +124,11 @@ Code mount_source(const char* mntpoint, const std::string& source, std::string_v
         ignore(refuse_command(command));
         return Code::command_failed;
     }
+    const SystemLock lock = SystemLock::take(mounts_lock);
+    if (const std::string reason = reason_without(lock); !reason.empty()) {
+        ignore(refuse_command(command, reason));
+        return Code::command_failed;
+    }
     const Code result = run_on_path_or_fail(mntpoint, command);
     return failed(result)
                ? result
@@ -118,10 +165,25 @@ Code mntdir_create(const char* mntpoint) {
 }
 
 Code mntdir_remove(const char* mntpoint) {
-    ignore(run_on_path(mntpoint, format_text(release_directory_command, mntpoint),
-                       FailureWording::no_blank_before_return));
-    return run_on_path_or_fail(mntpoint, format_text(remove_directory_command, mntpoint),
-                               FailureWording::no_blank_before_return);
+    constexpr auto wording = FailureWording::no_blank_before_return;
+    const std::string release = format_text(release_directory_command, mntpoint);
+    const std::string removal = format_text(remove_directory_command, mntpoint);
+    const SystemLock lock = SystemLock::take(mounts_lock);
+    std::string reason = reason_without(lock);
+    if (reason.empty()) {
+        reason = reason_to_keep(mntpoint);
+    }
+    if (!reason.empty()) {
+        ignore(refuse_command(release, reason, wording));
+    } else {
+        ignore(run_on_path(mntpoint, release, wording));
+        reason = reason_to_keep(mntpoint); // rm would empty what was mounted meanwhile
+    }
+    if (!reason.empty()) {
+        ignore(refuse_command(removal, reason, wording));
+        return Code::command_failed;
+    }
+    return run_on_path_or_fail(mntpoint, removal, wording);
 }
 
 Code mdfstab_add(const char* mntpoint, const char* group, const char* pool) {

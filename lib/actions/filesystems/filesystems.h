@@ -45,8 +45,9 @@ Code check_umount(const char* name, Sink& out);
 /// Code::ok or Code::command_failed.
 Code mntdir_create(const char* mntpoint);
 
-/// Removes a mount point with all in it. Runs chattr, whose failure is only logged, and rm.
-/// Code::ok or Code::command_failed.
+/// Removes a mount point with all in it, unless something is mounted there or below. Runs chattr,
+/// whose failure is only logged, and rm. No mount by this program comes in between. Code::ok or
+/// Code::command_failed.
 Code mntdir_remove(const char* mntpoint);
 
 /// Registers a pool. Code::ok, mount_point_registered or Code::register_unopened.
