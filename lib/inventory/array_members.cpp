@@ -80,8 +80,21 @@ bool lists_overlap(std::string_view existing, std::string_view added) {
 }
 
 bool overlaps_array(const mdinfo& existing, std::string_view members, std::string_view spare) {
+    const auto has_disk_of_member = [&existing](std::string_view added) {
+        return std::ranges::any_of(split(added, ","), [&existing](std::string_view disk) {
+            return uses_disk(existing.members, disk);
+        });
+    };
     return lists_overlap(existing.members, members) || lists_overlap(existing.members, spare) ||
-           lists_overlap(existing.spare, members) || lists_overlap(existing.spare, spare);
+           lists_overlap(existing.spare, members) || lists_overlap(existing.spare, spare) ||
+           has_disk_of_member(members) || has_disk_of_member(spare);
+}
+
+bool uses_disk(std::string_view members, std::string_view disk) {
+    return std::ranges::any_of(split(members, ","), [disk](std::string_view entry) {
+        const std::string_view name = entry.substr(0, entry.rfind('('));
+        return name == disk || whole_disk_name(name) == disk;
+    });
 }
 
 std::string_view find_member(std::string_view members, std::string_view name) {
@@ -99,7 +112,9 @@ bool is_used_in_volume(std::string_view list, const vginfo_list& groups, const d
     }
     return std::ranges::any_of(groups, [&](const vginfo& group) {
         return std::ranges::any_of(group.physical_volumes, [&](const pvinfo& volume) {
-            return !find_member(list, volume_disk(volume, disks)).empty();
+            const std::string disk = volume_disk(volume, disks);
+            return !find_member(list, disk).empty() ||
+                   !find_member(list, whole_disk_name(disk)).empty();
         });
     });
 }

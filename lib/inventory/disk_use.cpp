@@ -3,17 +3,25 @@
 
 #include "base/codes.h"
 #include "base/command.h"
+#include "base/file.h"
 #include "base/text.h"
 #include "inventory/arrays.h"
 #include "inventory/groups.h"
+#include "inventory/mounts.h"
 #include "sources/df.h"
+#include "sources/sys_block.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdlib>
+#include <fcntl.h>
 #include <string>
 
 namespace zav {
 
 namespace {
+
+constexpr std::string_view scsi_disk = "sd";
 
 void append_display_record(display_disk_list& listing, const disk_info& disk) {
     display_disk_info& shown = listing.append();
@@ -33,13 +41,22 @@ bool is_beginning_of(const display_disk_info& disk, std::string_view text) {
     return !disk.diskname.empty() && starts_with_ignoring_case(text, disk.diskname);
 }
 
+/// Whether a disk is an array's member, which may carry a mark. A device is that of the array's
+/// disks; an array whose disks could not be looked up has none.
+bool is_member(const display_disk_info& disk, std::string_view member, const mdinfo& array) {
+    const bool is_on_device = disk.device == array.device || array.device.empty();
+    return is_on_device &&
+           (member.starts_with(scsi_disk) ? is_beginning_of(disk, member)
+                                          : is_whole_disk_of(cut_at(member, "("), disk.diskname));
+}
+
 void mark_members(display_disk_list& listing, const mdinfo& array) {
     for (const std::string_view member : split(array.members, ",")) {
-        if (!member.starts_with("sd")) {
+        if (!is_kind_of_disk(member)) {
             continue;
         }
         for (display_disk_info& disk : listing) {
-            if (is_beginning_of(disk, member) && disk.device == array.device) {
+            if (is_member(disk, member, array)) {
                 disk.raid = array.name.view();
                 disk.use = 1;
             }
@@ -51,28 +68,83 @@ void mark_volume(display_disk_list& listing, const pvinfo& volume) {
     // A volume on a single disk has the disk's channel for its name, which may be negative.
     const long channel = std::strtol(volume.name.c_str(), nullptr, 10);
     for (display_disk_info& disk : listing) {
-        if (channel != 0 && disk.channel == channel && disk.device == volume.device) {
+        const bool has_channel =
+            channel != 0 && disk.channel == channel && disk.device == volume.device;
+        // One on a partition, or whose disk could not be looked up, has the kernel's name.
+        if (has_channel || is_whole_disk_of(volume.name, disk.diskname)) {
             disk.use = 1;
         }
     }
 }
 
+/// Whether something that the kernel has built is on a device, by its directory under /sys/block.
+bool has_holders(const std::string& directory) {
+    const auto holders = directory_entries((directory + "/holders").c_str());
+    return holders && !holders->empty();
+}
+
+/// The same for a disk and its partitions, or for one partition.
+bool is_built_upon(std::string_view device) {
+    const std::string disk(whole_disk_name(device));
+    const std::string directory = format_text(disk_attribute_path, disk.c_str(), "");
+    if (device != disk) {
+        return has_holders(directory + std::string(device));
+    }
+    const auto entries = directory_entries(directory.c_str());
+    return has_holders(directory) ||
+           (entries && std::ranges::any_of(*entries, [&](const std::string& entry) {
+                return entry.starts_with(disk) && has_holders(directory + entry);
+            }));
+}
+
+bool is_mounted(std::string_view device) {
+    constexpr std::string_view directory = "/dev/";
+    const auto mounts = read_mounts();
+    return mounts && std::ranges::any_of(*mounts, [&](const Mount& mount) {
+               std::string_view mounted = mount.device;
+               if (!mounted.starts_with(directory)) {
+                   return false;
+               }
+               mounted.remove_prefix(directory.size());
+               return mounted == device || whole_disk_name(mounted) == device;
+           });
+}
+
 } // namespace
 
 Code add_disk_list_info(const disk_list& disks, display_disk_list& listing, Sink& out) {
+    ignore(mark_disks_in_use(disks, listing, out));
+    return Code::ok;
+}
+
+bool mark_disks_in_use(const disk_list& disks, display_disk_list& listing, Sink& out) {
+    constexpr const char* site = "add_disk_list_info"; // support knows it
     for (const disk_info& disk : disks) {
         append_display_record(listing, disk);
     }
-    if (const Code result = add_disk_list_mdinfo(listing, out); failed(result)) {
-        log_failure(result, LogSite::numbered(238));
+    const Code arrays = add_disk_list_mdinfo(listing, out);
+    if (failed(arrays)) {
+        log_failure(arrays, LogSite::numbered(238, site));
     }
-    if (const Code result = add_disk_list_vginfo(listing, out); failed(result)) {
-        log_failure(result, LogSite::numbered(244));
+    const Code groups = add_disk_list_vginfo(listing, out);
+    if (failed(groups)) {
+        log_failure(groups, LogSite::numbered(244, site));
     }
-    if (const Code result = get_diskinfo_from_df(listing); failed(result)) {
-        log_failure(result, LogSite::numbered(250));
+    const Code mounts = get_diskinfo_from_df(listing);
+    if (failed(mounts)) {
+        log_failure(mounts, LogSite::numbered(250, site));
     }
-    return Code::ok;
+    return !failed(arrays) && !failed(groups) && !failed(mounts);
+}
+
+bool is_held_by_kernel(std::string_view device) {
+    if (!is_plain_name(device)) {
+        return false; // no command takes it
+    }
+    const std::string path = "/dev/" + std::string(device);
+    // Of a block device the kernel gives nobody a second exclusive use.
+    const FileDescriptor fd = FileDescriptor::open(path.c_str(), O_RDONLY | O_EXCL | O_NONBLOCK);
+    return (!fd && errno == EBUSY) || is_built_upon(device) || is_mounted(device);
 }
 
 Code add_disk_list_mdinfo(display_disk_list& listing, Sink& out) {
@@ -113,7 +185,9 @@ Code get_diskinfo_from_df(display_disk_list& listing) {
     }
     for (const std::string_view name : parse_mounted_disks(*output)) {
         for (display_disk_info& disk : listing) {
-            if (!disk.diskname.empty() && name.starts_with(disk.diskname.view())) {
+            const bool is_scsi = name.starts_with(scsi_disk);
+            if (is_scsi ? !disk.diskname.empty() && name.starts_with(disk.diskname.view())
+                        : is_whole_disk_of(name, disk.diskname)) {
                 disk.use = 1;
             }
         }

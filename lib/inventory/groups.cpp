@@ -120,7 +120,7 @@ void locate_on_disks(pvinfo& volume, vginfo& group, const disk_list& disks, mdin
         if (const mdinfo* array = find_array(arrays, volume.name)) {
             set_device(volume, group, array->device);
         }
-    } else if (volume.name.view().starts_with("sd")) {
+    } else if (is_kind_of_disk(volume.name)) {
         const auto disk = std::ranges::find_if(
             disks, [&](const disk_info& candidate) { return candidate.name == volume.name; });
         if (disk != disks.end()) {
@@ -147,7 +147,12 @@ Presence check_vgdisplay(const char* name, Sink& out) {
         return Presence::absent; // no name of a group, and nothing for a command
     }
     const Capture capture(vgdisplay_template);
-    ignore(capture.run_and_log(format_text(vgdisplay_group_command, name, capture.path())));
+    const std::string command = format_text(vgdisplay_group_command, name, capture.path());
+    if (!is_plain_name(name)) {
+        ignore(refuse_command(command, not_plain_reason(name)));
+        return Presence::absent; // the tool would take it for an option
+    }
+    ignore(capture.run_and_log(command));
     const auto output = read_output(capture, LogSite::here(), out);
     return output ? presence(has_group_line(*output, name)) : Presence::unknown;
 }

@@ -60,6 +60,16 @@ inline constexpr std::string_view virtual_disk_model = "VIRTUAL-DISK";
 /// Whether a name may become part of a command: letters and digits, at least one.
 bool is_disk_name(std::string_view name);
 
+/// The disk that a device is, or is a partition of: sda for sda1, nvme0n1 for nvme0n1p2, md0 for
+/// md0p1. A name of another kind stays as it is.
+std::string_view whole_disk_name(std::string_view device);
+
+/// Whether a name of the kernel is that of a disk or of its partition: sd, vd, xvd, nvme, mmcblk.
+bool is_kind_of_disk(std::string_view device);
+
+/// Whether the disk, as a record has it, is the one that a device is on.
+bool is_whole_disk_of(std::string_view device, std::string_view disk);
+
 /// Whether the disk is what a member or a device text begins with, such as sda of "sda(F)". A disk
 /// without a name matches nothing.
 bool names_disk(std::string_view text, const disk_info& disk);

@@ -2,6 +2,7 @@
 #include "sources/df.h"
 
 #include "base/text.h"
+#include "records/disk.h"
 
 namespace zav {
 
@@ -12,7 +13,7 @@ std::vector<std::string_view> parse_mounted_disks(std::string_view df_output) {
     std::string_view line;
     while (pieces.next(line)) {
         const std::string_view device = field(line, blanks, 0);
-        if (device.starts_with("/dev/sd")) {
+        if (device.starts_with(directory) && is_kind_of_disk(device.substr(directory.size()))) {
             names.push_back(device.substr(directory.size()));
         }
     }

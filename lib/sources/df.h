@@ -11,7 +11,7 @@ namespace zav {
 /// The captured output's path.
 inline constexpr char mounted_command[] = "/bin/df > %s";
 
-/// The device names, without "/dev/", of the mounted file systems that are on SCSI disks.
+/// The device names, without "/dev/", of the mounted file systems that are on disks.
 std::vector<std::string_view> parse_mounted_disks(std::string_view df_output);
 
 } // namespace zav

@@ -2,6 +2,7 @@
 #include "sources/sys_block.h"
 
 #include "base/text.h"
+#include "records/disk.h"
 
 namespace zav {
 
@@ -14,8 +15,9 @@ DiskState parse_member_state(std::string_view text) {
 
 std::string_view member_of_entry(std::string_view entry) {
     constexpr std::string_view tag = "dev-";
-    constexpr std::string_view disk_entry = "dev-sd";
-    return entry.starts_with(disk_entry) ? entry.substr(tag.size()) : "";
+    const bool is_member = entry.starts_with(tag);
+    const std::string_view name = is_member ? entry.substr(tag.size()) : "";
+    return is_kind_of_disk(name) ? name : "";
 }
 
 } // namespace zav
