@@ -81,16 +81,23 @@ void vgname_from_backup(const char* pool, GroupName& group, Sink& out) {
 }
 
 Code get_idpv_from_pvdisplay(live_pv_list& list, Sink& out) {
+    bool is_sure = false;
+    return get_live_volumes(list, is_sure, out);
+}
+
+Code get_live_volumes(live_pv_list& list, bool& is_sure, Sink& out) {
+    is_sure = false;
     Capture capture(pvdisplay_template);
     // With volumes missing the tool may well fail: what it prints is what counts.
     const WaitStatus status = capture.run_and_log(format_text(pvdisplay_command, capture.path()));
     const auto output = capture.read();
     if (!output) {
         out.print("cannot open %s\n", capture.path());
-        log_errno(status);
+        log_errno(status, LogSite::here("get_idpv_from_pvdisplay"));
         return Code::group_output_unread;
     }
     parse_live_volumes(*output, list);
+    is_sure = !failed(status) && list.begin() != list.end();
     return Code::ok;
 }
 

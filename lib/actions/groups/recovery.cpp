@@ -7,6 +7,7 @@
 #include "base/command.h"
 #include "base/file.h"
 #include "base/text.h"
+#include "inventory/array_account.h"
 #include "inventory/arrays.h"
 #include "sources/file_tools.h"
 #include "sources/lvm.h"
@@ -50,7 +51,8 @@ class RamDisks {
 /// run_and_log() for text that comes from a backup: only plain names reach a command.
 WaitStatus run_with_name(std::string_view name, const std::string& command,
                          FailureWording wording = FailureWording::standard) {
-    return is_plain_name(name) ? run_and_log(command, wording) : refuse_command(command, wording);
+    return is_plain_name(name) ? run_and_log(command, wording)
+                               : refuse_command(command, not_plain_reason(name), wording);
 }
 
 /// Makes the members of an array faulty and wipes its beginning, so that LVM sees no volume on it.
@@ -75,6 +77,36 @@ Code substitute(const backup_pv& volume, RamDisks& ram_disks) {
         return Code::no_substitute;
     }
     ram_disks.take(*number);
+    return Code::ok;
+}
+
+/// Whether an array under a volume would be given up, or the volume replaced, though nothing says
+/// that it is lost but a tool that failed.
+bool is_in_doubt(const backup_pv& volume, const live_pv_list& live, bool is_live_sure,
+                 mdinfo_list& arrays) {
+    const mdinfo* array = find_array(arrays, volume.device);
+    const std::string_view type = array != nullptr ? array->type.view() : "";
+    switch (pv_state(volume, live)) {
+    case PvState::on_array:
+        return array != nullptr && array->status == inactive_state &&
+               !may_be_given_up(volume.device, type);
+    case PvState::missing:
+        return !is_live_sure && std::ranges::find(live, volume.id, &live_pv::uuid) == live.end() &&
+               !may_be_given_up(volume.device, type);
+    default:
+        return false;
+    }
+}
+
+/// Code::ok, or Code::volume_gone with a message: nothing is touched then.
+Code check_doubts(const backup_pv_list& volumes, const live_pv_list& live, bool is_live_sure,
+                  mdinfo_list& arrays) {
+    for (const backup_pv& volume : volumes) {
+        if (is_in_doubt(volume, live, is_live_sure, arrays)) {
+            log_error("'%s' is not known to be lost: it is not given up", volume.device.c_str());
+            return Code::volume_gone;
+        }
+    }
     return Code::ok;
 }
 
@@ -137,7 +169,7 @@ Code vg_raid_resume(const char* group, Sink& out) {
 Code raid_restore(std::string_view backup, const char* group, Sink& out) {
     if (!is_plain_name(group)) {
         // Nothing is given up for a group that could not be restored in the end.
-        ignore(refuse_command(format_text(restore_group_command, group)));
+        ignore(refuse_command(format_text(restore_group_command, group), not_plain_reason(group)));
         return Code::volume_gone;
     }
     mdinfo_list arrays;
@@ -150,9 +182,13 @@ Code raid_restore(std::string_view backup, const char* group, Sink& out) {
     }
     live_pv_list live;
     Code result = Code::ok;
-    if (const Code live_result = get_idpv_from_pvdisplay(live, out); failed(live_result)) {
+    bool is_live_sure = false;
+    if (const Code live_result = get_live_volumes(live, is_live_sure, out); failed(live_result)) {
         log_failure(live_result);
         result = Code::live_volumes_unread;
+    }
+    if (const Code doubt = check_doubts(volumes, live, is_live_sure, arrays); failed(doubt)) {
+        return failed(result) ? result : doubt;
     }
     RamDisks ram_disks(live);
     bool restored = false;

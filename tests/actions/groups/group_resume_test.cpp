@@ -238,6 +238,7 @@ TEST(GroupOfABrokenPool, WithANameThatIsNotPlainReachesNoCommand) {
     }
     EXPECT_THAT(machine.logged(),
                 ElementsAre(StartsWith("system(\"/sbin/vgcfgrestore vg1;reboot\")"),
+                            testing::EndsWith("was not run: 'vg1;reboot' is not a plain name"),
                             testing::EndsWith("]: return with -2")));
 }
 

@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: MIT
+#include "inventory/array_account.h"
+
+#include "base/file.h"
+#include "base/text.h"
+#include "records/raid_level.h"
+#include "sources/sys_block.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <string>
+
+namespace zav {
+
+namespace {
+
+using namespace std::string_view_literals;
+
+constexpr std::array running_states = {"clean"sv,       "active"sv,   "write-pending"sv,
+                                       "active-idle"sv, "readonly"sv, "read-auto"sv,
+                                       "suspended"sv};
+
+/// An attribute without the white space at its end; nothing when it cannot be read.
+std::optional<std::string> attribute(const std::string& directory, std::string_view name) {
+    auto text = read_attribute_file((directory + "/").append(name).c_str());
+    if (text) {
+        text->resize(text->find_last_not_of(white_space) + 1);
+    }
+    return text;
+}
+
+/// How many members take part: with a mark such as write_mostly as well.
+int members_in_sync(const std::string& directory) {
+    constexpr std::string_view member_entry = "dev-";
+    const auto entries = directory_entries(directory.c_str());
+    if (!entries) {
+        return 0;
+    }
+    return static_cast<int>(std::ranges::count_if(*entries, [&](const std::string& entry) {
+        if (!entry.starts_with(member_entry)) {
+            return false;
+        }
+        const std::string state = attribute(directory, entry + "/state").value_or("");
+        const auto marks = split(state, ",");
+        return std::ranges::find(marks, "in_sync") != marks.end() &&
+               std::ranges::find(marks, "faulty") == marks.end();
+    }));
+}
+
+/// How many members the level does without; nothing for a level that is not known.
+std::optional<int> tolerated_losses(std::string_view type, int raid_disks) {
+    if (type == raid_type::raid1) {
+        return raid_disks - 1;
+    }
+    const RaidLevel* level = find_raid_level(type);
+    return level != nullptr ? std::optional(level->tolerated_losses.value_or(0)) : std::nullopt;
+}
+
+} // namespace
+
+ArrayAccount array_account(std::string_view array, std::string_view type) {
+    if (!is_plain_name(array)) {
+        return ArrayAccount::none;
+    }
+    const std::string directory = format_text(array_directory_path, std::string(array).c_str());
+    const auto state = attribute(directory, "array_state");
+    if (!state) {
+        return ArrayAccount::none;
+    }
+    const std::string level = attribute(directory, "level").value_or("");
+    const int raid_disks = decimal_int(attribute(directory, "raid_disks").value_or(""));
+    const int in_sync = members_in_sync(directory);
+    const auto losses =
+        tolerated_losses(level.empty() ? type : std::string_view(level), raid_disks);
+    const bool has_all = raid_disks > 0 && in_sync >= raid_disks;
+    const bool has_enough =
+        has_all || (raid_disks > 0 && losses && raid_disks - in_sync <= *losses);
+    const bool is_running = std::ranges::find(running_states, *state) != running_states.end();
+    if (*state == "broken" || (!is_running && !has_enough)) {
+        return ArrayAccount::lost;
+    }
+    if (!is_running || (!has_enough && (!losses || raid_disks == 0))) {
+        return ArrayAccount::unclear;
+    }
+    if (!has_enough) {
+        return ArrayAccount::lost;
+    }
+    const std::string degraded = attribute(directory, "degraded").value_or(has_all ? "0" : "");
+    return degraded == "0" ? ArrayAccount::complete : ArrayAccount::runs;
+}
+
+bool may_be_given_up(std::string_view array, std::string_view type) {
+    const ArrayAccount account = array_account(array, type);
+    return account == ArrayAccount::none || account == ArrayAccount::lost;
+}
+
+} // namespace zav

@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: MIT
+// Restoring a group gives up no array, and replaces no volume on one, that the kernel does not show
+// as lost: a tool that fails is no proof.
+#include "fixtures/group_recovery.h"
+
+namespace zav::test {
+namespace {
+
+using testing::Contains;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class DoubtfulArray : public testing::Test {
+  protected:
+    DoubtfulArray() { machine.sees(live("a", "/dev/md1")); }
+
+    // md1 with these members, and what the kernel says of it.
+    void array(const std::string& level, const std::vector<MachineMember>& members,
+               const std::string& array_state, int raid_disks = 0) {
+        machine.array(
+            {.name = "md1", .level = level, .raid_disks = raid_disks, .members = members});
+        machine.file("/sys/block/md1/md/array_state", array_state + "\n");
+        machine.file("/sys/block/md1/md/level", level + "\n");
+    }
+    void no_details() {
+        machine.tool(RecoveryMachine::mdadm).on("/sbin/mdadm --detail /dev/md1").exits(1);
+    }
+    void no_volumes(bool fails) {
+        Rule rule = machine.tool(RecoveryMachine::pvdisplay).on("/sbin/pvdisplay -c");
+        rule.exits(fails ? 5 : 0);
+    }
+    // A volume on a plain disk comes first: it is not touched either.
+    void restore() { run = restore_group(machine, backup_of({{"b", "sdf"}, {"a", "md1"}})); }
+    void expect_stopped(int code = -2) {
+        restore();
+        EXPECT_EQ(run.returned, code);
+        EXPECT_THAT(actions(run), IsEmpty());
+        EXPECT_THAT(machine.logged(), Contains("'md1' is not known to be lost: it is not given "
+                                               "up"));
+    }
+    void expect_given_up() {
+        restore();
+        EXPECT_EQ(run.returned, 0);
+        EXPECT_THAT(actions(run), Contains(HasSubstr("of=/dev/md1")));
+        EXPECT_THAT(actions(run), Contains("/sbin/pvcreate -u a /dev/ram3"));
+    }
+    RecoveryMachine machine;
+    Result run;
+};
+
+using DoubtfulVolume = DoubtfulArray;
+
+TEST_F(DoubtfulArray, IsKeptWhenItsDetailsCannotBeReadAndItRuns) {
+    for (const char* state : {"clean", "active", "active-idle", "write-pending", "readonly",
+                              "read-auto", "suspended"}) {
+        array("raid5", {{"sdc"}, {"sdd"}, {"sde"}}, state);
+        no_details();
+        expect_stopped();
+    }
+}
+
+TEST_F(DoubtfulArray, IsKeptWhenItRunsWithFewerMembers) {
+    array("raid5", {{"sdc"}, {"sdd"}, {"sde", "faulty"}}, "clean");
+    no_details();
+    expect_stopped();
+    array("raid1", {{"sdc"}, {"sdd", "faulty"}}, "active");
+    no_details();
+    expect_stopped();
+    array("raid6", {{"sdc"}, {"sdd"}}, "active", 4);
+    no_details();
+    expect_stopped();
+    array("raid5", {{"sdc", "in_sync,write_mostly"}, {"sdd"}, {"sde", "spare"}}, "clean");
+    no_details();
+    expect_stopped();
+}
+
+TEST_F(DoubtfulArray, IsKeptWhenItsLevelIsNotKnown) {
+    array("raid5", {{"sdc"}, {"sdd"}, {"sde", "faulty"}}, "clean");
+    machine.remove("/sys/block/md1/md/level");
+    no_details();
+    expect_stopped();
+}
+
+TEST_F(DoubtfulArray, IsKeptWhenItHasAllMembersAndWasNotStarted) {
+    array("raid5", {{"sdc"}, {"sdd"}, {"sde"}}, "inactive");
+    no_details();
+    expect_stopped();
+}
+
+TEST_F(DoubtfulArray, IsGivenUpWhenTheKernelShowsItLost) {
+    for (const char* state : {"clean", "active", "inactive", "write-pending"}) {
+        array("raid5", {{"sdc"}, {"sdd", "faulty"}, {"sde", "faulty,blocked"}}, state);
+        expect_given_up();
+        no_details();
+        expect_given_up();
+    }
+    array("raid0", {{"sdc"}, {"sdd"}}, "broken");
+    no_details();
+    expect_given_up();
+    array("raid0", {{"sdc"}}, "clean", 2);
+    expect_given_up();
+}
+
+TEST_F(DoubtfulArray, IsGivenUpByTheDetailsWithoutAStateOfTheKernel) {
+    array("raid5", {{"sdc"}, {"sdd"}, {"sde"}}, "clean");
+    machine.remove("/sys/block/md1/md/array_state");
+    no_details();
+    expect_given_up();
+}
+
+TEST_F(DoubtfulArray, IsKeptWhenARecordedArrayRuns) {
+    machine.recorded_array("raid5_one_of_three_inactive"); // it runs without one of its members
+    machine.tool(RecoveryMachine::mdadm).on("/sbin/mdadm --detail /dev/md1").exits(1);
+    expect_stopped();
+}
+
+TEST_F(DoubtfulArray, IsGivenUpWhenARecordedArrayFailed) {
+    machine.recorded_array("raid5_failed");
+    machine.tool(RecoveryMachine::mdadm).on("/sbin/mdadm --detail /dev/md1").exits(1);
+    expect_given_up();
+}
+
+TEST_F(DoubtfulVolume, IsKeptWhenTheToolFailsOrPrintsNothing) {
+    for (const bool fails : {true, false}) {
+        array("raid5", {{"sdc"}, {"sdd"}, {"sde"}}, "clean");
+        no_volumes(fails);
+        expect_stopped();
+    }
+    machine.sees_nothing_that_can_be_read();
+    expect_stopped(-1);
+}
+
+TEST_F(DoubtfulVolume, IsKeptWhenTheToolFailsHalfway) {
+    array("raid5", {{"sdc"}, {"sdd"}, {"sde"}}, "clean");
+    machine.tool(RecoveryMachine::pvdisplay)
+        .on("/sbin/pvdisplay -c")
+        .prints(live("x", "/dev/md0"))
+        .exits(5);
+    expect_stopped();
+}
+
+TEST_F(DoubtfulVolume, IsReplacedWhenTheToolKnowsThatItIsMissing) {
+    array("raid5", {{"sdc"}, {"sdd"}, {"sde"}}, "clean");
+    machine.tool(RecoveryMachine::pvdisplay)
+        .on("/sbin/pvdisplay -c")
+        .prints(live("a", "[unknown]"))
+        .exits(5);
+    restore();
+    EXPECT_EQ(run.returned, 0);
+    EXPECT_THAT(actions(run), Contains("/sbin/pvcreate -u a /dev/ram3"));
+    machine.sees(live("x", "/dev/md0"));
+    restore();
+    EXPECT_EQ(run.returned, 0) << "a tool that works and lists others";
+}
+
+TEST_F(DoubtfulVolume, IsReplacedWhenItsArrayIsLostOrGone) {
+    no_volumes(false);
+    array("raid5", {{"sdc"}, {"sdd", "faulty"}, {"sde", "faulty"}}, "clean");
+    restore();
+    EXPECT_EQ(run.returned, 0);
+    EXPECT_THAT(actions(run), Contains("/sbin/pvcreate -u a /dev/ram3"));
+    machine.remove_array("md1");
+    restore();
+    EXPECT_EQ(run.returned, 0);
+}
+
+} // namespace
+} // namespace zav::test
