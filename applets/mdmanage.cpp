@@ -6,6 +6,7 @@
 #include "actions/arrays/creation.h"
 #include "actions/arrays/name_reservation.h"
 #include "actions/arrays/recovery.h"
+#include "actions/disks/claims.h"
 #include "actions/disks/disks.h"
 #include "applets/applet_table.h"
 #include "applets/skeleton.h"
@@ -24,6 +25,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace zav {
 
@@ -256,9 +258,22 @@ void prepare_former_members(const disk_list& members) {
         if (failed(get_disk_list(disks, standard_output()))) {
             log_failure(Code::no_disk_list);
         } else if (!failed(find_disk(disks, found, member.channel, member.device))) {
-            disk_format(found.begin()->name.c_str());
+            disk_format_unless(found.begin()->name.c_str(), "");
         }
     }
+}
+
+/// Claims the disks of an array that are to be cleared, and the array itself, on which a group may
+/// be about to be made. Code::ok or a code.
+Code claim_array(const char* name, const disk_list& members, DiskClaims& claims) {
+    std::vector<std::string_view> disks;
+    for (const disk_info& member : members) {
+        disks.push_back(member.name);
+    }
+    if (!claims.add_all(disks)) {
+        return Code::array_not_stopped;
+    }
+    return claims.add(name) ? Code::ok : Code::array_carries_group;
 }
 
 int remove_array(const Arguments& arguments) {
@@ -269,6 +284,10 @@ int remove_array(const Arguments& arguments) {
     disk_list members;
     if (const Code result = get_disks_from_md(arguments.name, members, standard_output());
         failed(result)) {
+        return fail(result);
+    }
+    DiskClaims claims;
+    if (const Code result = claim_array(arguments.name, members, claims); failed(result)) {
         return fail(result);
     }
     if (const Code result = check_delete(arguments.name, standard_output()); failed(result)) {

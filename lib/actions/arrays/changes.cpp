@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "actions/arrays/changes.h"
 
+#include "actions/disks/claims.h"
 #include "base/checks.h"
 #include "base/codes.h"
 #include "base/command.h"
@@ -45,8 +46,10 @@ Code find_member_change(const char* array, const char* channel, MemberChange& ch
     if (change.array == nullptr) {
         return Code::unknown_array;
     }
+    // One that is cut names another disk.
+    const bool is_whole = change.channel.view() == channel;
     change.disk = change.channel.view();
-    if (ch_to_disks(change.disks, change.disk, change.array->device, 1) != 1) {
+    if (!is_whole || ch_to_disks(change.disks, change.disk, change.array->device, 1) != 1) {
         log_error("'%s' is not invalid disk", change.channel.c_str());
         return Code::wrong_disk;
     }
@@ -95,6 +98,10 @@ Code add_disk(const char* array, const char* channel, Sink& out) {
         log_error("'%s' is not support add disk", change.array->name.c_str());
         return Code::level_without_change;
     }
+    DiskClaims claims;
+    if (!claims.add(change.disk)) {
+        return Code::disk_used;
+    }
     if (const Code result = check_unused(change, out); failed(result)) {
         return result;
     }
@@ -102,7 +109,7 @@ Code add_disk(const char* array, const char* channel, Sink& out) {
         format_text(add_disk_command, change.array->name.c_str(), change.disk.c_str());
     if (!is_disk_name(change.disk)) {
         // Behind the RAID controller disks have no name of the kernel.
-        ignore(refuse_command(command));
+        ignore(refuse_command(command, no_disk_name));
         return Code::command_failed;
     }
     return run_or_fail(command);
@@ -121,6 +128,7 @@ Code remove_disk(const char* array, const char* channel, Sink& out) {
         return result;
     }
     return run_or_fail(
+        {change.array->name, change.disk},
         format_text(remove_disk_command, change.array->name.c_str(), change.disk.c_str()));
 }
 
@@ -146,7 +154,7 @@ Code check_delete(const char* name, Sink& out) {
 }
 
 Code stop_array(const char* name) {
-    return run_or_fail(format_text(stop_command, name));
+    return run_or_fail({name}, format_text(stop_command, name));
 }
 
 Code delete_array(const char* name, Sink& out) {
@@ -157,7 +165,7 @@ Code delete_array(const char* name, Sink& out) {
 WaitStatus fail_disk(const char* array, const char* disk) {
     const std::string command = format_text(fail_disk_command, array, disk);
     if (failed(check_name32(array)) || !is_disk_name(disk)) {
-        return refuse_command(command);
+        return refuse_command(command, is_disk_name(disk) ? not_plain_reason(array) : no_disk_name);
     }
     return run_and_log(command);
 }

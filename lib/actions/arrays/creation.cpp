@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "actions/arrays/creation.h"
 
+#include "actions/disks/claims.h"
 #include "actions/disks/disks.h"
 #include "base/checks.h"
 #include "base/codes.h"
@@ -8,6 +9,7 @@
 #include "base/text.h"
 #include "inventory/array_members.h"
 #include "inventory/arrays.h"
+#include "inventory/disk_use.h"
 #include "inventory/disks.h"
 #include "inventory/groups.h"
 #include "records/raid_level.h"
@@ -43,13 +45,13 @@ Code check_count(int count, const RaidLevel& level, std::string_view type) {
     return Code::wrong_disk_count;
 }
 
-/// Code::ok, or Code::command_failed with a message: a list of disks that is cut can name another
-/// disk.
+/// Code::ok, or Code::command_failed for a command that is refused: a list of disks that is cut can
+/// name another disk.
 Code check_run_whole(const std::string& command) {
     if (is_run_whole(command)) {
         return Code::ok;
     }
-    log_error("'%s' is too long to be run whole", command.c_str());
+    ignore(refuse_command(command, too_long_to_run));
     return Code::command_failed;
 }
 
@@ -64,6 +66,8 @@ struct Creation {
     disk_list disks;
     mdinfo_list arrays;
     std::string members;
+    DiskClaims claims;
+    bool has_claims = false;
 };
 
 /// The number behind "md" of an array's name.
@@ -71,10 +75,20 @@ int array_number(std::string_view name) {
     return decimal_int(name.substr(std::min<std::size_t>(2, name.size())));
 }
 
+/// Claims the disks of the record's channels as far as they are disks. Before it is looked what
+/// uses them: another command may be about to.
+bool claim_members(Creation& creation) {
+    std::string names(creation.array.members.view());
+    const int count = count_items(names);
+    return ch_to_disks(creation.disks, names, creation.array.device, count) != count ||
+           creation.claims.add_all(split(names, ","));
+}
+
 Code get_lists(Creation& creation, Sink& out) {
     if (failed(get_disk_list(creation.disks, out))) {
         return log_return(Code::no_disk_list);
     }
+    creation.has_claims = claim_members(creation);
     return !failed(get_mdinfo(creation.arrays, out)) ? Code::ok : log_return(Code::no_array_list);
 }
 
@@ -108,6 +122,15 @@ Code check_against(const mdinfo& existing, bool choose_name, Creation& creation)
         return Code::disk_used;
     }
     return Code::ok;
+}
+
+Code check_claims(Creation& creation) {
+    if (creation.has_claims) {
+        return Code::ok;
+    }
+    log_error("'%s' or '%s' includes a disk that another command uses", creation.members.c_str(),
+              creation.array.spare.c_str());
+    return Code::disk_used;
 }
 
 Code check_arrays(Creation& creation) {
@@ -154,10 +177,21 @@ Code check_hotspares(const Creation& creation, Sink& out) {
     return Code::ok;
 }
 
+/// What no list knows of: a mounted partition, an array of another kind.
+Code check_held(const Creation& creation) {
+    for (const std::string_view disk : split(creation.members, ",")) {
+        if (is_held_by_kernel(disk)) {
+            log_error("'%s' is held by the kernel", std::string(disk).c_str());
+            return Code::disk_used;
+        }
+    }
+    return Code::ok;
+}
+
 } // namespace
 
 Code create_array(mdinfo& array, Sink& out) {
-    Creation creation{array, {}, {}, {}};
+    Creation creation{array, {}, {}, {}, {}};
     if (!array.name.empty() && failed(check_name32(array.name.c_str()))) {
         return Code::bad_array_name;
     }
@@ -167,7 +201,7 @@ Code create_array(mdinfo& array, Sink& out) {
     if (find_raid_level(array.type) == nullptr) {
         return Code::unknown_raid_type;
     }
-    for (const auto step : {translate_members, check_arrays}) {
+    for (const auto step : {translate_members, check_claims, check_arrays}) {
         if (const Code result = step(creation); failed(result)) {
             return result;
         }
@@ -177,7 +211,8 @@ Code create_array(mdinfo& array, Sink& out) {
             return result;
         }
     }
-    return run_create_command(array, creation.members);
+    const Code held = check_held(creation);
+    return failed(held) ? held : run_create_command(array, creation.members);
 }
 
 Code run_create_command(const mdinfo& array, std::string_view disks) {

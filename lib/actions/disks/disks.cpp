@@ -3,6 +3,7 @@
 
 #include "base/command.h"
 #include "base/text.h"
+#include "inventory/disk_use.h"
 #include "records/disk.h"
 #include "sources/diskformat.h"
 #include "sources/hotspare.h"
@@ -17,8 +18,14 @@ void run_for_disk(std::string_view disk, const std::string& command) {
     if (is_disk_name(disk)) {
         ignore(run_and_log(command));
     } else {
-        ignore(refuse_command(command));
+        ignore(refuse_command(command, no_disk_name));
     }
+}
+
+/// What the kernel calls a disk that is named with or without "/dev/".
+const char* kernel_name(const char* disk) {
+    constexpr std::string_view directory = "/dev/";
+    return std::string_view(disk).starts_with(directory) ? disk + directory.size() : disk;
 }
 
 } // namespace
@@ -37,10 +44,20 @@ void hotspare_command(const char* disk, HotspareMode mode) {
 }
 
 void disk_format(const char* disk) {
-    constexpr std::string_view directory = "/dev/";
-    const bool has_directory = std::string_view(disk).starts_with(directory);
-    const char* name = has_directory ? disk + directory.size() : disk;
+    const char* name = kernel_name(disk);
     run_for_disk(name, format_text(format_disk_command, name));
+}
+
+void disk_format_unless(const char* disk, std::string_view reason) {
+    const char* name = kernel_name(disk);
+    if (reason.empty() && is_disk_name(name) && is_held_by_kernel(name)) {
+        reason = held_by_kernel;
+    }
+    if (reason.empty()) {
+        disk_format(name);
+    } else {
+        ignore(refuse_command(format_text(format_disk_command, name), reason));
+    }
 }
 
 } // namespace zav

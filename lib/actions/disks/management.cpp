@@ -2,6 +2,7 @@
 #include "actions/disks/management.h"
 
 #include "actions/arrays/changes.h"
+#include "actions/disks/claims.h"
 #include "actions/disks/disks.h"
 #include "base/codes.h"
 #include "base/log.h"
@@ -16,10 +17,16 @@ Code zav_set_hotspare(int channel, HotspareMode mode, const char* device, Sink& 
     if (const Code result = get_disk(disks, channel, device, sites, out); failed(result)) {
         return result;
     }
+    DiskClaims claims;
+    const bool is_cleared = mode == HotspareMode::add;
+    const bool is_ours = !is_cleared || claims.add(disks.begin()->name);
     display_disk_list listing;
-    ignore(add_disk_list_info(disks, listing, out));
+    const bool is_known = mark_disks_in_use(disks, listing, out);
     const display_disk_info& disk = *listing.begin();
-    if (disk.use == 1) {
+    // What cannot be told counts as in use when the disk is to be cleared.
+    const bool may_be_in_use =
+        is_cleared && (!is_ours || !is_known || is_held_by_kernel(disk.diskname));
+    if (disk.use == 1 || may_be_in_use) {
         return log_return(Code::disk_in_use, LogSite::numbered(587));
     }
     if (mode == HotspareMode::add && disk.hotspare == 1) {
@@ -28,7 +35,7 @@ Code zav_set_hotspare(int channel, HotspareMode mode, const char* device, Sink& 
     if (mode != HotspareMode::add && !(mode == HotspareMode::remove && disk.hotspare == 1)) {
         return log_return(Code::no_hotspare, LogSite::numbered(617));
     }
-    if (mode == HotspareMode::add) {
+    if (is_cleared) {
         disk_format(disk.diskname.c_str());
     }
     hotspare_command(disk.diskname.c_str(), mode);
@@ -40,6 +47,10 @@ Code zav_disk_init(int channel, const char* device, Sink& out) {
     const DiskSites sites = {LogSite::numbered(491), LogSite::numbered(504)};
     if (const Code result = get_disk(disks, channel, device, sites, out); failed(result)) {
         return result;
+    }
+    DiskClaims claims;
+    if (!claims.add(disks.begin()->name)) {
+        return log_return(Code::disk_in_use);
     }
     display_disk_list listing;
     ignore(add_disk_list_info(disks, listing, out));

@@ -87,11 +87,13 @@ TEST_F(AddDisk, RefusesTwoChannels) {
     expect_refused("'4,5' is not invalid disk");
 }
 
-TEST_F(AddDisk, CutsTheChannelAtSevenCharacters) {
+TEST_F(AddDisk, RefusesAChannelOfMoreThanSevenCharacters) {
     machine.running("md1", "raid5", {"sda", "sdb", "sdc"});
     EXPECT_EQ(add("md1", "12345678"), -2033);
     expect_refused("'1234567' is not invalid disk");
-    EXPECT_EQ(add("md1", ",,,,,,4,9"), 0);
+    EXPECT_EQ(add("md1", ",,,,,,4,9"), -2033);
+    expect_refused("',,,,,,4' is not invalid disk");
+    EXPECT_EQ(add("md1", ",,,,,,4"), 0);
 }
 
 TEST_F(AddDisk, RefusesAnUnknownChannelBeforeTheLevel) {
@@ -188,9 +190,11 @@ TEST(AddDiskOnTheController, RunsNoCommandWithoutADisk) {
     const Result run = machine.operation([] { return add_disk("md1", "4", printed()); });
     EXPECT_EQ(run.returned, -11000);
     EXPECT_THAT(changes(run), IsEmpty());
-    EXPECT_THAT(last_message(machine),
-                StartsWith("system(\"/sbin/mdadm --manage /dev/md1 --add /dev/ > /dev/null\") "
-                           "return unnormal with exit(255) for '"));
+    EXPECT_THAT(log_texts(machine),
+                ElementsAre(StartsWith("system(\"/sbin/mdadm --manage /dev/md1 --add /dev/ > "
+                                       "/dev/null\") return unnormal with exit(255) for '"),
+                            "'/sbin/mdadm --manage /dev/md1 --add /dev/ > /dev/null' was not run: "
+                            "it names no disk of the kernel"));
 }
 
 } // namespace

@@ -142,7 +142,9 @@ TEST_P(LengthThatIsCut, IsRefusedBeforeAnyDiskIsPrepared) {
     EXPECT_EQ(create_with_length(GetParam()), -11000);
     EXPECT_THAT(run.commands, IsEmpty());
     EXPECT_EQ(last_message(machine), "'/sbin/mdadm -C /dev/data -l linear -n 2 -R /dev/sda /dev/" +
-                                         name + " > /dev/null' is too long to be run whole");
+                                         name +
+                                         " > /dev/null' was not run: it is too long to be "
+                                         "run whole");
 }
 
 INSTANTIATE_TEST_SUITE_P(Characters, LengthThatIsCut,
@@ -215,7 +217,8 @@ TEST_F(Recreation, ReportsAFailedCommand) {
 TEST_F(Recreation, IsRefusedWhenTheCommandWouldBeCut) {
     EXPECT_EQ(recreate("raid0", "sda," + std::string(200, 'x')), -11000);
     EXPECT_THAT(run.commands, IsEmpty());
-    EXPECT_THAT(last_message(machine), testing::EndsWith("' is too long to be run whole"));
+    EXPECT_THAT(last_message(machine),
+                testing::EndsWith("' was not run: it is too long to be run whole"));
 }
 
 } // namespace

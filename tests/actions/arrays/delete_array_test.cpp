@@ -120,7 +120,12 @@ TEST_F(FailDisk, RunsNoCommandWithAnInvalidName) {
     EXPECT_EQ(fail("md1;reboot", "sda"), -1);
     EXPECT_EQ(fail("", "sda"), -1);
     EXPECT_THAT(run.commands, IsEmpty());
-    EXPECT_THAT(last_message(machine), HasSubstr("return unnormal with exit(255) for '"));
+    const Texts logged = log_texts(machine);
+    ASSERT_EQ(logged.size(), 8U);
+    EXPECT_THAT(logged.front(), HasSubstr("return unnormal with exit(255) for '"));
+    EXPECT_EQ(logged.at(1), "'/sbin/mdadm /dev/md1 -f /dev/sda;reboot' was not run: it names no "
+                            "disk of the kernel");
+    EXPECT_THAT(logged.at(5), HasSubstr("'md1;reboot' is not a plain name"));
 }
 
 } // namespace

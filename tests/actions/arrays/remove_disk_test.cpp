@@ -67,7 +67,7 @@ TEST_F(RemoveDisk, RefusesAChannelThatNoDiskHas) {
     expect_refused("'9' is not invalid disk");
 }
 
-TEST_F(RemoveDisk, CutsTheChannelAtSevenCharacters) {
+TEST_F(RemoveDisk, RefusesAChannelOfMoreThanSevenCharacters) {
     degraded("raid5");
     EXPECT_EQ(remove("md1", "12345678"), -2033);
     expect_refused("'1234567' is not invalid disk");

@@ -132,6 +132,7 @@ TEST_F(DiskOperation, WhatTheToolsPrintGoesToStandardOutput) {
 TEST_F(DiskOperation, NameOfAnythingButLettersAndDigitsIsLoggedLikeAFailureAndNeverRun) {
     using testing::StartsWith;
     const std::string end = "\") return unnormal with exit(255) for '";
+    const std::string not_run = "' was not run: it names no disk of the kernel";
     for (const std::string name :
          {"",       " ",     "sda sdb", "sda;reboot", "sda&",  "$(reboot)", "`id`",
           "../sda", "sda/x", "sda-1",   "sda_1",      "sda.1", "-a",        "sd*",
@@ -146,8 +147,11 @@ TEST_F(DiskOperation, NameOfAnythingButLettersAndDigitsIsLoggedLikeAFailureAndNe
         EXPECT_THAT(
             root.log_texts(),
             ElementsAre(StartsWith("system(\"/usr/local/bin/hotspare -a /dev/" + name + end),
+                        "'/usr/local/bin/hotspare -a /dev/" + name + not_run,
                         StartsWith("system(\"/usr/local/bin/hotspare -r /dev/" + name + end),
-                        StartsWith("system(\"/usr/local/bin/diskformat /dev/" + name + end)));
+                        "'/usr/local/bin/hotspare -r /dev/" + name + not_run,
+                        StartsWith("system(\"/usr/local/bin/diskformat /dev/" + name + end),
+                        "'/usr/local/bin/diskformat /dev/" + name + not_run));
     }
 }
 
@@ -157,7 +161,7 @@ TEST_F(DiskOperation, FormatOfDevAloneOrTwiceIsNeverRun) {
         EXPECT_EQ(done.code, 0) << name;
         EXPECT_THAT(done.commands, IsEmpty()) << name;
     }
-    EXPECT_EQ(root.log().size(), 5U);
+    EXPECT_EQ(root.log().size(), 10U);
 }
 
 } // namespace

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: MIT
+// diskmanage clears no disk for a hot spare that may be in use.
+#include "fixtures/disk_claim.h"
+#include "fixtures/disk_machine.h"
+
+namespace zav::test {
+namespace {
+
+using testing::IsEmpty;
+
+class HotspareSafety : public testing::Test {
+  protected:
+    void expect_refused(const std::string& why) {
+        const Result run = machine.run({"diskmanage", "--hotspare", "-a", "3"});
+        expect_failure(machine, run, -201, "diskmanage_main[828]");
+        EXPECT_THAT(changes(run), IsEmpty()) << why;
+    }
+    DiskMachine machine;
+};
+
+TEST_F(HotspareSafety, RefusesEveryDiskWhenTheMountsCannotBeListed) {
+    machine.tool("/bin/df").on("/bin/df").exits(1);
+    expect_refused("df failed");
+    machine.tool("/bin/df").on("/bin/df").does("rm -f /tmp/dfinfo.*");
+    expect_refused("df's output is gone");
+}
+
+TEST_F(HotspareSafety, RefusesEveryDiskWhenTheArraysCannotBeListed) {
+    machine.remove("/proc/mdstat");
+    expect_refused("no array list");
+}
+
+TEST_F(HotspareSafety, RefusesEveryDiskWhenTheGroupsCannotBeListed) {
+    machine.tool("/sbin/vgdisplay").on("/sbin/vgdisplay -c").exits(5);
+    expect_refused("no group list");
+    machine.group_lines("", "").tool("/sbin/pvdisplay").on("/sbin/pvdisplay -c").exits(5);
+    expect_refused("no volumes");
+}
+
+TEST_F(HotspareSafety, RefusesADiskThatAnotherCommandUses) {
+    const HeldLock claim(machine, claim_on("sdc"));
+    expect_refused("claimed");
+    EXPECT_EQ(machine.run({"diskmanage", "--hotspare", "-a", "4"}).exit_status, 0);
+}
+
+TEST_F(HotspareSafety, RefusesADiskThatTheKernelHolds) {
+    machine.directory("/sys/block/sdc/holders/dm-3");
+    expect_refused("held");
+}
+
+TEST_F(HotspareSafety, RefusesTheDiskOfAPartitionInAGroup) {
+    machine.group({.name = "data", .volumes = {{.device = "/dev/sdc2"}}});
+    expect_refused("a volume on a partition");
+}
+
+TEST_F(HotspareSafety, RemovesAHotspareWhateverCannotBeListed) {
+    machine.hotspares({"sdc"}).tool("/bin/df").on("/bin/df").exits(1);
+    const HeldLock claim(machine, claim_on("sdc"));
+    const Result run = machine.run({"diskmanage", "--hotspare", "-r", "3"});
+    EXPECT_EQ(run.exit_status, 0);
+    EXPECT_THAT(changes(run), testing::ElementsAre("/usr/local/bin/hotspare -r /dev/sdc"));
+}
+
+TEST_F(HotspareSafety, KnowsMountedDisksOfEveryKind) {
+    DiskMachine other;
+    other.disk({.name = "nvme0n1", .channel = 7});
+    other.disk({.name = "vdb", .channel = 8});
+    other.disk({.name = "mmcblk0", .channel = 9});
+    other.disk({.name = "nvme0n2", .channel = 10});
+    other.mounted(
+        {"/dev/nvme0n1p2 1 1 1 1% /", "/dev/vdb1 1 1 1 1% /a", "/dev/mmcblk0p1 1 1 1 1% /b"});
+    for (const char* channel : {"7", "8", "9"}) {
+        const Result run = other.run({"diskmanage", "--hotspare", "-a", channel});
+        EXPECT_EQ(run.exit_status, -201 & 0xff) << channel;
+        EXPECT_THAT(changes(run), IsEmpty());
+    }
+    EXPECT_EQ(other.run({"diskmanage", "--hotspare", "-a", "10"}).exit_status, 0);
+}
+
+TEST_F(HotspareSafety, KnowsMembersOfEveryKind) {
+    machine.disk({.name = "nvme0n1", .channel = 7});
+    machine.array({.name = "md1", .level = "raid1", .members = {{"nvme0n1p1"}, {"sda"}}});
+    EXPECT_EQ(machine.run({"diskmanage", "--hotspare", "-a", "7"}).exit_status, -201 & 0xff);
+}
+
+} // namespace
+} // namespace zav::test
