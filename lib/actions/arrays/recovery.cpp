@@ -2,10 +2,12 @@
 #include "actions/arrays/recovery.h"
 
 #include "actions/arrays/creation.h"
+#include "actions/disks/claims.h"
 #include "base/checks.h"
 #include "base/codes.h"
 #include "base/command.h"
 #include "base/text.h"
+#include "inventory/array_account.h"
 #include "inventory/disks.h"
 #include "sources/lvm.h"
 #include "sources/mdadm.h"
@@ -77,6 +79,35 @@ std::string disk_names(const std::vector<std::string>& paths) {
     return names;
 }
 
+/// Code::ok, or Code::array_details_unread with a message: what is created again with other members
+/// than the array has slots destroys what they hold.
+Code check_complete(const char* array, const MemberTable& table) {
+    if (table.members.size() == table.raid_devices) {
+        return Code::ok;
+    }
+    log_error("'%s' is not recovered: it has %zu slots, and %zu disks are found", array,
+              table.raid_devices, table.members.size());
+    return Code::array_details_unread;
+}
+
+/// Code::ok, or Code::array_details_unread with a message for an array that needs no recovery.
+Code check_broken(const char* array, const char* type) {
+    if (array_account(array, type) != ArrayAccount::complete) {
+        return Code::ok;
+    }
+    log_error("'%s' is not recovered: it runs with all its members", array);
+    return Code::array_details_unread;
+}
+
+/// Claims the disks. Code::ok, or Code::array_details_unread with a message.
+Code claim_members(DiskClaims& claims, const MemberTable& table) {
+    std::vector<std::string_view> disks;
+    for (const std::string_view path : table.members) {
+        disks.push_back(path.substr(device_directory.size()));
+    }
+    return claims.add_all(disks) ? Code::ok : Code::array_details_unread;
+}
+
 bool create_again(const char* array, const char* type, const MemberTable& table) {
     return !failed(run_or_fail(format_text(stop_command, array))) &&
            !failed(run_recreate_command(array, type, disk_names(table.members))) &&
@@ -93,12 +124,19 @@ Code raid_recover(const char* array, const char* type, Sink& out) {
     for (const std::string& path : table.members) {
         out.print("disk: %s\n", path.c_str());
     }
-    if (table.members.empty()) {
-        return Code::ok;
+    if (failed(check_broken(array, type))) {
+        return log_return(Code::array_details_unread);
     }
     close_hole(table);
-    if (table.hole != 0 && failed(fill_hole(table, out))) {
+    if (table.hole != 0 && !table.members.empty() && failed(fill_hole(table, out))) {
         return log_return(Code::missing_disk_not_found);
+    }
+    DiskClaims claims;
+    if (failed(check_complete(array, table)) || failed(claim_members(claims, table))) {
+        return log_return(Code::array_details_unread);
+    }
+    if (table.members.empty()) {
+        return Code::ok;
     }
     return create_again(array, type, table) ? Code::ok : log_return(Code::array_not_recovered);
 }

@@ -196,8 +196,8 @@ TEST_F(Recover, RefusesSeventeenSlots) {
     EXPECT_THAT(recreated(), HasSubstr(" -l 6 -n 16 -R /dev/sda "));
 }
 
-TEST_F(Recover, RefusesTooFewMembersAfterTheArrayIsStopped) {
-    details(3, {{0, "/dev/sda"}, {2, "/dev/sdc"}});
+TEST_F(Recover, RefusesFewerMembersThanTheLevelTakesAfterTheArrayIsStopped) {
+    details(2, {{0, "/dev/sda"}, {2, "/dev/sdc"}});
     EXPECT_EQ(recover(), -419);
     EXPECT_EQ(outside(run).back(), "/sbin/mdadm -S /dev/md1 > /dev/null");
     EXPECT_THAT(log_texts(machine, "disks num"),
@@ -212,13 +212,15 @@ TEST_F(Recover, RecreatesAMirrorAsLevel0) {
 }
 
 TEST_F(Recover, DoesNothingForAnArrayWithoutMembers) {
-    details(3, {});
+    details(0, {});
     EXPECT_EQ(recover(), 0);
-    EXPECT_THAT(outside(run), ElementsAre("/sbin/mdadm -D /dev/md1 > /tmp/mdinfo.XXXXXX"));
-    details(3, {{0, nullptr}, {1, nullptr}});
-    EXPECT_EQ(recover(), 0);
-    EXPECT_THAT(outside(run), ElementsAre("/sbin/mdadm -D /dev/md1 > /tmp/mdinfo.XXXXXX"));
-    EXPECT_EQ(run.out, "");
+    for (const std::vector<Slot>& slots :
+         {std::vector<Slot>(), std::vector<Slot>{{0, nullptr}, {1, nullptr}}}) {
+        details(3, slots);
+        EXPECT_EQ(recover(), -411);
+        EXPECT_THAT(outside(run), ElementsAre("/sbin/mdadm -D /dev/md1 > /tmp/mdinfo.XXXXXX"));
+        EXPECT_EQ(run.out, "");
+    }
 }
 
 TEST_F(Recover, NeedsTheDetails) {
