@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "inventory/netdisks.h"
 
+#include "base/log.h"
+#include "base/text.h"
 #include "inventory/filesystems.h"
 #include "inventory/mounts.h"
 #include "sources/netfstab.h"
@@ -18,6 +20,15 @@ constexpr const char* label_directory = "/dev/disk/by-label/";
 struct Free {
     void operator()(char* text) const { std::free(text); }
 };
+
+/// Empty when the label is not registered.
+std::string registered_mount_point(std::string_view label) {
+    fs_list disks;
+    ignore(netfstab_read(disks));
+    const auto disk =
+        std::ranges::find_if(disks, [label](const fs_info& fs) { return fs.name == label; });
+    return disk != disks.end() ? std::string(disk->mntpoint.view()) : "";
+}
 
 } // namespace
 
@@ -39,8 +50,36 @@ Presence netfs_label_used(std::string_view label) {
 
 std::string mounted_device(std::string_view label, Sink& out) {
     const auto mounts = read_mounts_or_print(out);
-    const Mount* mount = mounts ? find_mount_named(*mounts, label) : nullptr;
-    return mount != nullptr ? mount->device : "";
+    if (!mounts) {
+        return "";
+    }
+    // Of several mounts on a directory the last one is seen there.
+    const std::string mntpoint = registered_mount_point(label);
+    const auto registered =
+        std::find_if(mounts->rbegin(), mounts->rend(),
+                     [&mntpoint](const Mount& mount) { return mount.directory == mntpoint; });
+    if (registered != mounts->rend()) {
+        return registered->device;
+    }
+    std::string device;
+    for (const Mount& mount : *mounts) {
+        if (last_component(mount.directory) != label) {
+            continue;
+        }
+        if (!device.empty() && device != mount.device) {
+            log_error("several devices are mounted as '%s': %s, %s", std::string(label).c_str(),
+                      device.c_str(), mount.device.c_str());
+            return "";
+        }
+        device = mount.device;
+    }
+    const std::string labelled = labelled_device(label);
+    if (!device.empty() && !labelled.empty() && labelled != device) {
+        log_error("what is mounted as '%s' is %s: the label is on %s", std::string(label).c_str(),
+                  device.c_str(), labelled.c_str());
+        return "";
+    }
+    return device;
 }
 
 std::string labelled_device(std::string_view label) {

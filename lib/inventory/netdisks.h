@@ -20,8 +20,10 @@ Code netfstab_read(fs_list& list);
 /// Whether a network disk of that label is registered.
 Presence netfs_label_used(std::string_view label);
 
-/// The device mounted first on a directory whose last component is the label, such as /dev/sdf.
-/// Empty when there is none, or when the mount table cannot be read, which is printed.
+/// The device, such as /dev/sdf, of the mounted disk of that label: the one on the registered mount
+/// point, or else the one on directories whose last component is the label. Empty when there is
+/// none, when these name several devices, which is logged, or when the mount table cannot be read,
+/// which is printed.
 std::string mounted_device(std::string_view label, Sink& out);
 
 /// The device that carries the label, mounted or not; empty when the kernel knows none. Reads

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "actions/netdisks/netdisks.h"
 
+#include "actions/disks/claims.h"
 #include "actions/disks/disks.h"
 #include "actions/filesystems/filesystems.h"
 #include "actions/filesystems/mount_register.h"
@@ -8,6 +9,7 @@
 #include "base/command.h"
 #include "base/log.h"
 #include "base/text.h"
+#include "inventory/disk_use.h"
 #include "inventory/filesystems.h"
 #include "inventory/netdisks.h"
 #include "platform/models.h"
@@ -34,9 +36,14 @@ std::string netfs_mount_point(const char* label) {
 
 Code netfs_make(const char* label, const char* device) {
     const bool is_reiserfs = product_fs_type() == reiserfs_type;
-    return run_or_fail({label, device},
-                       is_reiserfs ? format_text(make_labelled_reiserfs_command, label, device)
-                                   : format_text(make_labelled_xfs_command, label, device));
+    const std::string command = is_reiserfs
+                                    ? format_text(make_labelled_reiserfs_command, label, device)
+                                    : format_text(make_labelled_xfs_command, label, device);
+    if (is_plain_name(device) && is_held_by_kernel(device)) {
+        ignore(refuse_command(command, held_by_kernel));
+        return Code::command_failed;
+    }
+    return run_or_fail({label, device}, command);
 }
 
 Code netfs_mount(const char* mntpoint, const char* label) {
@@ -61,7 +68,8 @@ Code netfstab_remove(const char* mntpoint) {
 }
 
 Code create_netfs(const char* label, const char* device) {
-    if (failed(netfs_make(label, device))) {
+    DiskClaims claims;
+    if (!claims.add(device) || failed(netfs_make(label, device))) {
         return Code::fs_not_made;
     }
     const std::string mntpoint = netfs_mount_point(label);
@@ -73,6 +81,8 @@ Code create_netfs(const char* label, const char* device) {
 Code delete_netfs(const char* label, Sink& out) {
     const std::string mntpoint = netfs_mount_point(label);
     const std::string device = mounted_device(label, out);
+    DiskClaims claims;
+    const bool is_claimed = claims.add(last_component(device));
     if (failed(check_umount(label, out))) {
         return Code::fs_not_unmounted;
     }
@@ -82,7 +92,7 @@ Code delete_netfs(const char* label, Sink& out) {
         log_error("network disk '%s' is not mounted: its device is not cleared", label);
         return Code::ok;
     }
-    disk_format(device.c_str());
+    disk_format_unless(device.c_str(), is_claimed ? "" : "another command uses the device");
     return Code::ok;
 }
 

@@ -16,8 +16,8 @@ namespace zav {
 /// The directory that a network disk is mounted on.
 std::string netfs_mount_point(const char* label);
 
-/// Makes a file system of the product's type on a device, named as under /dev. Runs mkfs.reiserfs
-/// or mkfs.xfs. Code::ok or Code::command_failed.
+/// Makes a file system of the product's type on a device, named as under /dev, unless the kernel
+/// holds it. Runs mkfs.reiserfs or mkfs.xfs. Code::ok or Code::command_failed.
 Code netfs_make(const char* label, const char* device);
 
 /// Mounts the disk of that label as the product's type and opens it to everybody. Runs mount,
@@ -41,7 +41,8 @@ Code netfstab_remove(const char* mntpoint);
 /// Makes, registers and mounts a network disk. Code::ok, Code::fs_not_made or Code::fs_not_mounted.
 Code create_netfs(const char* label, const char* device);
 
-/// Unmounts a network disk, takes it out of the register and clears its device, if it was mounted.
+/// Unmounts a network disk, takes it out of the register and clears its device, if it was mounted
+/// and nothing else uses it.
 /// Code::ok or Code::fs_not_unmounted.
 Code delete_netfs(const char* label, Sink& out);
 

@@ -75,11 +75,15 @@ TEST_F(NetfsDiscovery, IsUndecidedWithoutARegister) {
     EXPECT_EQ(label_used("disk"), -1);
 }
 
-TEST_F(NetfsDiscovery, FindsTheDeviceMountedFirstUnderTheLabel) {
+TEST_F(NetfsDiscovery, FindsTheDeviceMountedOnTheRegisteredPointOrAloneUnderTheLabel) {
     machine.mounts({"/dev/sdc /mnt/netdisk/disk1", "/dev/sdd /mnt/disk/x", "/dev/sdf /srv/disk",
                     "/dev/sdg /mnt/netdisk/disk"});
-    EXPECT_EQ(mounted("disk"), "/dev/sdf");
+    machine.file(netfstab, "");
+    EXPECT_EQ(mounted("disk"), "") << "two devices, none of them registered";
+    EXPECT_EQ(mounted("disk1"), "/dev/sdc");
     EXPECT_EQ(mounted("none"), "");
+    machine.registered({"LABEL=disk /mnt/netdisk/disk xfs"}, netfstab);
+    EXPECT_EQ(mounted("disk"), "/dev/sdg");
 }
 
 TEST_F(NetfsDiscovery, PrintsThatTheMountTableCannotBeOpened) {
