@@ -70,15 +70,15 @@ std::string mount_point(const Arguments& arguments) {
 
 /// Makes the pool. Code::ok or the code that the command fails with.
 Code create_pool(const Arguments& arguments) {
-    const Code result = pool_create(arguments.name, arguments.group, Gib{decimal(arguments.size)},
-                                    standard_output());
+    const Code result = pool_create_to_format(arguments.name, arguments.group,
+                                              Gib{decimal(arguments.size)}, standard_output());
     if (result != Code::command_failed) {
         return result;
     }
     // The opposite of lvmanage: after a failed lvcreate the command goes on only when there is no
     // pool, and fails when it makes the file system. What an existing pool holds is not
-    // overwritten.
-    return check_lvdisplay(arguments.group, arguments.name, standard_output()) == Presence::absent
+    // overwritten: it has to be known that there is none.
+    return is_known_absent(arguments.group, arguments.name, standard_output())
                ? Code::ok
                : Code::pool_not_created;
 }

@@ -14,6 +14,36 @@
 
 namespace zav {
 
+namespace {
+
+struct PoolLookup {
+    Presence presence = Presence::unknown;
+    bool is_sure = false; ///< the tool worked and printed something
+};
+
+/// What lvdisplay tells of one pool.
+PoolLookup look_up_pool(const char* group, const char* pool, Sink& out) {
+    const Capture capture(lvdisplay_template);
+    const std::string command = format_text(lvdisplay_pool_command, group, pool, capture.path());
+    WaitStatus status = WaitStatus::not_started;
+    if (is_plain_name(group) && is_plain_name(pool) && is_run_whole(command)) {
+        status = capture.run_and_log(command);
+    } else {
+        ignore(refuse_command(command));
+    }
+    const auto output = capture.read();
+    if (!output) {
+        out.print("cannot open %s\n", capture.path());
+        const LogSite site = LogSite::here("check_lvdisplay");
+        log_error("%s:[%d] return %d with %s\n", site.function, site.line,
+                  number_of(Code::group_output_unread), std::strerror(errno));
+        return {};
+    }
+    return {presence(has_pool_line(*output, pool)), !failed(status) && !output->empty()};
+}
+
+} // namespace
+
 Code get_poolinfo_from_lvdisplay(pool_list& list, Sink& out) {
     Capture capture(lvdisplay_template);
     const WaitStatus status = capture.run_and_log(format_text(lvdisplay_command, capture.path()));
@@ -49,22 +79,12 @@ Presence check_lvname(const char* name, Sink& out) {
 }
 
 Presence check_lvdisplay(const char* group, const char* pool, Sink& out) {
-    const Capture capture(lvdisplay_template);
-    const std::string command = format_text(lvdisplay_pool_command, group, pool, capture.path());
-    if (is_plain_name(group) && is_plain_name(pool) && is_run_whole(command)) {
-        ignore(capture.run_and_log(command));
-    } else {
-        ignore(refuse_command(command));
-    }
-    const auto output = capture.read();
-    if (!output) {
-        out.print("cannot open %s\n", capture.path());
-        const LogSite site = LogSite::here();
-        log_error("%s:[%d] return %d with %s\n", site.function, site.line,
-                  number_of(Code::group_output_unread), std::strerror(errno));
-        return Presence::unknown;
-    }
-    return presence(has_pool_line(*output, pool));
+    return look_up_pool(group, pool, out).presence;
+}
+
+bool is_known_absent(const char* group, const char* pool, Sink& out) {
+    const PoolLookup found = look_up_pool(group, pool, out);
+    return found.is_sure && found.presence == Presence::absent;
 }
 
 } // namespace zav

@@ -25,4 +25,8 @@ Presence check_lvname(const char* name, Sink& out);
 /// printed. Runs lvdisplay -c for the pool, whose status is only logged.
 Presence check_lvdisplay(const char* group, const char* pool, Sink& out);
 
+/// Whether it is sure that a group has no pool of that name. The same command: one that failed, or
+/// printed nothing, knows nothing.
+bool is_known_absent(const char* group, const char* pool, Sink& out);
+
 } // namespace zav

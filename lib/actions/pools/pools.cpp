@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <string>
+#include <sys/stat.h>
 
 namespace zav {
 
@@ -30,6 +31,45 @@ void read_pools(pool_list& pools, Sink& out, LogSite reader = LogSite::here()) {
     if (const Code result = pool_list_get(pools, out); result == Code::pool_output_unread) {
         log_failure(result, reader);
     }
+}
+
+/// Whether LVM has made a device of that name.
+bool has_device(const std::string& path) {
+    struct stat status = {};
+    return ::lstat(path.c_str(), &status) == 0;
+}
+
+/// Code::ok, or Code::pool_name_used with a message.
+Code check_list(const pool_list& pools, const char* pool, const char* group) {
+    const std::string path = format_text("/dev/%s/%s", group, pool);
+    if (std::ranges::none_of(pools,
+                             [&path](const pool_info& record) { return record.name == path; })) {
+        return Code::ok;
+    }
+    log_error("poolname '%s' used", pool);
+    return Code::pool_name_used;
+}
+
+/// pool_name_check() for what would be wiped if it were there. `is_sure` becomes whether the list
+/// had any pool: an empty one may just as well be one that the tool could not write.
+Code check_name_known_free(const char* pool, const char* group, bool& is_sure, Sink& out) {
+    pool_list pools;
+    if (const Code listed = pool_list_get(pools, out); failed(listed)) {
+        log_failure(listed, LogSite::here("pool_name_check"));
+        log_error("'%s' is not known to be free: the pools cannot be listed", pool);
+        return Code::pool_name_used;
+    }
+    is_sure = pools.begin() != pools.end();
+    if (has_device(format_text("/dev/%s/%s", group, pool))) {
+        log_error("poolname '%s' used", pool);
+        return Code::pool_name_used;
+    }
+    return check_list(pools, pool, group);
+}
+
+Code run_create(const char* pool, const char* group, Gib size) {
+    return run_or_fail({pool, group}, format_text(create_pool_command,
+                                                  static_cast<long long>(size.count), pool, group));
 }
 
 } // namespace
@@ -67,13 +107,7 @@ Code pool_name_check(const char* pool, const char* group, Sink& out) {
     }
     pool_list pools;
     read_pools(pools, out);
-    const std::string path = format_text("/dev/%s/%s", group, pool);
-    if (std::ranges::none_of(pools,
-                             [&path](const pool_info& record) { return record.name == path; })) {
-        return Code::ok;
-    }
-    log_error("poolname '%s' used", pool);
-    return Code::pool_name_used;
+    return check_list(pools, pool, group);
 }
 
 Result<Gib> vg_room(const char* group, Sink& out) {
@@ -103,11 +137,27 @@ Code pool_create(const char* pool, const char* group, Gib size, Sink& out) {
     if (!failed(result)) {
         result = pool_name_check(pool, group, out);
     }
+    return failed(result) ? result : run_create(pool, group, size);
+}
+
+Code pool_create_to_format(const char* pool, const char* group, Gib size, Sink& out) {
+    bool was_free = false;
+    Code result = vg_space_check(group, size, out);
+    if (!failed(result)) {
+        result = check_names_given(pool, group);
+    }
+    if (!failed(result)) {
+        result = check_name_known_free(pool, group, was_free, out);
+    }
     if (failed(result)) {
         return result;
     }
-    return run_or_fail({pool, group}, format_text(create_pool_command,
-                                                  static_cast<long long>(size.count), pool, group));
+    result = run_create(pool, group, size);
+    if (!failed(result) || was_free) {
+        return result;
+    }
+    log_error("'%s' is not known to be new: it gets no file system", pool);
+    return Code::pool_not_created;
 }
 
 Code pool_extend(const char* pool, const char* group, Gib size, Sink& out) {

@@ -18,7 +18,7 @@ namespace zav {
 Code pool_check(const char* pool, const char* group, Gib size, Sink& out);
 
 /// Whether the group has no pool of that name. Code::ok, Code::pool_name_missing or
-/// Code::pool_name_used.
+/// Code::pool_name_used. Pools that cannot be listed are omitted.
 Code pool_name_check(const char* pool, const char* group, Sink& out);
 
 /// How much of a group is not allocated, or Code::wrong_pool_group.
@@ -31,6 +31,11 @@ Code vg_space_check(const char* group, Gib size, Sink& out);
 /// Makes a pool. Runs lvcreate. Code::ok, vg_space_check()'s or pool_name_check()'s code, or
 /// Code::command_failed.
 Code pool_create(const char* pool, const char* group, Gib size, Sink& out);
+
+/// The same for a pool that gets a file system, which would wipe one that was there before:
+/// Code::pool_name_used also when the pools cannot be listed, Code::pool_not_created when lvcreate
+/// failed and no list of pools had told that there was none of that name.
+Code pool_create_to_format(const char* pool, const char* group, Gib size, Sink& out);
 
 /// Makes a pool larger; the group needs room for the whole new size. Runs lvextend. Code::ok,
 /// pool_check()'s or vg_space_check()'s code, or Code::command_failed.

@@ -138,6 +138,7 @@ TEST_F(FsCreate, TakesTheNameOfAnUnregisteredPoolOfAnotherGroup) {
 }
 
 TEST_F(FsCreate, ContinuesAfterAFailureThatLeftNoPool) {
+    machine.pools({"/dev/data/other"});
     with_each_fault(pool_tool::lvcreate, [this](const std::string& end) {
         create();
         expect_succeeded();
@@ -150,6 +151,7 @@ TEST_F(FsCreate, ContinuesAfterAFailureThatLeftNoPool) {
 }
 
 TEST_F(FsCreate, StopsAfterAFailureWhenThePoolIsThere) {
+    machine.pools({"/dev/data/other"});
     list_pool_alone();
     with_each_fault(pool_tool::lvcreate, [this](const std::string&) {
         create();
@@ -160,6 +162,7 @@ TEST_F(FsCreate, StopsAfterAFailureWhenThePoolIsThere) {
 }
 
 TEST_F(FsCreate, StopsAfterAFailureThatCannotBeChecked) {
+    machine.pools({"/dev/data/other"});
     hide_pools("/sbin/lvdisplay -c data/pool");
     machine.tool(pool_tool::lvcreate).any().exits(5);
     create();
@@ -270,11 +273,11 @@ TEST_F(FsCreate, ReportsAMountedPoolThatCannotBeOpenedToAll) {
 
 TEST_F(FsCreate, PutsNoNameThatLooksLikeAnOptionIntoACommand) {
     manage({"-C", "-n", "-pool", "-s", "5", "-g", "data"});
-    expect_failed(-603);
+    expect_failed(-325);
     EXPECT_THAT(changes(run), IsEmpty());
     EXPECT_EQ(machine.read(mdfstab), "");
     EXPECT_THAT(machine.logged(),
-                testing::Contains(failed("/sbin/mkfs.xfs -f -ssize=4k /dev/data/-pool > /dev/null",
+                testing::Contains(failed("/sbin/lvcreate -L 5G -n -pool data > /dev/null",
                                          "unnormal with exit(255)")));
 }
 
