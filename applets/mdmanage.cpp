@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// mdmanage: lists, creates, extends, shrinks, deletes and recovers arrays.
+// mdmanage: lists, creates, deletes and recovers arrays, adds disks to them and removes them.
 #include "applets/mdmanage.h"
 
 #include "actions/arrays/changes.h"
