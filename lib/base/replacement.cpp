@@ -7,9 +7,11 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <string>
+#include <unistd.h>
 
 namespace zav {
 
@@ -23,19 +25,64 @@ bool is_durable(const char* path, std::string_view text) {
     return content == text && sync_files(fds) && sync_directory_of(path);
 }
 
+/// Where the old file stays until the new one is known to be whole: to put it back takes no room.
+std::string old_path(const char* path) {
+    return journal_path(path) + ".old";
+}
+
+/// Puts the old content back unless it is still there. The old file itself may have been
+/// overwritten.
+bool put_back(const char* path, std::string_view text, const FileRights& rights) {
+    const std::string old = old_path(path);
+    return read_file(path) == text ||
+           (read_file(old.c_str()) == text && ::rename(old.c_str(), path) == 0 &&
+            sync_directory_of(path)) ||
+           replace_file(path, text, rights);
+}
+
+/// Ends a replacement: the file is whole.
+void remove_traces(const char* path) {
+    ::unlink(old_path(path).c_str());
+    remove_journal(path);
+}
+
+/// Runs the command. When that fails, or the file does not get the content, puts the old one back.
+WaitStatus run_or_put_back(const char* path, std::string_view text, std::string_view before,
+                           const FileRights& rights, const std::function<WaitStatus()>& run) {
+    WaitStatus status = run();
+    bool is_whole = !failed(status) && is_durable(path, text);
+    if (!failed(status) && !is_whole) {
+        log_error("%s does not hold what was moved there: it stays as it was", path);
+        status = WaitStatus::not_started;
+    }
+    if (!is_whole) {
+        is_whole = put_back(path, before, rights);
+    }
+    if (is_whole) {
+        remove_traces(path);
+    } else {
+        // The journal stays: the next run makes the file whole, with the new content.
+        log_error("cannot put back %s for %s", path, std::strerror(errno));
+    }
+    return status;
+}
+
 } // namespace
 
 bool finish_replacement(const char* path) {
     const auto entries = read_journal(path);
     if (!entries || entries->empty()) {
+        ::unlink(old_path(path).c_str());
         return entries.has_value();
     }
     // The journal has the rights of the file, of which nothing may be left.
     const FileDescriptor journal = FileDescriptor::open(journal_path(path).c_str(), O_RDONLY);
-    if (!journal || !replace_file(path, entries->front().text, rights_of(journal.get()))) {
+    const std::string& text = entries->front().text;
+    if (!journal ||
+        (!is_durable(path, text) && !replace_file(path, text, rights_of(journal.get())))) {
         return false;
     }
-    remove_journal(path);
+    remove_traces(path);
     log_error("finished the change of %s that was cut short", path);
     return true;
 }
@@ -46,21 +93,14 @@ WaitStatus replace_by_command(const char* path, std::string_view text,
     const auto before = old && lock_for_rewriting(old.get()) ? read_rest(old.get()) : std::nullopt;
     const std::array<JournalEntry, 1> entries = {{{path, std::string(text)}}};
     const FileRights rights = rights_of(old.get());
-    if (!before || !write_journal(path, entries, rights)) {
+    if (!before || !(write_journal(path, entries, rights) || errno == EROFS)) {
+        // On a read-only file system nothing can be lost.
+        log_error("cannot write the journal of %s for %s", path, std::strerror(errno));
         return WaitStatus::not_started;
     }
-    const WaitStatus status = run();
-    if (!failed(status) && is_durable(path, text)) {
-        remove_journal(path);
-        return status;
-    }
-    if (read_file(path) == before || replace_file(path, *before, rights)) {
-        remove_journal(path);
-    } else {
-        // The journal stays: the next run makes the file whole, with the new content.
-        log_error("cannot put back %s for %s", path, std::strerror(errno));
-    }
-    return failed(status) ? status : WaitStatus::not_started;
+    // Without it the old content is written anew if need be.
+    [[maybe_unused]] const bool is_kept = ::link(path, old_path(path).c_str()) == 0;
+    return run_or_put_back(path, text, *before, rights, run);
 }
 
 } // namespace zav

@@ -6,6 +6,7 @@
 #include "base/command.h"
 #include "base/file.h"
 #include "base/log.h"
+#include "base/replacement.h"
 #include "base/system_lock.h"
 #include "base/text.h"
 #include "platform/conf_save.h"
@@ -24,11 +25,6 @@ namespace {
 
 constexpr mode_t register_mode = 0644;
 
-/// Where the old register stays until the new one is known to be whole.
-std::string old_path(const char* path) {
-    return journal_path(path) + ".old";
-}
-
 /// Opens and locks a register. While this process waits for the lock, another may put a new file in
 /// its place.
 FileDescriptor open_locked(const char* path, int flags) {
@@ -41,34 +37,6 @@ FileDescriptor open_locked(const char* path, int flags) {
             return fd;
         }
     }
-}
-
-/// Finishes what a run that was cut short had begun, under the locks. False when that cannot be
-/// done; errno says why.
-bool settle(const char* path) {
-    const auto entries = read_journal(path);
-    if (!entries) {
-        return false;
-    }
-    const std::string old = old_path(path);
-    for (const JournalEntry& entry : *entries) {
-        if (entry.path != path || read_file(path) == entry.text) {
-            continue;
-        }
-        FileDescriptor fd = FileDescriptor::open(old.c_str(), O_RDONLY);
-        if (!fd) {
-            fd = FileDescriptor::open(path, O_RDONLY);
-        }
-        if (!replace_file(path, entry.text,
-                          fd ? rights_of(fd.get()) : FileRights{register_mode, {}, {}})) {
-            return false;
-        }
-    }
-    if (!entries->empty()) {
-        remove_journal(path);
-    }
-    ::unlink(old.c_str());
-    return true;
 }
 
 /// A register under its locks: the one between the instances of this program, which holds while
@@ -85,7 +53,7 @@ struct LockedRegister {
             return false;
         }
         fd = open_locked(path, flags);
-        if ((!fd && errno != ENOENT) || !settle(path)) {
+        if ((!fd && errno != ENOENT) || !finish_replacement(path)) {
             return false;
         }
         if (!names_open_file(path, fd.get())) {
@@ -112,7 +80,7 @@ struct LockedRegister {
 bool rewrite_register(const LockedRegister& mounts, const std::string& text) {
     const int fd = mounts.fd.get();
     const JournalEntry entry = {mounts.path, text};
-    if (!lock_for_rewriting(fd) || !write_journal(mounts.path, {&entry, 1})) {
+    if (!lock_for_rewriting(fd) || !write_journal(mounts.path, {&entry, 1}, rights_of(fd))) {
         return false;
     }
     const bool is_new = mounts.text.empty(); // its name may not be on the disk yet
@@ -134,44 +102,23 @@ std::string with_line(std::string text, const std::string& line) {
     return text + line + "\n";
 }
 
-/// Whether the register holds that text on the disk.
-bool is_on_disk(const char* path, std::string_view text) {
-    const FileDescriptor fd = FileDescriptor::open(path, O_RDONLY);
-    const int number = fd.get();
-    return fd && read_rest(number) == text && sync_files({&number, 1}) && sync_directory_of(path);
-}
-
-/// Puts the old register back unless it is still there.
-bool put_back(const LockedRegister& mounts) {
-    const std::string old = old_path(mounts.path);
-    return read_file(mounts.path) == mounts.text ||
-           // It takes no room on a full disk; but the file itself may have been overwritten.
-           (read_file(old.c_str()) == mounts.text && ::rename(old.c_str(), mounts.path) == 0 &&
-            sync_directory_of(mounts.path)) ||
-           replace_file(mounts.path, mounts.text, rights_of(mounts.fd.get()));
-}
-
-/// Moves a finished copy into the place of the register. Between two file systems that is a copy
-/// and a deletion, which may stop at any point.
-Code move_register(const LockedRegister& mounts, const Capture& copy, std::string_view text) {
-    const std::string old = old_path(mounts.path);
-    // Without it the old register is written anew if need be.
-    [[maybe_unused]] const bool is_kept = ::link(mounts.path, old.c_str()) == 0;
-    Code result = run_or_fail(format_text(move_command, copy.path(), mounts.path));
-    if (!failed(result) && !is_on_disk(mounts.path, text)) {
-        log_error("%s does not hold what was moved there: it stays as it was", mounts.path);
-        result = Code::command_failed;
-    }
-    if (!failed(result) || put_back(mounts)) {
-        ::unlink(old.c_str());
-        remove_journal(mounts.path);
-    }
-    return result;
-}
-
 Code fail_to_copy(const char* path) {
     log_error("cannot open %s or tmpfile for %s", path, std::strerror(errno));
     return Code::register_unopened;
+}
+
+/// Moves a finished copy into the place of the register.
+Code move_register(const char* path, const Capture& copy, std::string_view text) {
+    const std::string command = format_text(move_command, copy.path(), path);
+    bool has_run = false;
+    const WaitStatus status = replace_by_command(path, text, [&command, &has_run] {
+        has_run = true;
+        return run_and_log(command);
+    });
+    if (!has_run) {
+        return fail_to_copy(path);
+    }
+    return failed(status) ? Code::command_failed : Code::ok;
 }
 
 /// The steps of a removal under the locks.
@@ -185,13 +132,10 @@ Code replace_register(const MountRegister& mounts, const char* mntpoint) {
     if (!kept) {
         return Code::ok;
     }
-    const JournalEntry entry = {mounts.path, *kept};
-    if (!lock_for_rewriting(locked.fd.get()) || !write_copy(copy.path(), *kept, mounts.path) ||
-        // On a read-only file system nothing can be lost.
-        (!write_journal(mounts.path, {&entry, 1}) && errno != EROFS)) {
+    if (!write_copy(copy.path(), *kept, mounts.path)) {
         return fail_to_copy(mounts.path);
     }
-    return move_register(locked, copy, *kept);
+    return move_register(mounts.path, copy, *kept);
 }
 
 Code fail_to_open() {
