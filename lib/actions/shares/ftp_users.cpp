@@ -93,7 +93,8 @@ Code rewrite_home(std::string_view user, std::string_view home, AccountLock& acc
     const std::string command = format_text(move_command, copy.path(), passwd_path);
     if (!write_copy(copy.path(), text, passwd_path)) {
         // An incomplete file must not become the system's.
-        ignore(refuse_command(command, FailureWording::no_blanks_around_for));
+        ignore(refuse_command(command, "its copy of the file is incomplete",
+                              FailureWording::no_blanks_around_for));
         return Code::command_failed;
     }
     const WaitStatus status = replace_by_command(passwd_path, text, [&command] {

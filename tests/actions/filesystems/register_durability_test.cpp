@@ -57,7 +57,7 @@ class DurableRegister : public testing::Test {
     // A run that was cut short had begun to write this.
     void write_journal_of(const std::string& text) {
         const JournalEntry entry = {mdfstab, text};
-        machine.file(journal_path(mdfstab), journal_text({&entry, 1}), 0600);
+        machine.file(journal_path(mdfstab), journal_text({&entry, 1}), 0640);
     }
     PoolMachine machine;
 };

@@ -74,7 +74,7 @@ TEST_F(ClaimedDisks, AreFreeAgainWhenTheCommandEnds) {
 }
 
 TEST_F(ClaimedDisks, AreUsedWhenThatCannotBeTold) {
-    machine.file("/run/zavbox", "in the way");
+    machine.directory("/run/zavbox/" + claim_on("sda") + "/in/the/way");
     expect_refused(creation("md1", "1,2"), -2030);
     EXPECT_THAT(log_texts(machine), Contains(HasSubstr("'sda' is used by another command: ")));
 }

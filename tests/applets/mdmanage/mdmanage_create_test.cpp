@@ -183,7 +183,7 @@ TEST_F(Create, LeavesAnotherProcessItsReservation) {
 }
 
 TEST_F(Create, ReportsAReservationFileThatCannotBeUsed) {
-    machine.directory(ArrayMachine::reservations);
+    machine.file("/run/zavbox", "in the way of its lock");
     expect_refused({"-n", "data", "-l", "1", "-d", "1", "1,2"}, -412);
 }
 

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdlib>
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <random>
 #include <string>
@@ -272,7 +273,7 @@ bool ends_with_usage(const RandomCase& random_case) {
     constexpr int has_returned = 1;
     const pid_t child = fork();
     if (child == 0) {
-        close(STDOUT_FILENO);
+        dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDOUT_FILENO);
         // Exits at once: a sanitizer's leak check at each of many exits would take minutes.
         on_exit([](int status, void*) { _exit(status); }, nullptr);
         parse_case(random_case);
