@@ -4,6 +4,7 @@
 #include "base/file.h"
 #include "base/text.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <fcntl.h>
@@ -41,24 +42,58 @@ std::optional<std::string_view> take_line(std::string_view& text) {
     return line;
 }
 
-/// Cuts an entry off: "<length> <path>\n", then so many bytes.
-std::optional<JournalEntry> take_entry(std::string_view& text) {
-    const auto line = take_line(text);
-    const std::size_t blank = line ? line->find(' ') : std::string_view::npos;
+/// Cuts off the number at the start of a line, and the blank behind it.
+std::optional<std::uint64_t> take_length(std::string_view& line) {
+    const std::size_t blank = line.find(' ');
     if (blank == std::string_view::npos) {
         return std::nullopt;
     }
-    const std::uint64_t length = decimal(line->substr(0, blank));
-    if (length > text.size()) {
+    const std::uint64_t length = decimal(line.substr(0, blank));
+    line.remove_prefix(blank + 1);
+    return length;
+}
+
+std::optional<std::string> take_text(std::string_view& text, std::optional<std::uint64_t> length) {
+    if (!length || *length > text.size()) {
         return std::nullopt;
     }
-    JournalEntry entry = {std::string(line->substr(blank + 1)),
-                          std::string(text.substr(0, length))};
-    text.remove_prefix(length);
-    return entry;
+    std::string taken(text.substr(0, *length));
+    text.remove_prefix(*length);
+    return taken;
+}
+
+/// Cuts an entry off: "<length of the old text> <length of the new one> <path>\n", then both.
+std::optional<JournalEntry> take_entry(std::string_view& text) {
+    std::string_view line = take_line(text).value_or("");
+    const auto old_length = take_length(line);
+    const auto new_length = take_length(line);
+    auto before = take_text(text, old_length);
+    auto after = take_text(text, new_length);
+    if (!before || !after) {
+        return std::nullopt;
+    }
+    return JournalEntry{
+        .path = std::string(line), .text = std::move(*after), .before = std::move(*before)};
 }
 
 } // namespace
+
+bool is_unfinished(const JournalEntry& entry, const std::optional<std::string>& content) {
+    if (!content) {
+        return true;
+    }
+    const std::string_view before = entry.before;
+    const std::string_view after = entry.text;
+    for (std::size_t i = 0; i < content->size(); ++i) {
+        const char c = (*content)[i];
+        const bool is_old = i < before.size() && c == before[i];
+        const bool is_new = i < after.size() && (c == after[i] || (c == 0 && i >= before.size()));
+        if (!is_old && !is_new) {
+            return false;
+        }
+    }
+    return true;
+}
 
 std::string journal_path(std::string_view path) {
     const std::size_t name = path.rfind('/') + 1;
@@ -68,7 +103,8 @@ std::string journal_path(std::string_view path) {
 std::string journal_text(std::span<const JournalEntry> entries) {
     std::string text(first_line);
     for (const JournalEntry& entry : entries) {
-        text += std::to_string(entry.text.size()) + " " + entry.path + "\n" + entry.text;
+        text += std::to_string(entry.before.size()) + " " + std::to_string(entry.text.size()) +
+                " " + entry.path + "\n" + entry.before + entry.text;
     }
     return text + last_line(text);
 }
@@ -118,13 +154,14 @@ std::optional<std::string> read_settled(const char* path, std::string_view owner
             return std::nullopt;
         }
         // Whoever may not read the journal reads what there is.
-        for (JournalEntry& entry : read_journal(owner).value_or(std::vector<JournalEntry>())) {
-            if (entry.path == path) {
-                return std::move(entry.text);
-            }
+        const auto entries = read_journal(owner).value_or(std::vector<JournalEntry>());
+        const auto entry = std::ranges::find(entries, path, &JournalEntry::path);
+        auto content = fd ? read_rest(fd.get()) : std::nullopt;
+        if (entry != entries.end() && (content || !fd) && is_unfinished(*entry, content)) {
+            return entry->text;
         }
         if (fd) {
-            return read_rest(fd.get());
+            return content;
         }
         errno = error;
     }

@@ -21,8 +21,14 @@ namespace zav {
 
 struct JournalEntry {
     std::string path;
-    std::string text;
+    std::string text;        ///< what the file is to become
+    std::string before = {}; ///< what it was
 };
+
+/// Whether a file with that content, nothing when it is missing, may be what a change that was cut
+/// short has left of it: each byte is the new one, the old one, or of room that was not filled yet.
+/// Else somebody has changed it since, and it stays as it is.
+bool is_unfinished(const JournalEntry& entry, const std::optional<std::string>& content);
 
 /// Where the journal of a file and those that change with it lies: "/etc/.mdfstab.zav".
 std::string journal_path(std::string_view path);

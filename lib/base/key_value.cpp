@@ -132,15 +132,17 @@ Found lookup(std::string_view file, const char* section, const char* key) {
 
 /// What a change that was cut short is to make of the file. Only a change of our own counts: others
 /// may be able to put a file beside this one.
-std::optional<std::string> unfinished_text(const char* path) {
+std::optional<std::string> unfinished_text(const char* path,
+                                           const std::optional<std::string>& content) {
     struct stat status = {};
     if (::lstat(journal_path(path).c_str(), &status) != 0 || !S_ISREG(status.st_mode) ||
         status.st_uid != ::geteuid()) {
         return std::nullopt;
     }
     auto entries = read_journal(path);
-    return entries && !entries->empty() ? std::optional(std::move(entries->front().text))
-                                        : std::nullopt;
+    return entries && !entries->empty() && is_unfinished(entries->front(), content)
+               ? std::optional(std::move(entries->front().text))
+               : std::nullopt;
 }
 
 FileCode code_of_open(FileCode otherwise) {
@@ -154,7 +156,7 @@ FileCode read_text(const char* path, std::string& text) {
         return code_of_open(FileCode::not_opened);
     }
     auto content = read_rest(fd.get());
-    if (auto unfinished = unfinished_text(path)) {
+    if (auto unfinished = unfinished_text(path, content)) {
         content = std::move(unfinished);
     }
     if (!content) {
@@ -206,7 +208,8 @@ std::string replaced_text(std::string_view text, const Found& found, const char*
 struct Change {
     FileDescriptor fd;
     bool was_made = false;
-    std::string text; ///< what it holds, or is to hold since a change that was cut short
+    std::string found; ///< what it holds
+    std::string text;  ///< the same, or what it is to hold since a change that was cut short
 };
 
 FileCode open_to_change(const char* path, Change& change) {
@@ -221,14 +224,12 @@ FileCode open_to_change(const char* path, Change& change) {
     if (!lock_for_rewriting(change.fd.get())) {
         return FileCode::not_created;
     }
-    auto text = unfinished_text(path);
-    if (!text) {
-        text = read_rest(change.fd.get());
-    }
+    auto text = read_rest(change.fd.get());
     if (!text) {
         return FileCode::unread;
     }
-    change.text = std::move(*text);
+    change.found = *text;
+    change.text = unfinished_text(path, text).value_or(std::move(*text));
     return FileCode::ok;
 }
 
@@ -239,7 +240,7 @@ bool write_durably(int fd, std::string_view text) {
 /// Rewrites the file in its place. A journal beside it holds the new text until that is on the
 /// disk; what cannot be written leaves the old one.
 FileCode write_change(const char* path, const Change& change, std::string text) {
-    const JournalEntry entry = {path, std::move(text)};
+    const JournalEntry entry = {path, std::move(text), change.found};
     if (!write_journal(path, {&entry, 1})) {
         const bool has_no_directory = errno == EROFS || errno == EACCES || errno == EPERM;
         return has_no_directory ? FileCode::not_created : FileCode::unwritten;

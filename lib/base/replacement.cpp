@@ -47,24 +47,20 @@ void remove_traces(const char* path) {
 }
 
 /// Runs the command. When that fails, or the file does not get the content, puts the old one back.
-WaitStatus run_or_put_back(const char* path, std::string_view text, std::string_view before,
-                           const FileRights& rights, const std::function<WaitStatus()>& run) {
-    WaitStatus status = run();
-    bool is_whole = !failed(status) && is_durable(path, text);
-    if (!failed(status) && !is_whole) {
+Replacement run_or_put_back(const char* path, std::string_view text, std::string_view before,
+                            const FileRights& rights, const std::function<WaitStatus()>& run) {
+    const bool has_worked = !failed(run());
+    const bool is_done = has_worked && is_durable(path, text);
+    if (has_worked && !is_done) {
         log_error("%s does not hold what was moved there: it stays as it was", path);
-        status = WaitStatus::not_started;
     }
-    if (!is_whole) {
-        is_whole = put_back(path, before, rights);
-    }
-    if (is_whole) {
+    if (is_done || put_back(path, before, rights)) {
         remove_traces(path);
     } else {
         // The journal stays: the next run makes the file whole, with the new content.
         log_error("cannot put back %s for %s", path, std::strerror(errno));
     }
-    return status;
+    return is_done ? Replacement::done : Replacement::failed;
 }
 
 } // namespace
@@ -75,11 +71,17 @@ bool finish_replacement(const char* path) {
         ::unlink(old_path(path).c_str());
         return entries.has_value();
     }
+    const JournalEntry& entry = entries->front();
+    const auto content = read_file(path);
+    if ((!content && errno != ENOENT) || !is_unfinished(entry, content)) {
+        log_error("the change of %s that was cut short is dropped: it was changed since", path);
+        remove_traces(path);
+        return true;
+    }
     // The journal has the rights of the file, of which nothing may be left.
     const FileDescriptor journal = FileDescriptor::open(journal_path(path).c_str(), O_RDONLY);
-    const std::string& text = entries->front().text;
-    if (!journal ||
-        (!is_durable(path, text) && !replace_file(path, text, rights_of(journal.get())))) {
+    if (!journal || (!is_durable(path, entry.text) &&
+                     !replace_file(path, entry.text, rights_of(journal.get())))) {
         return false;
     }
     remove_traces(path);
@@ -87,16 +89,16 @@ bool finish_replacement(const char* path) {
     return true;
 }
 
-WaitStatus replace_by_command(const char* path, std::string_view text,
-                              const std::function<WaitStatus()>& run) {
+Replacement replace_by_command(const char* path, std::string_view text,
+                               const std::function<WaitStatus()>& run) {
     const FileDescriptor old = FileDescriptor::open(path, O_RDONLY);
     const auto before = old && lock_for_rewriting(old.get()) ? read_rest(old.get()) : std::nullopt;
-    const std::array<JournalEntry, 1> entries = {{{path, std::string(text)}}};
+    const std::array<JournalEntry, 1> entries = {
+        {{.path = path, .text = std::string(text), .before = before.value_or("")}}};
     const FileRights rights = rights_of(old.get());
+    // On a read-only file system nothing can be lost.
     if (!before || !(write_journal(path, entries, rights) || errno == EROFS)) {
-        // On a read-only file system nothing can be lost.
-        log_error("cannot write the journal of %s for %s", path, std::strerror(errno));
-        return WaitStatus::not_started;
+        return Replacement::not_begun;
     }
     // Without it the old content is written anew if need be.
     [[maybe_unused]] const bool is_kept = ::link(path, old_path(path).c_str()) == 0;

@@ -13,14 +13,20 @@
 
 namespace zav {
 
-/// Puts the content that a run of this program was about to give the file into its place. Also true
-/// when there is none. Under the lock, before the file is read.
+/// Puts the content that a run of this program was about to give the file into its place, unless
+/// somebody has changed the file since. Also true when there is none. Under the lock, before the
+/// file is read.
 bool finish_replacement(const char* path);
 
+enum class Replacement {
+    done,
+    failed,    ///< the old content is there
+    not_begun, ///< the command was not run; errno says why
+};
+
 /// Runs the command that gives the file its new content, verifies that and makes it durable. When
-/// it fails, or the content is another one, the old content is put back. WaitStatus::success, that
-/// of the command, or WaitStatus::not_started.
-WaitStatus replace_by_command(const char* path, std::string_view text,
-                              const std::function<WaitStatus()>& run);
+/// it fails, or the content is another one, the old content is put back.
+Replacement replace_by_command(const char* path, std::string_view text,
+                               const std::function<WaitStatus()>& run);
 
 } // namespace zav

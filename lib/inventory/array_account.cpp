@@ -10,6 +10,8 @@
 #include <array>
 #include <optional>
 #include <string>
+#include <sys/stat.h>
+#include <vector>
 
 namespace zav {
 
@@ -30,22 +32,28 @@ std::optional<std::string> attribute(const std::string& directory, std::string_v
     return text;
 }
 
-/// How many members take part: with a mark such as write_mostly as well.
-int members_in_sync(const std::string& directory) {
+/// The entries of the members that take part: with a mark such as write_mostly as well.
+std::vector<std::string> members_in_sync(const std::string& directory) {
     constexpr std::string_view member_entry = "dev-";
-    const auto entries = directory_entries(directory.c_str());
-    if (!entries) {
-        return 0;
-    }
-    return static_cast<int>(std::ranges::count_if(*entries, [&](const std::string& entry) {
+    auto entries = directory_entries(directory.c_str()).value_or(std::vector<std::string>());
+    std::erase_if(entries, [&](const std::string& entry) {
         if (!entry.starts_with(member_entry)) {
-            return false;
+            return true;
         }
         const std::string state = attribute(directory, entry + "/state").value_or("");
         const auto marks = split(state, ",");
-        return std::ranges::find(marks, "in_sync") != marks.end() &&
-               std::ranges::find(marks, "faulty") == marks.end();
-    }));
+        return std::ranges::find(marks, "in_sync") == marks.end() ||
+               std::ranges::find(marks, "faulty") != marks.end();
+    });
+    return entries;
+}
+
+/// Whether the disk of a member was pulled out, which an array that writes nothing does not notice:
+/// the link to it leads nowhere.
+bool is_pulled(const std::string& directory, const std::string& entry) {
+    const std::string link = directory + "/" + entry + "/block";
+    struct stat status = {};
+    return ::lstat(link.c_str(), &status) == 0 && ::stat(link.c_str(), &status) != 0;
 }
 
 /// How many members the level does without; nothing for a level that is not known.
@@ -70,7 +78,8 @@ ArrayAccount array_account(std::string_view array, std::string_view type) {
     }
     const std::string level = attribute(directory, "level").value_or("");
     const int raid_disks = decimal_int(attribute(directory, "raid_disks").value_or(""));
-    const int in_sync = members_in_sync(directory);
+    const auto members = members_in_sync(directory);
+    const int in_sync = static_cast<int>(members.size());
     const auto losses =
         tolerated_losses(level.empty() ? type : std::string_view(level), raid_disks);
     const bool has_all = raid_disks > 0 && in_sync >= raid_disks;
@@ -87,7 +96,11 @@ ArrayAccount array_account(std::string_view array, std::string_view type) {
         return ArrayAccount::lost;
     }
     const std::string degraded = attribute(directory, "degraded").value_or(has_all ? "0" : "");
-    return degraded == "0" ? ArrayAccount::complete : ArrayAccount::runs;
+    const bool is_complete =
+        degraded == "0" && std::ranges::none_of(members, [&directory](const std::string& entry) {
+            return is_pulled(directory, entry);
+        });
+    return is_complete ? ArrayAccount::complete : ArrayAccount::runs;
 }
 
 bool may_be_given_up(std::string_view array, std::string_view type) {

@@ -75,10 +75,17 @@ test_a_hot_spare_is_refused() {
 }
 
 test_a_creation_that_mdadm_refuses_leaves_no_array() {
+    run zavbox mdmanage --create -n data -l 1 -d 0 1,2
+    expect_code -416
+    expect_no_arrays
+}
+
+test_no_array_is_made_of_a_mounted_disk() {
     mkfs.xfs -q -f /dev/sda
     mount /dev/sda /mnt
     run zavbox mdmanage --create -n md1 -l 1 -d 0 1,2
-    expect_code -416
+    expect_code -2030
+    expect_log "'sda' is held by the kernel"
     expect_that "md1 is not there" test ! -e /sys/block/md1/md
     expect_that "the mounted file system is whole" touch /mnt/file
 }

@@ -79,7 +79,7 @@ struct LockedRegister {
 /// least its journal makes it whole.
 bool rewrite_register(const LockedRegister& mounts, const std::string& text) {
     const int fd = mounts.fd.get();
-    const JournalEntry entry = {mounts.path, text};
+    const JournalEntry entry = {mounts.path, text, mounts.text};
     if (!lock_for_rewriting(fd) || !write_journal(mounts.path, {&entry, 1}, rights_of(fd))) {
         return false;
     }
@@ -110,15 +110,15 @@ Code fail_to_copy(const char* path) {
 /// Moves a finished copy into the place of the register.
 Code move_register(const char* path, const Capture& copy, std::string_view text) {
     const std::string command = format_text(move_command, copy.path(), path);
-    bool has_run = false;
-    const WaitStatus status = replace_by_command(path, text, [&command, &has_run] {
-        has_run = true;
-        return run_and_log(command);
-    });
-    if (!has_run) {
-        return fail_to_copy(path);
+    switch (replace_by_command(path, text, [&command] { return run_and_log(command); })) {
+    case Replacement::done:
+        return Code::ok;
+    case Replacement::failed:
+        return Code::command_failed;
+    case Replacement::not_begun:
+        break;
     }
-    return failed(status) ? Code::command_failed : Code::ok;
+    return fail_to_copy(path);
 }
 
 /// The steps of a removal under the locks.

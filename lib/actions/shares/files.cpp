@@ -94,6 +94,21 @@ Code open_and_lock(const char* path, FileDescriptor& fd, bool& was_made, Code un
     return Code::file_locked;
 }
 
+/// Writes what a journal's entry says, unless somebody has changed the file since.
+bool finish_one(const JournalEntry& entry, int fd) {
+    const char* path = entry.path.c_str();
+    const auto content = ::lseek(fd, 0, SEEK_SET) == 0 ? read_rest(fd) : std::nullopt;
+    if (!content) {
+        return false;
+    }
+    if (!is_unfinished(entry, content)) {
+        log_error("the change of %s that was cut short is dropped: it was changed since", path);
+        return true;
+    }
+    log_error("finished the change of %s that was cut short", path);
+    return rewrite(fd, entry.text);
+}
+
 /// Writes what the entries of a journal say. Code::ok, Code::file_locked or a code of opening.
 Code finish(const std::vector<JournalEntry>& entries, const FileDescriptor& register_fd) {
     std::list<FileDescriptor> opened;
@@ -116,7 +131,7 @@ Code finish(const std::vector<JournalEntry>& entries, const FileDescriptor& regi
         }
     }
     for (std::size_t i = 0; i < entries.size(); ++i) {
-        if (!rewrite(fds[i], entries[i].text)) {
+        if (!finish_one(entries[i], fds[i])) {
             return Code::share_register_unwritten;
         }
     }
@@ -139,7 +154,6 @@ Code finish_interrupted_change(const FileDescriptor& register_fd) {
     }
     remove_journal(share_register_path);
     for (const JournalEntry& entry : *entries) {
-        log_error("finished the change of %s that was cut short", entry.path.c_str());
         ignore(conf_save(saved_name(entry.path)));
     }
     return Code::ok;
@@ -244,7 +258,7 @@ Code ShareFiles::rewrite_all(std::list<Rewrite>& rewrites) {
         if (!lock_for_rewriting(change.file->fd.get())) {
             return Code::file_locked;
         }
-        entries.push_back({change.file->file->path, change.text});
+        entries.push_back({change.file->file->path, change.text, change.file->text});
     }
     const Code first_unwritten = unwritten_code(*rewrites.front().file->file);
     if (!write_journal(share_register_path, entries)) {

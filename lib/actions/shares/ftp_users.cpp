@@ -97,10 +97,9 @@ Code rewrite_home(std::string_view user, std::string_view home, AccountLock& acc
                               FailureWording::no_blanks_around_for));
         return Code::command_failed;
     }
-    const WaitStatus status = replace_by_command(passwd_path, text, [&command] {
-        return run_and_log(command, FailureWording::no_blanks_around_for);
-    });
-    if (failed(status)) {
+    if (replace_by_command(passwd_path, text, [&command] {
+            return run_and_log(command, FailureWording::no_blanks_around_for);
+        }) != Replacement::done) {
         return Code::command_failed;
     }
     ignore(conf_save(passwd_path));

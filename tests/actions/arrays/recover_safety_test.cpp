@@ -110,6 +110,19 @@ TEST_F(SafeRecovery, IsNotForAStripeThatRuns) {
     expect_kept("it runs with all its members");
 }
 
+// An array that has nothing to write does not notice that a disk was pulled out.
+TEST_F(SafeRecovery, IsForAnArrayWithAMemberThatWasPulledOut) {
+    details(3, three);
+    kernel_says("clean", "0");
+    machine.directory("/sys/devices/sdb")
+        .symlink("/sys/devices/sdb", "/sys/block/md1/md/dev-sdb/block");
+    recover();
+    expect_kept("it runs with all its members");
+    machine.remove("/sys/devices/sdb");
+    recover();
+    EXPECT_EQ(run.returned, 0);
+}
+
 TEST_F(SafeRecovery, IsForArraysThatDoNotRunOrLackAMember) {
     details(3, three);
     for (const auto& [state, degraded] :

@@ -158,7 +158,7 @@ TEST_F(RegisterFault, AFullDiskTakesNoPartOfANewLine) {
             EXPECT_EQ(machine.read(mdfstab), before) << room;
             EXPECT_THAT(result.commands, IsEmpty());
         }
-        EXPECT_EQ(add("/mnt/new", with_largest_file(before.size() + 100)).returned, 0);
+        EXPECT_EQ(add("/mnt/new", with_largest_file(2 * before.size() + 200)).returned, 0);
     }
     EXPECT_THAT(machine.logged(), Contains("cannot open /etc/mdfstab for File too large"));
 }

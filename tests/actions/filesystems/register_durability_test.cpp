@@ -56,7 +56,7 @@ class DurableRegister : public testing::Test {
     }
     // A run that was cut short had begun to write this.
     void write_journal_of(const std::string& text) {
-        const JournalEntry entry = {mdfstab, text};
+        const JournalEntry entry = {mdfstab, text, content};
         machine.file(journal_path(mdfstab), journal_text({&entry, 1}), 0640);
     }
     PoolMachine machine;
@@ -125,6 +125,15 @@ TEST_F(DurableRegister, BecomesWhatARunThatWasCutShortHadBegunToWrite) {
         EXPECT_EQ(machine.mode(mdfstab), 0640U);
         EXPECT_THAT(left(), IsEmpty());
     }
+}
+
+TEST_F(DurableRegister, KeepsWhatSomebodyElseWroteAfterARunThatWasCutShort) {
+    write_journal_of(kept);
+    machine.file(mdfstab, content + "/dev/data/own /mnt/data/own xfs\n", 0640);
+    EXPECT_TRUE(lists("pool"));
+    EXPECT_EQ(adding().wait().returned, 0);
+    EXPECT_EQ(machine.read(mdfstab), content + "/dev/data/own /mnt/data/own xfs\n" + added);
+    EXPECT_THAT(left(), IsEmpty());
 }
 
 TEST_F(DurableRegister, ComesBackWhenARunThatWasCutShortHadRemovedIt) {

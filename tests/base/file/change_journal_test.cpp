@@ -20,7 +20,7 @@ constexpr auto path = "/etc/register";
 constexpr auto journal = "/etc/.register.zav";
 
 std::vector<JournalEntry> two_files() {
-    return {{"/etc/register", "first\n"}, {"/etc/other", std::string("a\0b", 3)}};
+    return {{"/etc/register", "first\n", "old\n"}, {"/etc/other", std::string("a\0b", 3)}};
 }
 
 TEST(Journal, LiesBesideItsFile) {
@@ -34,6 +34,7 @@ TEST(Journal, GivesEntriesBackWhateverTheyHold) {
     ASSERT_EQ(entries->size(), 2U);
     EXPECT_EQ((*entries)[0].path, "/etc/register");
     EXPECT_EQ((*entries)[0].text, "first\n");
+    EXPECT_EQ((*entries)[0].before, "old\n");
     EXPECT_EQ((*entries)[1].path, "/etc/other");
     EXPECT_EQ((*entries)[1].text, std::string("a\0b", 3));
     EXPECT_THAT(parse_journal(journal_text({})), Optional(testing::SizeIs(0)));
@@ -71,11 +72,41 @@ TEST(Journal, IsForItsOwnerAndLeavesNothingElse) {
 TEST(Journal, ThatCannotBeWrittenIsNone) {
     PrivateRoot root;
     for (const rlim_t room : {0U, 1U, 20U, 60U}) {
-        const Result run = root.call([] { return write_journal(path, two_files()); },
-                                     {.limits = {{RLIMIT_FSIZE, room}}, .ignored_signals = {SIGXFSZ}});
+        const Result run =
+            root.call([] { return write_journal(path, two_files()); },
+                      {.limits = {{RLIMIT_FSIZE, room}}, .ignored_signals = {SIGXFSZ}});
         EXPECT_EQ(run.returned, 0) << room;
         EXPECT_THAT(root.list("/etc"), IsEmpty()) << room;
     }
+}
+
+TEST(Journal, TellsWhatAnInterruptedChangeHasLeftFromWhatSomebodyElseWrote) {
+    const JournalEntry entry = {path, "new text\n", "what it was\n"};
+    for (const char* left : {"", "what it was\n", "new text\n", "new text", "new text\nas\n",
+                             "newtitexas\n", "what ", "new it wxs\n"}) {
+        EXPECT_EQ(is_unfinished(entry, left),
+                  left != std::string("newtitexas\n") && left != std::string("new it wxs\n"))
+            << left;
+    }
+    EXPECT_TRUE(is_unfinished(entry, std::nullopt));
+    EXPECT_FALSE(is_unfinished(entry, "what it was\nand more\n"));
+    EXPECT_FALSE(is_unfinished(entry, std::string("new\0text\n", 9)));
+}
+
+TEST(Journal, KnowsRoomThatWasNotFilledYet) {
+    const JournalEntry entry = {path, "text, longer than before\n", "text\n"};
+    EXPECT_TRUE(is_unfinished(entry, "text\n" + std::string(20, '\0')));
+    EXPECT_FALSE(is_unfinished(entry, "text\n" + std::string(21, '\0')));
+    EXPECT_FALSE(is_unfinished(entry, std::string(5, '\0')));
+}
+
+TEST(SettledFile, IsTheFileWhenSomebodyHasChangedItSinceTheInterruption) {
+    PrivateRoot root;
+    root.file(path, "edited\n").file(journal, journal_text(two_files()));
+    root.call([] {
+        EXPECT_THAT(read_settled(path, path), Optional(std::string("edited\n")));
+        return 0;
+    });
 }
 
 TEST(SettledFile, IsTheFileWithoutAJournal) {

@@ -5,6 +5,7 @@
 #include "fixtures/library.h"
 #include "private_root.h"
 
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -18,6 +19,8 @@ using testing::ElementsAre;
 
 constexpr auto path = "/etc/accounts";
 constexpr auto journal = "/etc/.accounts.zav";
+constexpr int done = static_cast<int>(Replacement::done);
+constexpr int not_done = static_cast<int>(Replacement::failed);
 
 // The command writes `content` and ends with that status.
 Function replacing(const std::string& text, const std::string& content, WaitStatus status) {
@@ -29,19 +32,19 @@ Function replacing(const std::string& text, const std::string& content, WaitStat
     };
 }
 
-class Replacement : public testing::Test {
+class ReplacedFile : public testing::Test {
   protected:
-    Replacement() { root.file(path, "old\n", 0640); }
+    ReplacedFile() { root.file(path, "old\n", 0640); }
     PrivateRoot root;
 };
 
-TEST_F(Replacement, EndsWithoutAJournal) {
-    EXPECT_EQ(root.call(replacing("new\n", "new\n", WaitStatus::success)).returned, 0);
+TEST_F(ReplacedFile, EndsWithoutAJournal) {
+    EXPECT_EQ(root.call(replacing("new\n", "new\n", WaitStatus::success)).returned, done);
     EXPECT_EQ(root.read(path), "new\n");
     EXPECT_THAT(root.list("/etc"), ElementsAre("accounts"));
 }
 
-TEST_F(Replacement, HasItsContentInTheJournalMeanwhile) {
+TEST_F(ReplacedFile, HasItsContentInTheJournalMeanwhile) {
     root.call([] {
         return replace_by_command(path, "new\n", [] {
             const auto entries = read_journal(path);
@@ -52,34 +55,34 @@ TEST_F(Replacement, HasItsContentInTheJournalMeanwhile) {
     EXPECT_EQ(root.read(path), "old\n");
 }
 
-TEST_F(Replacement, PutsTheOldContentBackWhenTheCommandFails) {
+TEST_F(ReplacedFile, PutsTheOldContentBackWhenTheCommandFails) {
     for (const char* content : {"", "ne", "new\n"}) {
-        EXPECT_NE(root.call(replacing("new\n", content, WaitStatus{256})).returned, 0);
+        EXPECT_EQ(root.call(replacing("new\n", content, WaitStatus{256})).returned, not_done);
         EXPECT_EQ(root.read(path), "old\n");
         EXPECT_EQ(root.mode(path), 0640U);
         EXPECT_THAT(root.list("/etc"), ElementsAre("accounts"));
     }
 }
 
-TEST_F(Replacement, PutsTheOldContentBackWhenTheNewIsAnother) {
-    EXPECT_EQ(root.call(replacing("new\n", "ne", WaitStatus::success)).returned, -1);
+TEST_F(ReplacedFile, PutsTheOldContentBackWhenTheNewIsAnother) {
+    EXPECT_EQ(root.call(replacing("new\n", "ne", WaitStatus::success)).returned, not_done);
     EXPECT_EQ(root.read(path), "old\n");
     EXPECT_THAT(root.list("/etc"), ElementsAre("accounts"));
 }
 
-TEST_F(Replacement, PutsBackAFileThatTheCommandRemoved) {
+TEST_F(ReplacedFile, PutsBackAFileThatTheCommandRemoved) {
     const Result run = root.call([] {
         return replace_by_command(path, "new\n", [] {
             std::filesystem::remove(path);
             return WaitStatus{256};
         });
     });
-    EXPECT_EQ(run.returned, 256);
+    EXPECT_EQ(run.returned, not_done);
     EXPECT_EQ(root.read(path), "old\n");
     EXPECT_EQ(root.mode(path), 0640U);
 }
 
-TEST_F(Replacement, IsFinishedAfterARunThatWasKilled) {
+TEST_F(ReplacedFile, IsFinishedAfterARunThatWasKilled) {
     root.call(
         [] {
             return replace_by_command(path, "new\n", []() -> WaitStatus {
@@ -96,7 +99,23 @@ TEST_F(Replacement, IsFinishedAfterARunThatWasKilled) {
     EXPECT_THAT(root.list("/etc"), ElementsAre("accounts"));
 }
 
-TEST_F(Replacement, HasNothingToFinishWithoutAJournal) {
+TEST_F(ReplacedFile, IsLeftAloneWhenItWasChangedSinceTheRunThatWasKilled) {
+    root.call([] { return replace_by_command(path, "new\n", []() -> WaitStatus { ::_exit(9); }); },
+              {});
+    root.file(path, "old\nadded\n", 0640);
+    EXPECT_EQ(root.call([] { return finish_replacement(path); }).returned, 1);
+    EXPECT_EQ(root.read(path), "old\nadded\n");
+    EXPECT_THAT(root.list("/etc"), ElementsAre("accounts"));
+}
+
+TEST_F(ReplacedFile, IsNotReplacedWithoutAJournal) {
+    const Result run = root.call(replacing("new\n", "new\n", WaitStatus::success),
+                                 {.limits = {{RLIMIT_FSIZE, 3}}, .ignored_signals = {SIGXFSZ}});
+    EXPECT_EQ(run.returned, static_cast<int>(Replacement::not_begun));
+    EXPECT_EQ(root.read(path), "old\n");
+}
+
+TEST_F(ReplacedFile, HasNothingToFinishWithoutAJournal) {
     EXPECT_EQ(root.call([] { return finish_replacement(path); }).returned, 1);
     EXPECT_EQ(root.read(path), "old\n");
 }

@@ -40,7 +40,8 @@ class KeyValueSafety : public testing::Test {
     void cut_short() {
         root.file(path, "[s]\n\tk = 1\n\tx = 2\n");
         root.call([] {
-            const JournalEntry change = {path, "[s]\n\tk = changed\n\tx = 2\n"};
+            const JournalEntry change = {path, "[s]\n\tk = changed\n\tx = 2\n",
+                                         "[s]\n\tk = 1\n\tx = 2\n"};
             EXPECT_TRUE(write_journal(path, {&change, 1}));
             return 0;
         });
@@ -59,6 +60,15 @@ TEST_F(KeyValueSafety, AChangeThatWasCutShortIsFinishedBeforeTheNext) {
     cut_short();
     EXPECT_EQ(root.call([] { return key_value_set(path, "s", "x", "3"); }).returned, 0);
     EXPECT_EQ(root.read(path), "[s]\n\tk = changed\n\tx = 3\n");
+    expect_alone();
+}
+
+TEST_F(KeyValueSafety, AChangeThatWasCutShortIsDroppedWhenTheFileWasChangedSince) {
+    cut_short();
+    root.file(path, "[s]\n\tk = 5\n");
+    EXPECT_EQ(value("k"), "5");
+    EXPECT_EQ(root.call([] { return key_value_set(path, "s", "x", "3"); }).returned, 0);
+    EXPECT_EQ(root.read(path), "[s]\n\tx = 3\n\tk = 5\n");
     expect_alone();
 }
 
