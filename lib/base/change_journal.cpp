@@ -144,8 +144,8 @@ bool write_journal(std::string_view path, std::span<const JournalEntry> entries,
 }
 
 std::optional<std::string> read_settled(const char* path, std::string_view owner) {
-    // The journal is looked for after the file is open: who replaces the file keeps it until the
-    // new one is whole, and who rewrites it, in place, waits for this lock first.
+    // The journal is looked for once the file is open: whoever replaces the file keeps it until the
+    // new one is whole, and whoever rewrites it in place waits for this lock first.
     constexpr int attempts = 3;
     for (int attempt = 0; attempt < attempts; ++attempt) {
         const FileDescriptor fd = FileDescriptor::open(path, O_RDONLY);

@@ -44,12 +44,14 @@ std::optional<std::vector<JournalEntry>> parse_journal(std::string_view text);
 std::optional<std::vector<JournalEntry>> read_journal(std::string_view path);
 
 /// The whole of a file whose changes go through the journal of `owner`, as it was before a change
-/// or as it is after it. Waits for a change that is under way; after one that was cut short it is
-/// what the file is to become. Nothing when it cannot be read; errno says why.
+/// or as it is after it. Waits for a change that is under way, at most for longest_wait; after one
+/// that was cut short it is what the file is to become. Whoever may not read the journal gets the
+/// file as it is. Nothing when it cannot be read; errno says why.
 std::optional<std::string> read_settled(const char* path, std::string_view owner);
 
-/// Writes and syncs the journal of `path`; readable by its owner alone, unless the one file in it
-/// is, too, for others: some hold secrets. False when it cannot be written; there is none then.
+/// Writes and syncs the journal of `path`. Some files hold secrets: it is readable by its owner
+/// alone, or has the `rights` of the one file in it. False when it cannot be written; errno says
+/// why.
 bool write_journal(std::string_view path, std::span<const JournalEntry> entries,
                    const FileRights& rights = {.mode = 0600, .owner = {}, .group = {}});
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 /// \file
-/// Files: descriptors that close themselves and are never inherited, whole-file locks, whole reads.
+/// Files: descriptors that close themselves and are never inherited, whole reads, durable writes,
+/// whole-file locks.
 #pragma once
 
 #include <chrono>
@@ -93,8 +94,9 @@ struct FileRights {
 /// Those of an open file.
 FileRights rights_of(int fd);
 
-/// Puts a new file in the place of `path` in one step: written and synced beside it, then renamed.
-/// The old file stays as it was until then. False on any failure; errno says why.
+/// Puts a new file in the place of `path` in one step: written and synced beside it as ".NAME.new",
+/// then renamed. False on any failure; errno says why. The old file is untouched then, unless only
+/// the sync of the directory failed: the new one is in its place, and a power cut may undo that.
 bool replace_file(const std::string& path, std::string_view text, const FileRights& rights);
 
 /// The entries of a directory in the directory's own order, without "." and "..".

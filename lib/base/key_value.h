@@ -17,8 +17,9 @@
 
 namespace zav {
 
-/// Reads a value: whole when it is shorter than `room`, else its first `room` - 1 characters.
-/// On a failure `value` stays as it was.
+/// Reads a value: whole when it is shorter than `room`, else its first `room` - 1 characters. After
+/// a change that was cut short it is that of the finished file. On a failure `value` stays as it
+/// was.
 FileCode key_value_get(const char* path, const char* section, const char* key, char* value,
                        std::size_t room);
 
@@ -42,7 +43,8 @@ class KeyValueIndex {
 /// Sets a key in its place, or directly after the section's header when the section lacks it. A
 /// missing section, or file, is appended. The file keeps its mode, owner and inode, and its content
 /// when it cannot be written whole; a change that was cut short is finished by the next. On success
-/// it is durable. Two changes at once are made one after the other.
+/// it is durable. Of two changes at once the second waits, at most for longest_wait:
+/// FileCode::not_created then.
 FileCode key_value_set(const char* path, const char* section, const char* key, const char* value);
 
 /// Takes `item` out of a value of at most 127 characters. An item that begins with a letter or a

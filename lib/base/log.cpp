@@ -90,8 +90,8 @@ struct OpenLog {
     bool locked = false; ///< if not, lines may be added all the same, and nothing else be done
 };
 
-/// The log, open and locked, under its own name even if another instance rotated it while this
-/// one waited for the lock.
+/// The log, open and, if that is possible, locked, under its own name even if another instance
+/// rotated it while this one waited for the lock.
 OpenLog open_log() {
     OpenLog log;
     for (int attempt = 0; attempt < rotation_attempts; ++attempt) {

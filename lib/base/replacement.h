@@ -2,8 +2,9 @@
 /// \file
 /// Files whose new content a command moves into their place. The command may be cut short, and
 /// where it has to copy there is a time without the file: the journal of the file has the new
-/// content until it is verified. Whoever replaces a file has a lock that keeps others from doing
-/// the same: the one on the file goes with the old inode.
+/// content until it is verified, and the old file stays beside it as ".NAME.zav.old". Whoever
+/// replaces a file needs a lock that keeps others from doing the same: the one on the file goes
+/// with the old inode.
 #pragma once
 
 #include "base/command.h"
@@ -14,8 +15,9 @@
 namespace zav {
 
 /// Puts the content that a run of this program was about to give the file into its place, unless
-/// somebody has changed the file since. Also true when there is none. Under the lock, before the
-/// file is read.
+/// somebody has changed the file since; either is logged. Also true when there is nothing to
+/// finish, false when the file cannot be made whole. To be called under the lock, before the file
+/// is read.
 bool finish_replacement(const char* path);
 
 enum class Replacement {

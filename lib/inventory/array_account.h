@@ -14,8 +14,8 @@ enum class ArrayAccount {
     none,     ///< there is no state of that array
     runs,     ///< with the members that its level needs
     complete, ///< the same, and with all members
-    lost,     ///< it does not run, and what it lacks is more than its level can do without
-    unclear
+    lost,     ///< it lacks more members than its level can do without, or the kernel gave it up
+    unclear   ///< neither can be told, or it has what it needs and was not started
 };
 
 /// `type` is what the level is when the kernel does not tell it; it may be empty.

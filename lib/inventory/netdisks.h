@@ -22,8 +22,9 @@ Presence netfs_label_used(std::string_view label);
 
 /// The device, such as /dev/sdf, of the mounted disk of that label: the one on the registered mount
 /// point, or else the one on directories whose last component is the label. Empty when there is
-/// none, when these name several devices, which is logged, or when the mount table cannot be read,
-/// which is printed.
+/// none; when these name several devices, or one while another carries the label, which is logged;
+/// or when the mount table cannot be read, which is printed. Reads /etc/netfstab, /proc/mounts and
+/// /dev/disk/by-label.
 std::string mounted_device(std::string_view label, Sink& out);
 
 /// The device that carries the label, mounted or not; empty when the kernel knows none. Reads

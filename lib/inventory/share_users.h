@@ -21,7 +21,8 @@ Result<std::string> get_user_secret(std::string_view user);
 /// Code::unknown_user.
 Code check_username(std::string_view user);
 
-/// Whether the system knows the user as one with all rights, whatever its name.
+/// Whether the system knows the user as one with uid 0, whatever its name; not, when /etc/passwd
+/// cannot be read.
 bool is_superuser(std::string_view user);
 
 /// The trimmed lines of a file that no other process has locked, without empty ones and comments.

@@ -32,7 +32,7 @@ FileCode share_list_read(std::string_view text, share_list& list);
 /// The register of all shares, as a file of that kind.
 const ShareFile& share_register_file();
 
-/// The name that the configuration tool knows a share file by.
+/// The name that the configuration tool knows a share file by; for any other path the register's.
 const char* saved_name(std::string_view path);
 
 /// Where a service's shares are mounted.

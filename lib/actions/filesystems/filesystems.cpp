@@ -31,7 +31,7 @@ namespace {
 
 constexpr MountRegister mdfstab = {mdfstab_path, mdfstab_copy_template};
 
-/// Between mounts, and the removal of mount points, by all instances of this program.
+/// Keeps mounts, and the removal of mount points, by all instances of this program apart.
 constexpr std::string_view mounts_lock = "mounts";
 
 /// run_and_log() for a command on a path, which may come from the mount table or a register.
@@ -39,6 +39,12 @@ WaitStatus run_on_path(std::string_view path, const std::string& command,
                        FailureWording wording = FailureWording::standard) {
     return is_plain_path(path) && is_run_whole(command) ? run_and_log(command, wording)
                                                         : refuse_command(command, wording);
+}
+
+/// The same for an operation's result.
+Code run_on_path_or_fail(std::string_view path, const std::string& command,
+                         FailureWording wording = FailureWording::standard) {
+    return failed(run_on_path(path, command, wording)) ? Code::command_failed : Code::ok;
 }
 
 /// Why the lock of mounts, just asked for, is not held; empty when it is.
@@ -71,12 +77,6 @@ std::string reason_to_keep(const std::string& mntpoint) {
         return is_at_or_below(mount.directory, mntpoint) || is_at_or_below(mount.directory, real);
     });
     return is_mounted || begins_file_system(mntpoint) ? "something is mounted there" : "";
-}
-
-/// The same for an operation's result.
-Code run_on_path_or_fail(std::string_view path, const std::string& command,
-                         FailureWording wording = FailureWording::standard) {
-    return failed(run_on_path(path, command, wording)) ? Code::command_failed : Code::ok;
 }
 
 /// "/dev/data/pool" or "-L label".

@@ -29,7 +29,8 @@ Code fs_mount(const char* mntpoint, const char* group, const char* pool);
 Code fs_mount_typed(const char* mntpoint, const char* group, const char* pool,
                     std::string_view type);
 
-/// What every mount does, on the running kernel. `source` is a path or "-L " and a label.
+/// What every mount does, on the running kernel. `source` is a path or "-L " and a label. Waits, at
+/// most for longest_wait, for the removal of a mount point by another instance; refused after that.
 Code mount_source(const char* mntpoint, const std::string& source, std::string_view type,
                   const char* reiserfs_mount);
 
@@ -46,8 +47,8 @@ Code check_umount(const char* name, Sink& out);
 Code mntdir_create(const char* mntpoint);
 
 /// Removes a mount point with all in it, unless something is mounted there or below. Runs chattr,
-/// whose failure is only logged, and rm. No mount by this program comes in between. Code::ok or
-/// Code::command_failed.
+/// whose failure is only logged, and rm. No mount by this program comes in between: it waits for
+/// one under way, at most for longest_wait. Code::ok or Code::command_failed, also when refused.
 Code mntdir_remove(const char* mntpoint);
 
 /// Registers a pool. Code::ok, mount_point_registered or Code::register_unopened.

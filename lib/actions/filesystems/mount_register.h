@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 /// \file
 /// Changes to the registers of mounted file systems. Both have the layout of fstab; the mount point
-/// is the key. A changed register is handed to the appliance's configuration tool.
+/// is the key. A change waits for another one, at most for longest_wait, and finishes one that was
+/// cut short first. When it succeeds it is durable, and the register is handed to the appliance's
+/// configuration tool. When it fails the register is as before; if the disk does not even take the
+/// old content back, the next change finishes it.
 #pragma once
 
 #include "base/codes.h"
@@ -15,8 +18,9 @@ struct MountRegister {
     const char* copy_template; ///< of the file that takes its place, ending in "XXXXXX"
 };
 
-/// Adds a line unless one has that mount point. Code::mount_point_registered, which is no error, or
-/// Code::register_unopened, also for a line that could not be written.
+/// Adds a line unless one has that mount point. Makes a missing register. Code::ok,
+/// Code::mount_point_registered, which is no error, or Code::register_unopened, also for a register
+/// that is locked or a line that could not be written.
 Code register_add(const MountRegister& mounts, const char* mntpoint, const std::string& line);
 
 /// Removes the lines of that mount point, and with them all comments and empty lines; without one

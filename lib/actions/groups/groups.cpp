@@ -29,7 +29,7 @@ Code refuse(const std::string& command, std::string_view reason) {
     return Code::command_failed;
 }
 
-/// The first name that is not plain; empty when all are.
+/// The first name that is not plain; nothing when all are.
 template <class Names>
 std::optional<std::string> find_unsafe(std::string_view group, const Names& volumes) {
     if (!is_plain_name(group)) {

@@ -38,12 +38,13 @@ Code netfstab_add(const char* mntpoint, const char* label);
 /// Code::command_failed.
 Code netfstab_remove(const char* mntpoint);
 
-/// Makes, registers and mounts a network disk. Code::ok, Code::fs_not_made or Code::fs_not_mounted.
+/// Makes, registers and mounts a network disk. Code::ok; Code::fs_not_made, also when the kernel or
+/// another command uses the device; Code::fs_not_mounted.
 Code create_netfs(const char* label, const char* device);
 
 /// Unmounts a network disk, takes it out of the register and clears its device, if it was mounted
-/// and nothing else uses it.
-/// Code::ok or Code::fs_not_unmounted.
+/// and nothing else uses it. Code::ok, also when the device is not cleared, or
+/// Code::fs_not_unmounted.
 Code delete_netfs(const char* label, Sink& out);
 
 /// Unmounts a registered network disk, repairs it and mounts it again. Code::ok;

@@ -109,7 +109,8 @@ bool finish_one(const JournalEntry& entry, int fd) {
     return rewrite(fd, entry.text);
 }
 
-/// Writes what the entries of a journal say. Code::ok, Code::file_locked or a code of opening.
+/// Writes what the entries of a journal say. Code::ok, Code::file_locked,
+/// Code::service_file_unopened or Code::share_register_unwritten.
 Code finish(const std::vector<JournalEntry>& entries, const FileDescriptor& register_fd) {
     std::list<FileDescriptor> opened;
     std::vector<int> fds;

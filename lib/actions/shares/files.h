@@ -20,8 +20,8 @@
 
 namespace zav {
 
-/// Opens a file, made when it is not there, and locks it. `unopened` or Code::file_locked. The lock
-/// ends when `fd` is closed.
+/// Opens a file, made when it is not there, and locks it. Code::ok, `unopened` or
+/// Code::file_locked. The lock ends when `fd` is closed.
 Code file_lock_open(const char* path, FileDescriptor& fd, Code unopened);
 
 /// The live file of a service, which may be one without a path, or the recycle file that keeps its
@@ -37,9 +37,11 @@ class ShareFiles {
     /// Releases the locks. A file that was made and is still as empty is removed.
     ~ShareFiles();
 
-    /// Opens files in that order, but always the register first. One that is null, has no path or
-    /// is open already is passed over. Code::ok; Code::share_register_unopened or
-    /// Code::service_file_unopened, Code::file_locked, Code::share_file_malformed.
+    /// Opens files in that order, but always the register first: a change that was cut short is
+    /// finished then, and its files are handed to the configuration tool. One that is null, has no
+    /// path or is open already is passed over. Code::ok; Code::share_register_unopened or
+    /// Code::service_file_unopened; Code::file_locked; Code::share_file_malformed, also for one
+    /// that cannot be read; Code::share_register_unwritten when a change could not be finished.
     Code open(const std::vector<const ShareFile*>& files);
 
     /// The shares of an open file, or of one that open() passed over, which has none.

@@ -62,7 +62,7 @@ bool is_without_links(const std::string& path, std::string_view base) {
     return true;
 }
 
-/// Whether a mount point is where it seems to be: in its home a user may put what it likes.
+/// Whether a mount point is where it seems to be: in their home users may put what they like.
 bool is_safe_mount_point(const std::string& mntpoint) {
     return !mntpoint.starts_with(std::string(ftp_home) + "/") ||
            is_without_links(mntpoint, ftp_home);

@@ -16,13 +16,12 @@ namespace zav {
 /// Where a share of that service is mounted; for iSCSI the device that it exports.
 std::string share_path(std::string_view type, const char* group, const char* name);
 
-/// The group of a pool, by the pool list; empty when there is no such pool, or when its name can be
-/// in no command, which is logged.
-/// Code::pool_output_unread.
+/// The group of a pool, by the pool list; empty when there is no such pool, or when the group's
+/// name can be in no command, which is logged. Code::pool_output_unread.
 Result<GroupName> find_pool_group(const char* pool, Sink& out);
 
-/// Makes the mount point, mounts the pool there and registers it. Code::ok, Code::fs_not_mounted,
-/// or Code::register_unopened.
+/// Makes the mount point, mounts the pool there and registers it. Code::ok; Code::fs_not_mounted,
+/// also when a part of the path below the users' home is a link; or Code::register_unopened.
 Code mount_share(const share_info& share, const char* group);
 
 /// The same at the mount point of Samba and NFS, whatever the share's service; where something is

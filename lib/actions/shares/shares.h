@@ -39,8 +39,9 @@ Code del_forbid_share(ShareFiles& files, const share_info& share, const GroupNam
 
 /// Gives a share new texts and access and makes it one in use (state 1) or a forbidden one (0).
 /// Code::ok or Code::share_not_listed for one that was not where it should have been;
-/// Code::no_such_share, Code::share_not_forbidden, Code::share_not_used, Code::share_not_edited,
-/// Code::no_such_group, Code::fs_not_mounted, Code::fs_not_unmounted.
+/// Code::edit_mode_invalid for one in use by another service than the given; Code::no_such_share,
+/// Code::share_not_forbidden, Code::share_not_used, Code::share_not_edited, Code::no_such_group,
+/// Code::fs_not_mounted, Code::fs_not_unmounted.
 Code edit_share(share_info& share, int state, Sink& out);
 /// The ways to do it, each with the open register, or `opened`, the code of why it is not open.
 Code forbid_use_share(ShareFiles& files, Code opened, share_info& share, const share_info& current);
