@@ -59,9 +59,7 @@ struct LockedRegister {
         if (!names_open_file(path, fd.get())) {
             fd = open_locked(path, flags); // the file that was finished
         }
-        auto content = fd ? read_rest(fd.get()) : std::nullopt;
-        text = content ? std::move(*content) : "";
-        return content.has_value();
+        return read();
     }
     /// For one on a read-only file system too: mv will report that.
     bool open_to_replace() { return open(O_RDWR) || (errno == EROFS && open_read_only()); }
@@ -69,6 +67,10 @@ struct LockedRegister {
   private:
     bool open_read_only() {
         fd = FileDescriptor::open(path, O_RDONLY);
+        return read();
+    }
+
+    bool read() {
         auto content = fd ? read_rest(fd.get()) : std::nullopt;
         text = content ? std::move(*content) : "";
         return content.has_value();
@@ -84,7 +86,7 @@ bool rewrite_register(const LockedRegister& mounts, const std::string& text) {
         return false;
     }
     const bool is_new = mounts.text.empty(); // its name may not be on the disk yet
-    bool written =
+    const bool written =
         rewrite(fd, text) && sync_files({&fd, 1}) && (!is_new || sync_directory_of(mounts.path));
     const int error = errno;
     if (written || (rewrite(fd, mounts.text) && sync_files({&fd, 1}))) {
