@@ -258,7 +258,7 @@ void prepare_former_members(const disk_list& members) {
         if (failed(get_disk_list(disks, standard_output()))) {
             log_failure(Code::no_disk_list);
         } else if (!failed(find_disk(disks, found, member.channel, member.device))) {
-            disk_format_unless(found.begin()->name.c_str(), "");
+            disk_format_unless(found.begin()->name.c_str());
         }
     }
 }

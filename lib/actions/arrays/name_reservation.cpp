@@ -80,8 +80,8 @@ std::optional<std::string> read_names(const FileDescriptor& fd) {
     return read_rest(fd.get());
 }
 
-/// Whether a name in the file is that of a creation that was killed; it is ours then.
-bool inherits(const char* name) {
+/// Makes a name in the file ours if it is that of a creation that was killed. False otherwise.
+bool take_over(const char* name) {
     if (!SystemLock::was_left(lock_of(name))) {
         return false;
     }
@@ -96,7 +96,7 @@ Code reserve(const FileDescriptor& fd, const char* name) {
         return Code::reservation_unread;
     }
     if (is_reserved(*names, name)) {
-        return inherits(name) ? Code::ok : Code::name_reserved;
+        return take_over(name) ? Code::ok : Code::name_reserved;
     }
     if (!append_line(fd.get(), *names, name)) {
         return Code::reservation_unwritten;
@@ -135,7 +135,7 @@ Code del_name(const char* name) {
     if (!rewrite(fd.get(), lines_without(*names, name))) {
         return Code::reservation_unwritten;
     }
-    inherits(name); // of a creation that was killed
+    take_over(name); // of a creation that was killed
     own_name.release();
     return Code::ok;
 }

@@ -9,9 +9,9 @@
 
 namespace zav {
 
-/// Reserves a name, for this process. The file is made when missing; what is no regular file of
-/// ours alone was put there by somebody else, and is removed and made anew. Code::ok,
-/// Code::name_reserved, Code::reservation_held, Code::reservation_not_locked,
+/// Reserves a name for this process, which has one at a time. The file is made when missing; what
+/// is no regular file of ours alone was put there by somebody else, and is removed and made anew.
+/// Code::ok, Code::name_reserved, Code::reservation_held, Code::reservation_not_locked,
 /// Code::reservation_not_opened, Code::reservation_unread or Code::reservation_unwritten.
 Code add_name(const char* name);
 

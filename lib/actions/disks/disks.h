@@ -18,7 +18,7 @@ void disk_format(const char* disk);
 
 /// The same unless the kernel holds the disk, or `reason` says why it must not be cleared; the
 /// command is refused then.
-void disk_format_unless(const char* disk, std::string_view reason);
+void disk_format_unless(const char* disk, std::string_view reason = {});
 
 /// Why a disk that the kernel holds must not be cleared.
 inline constexpr const char* held_by_kernel = "the kernel holds the device";

@@ -14,14 +14,11 @@
 #include "sources/vsftpd_conf.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
-#include <cstdio>
-#include <cstring>
 #include <exception>
-#include <fcntl.h>
 #include <optional>
 #include <string>
-#include <unistd.h>
 
 namespace zav {
 
