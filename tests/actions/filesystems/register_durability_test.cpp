@@ -21,7 +21,7 @@ using testing::IsEmpty;
 using testing::Not;
 
 const std::string kept = "/dev/data/a /mnt/data/a xfs\n";
-const std::string content = kept + "/dev/data/pool /mnt/data/pool xfs\n";
+const std::string whole = kept + "/dev/data/pool /mnt/data/pool xfs\n";
 const std::string added = "/dev/data/new\t/mnt/data/new\txfs\tdefaults\t0 0\n";
 
 // mv as it works between two file systems: the target is removed, made anew and filled.
@@ -31,7 +31,7 @@ constexpr auto slow_copy = "rm \"$2\"; : > \"$2\"; echo > /var/moving; "
 
 class DurableRegister : public testing::Test {
   protected:
-    DurableRegister() { machine.file(mdfstab, content, 0640); }
+    DurableRegister() { machine.file(mdfstab, whole, 0640); }
 
     StartedRun adding() {
         return machine.start_call([] { return mdfstab_add("/mnt/data/new", "data", "new"); });
@@ -56,7 +56,7 @@ class DurableRegister : public testing::Test {
     }
     // A run that was cut short had begun to write this.
     void write_journal_of(const std::string& text) {
-        const JournalEntry entry = {mdfstab, text, content};
+        const JournalEntry entry = {mdfstab, text, whole};
         machine.file(journal_path(mdfstab), journal_text({&entry, 1}), 0640);
     }
     PoolMachine machine;
@@ -94,7 +94,7 @@ TEST_F(DurableRegister, StandsWhenAMoveStopsMidway) {
         const Result run = removing().wait();
         EXPECT_EQ(run.returned, -11000) << snippet;
         ASSERT_TRUE(machine.exists(mdfstab)) << snippet;
-        EXPECT_EQ(machine.read(mdfstab), content) << snippet;
+        EXPECT_EQ(machine.read(mdfstab), whole) << snippet;
         EXPECT_EQ(machine.mode(mdfstab), 0640U) << snippet;
         EXPECT_THAT(left(), IsEmpty()) << snippet;
         EXPECT_THAT(outside(run), testing::SizeIs(1)) << "nothing to save: " << snippet;
@@ -115,7 +115,7 @@ TEST_F(DurableRegister, IsMadeWholeAfterARunThatWasKilledWhileItReplacedIt) {
 }
 
 TEST_F(DurableRegister, BecomesWhatARunThatWasCutShortHadBegunToWrite) {
-    for (const std::string& found : {std::string(), content.substr(0, 30), content}) {
+    for (const std::string& found : {std::string(), whole.substr(0, 30), whole}) {
         machine.file(mdfstab, found, 0640);
         write_journal_of(kept);
         EXPECT_TRUE(lists("a"));
@@ -129,17 +129,17 @@ TEST_F(DurableRegister, BecomesWhatARunThatWasCutShortHadBegunToWrite) {
 
 TEST_F(DurableRegister, KeepsWhatSomebodyElseWroteAfterARunThatWasCutShort) {
     write_journal_of(kept);
-    machine.file(mdfstab, content + "/dev/data/own /mnt/data/own xfs\n", 0640);
+    machine.file(mdfstab, whole + "/dev/data/own /mnt/data/own xfs\n", 0640);
     EXPECT_TRUE(lists("pool"));
     EXPECT_EQ(adding().wait().returned, 0);
-    EXPECT_EQ(machine.read(mdfstab), content + "/dev/data/own /mnt/data/own xfs\n" + added);
+    EXPECT_EQ(machine.read(mdfstab), whole + "/dev/data/own /mnt/data/own xfs\n" + added);
     EXPECT_THAT(left(), IsEmpty());
 }
 
 TEST_F(DurableRegister, ComesBackWhenARunThatWasCutShortHadRemovedIt) {
     for (const bool adds : {true, false}) {
         machine.remove(mdfstab);
-        write_journal_of(content);
+        write_journal_of(whole);
         EXPECT_EQ((adds ? adding() : removing()).wait().returned, 0);
         EXPECT_TRUE(machine.read(mdfstab).starts_with(kept));
         EXPECT_THAT(left(), IsEmpty());
@@ -152,7 +152,7 @@ TEST_F(DurableRegister, PassesOverAJournalThatWasCutShortItself) {
     machine.file(journal_path(mdfstab), journal.substr(0, journal.size() - 2), 0600);
     EXPECT_TRUE(lists("pool"));
     EXPECT_EQ(adding().wait().returned, 0);
-    EXPECT_EQ(machine.read(mdfstab), content + added);
+    EXPECT_EQ(machine.read(mdfstab), whole + added);
 }
 
 // Anybody who can read the register can lock it.
@@ -171,7 +171,7 @@ TEST_F(DurableRegister, IsNotWaitedForWithoutAnEnd) {
     EXPECT_EQ(look_up.wait().returned, -1);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
     ::close(fd);
-    EXPECT_EQ(machine.read(mdfstab), content);
+    EXPECT_EQ(machine.read(mdfstab), whole);
     EXPECT_THAT(left(), IsEmpty());
     EXPECT_THAT(machine.logged(), Not(IsEmpty()));
 }

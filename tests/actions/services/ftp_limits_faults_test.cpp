@@ -23,14 +23,14 @@ namespace {
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-constexpr char vsftpd_conf[] = "/etc/vsftpd.conf";
+constexpr char limits_file[] = "/etc/vsftpd.conf";
 const std::string old_text = "local_max_rate=7\nmax_clients=8\nmax_per_ip=9\nbanner=text\n";
 const std::string new_text = "local_max_rate=1\nmax_clients=2\nmax_per_ip=3\nbanner=text\n";
 
 class ReplacedLimits : public testing::Test {
   protected:
     ReplacedLimits() {
-        root.file(vsftpd_conf, old_text, 0640);
+        root.file(limits_file, old_text, 0640);
         root.tool("/usr/local/bin/xconf").any().as_default();
         moves("mv \"$1\" \"$2\"");
     }
@@ -56,8 +56,8 @@ class ReplacedLimits : public testing::Test {
     }
     void expect_old_alone() { expect_alone(old_text); }
     void expect_alone(const std::string& text) {
-        EXPECT_EQ(root.read(vsftpd_conf), text);
-        EXPECT_EQ(root.mode(vsftpd_conf), 0640U);
+        EXPECT_EQ(root.read(limits_file), text);
+        EXPECT_EQ(root.mode(limits_file), 0640U);
         EXPECT_THAT(root.list("/etc"), testing::Not(testing::Contains(HasSubstr(".vsftpd"))));
     }
     StatusRoot root{"KOR7206H"};
@@ -103,7 +103,7 @@ TEST_F(ReplacedLimits, AreTheNewOnesAfterARunThatWasKilled) {
         moves("mv \"$1\" \"$2\"");
         EXPECT_EQ(set(), 0);
         expect_alone(new_text);
-        root.file(vsftpd_conf, old_text, 0640);
+        root.file(limits_file, old_text, 0640);
     }
 }
 
@@ -114,7 +114,7 @@ TEST_F(ReplacedLimits, AreTheNewOnesAfterARunThatWasKilledWhenTheyWereInPlace) {
     run.signal(SIGKILL);
     run.wait();
     EXPECT_EQ(got(), "1 2 3");
-    EXPECT_EQ(root.read(vsftpd_conf), new_text);
+    EXPECT_EQ(root.read(limits_file), new_text);
 }
 
 TEST_F(ReplacedLimits, LeaveAloneWhatSomebodyElseWroteAfterARunThatWasKilled) {
@@ -123,11 +123,11 @@ TEST_F(ReplacedLimits, LeaveAloneWhatSomebodyElseWroteAfterARunThatWasKilled) {
     ASSERT_TRUE(root.appears("/var/cut"));
     run.signal(SIGKILL);
     run.wait();
-    root.file(vsftpd_conf, "max_clients=77\n");
+    root.file(limits_file, "max_clients=77\n");
     EXPECT_EQ(got(), "0 77 0");
     moves("mv \"$1\" \"$2\"");
     EXPECT_EQ(root.call([] { return ftp_limits_set(1, 2, 3); }).returned, 0);
-    EXPECT_EQ(root.read(vsftpd_conf), "max_clients=2\n");
+    EXPECT_EQ(root.read(limits_file), "max_clients=2\n");
 }
 
 TEST_F(ReplacedLimits, AreReadWholeWhileTheyAreReplaced) {

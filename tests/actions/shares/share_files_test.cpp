@@ -30,22 +30,22 @@ share_info new_share(const char* type, const char* name = "new") {
 }
 
 Code open_register() {
-    return zav::ShareFiles().open({&share_register_file()});
+    return ShareFiles().open({&share_register_file()});
 }
 
 Code rewrite_file(const ShareFile* file) {
-    zav::ShareFiles files;
+    ShareFiles files;
     const Code result = files.open({file});
     return failed(result) ? result : files.write({file});
 }
 
-class ShareFiles : public testing::Test {
+class FilesOfShares : public testing::Test {
   protected:
     // Opens the file of a service, adds a share, writes it.
     Result add(const ShareFile* file, const share_info& share, const RunOptions& options = {}) {
         return machine.operation(
             [=] {
-                zav::ShareFiles files;
+                ShareFiles files;
                 if (const Code result = files.open({file}); failed(result)) {
                     return result;
                 }
@@ -57,7 +57,7 @@ class ShareFiles : public testing::Test {
     ShareMachine machine;
 };
 
-TEST_F(ShareFiles, OpeningMakesAMissingFileForItsOwnerOnly) {
+TEST_F(FilesOfShares, OpeningMakesAMissingFileForItsOwnerOnly) {
     const Result run = machine.operation([] {
         FileDescriptor fd;
         EXPECT_EQ(file_lock_open("/etc/new", fd, Code::service_file_unopened), 0);
@@ -69,7 +69,7 @@ TEST_F(ShareFiles, OpeningMakesAMissingFileForItsOwnerOnly) {
     EXPECT_EQ(machine.mode("/etc/new"), 0700u);
 }
 
-TEST_F(ShareFiles, OpeningLeavesContentAndModeOfAFile) {
+TEST_F(FilesOfShares, OpeningLeavesContentAndModeOfAFile) {
     machine.file("/etc/old", "text\n", 0640);
     EXPECT_EQ(machine
                   .operation([] {
@@ -82,7 +82,7 @@ TEST_F(ShareFiles, OpeningLeavesContentAndModeOfAFile) {
     EXPECT_EQ(machine.mode("/etc/old"), 0640u);
 }
 
-TEST_F(ShareFiles, OpeningFailsWithoutADirectory) {
+TEST_F(FilesOfShares, OpeningFailsWithoutADirectory) {
     machine.directory("/etc/dir");
     const auto open = [this](const char* path, const RunOptions& options = {}) {
         return machine
@@ -102,7 +102,7 @@ TEST_F(ShareFiles, OpeningFailsWithoutADirectory) {
     EXPECT_FALSE(machine.exists("/missing"));
 }
 
-TEST_F(ShareFiles, OpenFileIsLockedUntilItIsClosed) {
+TEST_F(FilesOfShares, OpenFileIsLockedUntilItIsClosed) {
     machine.tool("/bin/tool").any().does("echo > /var/open; while ! [ -e /var/go ]; do :; done");
     StartedRun run = machine.start_call([] {
         FileDescriptor fd;
@@ -118,7 +118,7 @@ TEST_F(ShareFiles, OpenFileIsLockedUntilItIsClosed) {
     EXPECT_NO_THROW(LockedFile(machine.host_path(share_register)));
 }
 
-TEST_F(ShareFiles, SecondProcessIsTurnedAwayAtOnce) {
+TEST_F(FilesOfShares, SecondProcessIsTurnedAwayAtOnce) {
     machine.file(exports, first_export);
     for (const short type : {short{F_WRLCK}, short{F_RDLCK}}) {
         const LockedFile other(machine.host_path(exports), 0, 0, type);
@@ -138,12 +138,12 @@ TEST_F(ShareFiles, SecondProcessIsTurnedAwayAtOnce) {
     EXPECT_EQ(add(live_file("nfs"), new_share("nfs")).returned, 0);
 }
 
-TEST_F(ShareFiles, LockOnAnyPartOfAFileTurnsAway) {
+TEST_F(FilesOfShares, LockOnAnyPartOfAFileTurnsAway) {
     const LockedFile other(machine.host_path(share_register), 100000, 1);
     EXPECT_EQ(machine.operation(open_register).returned, -2062);
 }
 
-TEST_F(ShareFiles, EachFileIsLockedForItself) {
+TEST_F(FilesOfShares, EachFileIsLockedForItself) {
     const LockedFile other(machine.host_path(smb_conf));
     EXPECT_EQ(add(live_file("nfs"), new_share("nfs")).returned, 0);
     EXPECT_EQ(add(recycle_file("samba"), new_share("samba")).returned, 0);
@@ -152,7 +152,7 @@ TEST_F(ShareFiles, EachFileIsLockedForItself) {
 }
 
 // The tool that saves a file runs while the file is still locked.
-TEST_F(ShareFiles, LockEndsAfterTheFileIsSaved) {
+TEST_F(FilesOfShares, LockEndsAfterTheFileIsSaved) {
     machine.tool(pool_tool::xconf)
         .any()
         .does("echo > /var/saving; "
@@ -164,7 +164,7 @@ TEST_F(ShareFiles, LockEndsAfterTheFileIsSaved) {
     EXPECT_EQ(run.wait().returned, 0);
 }
 
-TEST_F(ShareFiles, ToolsInheritNoLockedFile) {
+TEST_F(FilesOfShares, ToolsInheritNoLockedFile) {
     const auto open_in_the_tool = [this](const Function& write) {
         machine.tool(pool_tool::xconf)
             .any()
@@ -178,10 +178,10 @@ TEST_F(ShareFiles, ToolsInheritNoLockedFile) {
                 testing::Not(testing::HasSubstr(share_register)));
 }
 
-TEST_F(ShareFiles, RegisterIsWrittenAndSaved) {
+TEST_F(FilesOfShares, RegisterIsWrittenAndSaved) {
     machine.shares({{}, {.name = "b", .service = "", .path = "/mnt/b", .size = "0"}});
     const Result run = machine.operation([] {
-        zav::ShareFiles entries;
+        ShareFiles entries;
         EXPECT_EQ(entries.open({&share_register_file()}), 0);
         entries.registered().append(std::make_unique<share_info>(new_share("iscsi")));
         return share_list_write(entries);
@@ -196,10 +196,10 @@ TEST_F(ShareFiles, RegisterIsWrittenAndSaved) {
     EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
-TEST_F(ShareFiles, RegisterWithoutSharesIsEmptyAndSaved) {
+TEST_F(FilesOfShares, RegisterWithoutSharesIsEmptyAndSaved) {
     machine.shares({{}});
     const Result run = machine.operation([] {
-        zav::ShareFiles entries;
+        ShareFiles entries;
         EXPECT_EQ(entries.open({&share_register_file()}), 0);
         entries.registered().clear();
         return share_list_write(entries);
@@ -209,18 +209,18 @@ TEST_F(ShareFiles, RegisterWithoutSharesIsEmptyAndSaved) {
     EXPECT_THAT(outside(run), ElementsAre(saved(share_register)));
 }
 
-TEST_F(ShareFiles, MalformedRegisterIsNotUsed) {
+TEST_F(FilesOfShares, MalformedRegisterIsNotUsed) {
     machine.file(share_register, register_section({}) + "[broken\n");
     EXPECT_EQ(machine.operation(open_register).returned, -2063);
     EXPECT_EQ(machine.read(share_register), register_section({}) + "[broken\n");
 }
 
-TEST_F(ShareFiles, RegisterThatCannotBeOpenedIsMinus2060) {
+TEST_F(FilesOfShares, RegisterThatCannotBeOpenedIsMinus2060) {
     machine.remove(share_register).directory(share_register);
     EXPECT_EQ(machine.operation(open_register).returned, -2060);
 }
 
-TEST_F(ShareFiles, AThousandSharesComeBackByteForByte) {
+TEST_F(FilesOfShares, AThousandSharesComeBackByteForByte) {
     std::string text;
     for (int number = 0; number < 1000; ++number) {
         const std::string name = "share" + std::to_string(number);
@@ -229,7 +229,7 @@ TEST_F(ShareFiles, AThousandSharesComeBackByteForByte) {
     }
     machine.file(share_register, text);
     const Result run = machine.operation([] {
-        zav::ShareFiles entries;
+        ShareFiles entries;
         EXPECT_EQ(entries.open({&share_register_file()}), 0);
         EXPECT_EQ(entries.registered().size(), 1000u);
         return share_list_write(entries);
@@ -238,7 +238,7 @@ TEST_F(ShareFiles, AThousandSharesComeBackByteForByte) {
     EXPECT_EQ(machine.read(share_register), text);
 }
 
-TEST_F(ShareFiles, SambaFileKeepsItsGlobalPart) {
+TEST_F(FilesOfShares, SambaFileKeepsItsGlobalPart) {
     machine.file(smb_conf,
                  std::string(samba_global) + "  # kept = as it is \n[old]\npath = /old\n");
     const Result run = add(live_file("samba"), new_share("samba"));
@@ -249,37 +249,37 @@ TEST_F(ShareFiles, SambaFileKeepsItsGlobalPart) {
     EXPECT_THAT(outside(run), ElementsAre(saved(smb_conf)));
 }
 
-TEST_F(ShareFiles, SambaFileIsCutAtItsSecondBracketWhereverItStands) {
+TEST_F(FilesOfShares, SambaFileIsCutAtItsSecondBracketWhereverItStands) {
     machine.file(smb_conf, "[global]\n# see [x]\nworkgroup = NAS\n[old]\npath = /old\n");
     EXPECT_EQ(add(live_file("cifs"), new_share("samba")).returned, 0);
     EXPECT_EQ(machine.read(smb_conf), "[global]\n# see " + samba_section("old", "/old") +
                                           samba_section("new", "/mnt/data/new"));
 }
 
-TEST_F(ShareFiles, SambaFileWithoutAGlobalPartDoublesItsFirstShare) {
+TEST_F(FilesOfShares, SambaFileWithoutAGlobalPartDoublesItsFirstShare) {
     const std::string old = samba_section("old", "/old");
     machine.file(smb_conf, old);
     EXPECT_EQ(add(live_file("samba"), new_share("samba")).returned, 0);
     EXPECT_EQ(machine.read(smb_conf), old + old + samba_section("new", "/mnt/data/new"));
 }
 
-TEST_F(ShareFiles, EmptySambaFileGetsItsSectionsOnly) {
+TEST_F(FilesOfShares, EmptySambaFileGetsItsSectionsOnly) {
     machine.file(smb_conf, "");
     EXPECT_EQ(add(live_file("samba"), new_share("samba")).returned, 0);
     EXPECT_EQ(machine.read(smb_conf), samba_section("new", "/mnt/data/new"));
 }
 
-TEST_F(ShareFiles, SectionsBeginOnALineOfTheirOwn) {
+TEST_F(FilesOfShares, SectionsBeginOnALineOfTheirOwn) {
     machine.file(smb_conf, "[global]\nworkgroup = NAS");
     EXPECT_EQ(add(live_file("samba"), new_share("samba")).returned, 0);
     EXPECT_EQ(machine.read(smb_conf),
               "[global]\nworkgroup = NAS\n" + samba_section("new", "/mnt/data/new"));
 }
 
-TEST_F(ShareFiles, SambaFileWithoutSharesIsItsGlobalPartAndSaved) {
+TEST_F(FilesOfShares, SambaFileWithoutSharesIsItsGlobalPartAndSaved) {
     machine.file(smb_conf, samba_global + samba_section("old", "/old"));
     const Result run = machine.operation([] {
-        zav::ShareFiles files;
+        ShareFiles files;
         const ShareFile* samba = live_file("samba");
         EXPECT_EQ(files.open({samba}), 0);
         files.shares(*samba).clear();
@@ -290,7 +290,7 @@ TEST_F(ShareFiles, SambaFileWithoutSharesIsItsGlobalPartAndSaved) {
     EXPECT_THAT(outside(run), ElementsAre(saved(smb_conf)));
 }
 
-TEST_F(ShareFiles, SambaRecycleFileHasNoGlobalPartAndItsOwnSpelling) {
+TEST_F(FilesOfShares, SambaRecycleFileHasNoGlobalPartAndItsOwnSpelling) {
     machine.file(smb_recycle, "[global]\nx = y\n[old]\npath = /old\nwriteable = no\n");
     const Result run = add(recycle_file("cifs"), new_share("samba"));
     EXPECT_EQ(run.returned, 0);
@@ -300,7 +300,7 @@ TEST_F(ShareFiles, SambaRecycleFileHasNoGlobalPartAndItsOwnSpelling) {
     EXPECT_THAT(outside(run), ElementsAre(saved(smb_recycle)));
 }
 
-TEST_F(ShareFiles, ExportsAreTheirSharesOnly) {
+TEST_F(FilesOfShares, ExportsAreTheirSharesOnly) {
     machine.file(exports, std::string("# comment\n\n") + "/mnt/data/pub host(ro,sync)\n");
     const Result run = add(live_file("nfs"), new_share("nfs"));
     EXPECT_EQ(run.returned, 0);
@@ -309,7 +309,7 @@ TEST_F(ShareFiles, ExportsAreTheirSharesOnly) {
     EXPECT_THAT(outside(run), ElementsAre(saved(exports)));
 }
 
-TEST_F(ShareFiles, ForbiddenExportsAreSavedUnderAnotherName) {
+TEST_F(FilesOfShares, ForbiddenExportsAreSavedUnderAnotherName) {
     const Result run = add(recycle_file("nfs"), new_share("nfs"));
     EXPECT_EQ(run.returned, 0);
     EXPECT_EQ(machine.read(exports_recycle), "/mnt/data/new *(rw,sync,no_root_squash)\n");
@@ -317,7 +317,7 @@ TEST_F(ShareFiles, ForbiddenExportsAreSavedUnderAnotherName) {
     EXPECT_FALSE(machine.exists("/etc/exports_recy.conf"));
 }
 
-TEST_F(ShareFiles, TargetsGetTheSecretsOfTheirUsers) {
+TEST_F(FilesOfShares, TargetsGetTheSecretsOfTheirUsers) {
     share_info share = new_share("iscsi", "disk1.20240502140305");
     share.path = "/dev/data/disk1";
     share.users = "anna,bert dora";
@@ -336,7 +336,7 @@ TEST_F(ShareFiles, TargetsGetTheSecretsOfTheirUsers) {
     EXPECT_TRUE(machine.read(targets).starts_with(block)) << "rewritten as it was";
 }
 
-TEST_F(ShareFiles, TargetsWithoutAUserFileHaveEmptySecrets) {
+TEST_F(FilesOfShares, TargetsWithoutAUserFileHaveEmptySecrets) {
     machine.remove(user_file);
     share_info share = new_share("iscsi", "x.y");
     share.users = "anna";
@@ -345,7 +345,7 @@ TEST_F(ShareFiles, TargetsWithoutAUserFileHaveEmptySecrets) {
     EXPECT_FALSE(machine.exists(user_file));
 }
 
-TEST_F(ShareFiles, TargetGetsTheLocalTimeOfItsWriting) {
+TEST_F(FilesOfShares, TargetGetsTheLocalTimeOfItsWriting) {
     const auto now = [] {
         std::array<char, 20> text = {};
         const std::time_t time = std::time(nullptr) + 9000; // the time zone's two and a half hours
@@ -363,7 +363,7 @@ TEST_F(ShareFiles, TargetGetsTheLocalTimeOfItsWriting) {
     EXPECT_LE(line, start + now());
 }
 
-TEST_F(ShareFiles, FtpHasNoFile) {
+TEST_F(FilesOfShares, FtpHasNoFile) {
     const Snapshot before = machine.snapshot();
     const Result run = add(live_file("ftp"), new_share("ftp"));
     EXPECT_EQ(run.returned, 0);
@@ -371,7 +371,7 @@ TEST_F(ShareFiles, FtpHasNoFile) {
     EXPECT_THAT(before.changes_to(machine.snapshot()), IsEmpty());
 }
 
-TEST_F(ShareFiles, AreMadeWhenTheyAreMissing) {
+TEST_F(FilesOfShares, AreMadeWhenTheyAreMissing) {
     for (const char* path : {smb_conf, exports, targets, smb_recycle, exports_recycle}) {
         machine.remove(path);
     }
@@ -387,7 +387,7 @@ TEST_F(ShareFiles, AreMadeWhenTheyAreMissing) {
     EXPECT_EQ(machine.read(smb_conf), samba_section("new", "/mnt/data/new"));
 }
 
-TEST_F(ShareFiles, ServicesAreKnownByNameInAnyCase) {
+TEST_F(FilesOfShares, ServicesAreKnownByNameInAnyCase) {
     const auto path_of = [](const ShareFile* file) {
         return file == nullptr ? "unknown" : file->path == nullptr ? "none" : file->path;
     };
@@ -410,10 +410,10 @@ TEST_F(ShareFiles, ServicesAreKnownByNameInAnyCase) {
     }
 }
 
-TEST_F(ShareFiles, UnknownServiceIsMinus2068) {
+TEST_F(FilesOfShares, UnknownServiceIsMinus2068) {
     machine.file(exports, first_export);
     machine.operation([] {
-        zav::ShareFiles file;
+        ShareFiles file;
         EXPECT_EQ(service_conf_open(file, "smb"), -2068);
         EXPECT_EQ(recy_conf_open(file, "ftp"), -2068);
         EXPECT_EQ(recy_conf_open(file, "iscsi"), -2068);

@@ -15,7 +15,6 @@ namespace zav {
 namespace {
 
 using test::PrivateRoot;
-using test::Result;
 using test::RunOptions;
 using testing::ElementsAre;
 using testing::EndsWith;
@@ -23,9 +22,9 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-Result run(const std::vector<std::string>& arguments, const RunOptions& options = {}) {
+test::Result run(const std::vector<std::string>& arguments, const RunOptions& options = {}) {
     PrivateRoot root;
-    Result result = root.run(arguments, options);
+    test::Result result = root.run(arguments, options);
     EXPECT_THAT(result.commands, IsEmpty());
     return result;
 }
@@ -33,7 +32,7 @@ Result run(const std::vector<std::string>& arguments, const RunOptions& options 
 // The output of a request to the dispatcher itself, which always ends with status 0.
 std::string printed(const std::vector<std::string>& arguments, const RunOptions& options = {}) {
     PrivateRoot root;
-    const Result result = root.run(arguments, options);
+    const test::Result result = root.run(arguments, options);
     EXPECT_EQ(result.exit_status, 0);
     EXPECT_EQ(result.err, "");
     EXPECT_THAT(result.commands, IsEmpty());
@@ -93,7 +92,7 @@ TEST(Dispatcher, DoesNotChooseAnAppletByItsOwnName) {
     PrivateRoot root;
     root.symlink("/usr/bin/zavbox", "/usr/bin/diskmanage");
     const RunOptions as_link = {.argv0 = "diskmanage", .program = "/usr/bin/diskmanage"};
-    const Result result = root.run({"--display"}, as_link);
+    const test::Result result = root.run({"--display"}, as_link);
     EXPECT_EQ(result.out, "applets '--display' not found\n");
     EXPECT_EQ(result.exit_status, 0);
     EXPECT_EQ(root.run({}, as_link).out, usage_of("diskmanage"));
@@ -103,7 +102,7 @@ TEST(Dispatcher, DoesNotChooseAnAppletByItsOwnName) {
 
 TEST(Dispatcher, SurvivesAnEmptyArgumentList) {
     PrivateRoot root;
-    const Result result = root.call([] {
+    const test::Result result = root.call([] {
         const pid_t child = ::fork();
         if (child == 0) {
             std::array<char*, 1> nothing = {nullptr};
@@ -127,7 +126,7 @@ TEST(Dispatcher, WorksWithoutAnyOpenDescriptor) {
 TEST(Dispatcher, PassesOnTheStatusOfAnAppletModulo256) {
     PrivateRoot root; // without disks the array list cannot be built
     root.allow_unexpected();
-    const Result result = root.run({"mdmanage", "-S"});
+    const test::Result result = root.run({"mdmanage", "-S"});
     EXPECT_EQ(result.out, "for errno '-422'\n");
     EXPECT_EQ(result.exit_status, 256 - 422 % 256);
 }
@@ -136,7 +135,7 @@ class AppletOfTheTable : public testing::TestWithParam<std::string> {};
 
 TEST_P(AppletOfTheTable, ParsesItsOptionsWhenHelpIsNotAlone) {
     PrivateRoot root;
-    const Result result = root.run({GetParam(), "--help", "more"});
+    const test::Result result = root.run({GetParam(), "--help", "more"});
     EXPECT_EQ(result.out, "");
     EXPECT_THAT(result.err, StartsWith(GetParam() + ": unrecognized option '--help'\n"));
     ASSERT_EQ(root.log().size(), 1U);

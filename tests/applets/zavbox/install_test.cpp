@@ -14,7 +14,6 @@ namespace {
 namespace fs = std::filesystem;
 
 using test::PrivateRoot;
-using test::Result;
 using test::RunOptions;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -29,10 +28,10 @@ class InstallRoot : public PrivateRoot {
         call([] { return fs::copy_file("/usr/bin/zavbox", program) ? 0 : 1; });
     }
 
-    Result install(const std::vector<std::string>& arguments) {
+    test::Result install(const std::vector<std::string>& arguments) {
         std::vector<std::string> all = {"--install"};
         all.insert(all.end(), arguments.begin(), arguments.end());
-        Result result = run(all, {.program = program});
+        test::Result result = run(all, {.program = program});
         EXPECT_EQ(result.exit_status, 0);
         EXPECT_EQ(result.err, "");
         return result;
@@ -107,7 +106,7 @@ TEST(Install, LeavesAnotherFileOfTheNameAloneSilently) {
 
 TEST(Install, NamesEachLinkThatFailsWithoutALineEndAndSaysSuccess) {
     PrivateRoot root; // the program is on another file system than the links
-    const Result result = root.run({"--install"});
+    const test::Result result = root.run({"--install"});
     EXPECT_EQ(result.out, errors_for_all() + success);
     EXPECT_EQ(result.exit_status, 0);
 }
@@ -134,7 +133,7 @@ TEST(Install, MakesSymbolicLinksAcrossFileSystems) {
 TEST(Install, FailsWhenTheProgramsOwnPathCannotBeRead) {
     PrivateRoot root;
     root.remove("/proc/self");
-    const Result result = root.run({"--install"});
+    const test::Result result = root.run({"--install"});
     EXPECT_EQ(result.out, "/proc/self/exezavbox links install fail!\n");
     EXPECT_EQ(result.exit_status, 0);
     EXPECT_FALSE(root.exists("/usr/bin/mdmanage"));

@@ -17,7 +17,6 @@ namespace {
 using test::LogLine;
 using test::PrivateRoot;
 using test::RealToolsRoot;
-using test::Result;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
@@ -99,10 +98,10 @@ TEST(UmaskOfTheProgram, IsTheUsualOneWhateverTheCallersIs) {
 TEST(LogOfTheProgram, ChangesNoResultWhenItIsMissing) {
     PrivateRoot with_log;
     with_log.allow_unexpected();
-    const Result logged = with_log.run({"mdmanage", "--display"});
+    const test::Result logged = with_log.run({"mdmanage", "--display"});
     PrivateRoot without_log;
     without_log.remove("/var/log").allow_unexpected();
-    const Result not_logged = without_log.run({"mdmanage", "--display"});
+    const test::Result not_logged = without_log.run({"mdmanage", "--display"});
     EXPECT_EQ(logged.exit_status, not_logged.exit_status);
     EXPECT_EQ(logged.out, not_logged.out);
     EXPECT_EQ(logged.err, "");

@@ -17,16 +17,16 @@ namespace {
 
 using testing::ElementsAre;
 
-constexpr auto path = "/etc/accounts";
-constexpr auto journal = "/etc/.accounts.zav";
+constexpr auto replaced_path = "/etc/accounts";
+constexpr auto replaced_journal = "/etc/.accounts.zav";
 constexpr int done = static_cast<int>(Replacement::done);
 constexpr int not_done = static_cast<int>(Replacement::failed);
 
 // The command writes `content` and ends with that status.
 Function replacing(const std::string& text, const std::string& content, WaitStatus status) {
     return [=] {
-        return replace_by_command(path, text, [=] {
-            std::ofstream(path) << content;
+        return replace_by_command(replaced_path, text, [=] {
+            std::ofstream(replaced_path) << content;
             return status;
         });
     };
@@ -34,77 +34,80 @@ Function replacing(const std::string& text, const std::string& content, WaitStat
 
 class ReplacedFile : public testing::Test {
   protected:
-    ReplacedFile() { root.file(path, "old\n", 0640); }
+    ReplacedFile() { root.file(replaced_path, "old\n", 0640); }
     PrivateRoot root;
 };
 
 TEST_F(ReplacedFile, EndsWithoutAJournal) {
     EXPECT_EQ(root.call(replacing("new\n", "new\n", WaitStatus::success)).returned, done);
-    EXPECT_EQ(root.read(path), "new\n");
+    EXPECT_EQ(root.read(replaced_path), "new\n");
     EXPECT_THAT(root.list("/etc"), ElementsAre("accounts"));
 }
 
 TEST_F(ReplacedFile, HasItsContentInTheJournalMeanwhile) {
     root.call([] {
-        return replace_by_command(path, "new\n", [] {
-            const auto entries = read_journal(path);
+        return replace_by_command(replaced_path, "new\n", [] {
+            const auto entries = read_journal(replaced_path);
             EXPECT_TRUE(entries && entries->size() == 1 && entries->front().text == "new\n");
             return WaitStatus::not_started;
         });
     });
-    EXPECT_EQ(root.read(path), "old\n");
+    EXPECT_EQ(root.read(replaced_path), "old\n");
 }
 
 TEST_F(ReplacedFile, PutsTheOldContentBackWhenTheCommandFails) {
     for (const char* content : {"", "ne", "new\n"}) {
         EXPECT_EQ(root.call(replacing("new\n", content, WaitStatus{256})).returned, not_done);
-        EXPECT_EQ(root.read(path), "old\n");
-        EXPECT_EQ(root.mode(path), 0640U);
+        EXPECT_EQ(root.read(replaced_path), "old\n");
+        EXPECT_EQ(root.mode(replaced_path), 0640U);
         EXPECT_THAT(root.list("/etc"), ElementsAre("accounts"));
     }
 }
 
 TEST_F(ReplacedFile, PutsTheOldContentBackWhenTheNewIsAnother) {
     EXPECT_EQ(root.call(replacing("new\n", "ne", WaitStatus::success)).returned, not_done);
-    EXPECT_EQ(root.read(path), "old\n");
+    EXPECT_EQ(root.read(replaced_path), "old\n");
     EXPECT_THAT(root.list("/etc"), ElementsAre("accounts"));
 }
 
 TEST_F(ReplacedFile, PutsBackAFileThatTheCommandRemoved) {
     const Result run = root.call([] {
-        return replace_by_command(path, "new\n", [] {
-            std::filesystem::remove(path);
+        return replace_by_command(replaced_path, "new\n", [] {
+            std::filesystem::remove(replaced_path);
             return WaitStatus{256};
         });
     });
     EXPECT_EQ(run.returned, not_done);
-    EXPECT_EQ(root.read(path), "old\n");
-    EXPECT_EQ(root.mode(path), 0640U);
+    EXPECT_EQ(root.read(replaced_path), "old\n");
+    EXPECT_EQ(root.mode(replaced_path), 0640U);
 }
 
 TEST_F(ReplacedFile, IsFinishedAfterARunThatWasKilled) {
     root.call(
         [] {
-            return replace_by_command(path, "new\n", []() -> WaitStatus {
-                std::filesystem::remove(path);
+            return replace_by_command(replaced_path, "new\n", []() -> WaitStatus {
+                std::filesystem::remove(replaced_path);
                 ::_exit(9);
             });
         },
         {});
-    EXPECT_FALSE(root.exists(path));
-    EXPECT_TRUE(root.exists(journal));
-    EXPECT_EQ(root.call([] { return finish_replacement(path); }).returned, 1);
-    EXPECT_EQ(root.read(path), "new\n");
-    EXPECT_EQ(root.mode(path), 0640U);
+    EXPECT_FALSE(root.exists(replaced_path));
+    EXPECT_TRUE(root.exists(replaced_journal));
+    EXPECT_EQ(root.call([] { return finish_replacement(replaced_path); }).returned, 1);
+    EXPECT_EQ(root.read(replaced_path), "new\n");
+    EXPECT_EQ(root.mode(replaced_path), 0640U);
     EXPECT_THAT(root.list("/etc"), ElementsAre("accounts"));
 }
 
 TEST_F(ReplacedFile, IsLeftAloneWhenItWasChangedSinceTheRunThatWasKilled) {
-    root.call([] { return replace_by_command(path, "new\n", []() -> WaitStatus { ::_exit(9); }); },
-              {});
-    root.file(path, "old\nadded\n", 0640);
-    EXPECT_EQ(root.call([] { return finish_replacement(path); }).returned, 1);
-    EXPECT_EQ(root.read(path), "old\nadded\n");
+    root.call(
+        [] {
+            return replace_by_command(replaced_path, "new\n", []() -> WaitStatus { ::_exit(9); });
+        },
+        {});
+    root.file(replaced_path, "old\nadded\n", 0640);
+    EXPECT_EQ(root.call([] { return finish_replacement(replaced_path); }).returned, 1);
+    EXPECT_EQ(root.read(replaced_path), "old\nadded\n");
     EXPECT_THAT(root.list("/etc"), ElementsAre("accounts"));
 }
 
@@ -112,12 +115,12 @@ TEST_F(ReplacedFile, IsNotReplacedWithoutAJournal) {
     const Result run = root.call(replacing("new\n", "new\n", WaitStatus::success),
                                  {.limits = {{RLIMIT_FSIZE, 3}}, .ignored_signals = {SIGXFSZ}});
     EXPECT_EQ(run.returned, static_cast<int>(Replacement::not_begun));
-    EXPECT_EQ(root.read(path), "old\n");
+    EXPECT_EQ(root.read(replaced_path), "old\n");
 }
 
 TEST_F(ReplacedFile, HasNothingToFinishWithoutAJournal) {
-    EXPECT_EQ(root.call([] { return finish_replacement(path); }).returned, 1);
-    EXPECT_EQ(root.read(path), "old\n");
+    EXPECT_EQ(root.call([] { return finish_replacement(replaced_path); }).returned, 1);
+    EXPECT_EQ(root.read(replaced_path), "old\n");
 }
 
 } // namespace
