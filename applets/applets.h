@@ -60,7 +60,7 @@ void applet_run(const char* name, int argc, char** argv);
 /// means that there is no help.
 std::string usage_page(const char* name, const char* usage);
 
-/// Prints the current applet's usage and ends the process with status 0.
+/// Prints the current applet's usage and ends the process with status 0, if that can be printed.
 [[noreturn]] void applet_usage_show();
 
 /// How a command ends that fails: logs the code with `site`, prints it for the front end as

@@ -39,8 +39,8 @@ bool is_ours(const char* path) {
     return ours;
 }
 
-/// The lock's file, made when it is not there. The one who releases a lock last takes the directory
-/// with it: it may be gone again.
+/// The lock's file, made when it is not there. Whoever releases the last lock removes the directory
+/// as well: it may be gone again.
 FileDescriptor open_lock(const std::string& path) {
     constexpr int attempts = 100;
     FileDescriptor fd;
@@ -103,7 +103,7 @@ bool SystemLock::was_left(std::string_view name) {
 
 void SystemLock::release() {
     if (fd_) {
-        // Under the lock: who waits for it sees that the file has gone, and makes a new one.
+        // Under the lock: whoever waits for it sees that the file has gone, and makes a new one.
         ::unlink(path_.c_str());
         fd_.close();
         ::rmdir(lock_directory); // unless there are others

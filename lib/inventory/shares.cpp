@@ -48,8 +48,9 @@ std::optional<std::string> read_share_file(const char* path) {
     return text || errno != ENOENT ? std::move(text) : std::optional<std::string>("");
 }
 
-/// The same for listings, which pass over one that cannot be opened. One that is there, and that
-/// somebody keeps locked or the disk does not give, is not an empty one: shares would be missing.
+/// The same for the list of all shares, which passes over a file that cannot be opened. One that
+/// somebody keeps locked, or that the disk does not give, is not taken for an empty one: shares
+/// would be missing.
 std::optional<std::string> read_unless_absent(const char* path) {
     auto text = read_share_file(path);
     const bool is_there = errno == EWOULDBLOCK || errno == EIO || errno == ENOMEM;

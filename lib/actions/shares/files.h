@@ -5,8 +5,8 @@
 /// is written to all of them or to none, also when the program is killed or the power fails: the
 /// next one that opens the register finishes what was begun.
 ///
-/// The lock that keeps writers apart is on the whole file and nobody waits for it. Who reads for a
-/// listing does not take it: see read_settled().
+/// The lock that keeps writers apart is on the whole file and nobody waits for it. Whoever reads
+/// for a listing does not take it: see read_settled().
 #pragma once
 
 #include "base/codes.h"

@@ -12,10 +12,11 @@
 
 namespace zav {
 
-/// The lock on the system's accounts, waited for, which programs such as useradd respect.
+/// The lock on the system's accounts, which programs such as useradd respect.
 class AccountLock {
   public:
-    /// Takes it, unless it is held. False when it cannot be had in time.
+    /// Takes it, unless this one has it, waiting at most for longest_wait. False when it cannot be
+    /// had.
     bool take();
 
   private:
