@@ -144,7 +144,7 @@ TEST_F(KeyValueSafety, NoChangeOfManyIsLost) {
     expect_alone();
 }
 
-TEST_F(KeyValueSafety, APipeInItsPlaceIsNeitherReadNorWritten) {
+TEST_F(KeyValueSafety, APipeInItsPlaceIsNotWaitedFor) {
     root.fifo(path);
     const RunOptions soon = {.time_limit = std::chrono::seconds(5)};
     EXPECT_EQ(root.call([] { return key_value_set(path, "s", "k", "new"); }, soon).returned, -12);
