@@ -23,8 +23,8 @@ class SystemLock {
     /// Takes the lock of that name, a plain one, waiting at most so long for another instance.
     static SystemLock take(std::string_view name, std::chrono::milliseconds wait = longest_wait);
 
-    /// Whether the process that had the lock of that name ended without giving it back. Only whoever
-    /// keeps all others from taking it can rely on the answer.
+    /// Whether the process that had the lock of that name ended without giving it back. Only
+    /// whoever keeps all others from taking it can rely on the answer.
     static bool was_left(std::string_view name);
 
     /// Whether the lock is held. If not, errno says why: EWOULDBLOCK when another instance has it.
