@@ -21,7 +21,7 @@ Result<std::string> get_user_secret(std::string_view user);
 /// Code::unknown_user.
 Code check_username(std::string_view user);
 
-/// Whether the system knows the user as one with uid 0, whatever its name; not, when /etc/passwd
+/// Whether the system knows the user as one with uid 0, whatever its name, or may: when /etc/passwd
 /// cannot be read.
 bool is_superuser(std::string_view user);
 

@@ -23,6 +23,7 @@
 #include "sources/vsftpd.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <memory>
 #include <string>
@@ -49,12 +50,12 @@ std::optional<std::string> read_share_file(const char* path) {
 }
 
 /// The same for the list of all shares, which passes over a file that cannot be opened. One that
-/// somebody keeps locked, or that the disk does not give, is not taken for an empty one: shares
-/// would be missing.
+/// somebody keeps locked, that the disk does not give, or for which this process has no room, is not
+/// taken for an empty one: shares would be missing.
 std::optional<std::string> read_unless_absent(const char* path) {
+    constexpr std::array there = {EWOULDBLOCK, EIO, ENOMEM, EMFILE, ENFILE, EFBIG};
     auto text = read_share_file(path);
-    const bool is_there = errno == EWOULDBLOCK || errno == EIO || errno == ENOMEM;
-    return text || is_there ? std::move(text) : std::optional<std::string>("");
+    return text || std::ranges::find(there, errno) != there.end() ? std::move(text) : std::optional<std::string>("");
 }
 
 bool exists(const char* path) {

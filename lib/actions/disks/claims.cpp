@@ -18,7 +18,11 @@ bool DiskClaims::add(std::string_view device) {
     }
     SystemLock lock = SystemLock::take("disk-" + disk, std::chrono::milliseconds(0));
     if (!lock) {
-        log_error("'%s' is used by another command: %s", disk.c_str(), std::strerror(errno));
+        if (errno == EWOULDBLOCK) {
+            log_error("'%s' is used by another command", disk.c_str());
+        } else {
+            log_error("'%s' cannot be claimed for %s", disk.c_str(), std::strerror(errno));
+        }
         return false;
     }
     claims_.push_back({std::move(disk), std::move(lock)});

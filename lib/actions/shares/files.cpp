@@ -105,8 +105,11 @@ bool finish_one(const JournalEntry& entry, int fd) {
         log_error("the change of %s that was cut short is dropped: it was changed since", path);
         return true;
     }
-    log_error("finished the change of %s that was cut short", path);
-    return rewrite(fd, entry.text);
+    const bool is_finished = rewrite(fd, entry.text);
+    if (is_finished) {
+        log_error("finished the change of %s that was cut short", path);
+    }
+    return is_finished;
 }
 
 /// Writes what the entries of a journal say. Code::ok, Code::file_locked,

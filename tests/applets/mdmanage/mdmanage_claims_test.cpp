@@ -76,7 +76,7 @@ TEST_F(ClaimedDisks, AreFreeAgainWhenTheCommandEnds) {
 TEST_F(ClaimedDisks, AreUsedWhenThatCannotBeTold) {
     machine.directory("/run/zavbox/" + claim_on("sda") + "/in/the/way");
     expect_refused(creation("md1", "1,2"), -2030);
-    EXPECT_THAT(log_texts(machine), Contains(HasSubstr("'sda' is used by another command: ")));
+    EXPECT_THAT(log_texts(machine), Contains(HasSubstr("'sda' cannot be claimed for ")));
 }
 
 // The second one looks at the disks while the first one clears them.
