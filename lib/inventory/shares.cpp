@@ -50,12 +50,13 @@ std::optional<std::string> read_share_file(const char* path) {
 }
 
 /// The same for the list of all shares, which passes over a file that cannot be opened. One that
-/// somebody keeps locked, that the disk does not give, or for which this process has no room, is not
-/// taken for an empty one: shares would be missing.
+/// somebody keeps locked, that the disk does not give, or for which this process has no room, is
+/// not taken for an empty one: shares would be missing.
 std::optional<std::string> read_unless_absent(const char* path) {
     constexpr std::array there = {EWOULDBLOCK, EIO, ENOMEM, EMFILE, ENFILE, EFBIG};
     auto text = read_share_file(path);
-    return text || std::ranges::find(there, errno) != there.end() ? std::move(text) : std::optional<std::string>("");
+    return text || std::ranges::find(there, errno) != there.end() ? std::move(text)
+                                                                  : std::optional<std::string>("");
 }
 
 bool exists(const char* path) {
