@@ -2,19 +2,27 @@
 #include "base/change_journal.h"
 
 #include "base/file.h"
+#include "base/log.h"
 #include "base/text.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <cstdio>
+#include <cstring>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace zav {
 
 namespace {
 
 constexpr std::string_view first_line = "zavbox journal 1\n";
+
+/// The old and the new text of as many files as one step changes.
+constexpr std::size_t longest_journal = 8 * longest_file;
 
 /// The 64-bit FNV-1a sum: it tells a journal that the disk has only a part of.
 std::uint64_t sum_of(std::string_view text) {
@@ -76,6 +84,52 @@ std::optional<JournalEntry> take_entry(std::string_view& text) {
         .path = std::string(line), .text = std::move(*after), .before = std::move(*before)};
 }
 
+/// The name of a journal whose change is to be taken back.
+std::string back_path(std::string_view path) {
+    return journal_path(path) + ".back";
+}
+
+/// The text of a journal. Empty for what others have put there; nothing when it cannot be read.
+std::optional<std::string> read_own(const std::string& path) {
+    const FileDescriptor fd = FileDescriptor::open_regular(path.c_str(), O_RDONLY | O_NOFOLLOW);
+    struct stat status = {};
+    if (!fd || ::fstat(fd.get(), &status) != 0) {
+        const bool is_none = errno == ELOOP || errno == EISDIR || errno == EINVAL;
+        return is_none ? std::optional<std::string>("") : std::nullopt;
+    }
+    const bool is_ours = status.st_uid == 0 || status.st_uid == ::geteuid();
+    return is_ours ? read_rest(fd.get(), longest_journal) : std::optional<std::string>("");
+}
+
+/// Rewrites the files, with their new texts or back with their old ones. The place of the one that
+/// failed; 0 also when the disk did not take all.
+std::optional<std::size_t> rewrite_all(std::span<const FileChange> changes,
+                                       std::string FileChange::*text) {
+    std::vector<int> fds;
+    for (std::size_t place = 0; place < changes.size(); ++place) {
+        if (!rewrite(changes[place].fd, changes[place].*text)) {
+            return place;
+        }
+        fds.push_back(changes[place].fd);
+    }
+    return sync_files(fds) ? std::nullopt : std::optional<std::size_t>(0);
+}
+
+void take_back(std::string_view owner, std::span<const FileChange> changes) {
+    const int error = errno;
+    // Before the old texts are written: what follows may be cut short, too.
+    const bool is_turned = turn_journal_back(owner);
+    if (!rewrite_all(changes, &FileChange::before)) {
+        remove_journal(owner);
+    } else {
+        log_error("cannot put back %s for %s", std::string(owner).c_str(), std::strerror(errno));
+        if (!is_turned) {
+            log_error("the next change of it will be what failed now");
+        }
+    }
+    errno = error;
+}
+
 } // namespace
 
 bool is_unfinished(const JournalEntry& entry, const std::optional<std::string>& content) {
@@ -87,7 +141,7 @@ bool is_unfinished(const JournalEntry& entry, const std::optional<std::string>& 
     for (std::size_t i = 0; i < content->size(); ++i) {
         const char c = (*content)[i];
         const bool is_old = i < before.size() && c == before[i];
-        const bool is_new = i < after.size() && (c == after[i] || (c == 0 && i >= before.size()));
+        const bool is_new = i < after.size() && (c == after[i] || c == 0);
         if (!is_old && !is_new) {
             return false;
         }
@@ -131,24 +185,87 @@ std::optional<std::vector<JournalEntry>> parse_journal(std::string_view text) {
 }
 
 std::optional<std::vector<JournalEntry>> read_journal(std::string_view path) {
-    const auto text = read_file(journal_path(path).c_str());
+    auto text = read_own(journal_path(path));
+    const bool is_back = !text && errno == ENOENT;
+    if (is_back) {
+        text = read_own(back_path(path));
+    }
     if (!text) {
         return errno == ENOENT ? std::optional(std::vector<JournalEntry>()) : std::nullopt;
     }
-    return parse_journal(*text).value_or(std::vector<JournalEntry>());
+    auto entries = parse_journal(*text).value_or(std::vector<JournalEntry>());
+    for (JournalEntry& entry : entries) {
+        if (is_back) {
+            std::swap(entry.before, entry.text);
+        }
+    }
+    return entries;
 }
 
 bool write_journal(std::string_view path, std::span<const JournalEntry> entries,
                    const FileRights& rights) {
-    return replace_file(journal_path(path), journal_text(entries), rights);
+    const std::string text = journal_text(entries);
+    const bool is_too_long =
+        text.size() > longest_journal || std::ranges::any_of(entries, [](const auto& entry) {
+            return entry.text.size() > longest_file;
+        });
+    if (is_too_long) {
+        errno = EFBIG; // nothing would read it
+        return false;
+    }
+    return replace_checked_file(journal_path(path), text, rights);
+}
+
+FileRights rights_of_journal(std::string_view path) {
+    for (const std::string& journal : {journal_path(path), back_path(path)}) {
+        if (const FileDescriptor fd = FileDescriptor::open(journal.c_str(), O_RDONLY)) {
+            return rights_of(fd.get());
+        }
+    }
+    return {.mode = S_IRUSR | S_IWUSR, .owner = {}, .group = {}};
+}
+
+bool turn_journal_back(std::string_view path) {
+    return ::rename(journal_path(path).c_str(), back_path(path).c_str()) == 0 &&
+           sync_directory_of(std::string(path));
+}
+
+void remove_journal(std::string_view path) {
+    const bool was_there = ::unlink(journal_path(path).c_str()) == 0;
+    const bool was_back = ::unlink(back_path(path).c_str()) == 0;
+    if (was_there || was_back) {
+        // Else it could be there again after a power cut, when the files have changed since.
+        [[maybe_unused]] const bool is_durable = sync_directory_of(std::string(path));
+    }
+}
+
+std::optional<ChangeFailure> change_files(std::string_view owner,
+                                          std::span<const FileChange> changes,
+                                          const FileRights& journal_rights) {
+    std::vector<JournalEntry> entries;
+    for (const FileChange& change : changes) {
+        if (!lock_for_rewriting(change.fd)) {
+            return ChangeFailure{.file = entries.size(), .is_locked = true};
+        }
+        entries.push_back({change.path, change.after, change.before});
+    }
+    if (!write_journal(owner, entries, journal_rights)) {
+        return ChangeFailure{};
+    }
+    if (const auto failed_file = rewrite_all(changes, &FileChange::after)) {
+        take_back(owner, changes);
+        return ChangeFailure{.file = *failed_file};
+    }
+    remove_journal(owner);
+    return std::nullopt;
 }
 
 std::optional<std::string> read_settled(const char* path, std::string_view owner) {
-    // The journal is looked for once the file is open: whoever replaces the file keeps it until the
-    // new one is whole, and whoever rewrites it in place waits for this lock first.
+    // The journal is looked for after the file is open: who replaces the file keeps it until the
+    // new one is whole, and who rewrites it, in place, waits for this lock first.
     constexpr int attempts = 3;
     for (int attempt = 0; attempt < attempts; ++attempt) {
-        const FileDescriptor fd = FileDescriptor::open(path, O_RDONLY);
+        const FileDescriptor fd = FileDescriptor::open_regular(path, O_RDONLY);
         const int error = errno;
         if (fd && !lock_for_reading(fd.get())) {
             return std::nullopt;
@@ -157,7 +274,8 @@ std::optional<std::string> read_settled(const char* path, std::string_view owner
         const auto entries = read_journal(owner).value_or(std::vector<JournalEntry>());
         const auto entry = std::ranges::find(entries, path, &JournalEntry::path);
         auto content = fd ? read_rest(fd.get()) : std::nullopt;
-        if (entry != entries.end() && (content || !fd) && is_unfinished(*entry, content)) {
+        const bool is_known = content || (!fd && error == ENOENT);
+        if (entry != entries.end() && is_known && is_unfinished(*entry, content)) {
             return entry->text;
         }
         if (fd) {
@@ -166,10 +284,6 @@ std::optional<std::string> read_settled(const char* path, std::string_view owner
         errno = error;
     }
     return std::nullopt;
-}
-
-void remove_journal(std::string_view path) {
-    ::unlink(journal_path(path).c_str());
 }
 
 } // namespace zav

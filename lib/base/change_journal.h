@@ -26,9 +26,29 @@ struct JournalEntry {
 };
 
 /// Whether a file with that content, nothing when it is missing, may be what a change that was cut
-/// short has left of it: each byte is the new one, the old one, or of room that was not filled yet.
-/// Else somebody has changed it since, and it stays as it is.
+/// short has left of it: each byte is the new one, the old one, or a zero of room that was not
+/// filled yet. Else somebody has changed it since, and it stays as it is.
 bool is_unfinished(const JournalEntry& entry, const std::optional<std::string>& content);
+
+/// A file that is to be changed, open for writing and locked against other writers.
+struct FileChange {
+    std::string path;
+    int fd = -1;
+    std::string before; ///< all that it holds
+    std::string after;
+};
+
+struct ChangeFailure {
+    std::size_t file = 0;   ///< the place among the changes
+    bool is_locked = false; ///< somebody keeps reading it
+};
+
+/// Rewrites files in their places, all or none, through the journal of `owner`, and makes that
+/// durable. Readers are kept out from then on, until the caller releases them. Nothing when it is
+/// done; else all files are as they were, or the next one that looks makes them so.
+std::optional<ChangeFailure>
+change_files(std::string_view owner, std::span<const FileChange> changes,
+             const FileRights& journal_rights = {.mode = 0600, .owner = {}, .group = {}});
 
 /// Where the journal of a file and those that change with it lies: "/etc/.mdfstab.zav".
 std::string journal_path(std::string_view path);
@@ -40,7 +60,8 @@ std::string journal_text(std::span<const JournalEntry> entries);
 std::optional<std::vector<JournalEntry>> parse_journal(std::string_view text);
 
 /// What the journal of `path` holds: no entries when there is none that is complete, nothing when
-/// it cannot be read.
+/// it cannot be read. After a change that was to be taken back, the old texts are the new ones.
+/// Only a journal of our own or of root counts: others may be able to put a file there.
 std::optional<std::vector<JournalEntry>> read_journal(std::string_view path);
 
 /// The whole of a file whose changes go through the journal of `owner`, as it was before a change
@@ -49,13 +70,20 @@ std::optional<std::vector<JournalEntry>> read_journal(std::string_view path);
 /// file as it is. Nothing when it cannot be read; errno says why.
 std::optional<std::string> read_settled(const char* path, std::string_view owner);
 
-/// Writes and syncs the journal of `path`. Some files hold secrets: it is readable by its owner
-/// alone, or has the `rights` of the one file in it. False when it cannot be written; errno says
-/// why.
+/// Writes and syncs the journal of `path`; readable by its owner alone, unless the one file in it
+/// is, too, for others: some hold secrets. False when it cannot be written; there is none then.
 bool write_journal(std::string_view path, std::span<const JournalEntry> entries,
                    const FileRights& rights = {.mode = 0600, .owner = {}, .group = {}});
 
-/// Removes the journal of `path`.
+/// The rights that the journal of `path` was written with: those of a file of which nothing may be
+/// left.
+FileRights rights_of_journal(std::string_view path);
+
+/// From now on the journal of `path` says that the files are to become what they were. It takes no
+/// room. False when that cannot be made durable.
+bool turn_journal_back(std::string_view path);
+
+/// Removes the journal of `path`, for good.
 void remove_journal(std::string_view path);
 
 } // namespace zav

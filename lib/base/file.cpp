@@ -99,6 +99,51 @@ bool reserve_space(int fd, std::size_t size) {
     return false;
 }
 
+/// Where the new content of a file waits for its place.
+std::string path_beside(const std::string& path) {
+    const std::size_t name = path.rfind('/') + 1;
+    return path.substr(0, name) + "." + path.substr(name) + ".new";
+}
+
+/// Removes a file and leaves errno alone.
+void unlink_quietly(const std::string& path) {
+    const int error = errno;
+    ::unlink(path.c_str());
+    errno = error;
+}
+
+/// Writes the new content of a file beside it. Nothing when that fails; errno says why.
+FileDescriptor write_beside(const std::string& path, std::string_view text,
+                            const FileRights& rights) {
+    const std::string beside = path_beside(path);
+    ::unlink(beside.c_str()); // of a run that was killed
+    const bool is_given_away = rights.owner && rights.group;
+    const mode_t first_mode = is_given_away ? S_IRUSR | S_IWUSR : rights.mode;
+    FileDescriptor fd =
+        FileDescriptor::open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL, first_mode);
+    if (!fd) {
+        return {};
+    }
+    const bool has_rights =
+        !is_given_away || (::fchown(fd.get(), *rights.owner, *rights.group) == 0 &&
+                           ::fchmod(fd.get(), rights.mode) == 0);
+    if (!has_rights || !write_all(fd.get(), text)) {
+        unlink_quietly(beside);
+        return {};
+    }
+    return fd;
+}
+
+/// Puts what was written beside a file into its place when it is ready, else removes it.
+bool move_into_place(const std::string& path, bool is_ready) {
+    const std::string beside = path_beside(path);
+    if (is_ready && ::rename(beside.c_str(), path.c_str()) == 0) {
+        return true;
+    }
+    unlink_quietly(beside);
+    return false;
+}
+
 } // namespace
 
 FileDescriptor FileDescriptor::open(const char* path, int flags, mode_t mode) {
@@ -123,12 +168,12 @@ bool FileDescriptor::close() {
     return fd < 0 || ::close(fd) == 0;
 }
 
-std::optional<std::string> read_rest(int fd) {
+std::optional<std::string> read_rest(int fd, std::size_t most) {
     std::string text;
     std::array<char, read_chunk> chunk = {};
     ssize_t count = 0;
     while ((count = read_some(fd, chunk)) > 0) {
-        if (text.size() + static_cast<std::size_t>(count) > longest_file) {
+        if (text.size() + static_cast<std::size_t>(count) > most) {
             errno = EFBIG;
             return std::nullopt;
         }
@@ -206,6 +251,11 @@ bool sync_files(std::span<const int> fds) {
     });
 }
 
+bool sync_with_name(int fd) {
+    // fsync(2) need not write the directory, which would be another call.
+    return ::syncfs(fd) == 0;
+}
+
 bool sync_directory_of(const std::string& path) {
     const std::string directory = path.substr(0, path.rfind('/') + 1);
     const FileDescriptor fd =
@@ -221,28 +271,21 @@ FileRights rights_of(int fd) {
 }
 
 bool replace_file(const std::string& path, std::string_view text, const FileRights& rights) {
-    const std::size_t name = path.rfind('/') + 1;
-    const std::string beside = path.substr(0, name) + "." + path.substr(name) + ".new";
-    ::unlink(beside.c_str()); // of a run that was killed
-    const bool is_given_away = rights.owner && rights.group;
-    const mode_t first_mode = is_given_away ? S_IRUSR | S_IWUSR : rights.mode;
-    FileDescriptor fd =
-        FileDescriptor::open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL, first_mode);
-    if (!fd) {
+    const FileDescriptor fd = write_beside(path, text, rights);
+    return fd && move_into_place(path, ::fsync(fd.get()) == 0) && sync_directory_of(path);
+}
+
+bool replace_checked_file(const std::string& path, std::string_view text,
+                          const FileRights& rights) {
+    const FileDescriptor fd = write_beside(path, text, rights);
+    if (!fd || !move_into_place(path, true)) {
         return false;
     }
-    const bool has_rights =
-        !is_given_away || (::fchown(fd.get(), *rights.owner, *rights.group) == 0 &&
-                           ::fchmod(fd.get(), rights.mode) == 0);
-    const bool written = has_rights && write_all(fd.get(), text) && ::fsync(fd.get()) == 0 &&
-                         fd.close() && ::rename(beside.c_str(), path.c_str()) == 0;
-    if (!written) {
-        const int error = errno;
-        ::unlink(beside.c_str());
-        errno = error;
-        return false;
+    const bool is_durable = sync_with_name(fd.get());
+    if (!is_durable) {
+        unlink_quietly(path);
     }
-    return sync_directory_of(path);
+    return is_durable;
 }
 
 bool names_open_file(const char* path, int fd) {

@@ -51,9 +51,9 @@ inline constexpr std::size_t longest_file = std::size_t(4) << 20;
 /// longer than longest_file; errno says why.
 std::optional<std::string> read_file(const char* path);
 
-/// What is left to read from `fd`; nothing when that cannot be read, or is longer than
-/// longest_file.
-std::optional<std::string> read_rest(int fd);
+/// What is left to read from `fd`; nothing when that cannot be read, or is longer than `most`
+/// bytes.
+std::optional<std::string> read_rest(int fd, std::size_t most = longest_file);
 
 /// At most 256 bytes of a file that the kernel gives in one piece, as those under /sys. Nothing
 /// when it cannot be opened or read; errno says why.
@@ -81,6 +81,9 @@ bool rewrite(int fd, std::string_view text);
 /// Makes what was written to the files durable. False when the disk did not take all of it.
 bool sync_files(std::span<const int> fds);
 
+/// Makes a file that was just made, or renamed, durable together with its name, by one call.
+bool sync_with_name(int fd);
+
 /// Makes the names in the directory of `path` durable.
 bool sync_directory_of(const std::string& path);
 
@@ -98,6 +101,10 @@ FileRights rights_of(int fd);
 /// then renamed. False on any failure; errno says why. The old file is untouched then, unless only
 /// the sync of the directory failed: the new one is in its place, and a power cut may undo that.
 bool replace_file(const std::string& path, std::string_view text, const FileRights& rights);
+
+/// The same with one call to the disk in place of two: the name may be on it before the content.
+/// For a file that tells whether it is complete; it is not there after a failure.
+bool replace_checked_file(const std::string& path, std::string_view text, const FileRights& rights);
 
 /// The entries of a directory in the directory's own order, without "." and "..".
 /// Nothing when it cannot be opened.

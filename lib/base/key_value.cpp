@@ -130,35 +130,16 @@ Found lookup(std::string_view file, const char* section, const char* key) {
     return found;
 }
 
-/// What a change that was cut short is to make of the file. Only a change of our own counts: others
-/// may be able to put a file beside this one.
-std::optional<std::string> unfinished_text(const char* path,
-                                           const std::optional<std::string>& content) {
-    struct stat status = {};
-    if (::lstat(journal_path(path).c_str(), &status) != 0 || !S_ISREG(status.st_mode) ||
-        status.st_uid != ::geteuid()) {
-        return std::nullopt;
-    }
-    auto entries = read_journal(path);
-    return entries && !entries->empty() && is_unfinished(entries->front(), content)
-               ? std::optional(std::move(entries->front().text))
-               : std::nullopt;
-}
-
 FileCode code_of_open(FileCode otherwise) {
     return errno == EISDIR || errno == EINVAL ? FileCode::unread : otherwise;
 }
 
-/// The file's text; a code when it cannot be opened or read.
+/// The file's text between two changes; a code when it cannot be opened or read.
 FileCode read_text(const char* path, std::string& text) {
-    const FileDescriptor fd = FileDescriptor::open_regular(path, O_RDONLY);
-    if (!fd) {
+    if (const FileDescriptor fd = FileDescriptor::open_regular(path, O_RDONLY); !fd) {
         return code_of_open(FileCode::not_opened);
     }
-    auto content = read_rest(fd.get());
-    if (auto unfinished = unfinished_text(path, content)) {
-        content = std::move(unfinished);
-    }
+    auto content = read_settled(path, path);
     if (!content) {
         return FileCode::unread;
     }
@@ -208,9 +189,26 @@ std::string replaced_text(std::string_view text, const Found& found, const char*
 struct Change {
     FileDescriptor fd;
     bool was_made = false;
-    std::string found; ///< what it holds
-    std::string text;  ///< the same, or what it is to hold since a change that was cut short
+    std::string text; ///< what it holds
 };
+
+/// Finishes a change that was cut short.
+bool finish_change(const char* path, Change& change) {
+    const auto entries = read_journal(path);
+    if (!entries || entries->empty()) {
+        return entries.has_value();
+    }
+    const int fd = change.fd.get();
+    const std::string& text = entries->front().text;
+    if (is_unfinished(entries->front(), change.text)) {
+        if (!rewrite(fd, text) || !sync_files({&fd, 1})) {
+            return false;
+        }
+        change.text = text;
+    }
+    remove_journal(path);
+    return true;
+}
 
 FileCode open_to_change(const char* path, Change& change) {
     change.fd = FileDescriptor::open_regular(path, O_RDWR);
@@ -228,28 +226,18 @@ FileCode open_to_change(const char* path, Change& change) {
     if (!text) {
         return FileCode::unread;
     }
-    change.found = *text;
-    change.text = unfinished_text(path, text).value_or(std::move(*text));
-    return FileCode::ok;
+    change.text = std::move(*text);
+    return finish_change(path, change) ? FileCode::ok : FileCode::unread;
 }
 
-bool write_durably(int fd, std::string_view text) {
-    return rewrite(fd, text) && ::fsync(fd) == 0;
-}
-
-/// Rewrites the file in its place. A journal beside it holds the new text until that is on the
-/// disk; what cannot be written leaves the old one.
+/// Rewrites the file in its place; what cannot be written leaves the old one.
 FileCode write_change(const char* path, const Change& change, std::string text) {
-    const JournalEntry entry = {path, std::move(text), change.found};
-    if (!write_journal(path, {&entry, 1})) {
-        const bool has_no_directory = errno == EROFS || errno == EACCES || errno == EPERM;
-        return has_no_directory ? FileCode::not_created : FileCode::unwritten;
+    const FileChange rewriting = {path, change.fd.get(), change.text, std::move(text)};
+    if (!change_files(path, {&rewriting, 1})) {
+        return FileCode::ok;
     }
-    const bool is_written = write_durably(change.fd.get(), entry.text);
-    if (is_written || write_durably(change.fd.get(), change.text)) {
-        remove_journal(path);
-    }
-    return is_written ? FileCode::ok : FileCode::unwritten;
+    const bool has_no_directory = errno == EROFS || errno == EACCES || errno == EPERM;
+    return has_no_directory ? FileCode::not_created : FileCode::unwritten;
 }
 
 std::string without_element(std::string_view value, char separator, std::string_view dropped) {

@@ -20,8 +20,7 @@ namespace {
 bool is_durable(const char* path, std::string_view text) {
     const FileDescriptor fd = FileDescriptor::open(path, O_RDONLY);
     const auto content = fd ? read_rest(fd.get()) : std::nullopt;
-    const std::array<int, 1> fds = {fd.get()};
-    return content == text && sync_files(fds) && sync_directory_of(path);
+    return content == text && sync_with_name(fd.get());
 }
 
 /// Where the old file stays until the new one is known to be whole: to put it back takes no room.
@@ -45,21 +44,30 @@ void remove_traces(const char* path) {
     remove_journal(path);
 }
 
+/// Puts the old content back. When that fails, the next one that looks does it.
+void take_back(const char* path, std::string_view before, const FileRights& rights) {
+    const bool is_turned = turn_journal_back(path); // this may be cut short, too
+    if (put_back(path, before, rights)) {
+        remove_traces(path);
+    } else {
+        log_error("cannot put back %s for %s%s", path, std::strerror(errno),
+                  is_turned ? "" : ": it will be changed by the next one that looks");
+    }
+}
+
 /// Runs the command. When that fails, or the file does not get the content, puts the old one back.
 Replacement run_or_put_back(const char* path, std::string_view text, std::string_view before,
                             const FileRights& rights, const std::function<WaitStatus()>& run) {
     const bool has_worked = !failed(run());
-    const bool is_done = has_worked && is_durable(path, text);
-    if (has_worked && !is_done) {
+    if (has_worked && is_durable(path, text)) {
+        remove_traces(path);
+        return Replacement::done;
+    }
+    if (has_worked) {
         log_error("%s does not hold what was moved there: it stays as it was", path);
     }
-    if (is_done || put_back(path, before, rights)) {
-        remove_traces(path);
-    } else {
-        // The journal stays: the next run makes the file whole, with the new content.
-        log_error("cannot put back %s for %s", path, std::strerror(errno));
-    }
-    return is_done ? Replacement::done : Replacement::failed;
+    take_back(path, before, rights);
+    return Replacement::failed;
 }
 
 } // namespace
@@ -72,15 +80,15 @@ bool finish_replacement(const char* path) {
     }
     const JournalEntry& entry = entries->front();
     const auto content = read_file(path);
-    if ((!content && errno != ENOENT) || !is_unfinished(entry, content)) {
+    if (!content && errno != ENOENT) {
+        return false;
+    }
+    if (!is_unfinished(entry, content)) {
         log_error("the change of %s that was cut short is dropped: it was changed since", path);
         remove_traces(path);
         return true;
     }
-    // The journal has the rights of the file, of which nothing may be left.
-    const FileDescriptor journal = FileDescriptor::open(journal_path(path).c_str(), O_RDONLY);
-    if (!journal || (!is_durable(path, entry.text) &&
-                     !replace_file(path, entry.text, rights_of(journal.get())))) {
+    if (!is_durable(path, entry.text) && !replace_file(path, entry.text, rights_of_journal(path))) {
         return false;
     }
     remove_traces(path);

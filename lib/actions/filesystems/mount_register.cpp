@@ -77,23 +77,11 @@ struct LockedRegister {
     }
 };
 
-/// Writes the whole register anew, and makes it durable. When that fails it is as before, or at
-/// least its journal makes it whole.
+/// Writes the whole register anew, and makes it durable.
 bool rewrite_register(const LockedRegister& mounts, const std::string& text) {
     const int fd = mounts.fd.get();
-    const JournalEntry entry = {mounts.path, text, mounts.text};
-    if (!lock_for_rewriting(fd) || !write_journal(mounts.path, {&entry, 1}, rights_of(fd))) {
-        return false;
-    }
-    const bool is_new = mounts.text.empty(); // its name may not be on the disk yet
-    const bool written =
-        rewrite(fd, text) && sync_files({&fd, 1}) && (!is_new || sync_directory_of(mounts.path));
-    const int error = errno;
-    if (written || (rewrite(fd, mounts.text) && sync_files({&fd, 1}))) {
-        remove_journal(mounts.path);
-    }
-    errno = error;
-    return written;
+    const FileChange change = {mounts.path, fd, mounts.text, text};
+    return !change_files(mounts.path, {&change, 1}, rights_of(fd));
 }
 
 /// The text with a line at its end.

@@ -163,23 +163,6 @@ Code finish_interrupted_change(const FileDescriptor& register_fd) {
     return Code::ok;
 }
 
-/// Puts the old content back into files whose change failed.
-template <class Rewrites>
-void put_back(const Rewrites& rewrites) {
-    std::vector<int> fds;
-    bool is_back = true;
-    for (const auto& change : rewrites) {
-        is_back = rewrite(change.file->fd.get(), change.file->text) && is_back;
-        fds.push_back(change.file->fd.get());
-    }
-    if (is_back && sync_files(fds)) {
-        remove_journal(share_register_path);
-        return;
-    }
-    // The journal stays: the next one that opens the register makes all files whole.
-    log_error("cannot put back %s for %s", share_register_path, std::strerror(errno));
-}
-
 } // namespace
 
 Code file_lock_open(const char* path, FileDescriptor& fd, Code unopened) {
@@ -256,32 +239,19 @@ Code ShareFiles::open(const std::vector<const ShareFile*>& files) {
     return Code::ok;
 }
 
-Code ShareFiles::rewrite_all(std::list<Rewrite>& rewrites) {
-    std::vector<JournalEntry> entries;
+Code ShareFiles::rewrite_all(const std::list<Rewrite>& rewrites) {
+    std::vector<FileChange> changes;
+    std::vector<Code> codes;
     for (const Rewrite& change : rewrites) {
-        if (!lock_for_rewriting(change.file->fd.get())) {
-            return Code::file_locked;
-        }
-        entries.push_back({change.file->file->path, change.text, change.file->text});
+        const OpenFile& open = *change.file;
+        changes.push_back({open.file->path, open.fd.get(), open.text, change.text});
+        codes.push_back(unwritten_code(*open.file));
     }
-    const Code first_unwritten = unwritten_code(*rewrites.front().file->file);
-    if (!write_journal(share_register_path, entries)) {
-        return first_unwritten;
+    const auto failure = change_files(share_register_path, changes);
+    if (!failure) {
+        return Code::ok;
     }
-    std::vector<int> fds;
-    for (const Rewrite& change : rewrites) {
-        if (!rewrite(change.file->fd.get(), change.text)) {
-            put_back(rewrites);
-            return unwritten_code(*change.file->file);
-        }
-        fds.push_back(change.file->fd.get());
-    }
-    if (!sync_files(fds)) {
-        put_back(rewrites);
-        return first_unwritten;
-    }
-    remove_journal(share_register_path);
-    return Code::ok;
+    return failure->is_locked ? Code::file_locked : codes[failure->file];
 }
 
 Code ShareFiles::write(const std::vector<const ShareFile*>& files) {

@@ -90,14 +90,110 @@ TEST(Journal, TellsWhatAnInterruptedChangeHasLeftFromWhatSomebodyElseWrote) {
     }
     EXPECT_TRUE(is_unfinished(entry, std::nullopt));
     EXPECT_FALSE(is_unfinished(entry, "what it was\nand more\n"));
-    EXPECT_FALSE(is_unfinished(entry, std::string("new\0text\n", 9)));
+    EXPECT_TRUE(is_unfinished(entry, std::string("new\0text\n", 9)));
+    EXPECT_FALSE(is_unfinished(entry, std::string(13, '\0')));
 }
 
 TEST(Journal, KnowsRoomThatWasNotFilledYet) {
     const JournalEntry entry = {path, "text, longer than before\n", "text\n"};
     EXPECT_TRUE(is_unfinished(entry, "text\n" + std::string(20, '\0')));
     EXPECT_FALSE(is_unfinished(entry, "text\n" + std::string(21, '\0')));
-    EXPECT_FALSE(is_unfinished(entry, std::string(5, '\0')));
+    EXPECT_TRUE(is_unfinished(entry, std::string(5, '\0')));
+}
+
+// Opens a file for change_files() to write to, or not to.
+FileChange change_of(const char* file, const FileDescriptor& fd, const char* after) {
+    return {file, fd.get(), read_file(file).value_or(""), after};
+}
+
+TEST(FilesOfOneChange, AreAllNewAndHaveNoJournal) {
+    PrivateRoot root;
+    root.file(path, "old\n").file("/etc/other", "other\n");
+    root.call([] {
+        const auto fd = FileDescriptor::open(path, O_RDWR);
+        const auto other = FileDescriptor::open("/etc/other", O_RDWR);
+        const std::vector<FileChange> changes = {change_of(path, fd, "new\n"),
+                                                 change_of("/etc/other", other, "")};
+        EXPECT_FALSE(change_files(path, changes));
+        return 0;
+    });
+    EXPECT_EQ(root.read(path), "new\n");
+    EXPECT_EQ(root.read("/etc/other"), "");
+    EXPECT_THAT(root.list("/etc"), testing::ElementsAre("other", "register"));
+}
+
+TEST(FilesOfOneChange, AreAllOldWhenOneCannotBeWritten) {
+    PrivateRoot root;
+    root.file(path, "old\n").file("/etc/other", "other\n");
+    root.call([] {
+        const auto fd = FileDescriptor::open(path, O_RDWR);
+        const auto other = FileDescriptor::open("/etc/other", O_RDONLY);
+        const std::vector<FileChange> changes = {change_of(path, fd, "new\n"),
+                                                 change_of("/etc/other", other, "new\n")};
+        const auto failure = change_files(path, changes);
+        EXPECT_TRUE(failure && failure->file == 1 && !failure->is_locked);
+        return 0;
+    });
+    EXPECT_EQ(root.read(path), "old\n");
+    EXPECT_EQ(root.read("/etc/other"), "other\n");
+    // Nothing could be put back into the other: what is found is to be taken back.
+    EXPECT_THAT(root.list("/etc"), testing::ElementsAre(".register.zav.back", "other", "register"));
+    root.file(path, "new\n");
+    root.call([] {
+        EXPECT_THAT(read_settled(path, path), Optional(std::string("old\n")));
+        remove_journal(path);
+        return 0;
+    });
+    EXPECT_THAT(root.list("/etc"), testing::ElementsAre("other", "register"));
+}
+
+TEST(FilesOfOneChange, StayWhenSomebodyKeepsReadingOne) {
+    PrivateRoot root;
+    root.file(path, "old\n").file("/etc/other", "other\n");
+    root.call([] {
+        const auto reader = FileDescriptor::open("/etc/other", O_RDONLY);
+        EXPECT_TRUE(lock_for_reading(reader.get()));
+        const auto fd = FileDescriptor::open(path, O_RDWR);
+        const auto other = FileDescriptor::open("/etc/other", O_RDWR);
+        const std::vector<FileChange> changes = {change_of(path, fd, "new\n"),
+                                                 change_of("/etc/other", other, "new\n")};
+        const auto failure = change_files(path, changes);
+        EXPECT_TRUE(failure && failure->file == 1 && failure->is_locked);
+        return 0;
+    });
+    EXPECT_EQ(root.read(path), "old\n");
+    EXPECT_THAT(root.list("/etc"), testing::ElementsAre("other", "register"));
+}
+
+TEST(Journal, OfSomebodyElseIsNone) {
+    PrivateRoot root;
+    root.file(path, "old\n").file(journal, journal_text(two_files()));
+    ASSERT_EQ(::chown(root.host_path(journal).c_str(), 1234, 1234), 0);
+    root.call([] {
+        EXPECT_THAT(read_settled(path, path), Optional(std::string("old\n")));
+        return 0;
+    });
+    root.remove(journal).file("/etc/journal", journal_text(two_files()));
+    root.symlink("/etc/journal", journal);
+    root.call([] {
+        EXPECT_THAT(read_settled(path, path), Optional(std::string("old\n")));
+        return 0;
+    });
+}
+
+TEST(Journal, ThatNothingWouldReadIsNotWritten) {
+    PrivateRoot root;
+    root.call([] {
+        const JournalEntry entry = {path, std::string(longest_file + 1, 'x'), ""};
+        EXPECT_FALSE(write_journal(path, {&entry, 1}));
+        EXPECT_EQ(errno, EFBIG);
+        const std::vector<JournalEntry> long_ones(
+            3, {path, std::string(longest_file, 'x'), std::string(longest_file, 'y')});
+        EXPECT_TRUE(write_journal(path, long_ones));
+        const auto entries = read_journal(path);
+        EXPECT_TRUE(entries && entries->size() == 3);
+        return 0;
+    });
 }
 
 TEST(SettledFile, IsTheFileWhenSomebodyHasChangedItSinceTheInterruption) {
