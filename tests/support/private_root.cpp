@@ -328,6 +328,10 @@ StartedRun PrivateRoot::launch(const std::vector<std::string>& arguments,
     fs::create_directory(folder);
     chmod(folder.c_str(), 0777);
     write_file(folder / "journal", "", 0666);
+    if (options.fault) {
+        const CommandFault& fault = *options.fault;
+        write_file(folder / "fault", std::to_string(fault.number) + " " + fault.kind, 0644);
+    }
     Launch launch{.sandbox = {.root = root_, .mounts = {}, .proc = host_path(places::proc)},
                   .arguments = arguments,
                   .function = std::move(function),

@@ -17,6 +17,15 @@
 
 namespace zav::test {
 
+// What one outside command of a run does instead of its work; the last two do it all the same.
+struct CommandFault {
+    size_t number = 1; // of the command in the run, from 1
+    // "exit1", "exit3", "killed", "missing" (as the shell reports it), "silent" (status 0 and no
+    // output), "garbage" and "megabyte" (the same with that output), "half" (of what it writes into
+    // a file), "worked" (with status 1).
+    std::string kind = "exit1";
+};
+
 struct RunOptions {
     std::string argv0 = "zavbox";
     std::string program = "/usr/bin/zavbox"; // path inside
@@ -32,7 +41,8 @@ struct RunOptions {
     std::string working_directory = "/";
     mode_t umask = 022;
     bool ends_by_signal = false; // a call() that does not return is no failure
-    pid_t pid = 0;               // the process id; 0: the next one, which is 2
+    std::optional<CommandFault> fault = {};
+    pid_t pid = 0; // the process id; 0: the next one, which is 2
     std::chrono::milliseconds time_limit = std::chrono::seconds(20);
 };
 

@@ -116,6 +116,8 @@ int run_snippet(const std::string& snippet, char** argv) {
     return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
+} // namespace
+
 void write_filler(size_t count) {
     if (count == 0) {
         return;
@@ -142,8 +144,6 @@ void die_of(int number) {
     sigprocmask(SIG_UNBLOCK, &set, nullptr);
     kill(getpid(), number);
 }
-
-} // namespace
 
 int answer_call(char** argv) {
     const std::vector<std::string> texts = texts_of_call(argv);

@@ -4,6 +4,7 @@
 // stand-in tool it answers according to the test's rules.
 #include "answer.h"
 #include "command_text.h"
+#include "fault.h"
 #include "files.h"
 #include "places.h"
 #include "shortcut.h"
@@ -39,6 +40,7 @@ int become_shell(int argc, char** argv) {
     std::string text;
     if (const int at = text_index(argc, argv); at != 0) {
         append_to_file(places::journal, record(argv[at]));
+        act_out_fault(argv[at]);
         setenv(places::text_variable, argv[at], 1);
         answer_without_shell(argv[at]);
         // A shell that forks for its only command turns death by a signal into status 128 + n; a

@@ -14,6 +14,7 @@ inline constexpr auto uses = "/.harness/uses"; // which rules answered, one reco
 inline constexpr auto run = "/.harness/run";   // the folder of this run
 inline constexpr auto journal = "/.harness/run/journal";       // the command texts of this run
 inline constexpr auto unexpected = "/.harness/run/unexpected"; // calls without a rule
+inline constexpr auto fault = "/.harness/run/fault";           // which command fails, and how
 inline constexpr auto failures =
     "/.harness/run/failures"; // expectations that failed inside the root
 

@@ -34,22 +34,6 @@ std::string find_program(const std::string& name) {
     return {};
 }
 
-bool redirect(const std::vector<PlainCall::Redirection>& redirections) {
-    for (const auto& [descriptor, append, path] : redirections) {
-        const int how = append ? O_APPEND : O_TRUNC;
-        const int opened = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | how, 0666);
-        if (opened < 0) {
-            return false;
-        }
-        if (opened == descriptor) {
-            fcntl(opened, F_SETFD, 0);
-        } else if (dup2(opened, descriptor) < 0 || close(opened) != 0) {
-            return false;
-        }
-    }
-    return true;
-}
-
 bool is_readable_file(const std::string& path) {
     struct stat status {};
     return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
@@ -70,6 +54,22 @@ bool print_files(const std::vector<std::string>& words) {
 }
 
 } // namespace
+
+bool redirect(const std::vector<PlainCall::Redirection>& redirections) {
+    for (const auto& [descriptor, append, path] : redirections) {
+        const int how = append ? O_APPEND : O_TRUNC;
+        const int opened = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | how, 0666);
+        if (opened < 0) {
+            return false;
+        }
+        if (opened == descriptor) {
+            fcntl(opened, F_SETFD, 0);
+        } else if (dup2(opened, descriptor) < 0 || close(opened) != 0) {
+            return false;
+        }
+    }
+    return true;
+}
 
 void answer_without_shell(std::string_view text) {
     std::optional<PlainCall> call = plain_call(text);
