@@ -100,7 +100,7 @@ std::string pool_line(const std::string& group, const std::string& pool) {
 } // namespace
 
 Appliance::Appliance(const std::string& model) : ShareMachine(model) {
-    for (const char* name : {"sde", "sdf", "sdg", "sdh", "sdi", "sdj", "sdk", "sdl"}) {
+    for (const char* name : {"sde", "sdf", "sdg", "sdh"}) {
         disk({.name = name});
     }
     for (const char* path : {pools_file, groups_file, volumes_file, labels_file}) {

@@ -14,7 +14,7 @@ namespace zav::test {
 // What a file or a directory of the appliance holds, by its path.
 using State = std::map<std::string, std::string>;
 
-// sda to sdl are channels 1 to 12 of device "0": md0 has sda and sdb, md1 sdc and sdd, the others
+// sda to sdh are channels 1 to 8 of device "0": md0 has sda and sdb, md1 sdc and sdd, the others
 // are free. Group "data" is on md0 and "more" on md1. There are LVM backups of none.
 class Appliance : public ShareMachine {
   public:

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+// What the programs of the campaign share: their arguments, the choice of cases, and the figures
+// that they print.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace zav::test {
+
+struct CampaignOptions {
+    bool sample = false; // an evenly spread share of the cases
+    std::string only;    // cases whose name contains this
+    size_t jobs = 1;     // processes at once
+};
+
+// The arguments of a part: --sample, --only TEXT, --jobs COUNT. Ends the process for any other.
+CampaignOptions campaign_options(int argc, char** argv);
+
+// What is wrong with a case; nothing if all is well.
+using Violations = std::vector<std::string>;
+
+struct Case {
+    std::string name; // what reproduces it
+    std::function<Violations()> run;
+};
+
+struct Figure {
+    std::string part;
+    std::string what;
+    size_t cases = 0;
+    size_t violations = 0; // cases with at least one
+};
+
+// Runs the cases, of a sample one in `share`, and prints the figure. What is wrong with a case goes
+// to standard error. A failed expectation of the harness is wrong as well.
+Figure run_cases(const CampaignOptions& options, const std::string& part, const std::string& what,
+                 const std::vector<Case>& cases, size_t share);
+
+// The exit status of a part: 1 when a case was violated, or a figure has no case.
+int status_of(const std::vector<Figure>& figures);
+
+} // namespace zav::test
