@@ -135,6 +135,20 @@ void parse_live_volumes(std::string_view output, live_pv_list& list) {
     }
 }
 
+bool is_whole_volume_list(std::string_view output) {
+    constexpr std::ptrdiff_t colons_of_a_volume = 11;
+    LinePieces pieces(output);
+    std::string_view line;
+    while (pieces.next(line)) {
+        const bool is_remark = line.find("hysical volume ") != std::string_view::npos;
+        if (!trim(line).empty() && !is_remark &&
+            std::ranges::count(line, ':') != colons_of_a_volume) {
+            return false;
+        }
+    }
+    return output.ends_with('\n');
+}
+
 void parse_lvdisplay(std::string_view output, const vginfo_list& groups, pool_list& list) {
     std::unordered_map<std::string_view, std::string_view> devices;
     for (const vginfo& group : groups) {

@@ -120,6 +120,32 @@ TEST_F(DoubtfulArray, IsGivenUpWhenARecordedArrayFailed) {
     expect_given_up();
 }
 
+TEST_F(DoubtfulVolume, IsKeptWhenWhatIsPrintedIsNoListOfVolumes) {
+    array("raid5", {{"sdc"}, {"sdd"}, {"sde"}}, "clean");
+    const std::string other = live("b", "/dev/sdf");
+    for (const std::string& output :
+         {std::string("\xff\xfe::::::::\n[[[ = ;\nmd1\n"), other + "md1\n",
+          other + "  /dev/md1:vg1:49", other.substr(0, other.size() - 1),
+          other + ":::::::::::::::::\n"}) {
+        SCOPED_TRACE(output);
+        machine.sees(output);
+        expect_stopped();
+    }
+}
+
+TEST_F(DoubtfulVolume, IsReplacedWhenTheWholeListDoesNotNameIt) {
+    array("raid5", {{"sdc"}, {"sdd"}, {"sde"}}, "clean");
+    for (const std::string remark :
+         {"", "  \"/dev/sdg\" is a new physical volume of \"1 GiB\"\n",
+          "  Physical volume \"/dev/sdf\" of volume group \"vg1\" is exported\n"}) {
+        SCOPED_TRACE(remark);
+        machine.sees(remark + live("b", "/dev/ram2"));
+        restore();
+        EXPECT_EQ(run.returned, 0);
+        EXPECT_THAT(actions(run), Contains("/sbin/pvcreate -u a /dev/ram4"));
+    }
+}
+
 TEST_F(DoubtfulVolume, IsKeptWhenTheToolFailsOrPrintsNothing) {
     for (const bool fails : {true, false}) {
         array("raid5", {{"sdc"}, {"sdd"}, {"sde"}}, "clean");
