@@ -135,6 +135,7 @@ void add_groups(std::vector<Action>& rows) {
                      {"vgmanage", "--delete", "-n", "new"},
                      [](A& on) {
                          on.has_array("md2", "raid1", {"sde", "sdf"}).has_group("new", "/dev/md2");
+                         on.has_backup("new", {}, "/dev/md2", "ID-new-md2");
                      },
                      {},
                      -2046},
@@ -173,6 +174,14 @@ void add_pools(std::vector<Action>& rows) {
              [](A& on) { on.has_pool("data", "pool"); },
              {},
              -2055},
+            {"lvmanage-delete-healthy",
+             {"lvmanage", "-D", "-n", "pool", "data"},
+             [](A& on) {
+                 on.has_pool("data", "pool")
+                     .has_backup("data", {"pool"}, "/dev/md0", "ID-data-md0");
+             },
+             {},
+             -2055},
             {"lvmanage-delete-restored",
              {"lvmanage", "-D", "-n", "pool", "data"},
              [](A& on) {
@@ -199,7 +208,7 @@ void add_file_systems(std::vector<Action>& rows) {
             {"fsmanage-create", create, nothing, {mdfstab}, -327},
             {"fsmanage-create-reiserfs", create, nothing, {mdfstab}, -327, 0, "KOR7206LB"},
             {"fsmanage-create-nasconf", create, nothing, {mdfstab}, -327, 0, "VEL7205E"},
-            {"fsmanage-delete",
+            {"fsmanage-delete-healthy",
              remove,
              [](A& on) {
                  on.has_file_system("pool").has_backup("data", {"pool"}, "/dev/md0", "ID-data-md0");
@@ -312,6 +321,11 @@ void add_deleted_shares(std::vector<Action>& rows) {
              [](A& on) { on.has_forbidden_share("samba"); }, with_mounts(of_samba()), -501},
             {"sharemanage-delete-forbidden-nfs", remove,
              [](A& on) { on.has_forbidden_share("nfs"); }, with_mounts(of_nfs()), -501},
+            {"sharemanage-delete-healthy", remove,
+             [](A& on) {
+                 on.has_share("samba").has_backup("data", {"pub"}, "/dev/md0", "ID-data-md0");
+             },
+             with_mounts(of_samba()), -501},
             {"sharemanage-delete-restored", remove,
              [](A& on) { on.has_share("samba").has_backup("data", {"pub"}, "/dev/md7", "gone-1"); },
              with_mounts(of_samba()), -501},

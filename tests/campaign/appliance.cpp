@@ -90,6 +90,7 @@ const std::string mount_it = "device=; type=; while [ $# -gt 1 ]; do case $1 in\
 
 const std::string make_labelled =
     "label=; while [ $# -gt 1 ]; do case $1 in -L) label=$2; shift ;; esac; shift; done\n"
+    "case $1 in /dev/*/*) grep -q \"^  $1:\" /state/pools || exit 1 ;; esac\n"
     "[ -z \"$label\" ] || { sed -i \"/^$label /d\" /state/labels; "
     "echo \"$label $1\" >> /state/labels; }";
 

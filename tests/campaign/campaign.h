@@ -12,7 +12,7 @@ namespace zav::test {
 
 struct CampaignOptions {
     bool sample = false; // an evenly spread share of the cases
-    std::string only;    // cases whose name contains this
+    std::string only;    // cases whose name contains this, which begins in an action's name
     size_t jobs = 1;     // processes at once
 };
 

@@ -14,6 +14,17 @@ Undisturbed undisturbed(const Action& action) {
     return result;
 }
 
+std::vector<Undisturbed> undisturbed_actions(const CampaignOptions& options) {
+    const std::string wanted = options.only.substr(0, options.only.find(','));
+    std::vector<Undisturbed> all;
+    for (const Action& action : actions()) {
+        if (action.name.find(wanted) != std::string::npos) {
+            all.push_back(undisturbed(action));
+        }
+    }
+    return all;
+}
+
 std::optional<int> printed_code(const Result& run) {
     const std::string beginning = "for errno '";
     const size_t at = run.out.rfind(beginning);

@@ -3,9 +3,11 @@
 #pragma once
 
 #include "campaign/actions.h"
+#include "campaign/campaign.h"
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace zav::test {
 
@@ -17,6 +19,9 @@ struct Undisturbed {
 };
 
 Undisturbed undisturbed(const Action& action);
+
+// The same for all actions that the options choose by the beginning of their cases' names.
+std::vector<Undisturbed> undisturbed_actions(const CampaignOptions& options);
 
 // The code that a run has printed for the front end; nothing if it has printed none.
 std::optional<int> printed_code(const Result& run);
