@@ -83,6 +83,7 @@ size_t run_in_processes(const std::vector<const Case*>& cases, size_t jobs) {
 
 CampaignOptions campaign_options(int argc, char** argv) {
     CampaignOptions options;
+    options.jobs = static_cast<size_t>(std::max(1L, sysconf(_SC_NPROCESSORS_ONLN)));
     for (int at = 1; at < argc; ++at) {
         const std::string_view argument = argv[at];
         const bool has_value = at + 1 < argc;

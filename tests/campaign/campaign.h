@@ -13,7 +13,7 @@ namespace zav::test {
 struct CampaignOptions {
     bool sample = false; // an evenly spread share of the cases
     std::string only;    // cases whose name contains this, which begins in an action's name
-    size_t jobs = 1;     // processes at once
+    size_t jobs = 1;     // processes at once; one for each processor if not given
 };
 
 // The arguments of a part: --sample, --only TEXT, --jobs COUNT. Ends the process for any other.

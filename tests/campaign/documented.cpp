@@ -13,7 +13,8 @@ const std::vector<FailureRow> failures = {
     // action                    command                                code  after work
     // A disk that could not be cleared, or made a hot spare, is only logged.
     {"diskmanage",               to_disks,                                 0,     0},
-    {"diskmanage",               "/usr/local/bin/hotspare -",              0,     0, true},
+    {"diskmanage",               "/usr/local/bin/hotspare -a ",            0,     0, true},
+    {"diskmanage",               "/usr/local/bin/hotspare -r ",            0,     0, true},
     {"diskmanage-init-member",   "/sbin/mdadm /dev/",                      0,     0, true},
     {"mdmanage-create",          to_disks,                                 0,     0},
     {"mdmanage-create",          "/sbin/mdadm -C ",                     -416,     0},
