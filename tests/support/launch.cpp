@@ -23,8 +23,9 @@
 #include <thread>
 #include <unistd.h>
 
-// Defined only in builds with the address sanitizer.
+// Defined only in builds with the address sanitizer, or with --coverage.
 extern "C" void __asan_init() __attribute__((weak));
+extern "C" void __gcov_exit() __attribute__((weak));
 
 namespace zav::test {
 namespace {
@@ -150,6 +151,15 @@ class FailureRecorder : public testing::ScopedFakeTestPartResultReporter {
     testing::TestPartResultArray ignored_;
 };
 
+// The counters of a coverage build are written at the end: the limit is on what was called.
+void make_room_for_counters() {
+    rlimit limit{};
+    if (__gcov_exit != nullptr && getrlimit(RLIMIT_FSIZE, &limit) == 0) {
+        limit.rlim_cur = limit.rlim_max;
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+}
+
 // Uses exit(), so that buffers, coverage data and leak checks work as in any program.
 [[noreturn]] void call_function(const Launch& launch, Progress& progress) {
     const std::vector<std::string> environment = environment_of(launch.options);
@@ -167,6 +177,7 @@ class FailureRecorder : public testing::ScopedFakeTestPartResultReporter {
     } catch (const std::exception& error) {
         note_error(progress, (std::string("exception in call(): ") + error.what()).c_str());
     }
+    make_room_for_counters();
     std::exit(0);
 }
 
