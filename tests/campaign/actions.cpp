@@ -74,37 +74,43 @@ void add_arrays(std::vector<Action>& rows) {
             {"mdmanage-create-raid6", create("6", "5,6,7,8"), nothing, {}, -2031},
             {"mdmanage-create-raid6-foreground", create("6", "5,6,7,8", true), nothing, {}, -2031},
             {"mdmanage-create-linear", create("JBOD", "5,6"), nothing, {}, -2031},
-            {"mdmanage-add", {"mdmanage", "-a", "5", "md1"}, nothing, {}, -2030},
-            {"mdmanage-remove",
-             {"mdmanage", "-r", "7", "md2"},
-             [](A& on) {
-                 on.has_array("md2", "raid5", {"sde", "sdf", "sdg"}, 1);
-             },
-             {},
-             -2033},
-            {"mdmanage-delete",
-             {"mdmanage", "--delete", "-n", "md2"},
-             [](A& on) {
-                 on.has_array("md2", "raid5", {"sde", "sdf", "sdg"});
-             },
-             {},
-             -423},
-            {"mdmanage-recover",
-             {"mdmanage", "--recover", "-n", "md2"},
-             [](A& on) {
-                 on.is_stopped("md2", {"sde", "sdf", "sdg"}, 3);
-             },
-             {},
-             -411},
-            {"mdmanage-recover-hole",
-             {"mdmanage", "-R", "-n", "md2"},
-             [](A& on) {
-                 on.is_stopped("md2", {"sde", "sdf"}, 3);
-                 on.file("/state/superblock/sdg", on.read("/state/detail/md2"));
-             },
-             {},
-             -411},
         });
+}
+
+void add_array_changes(std::vector<Action>& rows) {
+    rows.insert(rows.end(),
+                {
+                    {"mdmanage-add", {"mdmanage", "-a", "5", "md1"}, nothing, {}, -2030},
+                    {"mdmanage-remove",
+                     {"mdmanage", "-r", "7", "md2"},
+                     [](A& on) {
+                         on.has_array("md2", "raid5", {"sde", "sdf", "sdg"}, 1);
+                     },
+                     {},
+                     -2033},
+                    {"mdmanage-delete",
+                     {"mdmanage", "--delete", "-n", "md2"},
+                     [](A& on) {
+                         on.has_array("md2", "raid5", {"sde", "sdf", "sdg"});
+                     },
+                     {},
+                     -423},
+                    {"mdmanage-recover",
+                     {"mdmanage", "--recover", "-n", "md2"},
+                     [](A& on) {
+                         on.is_stopped("md2", {"sde", "sdf", "sdg"}, 3);
+                     },
+                     {},
+                     -411},
+                    {"mdmanage-recover-hole",
+                     {"mdmanage", "-R", "-n", "md2"},
+                     [](A& on) {
+                         on.is_stopped("md2", {"sde", "sdf"}, 3);
+                         on.file("/state/superblock/sdg", on.read("/state/detail/md2"));
+                     },
+                     {},
+                     -411},
+                });
 }
 
 void add_groups(std::vector<Action>& rows) {
@@ -261,6 +267,36 @@ void add_network_disks(std::vector<Action>& rows) {
                 });
 }
 
+// What must not be touched: disks, arrays and pools in use.
+void add_refusals(std::vector<Action>& rows) {
+    const auto add = [&rows](const char* name, const Texts& arguments, void (*prepare)(A&),
+                             int code) {
+        rows.push_back({name, arguments, prepare, {}, code, code & 0xff});
+    };
+    const auto on_disk = [](A& on) { on.has_group("new", "/dev/sde"); };
+    const Texts spare = {"diskmanage", "--hotspare", "-a", "5", "-d", "0"};
+    const Texts mirror = {"mdmanage", "--create", "-n", "md2", "-l", "1", "-d", "0", "5,6"};
+    const Texts group = {"vgmanage", "--create", "-c", "5", "-n", "other", "-d", "0"};
+    const auto in_array = [](A& on) { on.has_array("md3", "raid1", {"sde", "sdf"}); };
+    const auto as_spare = [](A& on) { on.has_hotspare("sde"); };
+    add("diskmanage-refused-hotspare-of-group", spare, on_disk, -201);
+    add("diskmanage-refused-hotspare-of-array", spare, in_array, -201);
+    add("mdmanage-refused-create-on-group", mirror, on_disk, -2030);
+    add("mdmanage-refused-create-on-array", mirror, in_array, -2030);
+    add("mdmanage-refused-create-on-hotspare", mirror, as_spare, -2030);
+    add("mdmanage-refused-delete-under-group", {"mdmanage", "--delete", "-n", "md0"}, nothing,
+        -2035);
+    add("mdmanage-refused-recover-running", {"mdmanage", "--recover", "-n", "md0"}, nothing, -411);
+    add("vgmanage-refused-create-on-array", group, in_array, -2043);
+    add("vgmanage-refused-create-on-hotspare", group, as_spare, -2043);
+    add("vgmanage-refused-create-under-group",
+        {"vgmanage", "--create", "-c", "md0", "-n", "other", "-d", "0"}, nothing, -2045);
+    add(
+        "fsmanage-refused-create-on-pool",
+        {"fsmanage", "--create", "-n", "pool", "-s", "2", "-g", "data"},
+        [](A& on) { on.has_pool("data", "pool"); }, -2051);
+}
+
 Texts share(const char* mode, const char* service, const Texts& more = {}) {
     Texts arguments = {"sharemanage", mode, "-n", "pub", "-f", service};
     arguments.insert(arguments.end(), more.begin(), more.end());
@@ -408,6 +444,10 @@ bool Action::is_listing() const {
     return name.find("-display") != std::string::npos || arguments[0] == "disksmart";
 }
 
+bool Action::is_refusal() const {
+    return name.find("-refused-") != std::string::npos;
+}
+
 bool Action::may_change_file(const std::string& path) const {
     return std::any_of(may_change.begin(), may_change.end(), [&path](const std::string& pattern) {
         return pattern.ends_with('*') ? path.starts_with(pattern.substr(0, pattern.size() - 1))
@@ -419,8 +459,9 @@ const std::vector<Action>& actions() {
     static const std::vector<Action> all = [] {
         std::vector<Action> rows;
         for (const auto add :
-             {add_disks, add_arrays, add_groups, add_pools, add_file_systems, add_network_disks,
-              add_new_shares, add_deleted_shares, add_edited_shares, add_kept_shares}) {
+             {add_disks, add_arrays, add_array_changes, add_groups, add_pools, add_file_systems,
+              add_network_disks, add_new_shares, add_deleted_shares, add_edited_shares,
+              add_refusals, add_kept_shares}) {
             add(rows);
         }
         return rows;

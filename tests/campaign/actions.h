@@ -22,6 +22,8 @@ struct Action {
 
     // Whether it only reads.
     bool is_listing() const;
+    // Whether it is refused as it should be: what it would destroy is in use.
+    bool is_refusal() const;
     bool may_change_file(const std::string& path) const;
 };
 

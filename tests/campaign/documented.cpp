@@ -15,6 +15,8 @@ const std::vector<FailureRow> failures = {
     {"diskmanage",               to_disks,                                 0,     0},
     {"diskmanage",               "/usr/local/bin/hotspare -a ",            0,     0, true},
     {"diskmanage",               "/usr/local/bin/hotspare -r ",            0,     0, true},
+    // Whatever it is in, the disk is cleared.
+    {"diskmanage-init-member",   "cat /proc/mdstat",                       0,     0, true},
     {"diskmanage-init-member",   "/sbin/mdadm /dev/",                      0,     0, true},
     {"mdmanage-create",          to_disks,                                 0,     0},
     {"mdmanage-create",          "/sbin/mdadm -C ",                     -416,     0},
@@ -108,6 +110,70 @@ const std::vector<FailureRow> failures = {
 };
 // clang-format on
 
+constexpr auto fails = "exit1 exit3 killed missing worked";
+constexpr auto fails_or_tells_nothing = "exit1 exit3 killed missing worked silent garbage";
+constexpr auto array_made = "/sbin/mdadm -C ";
+constexpr auto given_up = "/sbin/mdadm /dev/";
+const std::vector<ProtectionRow> protection_rows = {
+    // A disk is taken only when nothing that might use it is unknown.
+    {"diskmanage-hotspare-add", "/sbin/vgdisplay", fails, {to_disks}},
+    {"diskmanage-hotspare-add", "/sbin/pvdisplay", fails, {to_disks}},
+    {"diskmanage-hotspare-add", "/bin/df", fails, {to_disks}},
+    {"mdmanage-create", "/sbin/vgdisplay", fails, {to_disks, array_made}},
+    {"mdmanage-create", "/sbin/pvdisplay", fails, {to_disks, array_made}},
+    {"mdmanage-create",
+     "/usr/local/bin/hotspare --list",
+     fails_or_tells_nothing,
+     {to_disks, array_made},
+     true},
+    {"mdmanage-recover",
+     "/sbin/mdadm -D ",
+     fails_or_tells_nothing,
+     {"/sbin/mdadm -S ", array_made}},
+    {"mdmanage-recover", "/sbin/mdadm -S ", "exit1 exit3 killed missing", {array_made}},
+    {"mdmanage-delete", "/sbin/vgdisplay", fails, {"/sbin/mdadm -S ", to_disks}},
+    {"mdmanage-delete", "/sbin/pvdisplay", fails, {"/sbin/mdadm -S ", to_disks}},
+    {"mdmanage-delete", "/sbin/mdadm -S ", "exit1 exit3 killed missing", {to_disks}},
+    {"vgmanage-create",
+     "cat /proc/mdstat",
+     fails,
+     {to_disks, "/sbin/pvcreate ", "/sbin/vgcreate "}},
+    {"vgmanage-create", "/sbin/vgdisplay", fails, {to_disks, "/sbin/pvcreate ", "/sbin/vgcreate "}},
+    {"vgmanage-create", "/sbin/pvdisplay", fails, {to_disks, "/sbin/pvcreate ", "/sbin/vgcreate "}},
+    {"vgmanage-create", "/sbin/pvcreate ", fails, {"/sbin/vgcreate "}},
+    // A healthy array is never given up for a tool that failed.
+    {"vgmanage-delete-array",
+     "/sbin/",
+     fails_or_tells_nothing,
+     {given_up, "dd ", "/sbin/pvcreate -u", "/sbin/vgcfgrestore"}},
+    {"lvmanage-delete-healthy",
+     "/sbin/",
+     fails_or_tells_nothing,
+     {given_up, "dd ", "/sbin/pvcreate -u", "/sbin/vgcfgrestore"}},
+    {"fsmanage-delete-healthy",
+     "/sbin/",
+     fails_or_tells_nothing,
+     {given_up, "dd ", "/sbin/pvcreate -u", "/sbin/vgcfgrestore"}},
+    {"sharemanage-delete-healthy",
+     "/sbin/",
+     fails_or_tells_nothing,
+     {given_up, "dd ", "/sbin/pvcreate -u", "/sbin/vgcfgrestore"}},
+    // Only a pool that is known to be new gets a file system.
+    {"fsmanage-create", "/sbin/lvdisplay", fails, {"/sbin/mkfs.xfs ", "mkfs.reiserfs "}},
+    {"fsmanage-create", "/sbin/lvcreate ", fails, {"/sbin/mkfs.xfs ", "mkfs.reiserfs "}},
+    {"sharemanage-create",
+     "/sbin/lvcreate ",
+     "exit1 exit3 killed missing",
+     {"/sbin/mkfs.xfs ", "mkfs.reiserfs "}},
+    // What is still mounted is not removed, repaired or cleared.
+    {"",
+     "umount ",
+     "exit1 exit3 killed missing",
+     {"rm -rf ", "/sbin/lvremove ", to_disks, "/sbin/xfs_repair ", "/sbin/reiserfsck ",
+      "/usr/local/bin/"}},
+    {"", "umount ", "silent", {"rm -rf "}},
+};
+
 struct SilentStatus {
     std::string_view action;
     int status;
@@ -161,82 +227,7 @@ const FailureRow* failure_row(const Action& action, const std::string& command) 
 }
 
 const std::vector<ProtectionRow>& protections() {
-    constexpr auto fails = "exit1 exit3 killed missing worked";
-    constexpr auto fails_or_tells_nothing = "exit1 exit3 killed missing worked silent garbage";
-    constexpr auto array_made = "/sbin/mdadm -C ";
-    constexpr auto given_up = "/sbin/mdadm /dev/";
-    static const std::vector<ProtectionRow> rows = {
-        // A disk is taken only when nothing that might use it is unknown.
-        {"diskmanage-hotspare-add", "cat /proc/mdstat", fails, {to_disks}},
-        {"diskmanage-hotspare-add", "/sbin/vgdisplay", fails, {to_disks}},
-        {"diskmanage-hotspare-add", "/sbin/pvdisplay", fails, {to_disks}},
-        {"diskmanage-hotspare-add", "/bin/df", fails, {to_disks}},
-        {"diskmanage-hotspare-add",
-         "/usr/local/bin/hotspare --list",
-         fails_or_tells_nothing,
-         {to_disks},
-         false},
-        {"mdmanage-create", "/sbin/vgdisplay", fails, {to_disks, array_made}},
-        {"mdmanage-create", "/sbin/pvdisplay", fails, {to_disks, array_made}},
-        {"mdmanage-create",
-         "/usr/local/bin/hotspare --list",
-         fails_or_tells_nothing,
-         {to_disks, array_made},
-         true},
-        {"mdmanage-recover",
-         "/sbin/mdadm -D ",
-         fails_or_tells_nothing,
-         {"/sbin/mdadm -S ", array_made}},
-        {"mdmanage-recover", "/sbin/mdadm -S ", "exit1 exit3 killed missing", {array_made}},
-        {"mdmanage-delete", "/sbin/vgdisplay", fails, {"/sbin/mdadm -S ", to_disks}},
-        {"mdmanage-delete", "/sbin/pvdisplay", fails, {"/sbin/mdadm -S ", to_disks}},
-        {"mdmanage-delete", "/sbin/mdadm -S ", "exit1 exit3 killed missing", {to_disks}},
-        {"vgmanage-create",
-         "cat /proc/mdstat",
-         fails,
-         {to_disks, "/sbin/pvcreate ", "/sbin/vgcreate "}},
-        {"vgmanage-create",
-         "/sbin/vgdisplay",
-         fails,
-         {to_disks, "/sbin/pvcreate ", "/sbin/vgcreate "}},
-        {"vgmanage-create",
-         "/sbin/pvdisplay",
-         fails,
-         {to_disks, "/sbin/pvcreate ", "/sbin/vgcreate "}},
-        {"vgmanage-create", "/sbin/pvcreate ", fails, {"/sbin/vgcreate "}},
-        // A healthy array is never given up for a tool that failed.
-        {"vgmanage-delete-array",
-         "/sbin/",
-         fails_or_tells_nothing,
-         {given_up, "dd ", "/sbin/pvcreate -u", "/sbin/vgcfgrestore"}},
-        {"lvmanage-delete-healthy",
-         "/sbin/",
-         fails_or_tells_nothing,
-         {given_up, "dd ", "/sbin/pvcreate -u", "/sbin/vgcfgrestore"}},
-        {"fsmanage-delete-healthy",
-         "/sbin/",
-         fails_or_tells_nothing,
-         {given_up, "dd ", "/sbin/pvcreate -u", "/sbin/vgcfgrestore"}},
-        {"sharemanage-delete-healthy",
-         "/sbin/",
-         fails_or_tells_nothing,
-         {given_up, "dd ", "/sbin/pvcreate -u", "/sbin/vgcfgrestore"}},
-        // Only a pool that is known to be new gets a file system.
-        {"fsmanage-create", "/sbin/lvdisplay", fails, {"/sbin/mkfs.xfs ", "mkfs.reiserfs "}},
-        {"fsmanage-create", "/sbin/lvcreate ", fails, {"/sbin/mkfs.xfs ", "mkfs.reiserfs "}},
-        {"sharemanage-create",
-         "/sbin/lvcreate ",
-         "exit1 exit3 killed missing",
-         {"/sbin/mkfs.xfs ", "mkfs.reiserfs "}},
-        // What is still mounted is not removed, repaired or cleared.
-        {"",
-         "umount ",
-         "exit1 exit3 killed missing",
-         {"rm -rf ", "/sbin/lvremove ", to_disks, "/sbin/xfs_repair ", "/sbin/reiserfsck ",
-          "/usr/local/bin/"}},
-        {"", "umount ", "silent", {"rm -rf "}},
-    };
-    return rows;
+    return protection_rows;
 }
 
 bool may_be_left(const Action& action, const std::string& path) {

@@ -85,6 +85,15 @@ void check_protections(const FaultCase& one, const Result& run, Violations& foun
     }
 }
 
+// What is in use stays so, whatever fails.
+void check_refusal(const FaultCase& one, const Result& run, Violations& found) {
+    for (const std::string& command : outside(run)) {
+        if (one.action().is_refusal() && !lies(one.kind) && is_destructive(command)) {
+            found.push_back("runs '" + command + "' on what is in use");
+        }
+    }
+}
+
 // The action given again, with nothing in its way.
 void check_retry(const FaultCase& one, const FailureRow* row, const Result& first,
                  Appliance& appliance, Violations& found) {
@@ -128,6 +137,7 @@ Violations run_case(const FaultCase& one) {
     }
     check_truth(one, row, run, after, found);
     check_protections(one, run, found);
+    check_refusal(one, run, found);
     check_retry(one, row, run, appliance, found);
     return found;
 }
@@ -175,11 +185,15 @@ int main(int argc, char** argv) {
     std::vector<Figure> figures;
     std::vector<Case> listing;
     std::vector<Case> changing;
+    std::vector<Case> refused;
     for (const Undisturbed& base : bases) {
-        add_cases(base, base.action->is_listing() ? listing : changing);
+        add_cases(base, base.action->is_listing()   ? listing
+                        : base.action->is_refusal() ? refused
+                                                    : changing);
     }
     figures.push_back(
         run_cases(options, part, "actions that change something", changing, sample_share));
+    figures.push_back(run_cases(options, part, "actions on what is in use", refused, sample_share));
     figures.push_back(run_cases(options, part, "listings", listing, sample_share));
     return status_of(figures);
 }

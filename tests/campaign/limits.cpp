@@ -81,7 +81,7 @@ std::vector<Limit> closed_descriptors() {
     return limits;
 }
 
-std::vector<Limit> environments() {
+std::vector<Limit> odd_beginnings() {
     const std::string huge(100000, 'x');
     std::vector<Limit> limits = {
         {"umask 0", {.umask = 0}},
@@ -90,7 +90,13 @@ std::vector<Limit> environments() {
         {"no PATH", {.environment = {{"PATH", std::nullopt}}}},
         {"PATH of 100000 bytes", {.environment = {{"PATH", "/" + huge}}}},
         {"no environment",
-         {.environment = {{"PATH", std::nullopt}, {"HOME", std::nullopt}, {"TZ", std::nullopt}}}},
+         {.environment = {{"PATH", std::nullopt}, {"HOME", std::nullopt}, {"TZ", std::nullopt}}}}};
+    return limits;
+}
+
+std::vector<Limit> hostile_variables() {
+    const std::string huge(100000, 'x');
+    std::vector<Limit> limits = {
         {"loader variables",
          {.environment = {{"LD_PRELOAD", "/tmp/evil.so"},
                           {"LD_LIBRARY_PATH", "/tmp"},
@@ -111,6 +117,14 @@ std::vector<Limit> environments() {
                           {"LVM_VG_NAME", "more"},
                           {"MDADM_NO_UDEV", "1"},
                           {"HOME", huge}}}}};
+    return limits;
+}
+
+std::vector<Limit> environments() {
+    std::vector<Limit> limits = hostile_variables();
+    for (const Limit& one : odd_beginnings()) {
+        limits.push_back(one);
+    }
     for (Limit& limit : limits) {
         limit.is_harmless = true;
     }
