@@ -134,10 +134,6 @@ const std::vector<ProtectionRow> protection_rows = {
     {"mdmanage-delete", "/sbin/vgdisplay", fails, {"/sbin/mdadm -S ", to_disks}},
     {"mdmanage-delete", "/sbin/pvdisplay", fails, {"/sbin/mdadm -S ", to_disks}},
     {"mdmanage-delete", "/sbin/mdadm -S ", "exit1 exit3 killed missing", {to_disks}},
-    {"vgmanage-create",
-     "cat /proc/mdstat",
-     fails,
-     {to_disks, "/sbin/pvcreate ", "/sbin/vgcreate "}},
     {"vgmanage-create", "/sbin/vgdisplay", fails, {to_disks, "/sbin/pvcreate ", "/sbin/vgcreate "}},
     {"vgmanage-create", "/sbin/pvdisplay", fails, {to_disks, "/sbin/pvcreate ", "/sbin/vgcreate "}},
     {"vgmanage-create", "/sbin/pvcreate ", fails, {"/sbin/vgcreate "}},
@@ -263,7 +259,7 @@ bool is_silent_status(const Action& action, int status) {
 }
 
 bool is_code_with_success(const Action& action, int code) {
-    return (action.name.starts_with("vgmanage-create") && code == -302) ||
+    return (action.arguments[0] == "vgmanage" && code == -302) ||
            (action.name.starts_with("lvmanage-display") && code == -126);
 }
 

@@ -140,7 +140,8 @@ void check_run(const Limit& limit, const Undisturbed& base, const Result& run, c
     if (!has_not_begun && !is_unheard) {
         check_end(action, run, found);
     }
-    const bool is_good = run.signal == 0 && run.exit_status == action.status && !printed_code(run);
+    const bool is_good = run.signal == 0 && run.exit_status == action.status &&
+                         (action.is_refusal() || !printed_code(run));
     if (limit.is_harmless && !is_good) {
         found.push_back("status " + std::to_string(run.exit_status));
     }
