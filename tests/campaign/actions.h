@@ -4,7 +4,7 @@
 // written here, but recorded from an undisturbed run.
 #pragma once
 
-#include "campaign/appliance.h"
+#include "appliance.h"
 
 #include <string>
 #include <vector>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The table of actions: it has all of them, and each does undisturbed what its row says.
 #include "applets/applets.h"
-#include "campaign/actions.h"
+#include "actions.h"
 
 #include <gmock/gmock.h>
 #include <set>
