@@ -1,0 +1,212 @@
+// SPDX-License-Identifier: MIT
+#include "interruption.h"
+
+#include "actions.h"
+#include "base/change_journal.h"
+#include "base/codes.h"
+
+#include <algorithm>
+#include <array>
+#include <regex>
+
+namespace zav::campaign {
+
+using namespace test;
+
+namespace {
+
+// A journal, what a replacement keeps beside a file, or a file that is not yet in its place.
+bool is_auxiliary(const std::string& path) {
+    const std::string name = path.substr(path.rfind('/') + 1);
+    return name.starts_with('.') &&
+           (name.ends_with(".zav") || name.ends_with(".old") || name.ends_with(".new"));
+}
+
+// What the complete journals are about to make of files.
+std::map<std::string, std::string> pending_texts(const TracedAppliance& appliance) {
+    static const std::regex date("(:pub\\.)[0-9]{14}");
+    std::map<std::string, std::string> pending;
+    for (const auto& [path, unused] : appliance.state()) {
+        if (!is_auxiliary(path) || !path.ends_with(".zav")) {
+            continue;
+        }
+        // The date of a target, which the state leaves out, counts in the journal's sum.
+        for (const JournalEntry& entry :
+             parse_journal(appliance.read(path)).value_or(std::vector<JournalEntry>())) {
+            pending[entry.path] = std::regex_replace(entry.text, date, "$1DATE");
+        }
+    }
+    return pending;
+}
+
+// The exit statuses that say that there is, or is not, what an action is about.
+bool says_done(int status) {
+    constexpr std::array codes = {Code::already_hotspare, Code::no_hotspare,    Code::disk_used,
+                                  Code::array_name_used,  Code::no_such_array,  Code::unknown_array,
+                                  Code::group_name_used,  Code::volume_used,    Code::unknown_group,
+                                  Code::pool_name_taken,  Code::pool_name_used, Code::no_such_pool,
+                                  Code::share_exists,     Code::no_such_share,  Code::disk_in_use,
+                                  Code::volume_disk_used};
+    return std::any_of(codes.begin(), codes.end(),
+                       [status](Code code) { return (number_of(code) & 0xff) == status; });
+}
+
+// What an action that was killed leaves as it is when it is given again, and why.
+bool is_kept(const std::string& action, const std::string& path) {
+    // What is not registered any more is not looked for: lvmanage removes the pool.
+    const bool is_unregistered = action.starts_with("fsmanage-delete") && path == "/state/pools";
+    // A substitute for the lost volume is made once more, which LVM would refuse.
+    const bool is_made_again = action.ends_with("-restored") && path == "/state/volumes";
+    return is_unregistered || is_made_again;
+}
+
+std::string joined(const Texts& texts) {
+    std::string all;
+    for (const std::string& text : texts) {
+        all += (all.empty() ? "" : ", ") + text;
+    }
+    return all;
+}
+
+} // namespace
+
+std::map<std::string, Recording> record_actions(const std::string& only) {
+    std::map<std::string, Recording> recordings;
+    for (const Action& action : actions()) {
+        if (!action.is_listing() && (only.empty() || only == action.name)) {
+            recordings.emplace(action.name, record(action.name));
+        }
+    }
+    return recordings;
+}
+
+Arguments parsed_arguments(int argc, char** argv) {
+    Arguments arguments;
+    for (int at = 1; at < argc; ++at) {
+        const std::string word = argv[at];
+        arguments.is_sample = arguments.is_sample || word == "--sample";
+        arguments.only = word != "--sample" ? word : arguments.only;
+    }
+    return arguments;
+}
+
+std::vector<Disturbance> sampled(const std::vector<Disturbance>& all, size_t count) {
+    std::vector<Disturbance> some;
+    const size_t taken = std::min(count, all.size());
+    for (size_t at = 0; at < taken; ++at) {
+        some.push_back(all[at * all.size() / taken]);
+    }
+    return some;
+}
+
+Interruption::Interruption(const Recording& recording, const Disturbance& how)
+    : recording_(recording), how_(how), appliance_(how.action) {}
+
+Texts Interruption::check() {
+    const HarnessFailures failures;
+    const test::Result first = appliance_.run_disturbed(how_);
+    check_files("after the disturbance");
+    check_status(first);
+    if (!is_kill()) {
+        check_left_over();
+    }
+    const test::Result second = appliance_.run_plain();
+    check_again(first, second);
+    return wrong_;
+}
+
+State Interruption::settled_state() const {
+    State state = appliance_.state();
+    for (const auto& [path, text] : pending_texts(appliance_)) {
+        state[path] = text;
+    }
+    std::erase_if(state, [](const auto& entry) { return is_auxiliary(entry.first); });
+    return state;
+}
+
+bool Interruption::is_known(const std::string& path, const std::string& content) const {
+    const auto before = recording_.before.find(path);
+    const auto after = recording_.after.find(path);
+    const bool was_there = before != recording_.before.end();
+    return (was_there && before->second == content) ||
+           (after != recording_.after.end() && after->second == content) ||
+           (!was_there && content.empty()) || recording_.texts.contains(content);
+}
+
+void Interruption::check_files(const std::string& when) {
+    const State state = appliance_.state();
+    const std::map<std::string, std::string> pending = pending_texts(appliance_);
+    const auto has_known_journal = [&](const std::string& path) {
+        const auto found = pending.find(path);
+        return found != pending.end() && is_known(path, found->second);
+    };
+    for (const auto& [path, content] : state) {
+        if (path.starts_with("/etc/") && !is_auxiliary(path) && !is_known(path, content) &&
+            !has_known_journal(path)) {
+            note(when + " " + path + " holds \"" + content + "\"");
+        }
+    }
+    for (const auto& [path, content] : recording_.before) {
+        if (path.starts_with("/etc/") && !state.contains(path) && recording_.after.contains(path) &&
+            !has_known_journal(path)) {
+            note(when + " " + path + " is gone");
+        }
+    }
+}
+
+void Interruption::check_left_over() {
+    const bool is_removal = how_.call == "unlink" || how_.call == "rmdir";
+    const bool is_pending = !pending_texts(appliance_).empty();
+    for (const std::string& path : appliance_.leftovers()) {
+        if (!is_removal && !(is_auxiliary(path) && is_pending)) {
+            note("left over: " + path);
+        }
+    }
+}
+
+void Interruption::check_status(const test::Result& result) {
+    if (is_kill()) {
+        if (result.signal != SIGKILL) {
+            note("the run was not killed, but ended with " + std::to_string(result.exit_status));
+        }
+        return;
+    }
+    if (result.signal != 0 || result.exit_status < 0) {
+        note("the run was ended by signal " + std::to_string(result.signal));
+    }
+    if (result.exit_status != 0) {
+        return;
+    }
+    const Texts different = differences(settled_state(), recording_.after);
+    if (!different.empty()) {
+        note("status 0, but different: " + joined(different));
+    }
+}
+
+void Interruption::check_again(const test::Result& first, const test::Result& second) {
+    const bool has_succeeded = !is_kill() && first.exit_status == 0;
+    const bool is_good = second.exit_status == appliance_.status_again() ||
+                         (!has_succeeded && second.exit_status == 0) ||
+                         (!has_succeeded && says_done(second.exit_status));
+    if (!is_good) {
+        note("first " + std::to_string(first.exit_status) + ", the same again " +
+             std::to_string(second.exit_status) + ": " + second.out);
+    }
+    check_files("after the same again");
+    const bool is_pending = !pending_texts(appliance_).empty();
+    for (const std::string& path : appliance_.leftovers()) {
+        // The lock of a killed run is nobody's: the next one that needs it takes it over.
+        const bool is_dead_lock = path.starts_with("/run/") && (is_kill() || how_.call == "unlink");
+        if (!path.starts_with("/tmp/") && !is_dead_lock && !(is_auxiliary(path) && is_pending)) {
+            note("left over after the same again: " + path);
+        }
+    }
+    Texts different = differences(settled_state(), recording_.after);
+    std::erase_if(different,
+                  [this](const std::string& path) { return is_kept(how_.action, path); });
+    if (second.exit_status == 0 && !different.empty()) {
+        note("the same again ended with 0, but different: " + joined(different));
+    }
+}
+
+} // namespace zav::campaign

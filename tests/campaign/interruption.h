@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+// Actions that are disturbed, and what must hold afterwards.
+#pragma once
+
+#include "report.h"
+#include "traced_run.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace zav::campaign {
+
+// The recordings of all changing actions, or of the one named.
+std::map<std::string, Recording> record_actions(const std::string& only);
+
+// A part's command line: "--sample", or the name of one action.
+struct Arguments {
+    bool is_sample = false;
+    std::string only;
+};
+Arguments parsed_arguments(int argc, char** argv);
+
+// Those that a sample of so many takes, evenly spread.
+std::vector<Disturbance> sampled(const std::vector<Disturbance>& all, size_t count);
+
+// Runs the action disturbed and then again; what is wrong with the files, the exit status and
+// what is left over, each time.
+class Interruption {
+  public:
+    Interruption(const Recording& recording, const Disturbance& how);
+
+    test::Texts check();
+
+  private:
+    bool is_kill() const { return how_.what == "signal=KILL"; }
+    // The state once the journals that are there have been finished.
+    test::State settled_state() const;
+    bool is_known(const std::string& path, const std::string& content) const;
+    void check_files(const std::string& when);
+    void check_left_over();
+    void check_status(const test::Result& result);
+    void check_again(const test::Result& first, const test::Result& second);
+    void note(const std::string& text) { wrong_.push_back(text); }
+
+    const Recording& recording_;
+    const Disturbance& how_;
+    TracedAppliance appliance_;
+    test::Texts wrong_;
+};
+
+} // namespace zav::campaign

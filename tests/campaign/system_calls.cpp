@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: MIT
+// campaign_system_calls [--sample | ACTION]: each system call of every changing action fails, one
+// per run. Each file is the old or the new one, or its journal is there; nothing is left over; 0
+// means that all is as without the failure; the same action succeeds afterwards.
+#include "interruption.h"
+
+#include <cstdio>
+#include <exception>
+
+namespace {
+
+using namespace zav::campaign;
+
+// How each call can fail. Others cannot, or only tell what is known.
+const std::map<std::string, std::vector<std::string>> failures = {
+    {"openat", {"EMFILE", "EIO"}},
+    {"read", {"EIO"}},
+    {"write", {"ENOSPC", "EIO"}},
+    {"pwrite64", {"ENOSPC"}},
+    {"fallocate", {"ENOSPC"}},
+    {"ftruncate", {"EIO"}},
+    {"fsync", {"EIO"}},
+    {"fdatasync", {"EIO"}},
+    {"syncfs", {"EIO"}},
+    {"rename", {"EIO"}},
+    {"link", {"EMLINK"}},
+    {"unlink", {"EIO"}},
+    {"rmdir", {"EIO"}},
+    {"close", {"EIO"}},
+    {"fcntl", {"ENOLCK"}},
+    {"flock", {"ENOLCK"}},
+    {"vfork", {"EAGAIN"}},
+    {"clone3", {"EAGAIN"}},
+    {"clone", {"EAGAIN"}},
+    {"mkdir", {"ENOSPC"}},
+    {"mmap", {"ENOMEM"}},
+    {"mremap", {"ENOMEM"}},
+    {"brk", {"ENOMEM"}},
+    {"lseek", {"EIO"}},
+    {"newfstatat", {"EIO"}},
+    {"getdents64", {"EIO"}},
+    {"fchmod", {"EPERM"}},
+    {"fchown", {"EPERM"}},
+};
+
+std::vector<Disturbance> disturbances(const std::map<std::string, Recording>& recordings) {
+    std::vector<Disturbance> all;
+    for (const auto& [action, recording] : recordings) {
+        for (const SystemCall& call : recording.distinct_calls()) {
+            const auto found = failures.find(call.name);
+            if (found == failures.end()) {
+                continue;
+            }
+            for (const std::string& error : found->second) {
+                all.push_back({action, call.name, call.number, "error=" + error});
+            }
+        }
+    }
+    return all;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    constexpr size_t sample = 60;
+    const Arguments arguments = parsed_arguments(argc, argv);
+    Figure figure = {"system calls", "one call of an action failing"};
+    try {
+        const auto recordings = record_actions(arguments.only);
+        const std::vector<Disturbance> all = disturbances(recordings);
+        for (const Disturbance& how : arguments.is_sample ? sampled(all, sample) : all) {
+            figure.count(Interruption(recordings.at(how.action), how).check(), how.described());
+        }
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "system calls: %s\n", error.what());
+        return 1;
+    }
+    return print({figure});
+}
