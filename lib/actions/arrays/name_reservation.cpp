@@ -98,10 +98,15 @@ Code reserve(const FileDescriptor& fd, const char* name) {
     if (is_reserved(*names, name)) {
         return take_over(name) ? Code::ok : Code::name_reserved;
     }
+    // Before the name is in the file: it is never there without the lock that tells whose it is.
+    own_name = SystemLock::take(lock_of(name), {});
+    if (!own_name && errno == EWOULDBLOCK) {
+        return Code::name_reserved;
+    }
     if (!append_line(fd.get(), *names, name)) {
+        own_name.release();
         return Code::reservation_unwritten;
     }
-    own_name = SystemLock::take(lock_of(name), {});
     return Code::ok;
 }
 

@@ -2,6 +2,7 @@
 // The file with the names of arrays that are being created.
 #include "actions/arrays/name_reservation.h"
 #include "fixtures/array_machine.h"
+#include "fixtures/disk_claim.h"
 #include "fixtures/library.h"
 
 #include <algorithm>
@@ -287,6 +288,12 @@ TEST_F(Reservations, OnAFullDiskLeaveTheFileAsItWas) {
 TEST_F(Reservations, OnAFullDiskCannotBeRewritten) {
     machine.file(path, "md7\nmd1\n");
     EXPECT_EQ(del("md1", with_largest_file(2)), -407);
+}
+
+TEST_F(Reservations, AreNeverInTheFileWithoutTheLockOfTheirOwner) {
+    const HeldLock owner(machine, "mdname-md1"); // a creation that has not written its name yet
+    EXPECT_EQ(add("md1"), -404);
+    EXPECT_EQ(machine.read(path), "");
 }
 
 TEST_F(Reservations, WaitForALockThatIsGivenBack) {
