@@ -13,6 +13,7 @@
 #include "base/log.h"
 #include "base/text.h"
 #include "inventory/pools.h"
+#include "inventory/share_users.h"
 #include "inventory/shares.h"
 #include "platform/services.h"
 
@@ -78,6 +79,18 @@ bool is_served_by(const share_info& share, std::string_view type) {
 Code check_files(const share_info& share) {
     ShareFiles files;
     return open_files_of(files, share);
+}
+
+/// Removes the FTP user that the forbidding of a share has left when it failed, or was killed.
+Code remove_left_user(const char* name) {
+    const auto user = user_of_path(share_path(share_type::ftp, "", name));
+    if (!user || *user == default_ftp_user) {
+        return Code::ok;
+    }
+    share_info bound;
+    bound.users = *user;
+    AccountLock accounts;
+    return ftp_user_remove(bound, accounts);
 }
 
 /// Registers a share before it exists: whoever asks for the name meanwhile is refused.
@@ -288,7 +301,11 @@ Code mod_use_share(ShareFiles& files, Code opened, const share_info& share,
 
 // Spelled so on purpose: support searches logs for it.
 Code mod_forbiden_share(ShareFiles& files, Code opened, share_info& share) {
-    const Code result = failed(opened) ? opened : edit_forbidden_share(files, share);
+    const bool is_ftp = has_ftp_account(share);
+    Code result = failed(opened) ? opened : edit_forbidden_share(files, share);
+    if (is_ftp && !failed(result)) {
+        result = remove_left_user(share.name.c_str());
+    }
     return !failed(result) || result == Code::share_not_listed
                ? result
                : fail(result, Code::share_not_edited);

@@ -2,13 +2,17 @@
 #include "actions/shares/steps.h"
 
 #include "actions/filesystems/filesystems.h"
+#include "base/change_journal.h"
 #include "base/codes.h"
 #include "base/log.h"
 #include "base/text.h"
 #include "inventory/mounts.h"
 #include "platform/services.h"
 #include "records/share_index.h"
+#include "sources/fstab.h"
+#include "sources/mdfstab.h"
 
+#include <cerrno>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -104,6 +108,13 @@ bool apply(const share_info& share, share_list& list) {
         copy_given(member->path, share.path);
     }
     return true;
+}
+
+/// Whether the register of mounts has the mount point, which is mounted at the next start then;
+/// also when that cannot be told.
+bool is_mounted_at_start(const std::string& mntpoint) {
+    const auto text = read_settled(mdfstab_path, mdfstab_path);
+    return text ? register_has(*text, mntpoint.c_str()) : errno != ENOENT;
 }
 
 /// Opens the register and the live files of services, which are joined by commas.
@@ -237,7 +248,10 @@ Code unmount_and_unregister(ShareFiles& files, share_info& share, const std::str
         }
     }
     ignore(mntdir_remove(mntpoint.c_str()));
-    ignore(mdfstab_remove(mntpoint.c_str()));
+    if (const Code result = mdfstab_remove(mntpoint.c_str());
+        failed(result) && is_mounted_at_start(mntpoint)) {
+        return result; // or users would reach it again after a restart
+    }
     share.type.clear();
     const bool was_listed = share_list_update(share, files.registered());
     const Code result = share_list_write(files);

@@ -201,6 +201,36 @@ TEST_F(ForbidShare, UnmountsAnFtpShareAndFreesItsUser) {
     EXPECT_THAT(machine.list("/etc/vsftpd"), ElementsAre("ftpuser"));
 }
 
+TEST_F(ForbidShare, StopsWhereAnFtpShareWouldBeMountedAtTheNextStart) {
+    has_share("ftp", "anna");
+    fails(pool_tool::mv, "mv /tmp/mdfstab.");
+    EXPECT_EQ(edit(share_of("ftp"), 0).returned, -502);
+    EXPECT_EQ(machine.read(share_register), register_section({"pub", "ftp", ftp_directory}));
+    EXPECT_EQ(machine.read(mdfstab), mdfstab_line(ftp_directory));
+    machine.tool(pool_tool::mv).on_prefix("mv /tmp/mdfstab.").does("mv \"$1\" \"$2\"");
+    EXPECT_EQ(edit(share_of("ftp"), 0).returned, 0) << "the same again does all of it";
+    EXPECT_EQ(machine.read(mdfstab), "");
+    EXPECT_EQ(machine.read(share_register), register_section({"pub", "", ftp_directory}));
+    EXPECT_FALSE(machine.exists("/etc/vsftpd/anna"));
+}
+
+TEST_F(ForbidShare, NeedsNoRegisterOfMounts) {
+    has_share("ftp");
+    machine.remove(mdfstab);
+    EXPECT_EQ(edit(share_of("ftp"), 0).returned, 0);
+}
+
+TEST_F(ForbidShare, FreesTheUserThatAFailureHasLeft) {
+    has_share("ftp", "anna");
+    fails(pool_tool::mv, "mv /tmp/passwd.");
+    EXPECT_EQ(edit(share_of("ftp"), 0).returned, -502);
+    EXPECT_TRUE(machine.exists("/etc/vsftpd/anna"));
+    EXPECT_EQ(edit(share_of("ftp"), 0).returned, -507) << "as long as it fails";
+    machine.tool(pool_tool::mv).on_prefix("mv /tmp/passwd.").does("mv \"$1\" \"$2\"");
+    EXPECT_EQ(edit(share_of("ftp"), 0).returned, 0);
+    EXPECT_FALSE(machine.exists("/etc/vsftpd/anna"));
+}
+
 TEST_F(ForbidShare, LeavesTheDefaultFtpUserAlone) {
     has_share("ftp");
     const Result result = edit(share_of("ftp", "anna"), 0);
