@@ -36,11 +36,15 @@ class Interruption {
 
   private:
     bool is_kill() const { return how_.what == "signal=KILL"; }
+    // The file of a lock that could not be taken, examined or removed stays; nobody holds it.
+    bool may_leave_lock() const;
     // The state once the journals that are there have been finished.
     test::State settled_state() const;
     bool is_known(const std::string& path, const std::string& content) const;
     void check_files(const std::string& when);
     void check_left_over();
+    // Leaves what an action's status does not tell, and says so in the log.
+    void remove_untold(test::Texts& paths) const;
     void check_status(const test::Result& result);
     void check_again(const test::Result& first, const test::Result& second);
     void note(const std::string& text) { wrong_.push_back(text); }

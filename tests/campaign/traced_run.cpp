@@ -2,6 +2,7 @@
 #include "traced_run.h"
 
 #include "actions.h"
+#include "base/change_journal.h"
 
 #include <algorithm>
 #include <regex>
@@ -201,9 +202,21 @@ Recording record(const std::string& action) {
     recording.after = appliance.state();
     static const std::regex date("(:pub\\.)[0-9]{14}");
     for (const SystemCall& call : recording.calls) {
-        if (!call.written.empty()) {
-            recording.texts.insert(std::regex_replace(call.written, date, "$1DATE"));
+        recording.texts.insert(std::regex_replace(call.written, date, "$1DATE"));
+        // An empty text is written by no call but the journal's.
+        for (const JournalEntry& entry :
+             parse_journal(call.written).value_or(std::vector<JournalEntry>())) {
+            recording.texts.insert(std::regex_replace(entry.text, date, "$1DATE"));
         }
+    }
+    const bool has_empty =
+        std::any_of(recording.calls.begin(), recording.calls.end(), [](const SystemCall& call) {
+            const auto entries = parse_journal(call.written);
+            return entries && std::any_of(entries->begin(), entries->end(),
+                                          [](const JournalEntry& one) { return one.text.empty(); });
+        });
+    if (!has_empty) {
+        recording.texts.erase("");
     }
     return recording;
 }
