@@ -25,6 +25,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <fcntl.h>
 #include <memory>
 #include <string>
 #include <sys/stat.h>
@@ -58,6 +59,32 @@ std::optional<std::string> read_unless_absent(const char* path) {
     return text || std::ranges::find(there, errno) != there.end() ? std::move(text)
                                                                   : std::optional<std::string>("");
 }
+
+/// A file, or why it cannot be read.
+struct FileText {
+    std::optional<std::string> text;
+    int error = 0;
+
+    explicit FileText(std::optional<std::string> read) : text(std::move(read)), error(errno) {}
+    /// For the log: errno, as it was after the reading.
+    Code fail(Code code, LogSite site = LogSite::here()) const {
+        errno = error;
+        return fail_with_errno(code, site);
+    }
+};
+
+/// The files that are changed together, as they are at one moment: of a share that moves from one
+/// to the other, each alone would tell that everybody may use it. Whoever changes any of them waits
+/// for the one who reads the register.
+struct ShareTexts {
+    FileDescriptor lock = FileDescriptor::open(share_register_path, O_RDONLY);
+    bool can_be_read = !lock || lock_for_reading(lock.get());
+    FileText registered{can_be_read ? read_unless_absent(share_register_path) : std::nullopt};
+    FileText samba{can_be_read ? read_unless_absent(samba_path) : std::nullopt};
+    FileText exports{can_be_read ? read_share_file(exports_path) : std::nullopt};
+
+    ShareTexts() { lock.close(); }
+};
 
 bool exists(const char* path) {
     return ::access(path, F_OK) == 0;
@@ -126,12 +153,11 @@ void get_ftp_users(share_list& list) {
     }
 }
 
-Code get_shareinfo_from_exportfs(share_list& list) {
-    const auto text = read_share_file(exports_path);
-    if (!text) {
-        return fail_with_errno(Code::exports_unread);
+Code get_shareinfo_from_exportfs(const FileText& file, share_list& list) {
+    if (!file.text) {
+        return file.fail(Code::exports_unread);
     }
-    scan_exports(*text, list);
+    scan_exports(*file.text, list);
     return Code::ok;
 }
 
@@ -228,18 +254,17 @@ void scan_mounts(const MountTable& mounts, share_list& list) {
 }
 
 Code collect_shares(share_list& list) {
-    const auto registered = read_unless_absent(share_register_path);
-    if (!registered) {
-        return fail_with_errno(Code::share_register_unopened);
+    const ShareTexts files;
+    if (!files.registered.text) {
+        return files.registered.fail(Code::share_register_unopened);
     }
-    scan_register(*registered, register_services(), list);
-    const auto samba = read_unless_absent(samba_path);
-    if (!samba) {
-        return fail_with_errno(Code::service_file_unopened);
+    scan_register(*files.registered.text, register_services(), list);
+    if (!files.samba.text) {
+        return files.samba.fail(Code::service_file_unopened);
     }
-    scan_samba(*samba, list);
+    scan_samba(*files.samba.text, list);
     get_ftp_users(list);
-    if (const Code result = get_shareinfo_from_exportfs(list); failed(result)) {
+    if (const Code result = get_shareinfo_from_exportfs(files.exports, list); failed(result)) {
         return result;
     }
     if (const auto mounts = read_mounts()) {

@@ -151,7 +151,8 @@ Code finish_interrupted_change(const FileDescriptor& register_fd) {
     if (entries->empty()) {
         return Code::ok;
     }
-    const Code result = finish(*entries, register_fd);
+    const Code result =
+        lock_for_rewriting(register_fd.get()) ? finish(*entries, register_fd) : Code::file_locked;
     release_readers(register_fd.get());
     if (failed(result)) {
         return result;
@@ -240,6 +241,11 @@ Code ShareFiles::open(const std::vector<const ShareFile*>& files) {
 }
 
 Code ShareFiles::rewrite_all(const std::list<Rewrite>& rewrites) {
+    // The register first, also when it stays as it is: who has it reads all files.
+    if (const OpenFile* listed = find(share_register_file());
+        listed != nullptr && !lock_for_rewriting(listed->fd.get())) {
+        return Code::file_locked;
+    }
     std::vector<FileChange> changes;
     std::vector<Code> codes;
     for (const Rewrite& change : rewrites) {
@@ -272,6 +278,9 @@ Code ShareFiles::write(const std::vector<const ShareFile*>& files) {
             change.file->was_made = false;
             change.file->text = std::move(change.text);
         }
+    }
+    if (const OpenFile* listed = find(share_register_file())) {
+        release_readers(listed->fd.get());
     }
     if (failed(result)) {
         return result;

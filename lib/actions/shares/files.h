@@ -69,7 +69,7 @@ class ShareFiles {
 
     OpenFile* find(const ShareFile& file);
     Code open_one(const ShareFile& file);
-    static Code rewrite_all(const std::list<Rewrite>& rewrites);
+    Code rewrite_all(const std::list<Rewrite>& rewrites);
 
     std::list<OpenFile> files_; ///< in the order of opening
 };

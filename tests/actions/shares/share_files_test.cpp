@@ -5,12 +5,15 @@
 #include "fixtures/library.h"
 #include "fixtures/share_lists.h"
 #include "fixtures/share_machine.h"
+#include "inventory/shares.h"
 
 #include <array>
 #include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
 #include <memory>
+#include <sys/file.h>
+#include <unistd.h>
 
 namespace zav::test {
 namespace {
@@ -408,6 +411,51 @@ TEST_F(FilesOfShares, ServicesAreKnownByNameInAnyCase) {
         EXPECT_STREQ(path_of(live_file(service)), live) << service;
         EXPECT_STREQ(path_of(recycle_file(service)), recycle) << service;
     }
+}
+
+// A lock that keeps readers and writers of one file apart, held until it is destroyed.
+class Flock {
+  public:
+    Flock(const ShareMachine& machine, const char* path, int operation)
+        : fd_(::open(machine.host_path(path).c_str(), O_RDONLY | O_CLOEXEC)),
+          held_(fd_.get() >= 0 && ::flock(fd_.get(), operation | LOCK_NB) == 0) {}
+    bool is_held() const { return held_; }
+
+  private:
+    FileDescriptor fd_;
+    bool held_;
+};
+
+constexpr useconds_t while_it_waits = 300000;
+
+TEST_F(FilesOfShares, AreReadAsTheyAreAtOneMoment) {
+    machine.file(share_register, register_section({}));
+    auto writing = std::make_unique<Flock>(machine, smb_conf, LOCK_EX);
+    StartedRun reading = machine.start_call([] {
+        share_list list;
+        return collect_shares(list);
+    });
+    ::usleep(while_it_waits);
+    EXPECT_FALSE(Flock(machine, share_register, LOCK_EX).is_held())
+        << "whoever changes several files locks the register first";
+    writing.reset();
+    EXPECT_EQ(reading.wait().returned, 0);
+}
+
+TEST_F(FilesOfShares, AreNotWrittenWhileTheRegisterIsRead) {
+    auto reading = std::make_unique<Flock>(machine, share_register, LOCK_SH);
+    StartedRun writing = machine.start_call([] {
+        zav::ShareFiles files;
+        const ShareFile* file = live_file("nfs");
+        EXPECT_EQ(files.open({file}), 0);
+        files.shares(*file).append(std::make_unique<share_info>(new_share("nfs")));
+        return files.write({file});
+    });
+    ::usleep(while_it_waits);
+    EXPECT_EQ(machine.read(exports), "");
+    reading.reset();
+    EXPECT_EQ(writing.wait().returned, 0);
+    EXPECT_EQ(machine.read(exports), "/mnt/data/new *(rw,sync,no_root_squash)\n");
 }
 
 TEST_F(FilesOfShares, UnknownServiceIsMinus2068) {
