@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "applets/applets.h"
 
+#include "actions/filesystems/mount_register.h"
+#include "actions/shares/ftp_users.h"
 #include "applets/standard_output.h"
 #include "base/text.h"
 #include "base/version.h"
+#include "sources/mdfstab.h"
+#include "sources/netfstab.h"
 
 #include <algorithm>
 #include <array>
@@ -34,6 +38,13 @@ const Applet* find_applet(const char* name) {
     const auto* found = std::ranges::find_if(
         table, [name](const Applet& applet) { return std::strcmp(applet.name, name) == 0; });
     return found != table.end() ? &found->get() : nullptr;
+}
+
+/// Whatever the command is: other programs read these files, and know nothing of journals.
+void finish_interrupted_changes() {
+    finish_account_change();
+    finish_register_change(mdfstab_path);
+    finish_register_change(netfstab_path);
 }
 
 /// The first one stands in for an unknown applet.
@@ -69,6 +80,7 @@ void applet_run(const char* name, int argc, char** argv) {
     if (argc == 2 && std::strcmp(argv[1], "--help") == 0) {
         applet_usage_show();
     }
+    finish_interrupted_changes();
     end_run(current_applet->main(argc, argv));
 }
 

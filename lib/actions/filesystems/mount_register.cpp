@@ -148,6 +148,18 @@ Code extend_register(const MountRegister& mounts, const char* mntpoint, const st
 
 } // namespace
 
+void finish_register_change(const char* path) {
+    if (::access(journal_path(path).c_str(), R_OK) != 0) {
+        return;
+    }
+    const SystemLock lock =
+        SystemLock::take(last_component(path), std::chrono::milliseconds::zero());
+    const FileDescriptor fd = lock ? FileDescriptor::open(path, O_RDWR) : FileDescriptor();
+    if (lock && (!fd || try_lock(fd.get()) == LockResult::locked)) {
+        ignore(finish_replacement(path)); // logged; the next change of the register needs it
+    }
+}
+
 Code register_add(const MountRegister& mounts, const char* mntpoint, const std::string& line) {
     const Code result = extend_register(mounts, mntpoint, line);
     if (!failed(result)) {

@@ -18,6 +18,10 @@ struct MountRegister {
     const char* copy_template; ///< of the file that takes its place, ending in "XXXXXX"
 };
 
+/// Finishes a change of a register that was cut short, unless somebody else has it: what mounts at
+/// the start of the system reads the file alone.
+void finish_register_change(const char* path);
+
 /// Adds a line unless one has that mount point. Makes a missing register. Code::ok,
 /// Code::mount_point_registered, which is no error, or Code::register_unopened, also for a register
 /// that is locked or a line that could not be written.

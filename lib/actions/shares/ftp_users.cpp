@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "actions/shares/ftp_users.h"
 
+#include "base/change_journal.h"
 #include "base/codes.h"
 #include "base/command.h"
 #include "base/file.h"
@@ -104,6 +105,16 @@ Code rewrite_home(std::string_view user, std::string_view home, AccountLock& acc
     }
     ignore(conf_save(passwd_path));
     return Code::ok;
+}
+
+void finish_account_change() {
+    if (::access(journal_path(passwd_path).c_str(), R_OK) != 0) {
+        return;
+    }
+    const FileDescriptor lock = FileDescriptor::open(accounts_lock_path, O_WRONLY | O_NOFOLLOW);
+    if (lock && try_lock(lock.get()) == LockResult::locked) {
+        ignore(finish_replacement(passwd_path)); // logged; the next change of an account needs it
+    }
 }
 
 Code ftp_user_set(const share_info& share) {
