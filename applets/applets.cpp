@@ -2,12 +2,14 @@
 #include "applets/applets.h"
 
 #include "actions/filesystems/mount_register.h"
+#include "actions/shares/files.h"
 #include "actions/shares/ftp_users.h"
 #include "applets/standard_output.h"
 #include "base/text.h"
 #include "base/version.h"
 #include "sources/mdfstab.h"
 #include "sources/netfstab.h"
+#include "sources/vsftpd_conf.h"
 
 #include <algorithm>
 #include <array>
@@ -45,6 +47,8 @@ void finish_interrupted_changes() {
     finish_account_change();
     finish_register_change(mdfstab_path);
     finish_register_change(netfstab_path);
+    finish_register_change(vsftpd_conf_path);
+    finish_share_change();
 }
 
 /// The first one stands in for an unknown applet.

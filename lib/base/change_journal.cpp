@@ -184,6 +184,11 @@ std::optional<std::vector<JournalEntry>> parse_journal(std::string_view text) {
     return entries;
 }
 
+bool has_journal(std::string_view path) {
+    return ::access(journal_path(path).c_str(), F_OK) == 0 ||
+           ::access(back_path(path).c_str(), F_OK) == 0;
+}
+
 std::optional<std::vector<JournalEntry>> read_journal(std::string_view path) {
     auto text = read_own(journal_path(path));
     const bool is_back = !text && errno == ENOENT;

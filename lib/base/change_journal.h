@@ -59,6 +59,9 @@ std::string journal_text(std::span<const JournalEntry> entries);
 /// The entries of a complete journal, nothing else.
 std::optional<std::vector<JournalEntry>> parse_journal(std::string_view text);
 
+/// Whether there is a journal of `path`, complete or not.
+bool has_journal(std::string_view path);
+
 /// What the journal of `path` holds: no entries when there is none that is complete, nothing when
 /// it cannot be read. After a change that was to be taken back, the old texts are the new ones.
 /// Only a journal of our own or of root counts: others may be able to put a file there.

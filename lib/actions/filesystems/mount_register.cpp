@@ -149,7 +149,7 @@ Code extend_register(const MountRegister& mounts, const char* mntpoint, const st
 } // namespace
 
 void finish_register_change(const char* path) {
-    if (::access(journal_path(path).c_str(), R_OK) != 0) {
+    if (!has_journal(path)) {
         return;
     }
     const SystemLock lock =

@@ -291,6 +291,13 @@ Code ShareFiles::write(const std::vector<const ShareFile*>& files) {
     return Code::ok;
 }
 
+void finish_share_change() {
+    if (has_journal(share_register_path)) {
+        ShareFiles files;
+        ignore(files.open({&share_register_file()})); // the next change of a share needs it
+    }
+}
+
 Code service_conf_open(ShareFiles& files, std::string_view service) {
     const ShareFile* file = live_file(service);
     return file != nullptr ? files.open({file}) : Code::unknown_service;

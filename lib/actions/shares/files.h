@@ -74,6 +74,10 @@ class ShareFiles {
     std::list<OpenFile> files_; ///< in the order of opening
 };
 
+/// Finishes a change that was cut short, unless somebody has the files: the services know no
+/// journal.
+void finish_share_change();
+
 /// Opens a service's live file, or the recycle file that keeps its forbidden shares. Also
 /// Code::unknown_service, for a service without one.
 Code service_conf_open(ShareFiles& files, std::string_view service);

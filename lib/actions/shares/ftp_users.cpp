@@ -108,7 +108,7 @@ Code rewrite_home(std::string_view user, std::string_view home, AccountLock& acc
 }
 
 void finish_account_change() {
-    if (::access(journal_path(passwd_path).c_str(), R_OK) != 0) {
+    if (!has_journal(passwd_path)) {
         return;
     }
     const FileDescriptor lock = FileDescriptor::open(accounts_lock_path, O_WRONLY | O_NOFOLLOW);

@@ -14,7 +14,7 @@ class InterruptedChange : public testing::TestWithParam<const char*> {
   protected:
     // The power went when mv had removed the old file.
     InterruptedChange() {
-        const std::vector<JournalEntry> entries = {{path, "new\n"}, {path + ".old", "old\n"}};
+        const std::vector<JournalEntry> entries = {{path, "new\n", "old\n"}};
         machine.file(journal_path(path), journal_text(entries), 0640);
         machine.file("/etc/.pwd.lock", "");
         machine.remove(path);
@@ -48,7 +48,8 @@ TEST_P(InterruptedChange, IsLeftToWhoeverHasTheLock) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, InterruptedChange,
-                         testing::Values("/etc/passwd", "/etc/mdfstab", "/etc/netfstab"));
+                         testing::Values("/etc/passwd", "/etc/mdfstab", "/etc/netfstab",
+                                         "/etc/vsftpd.conf"));
 
 } // namespace
 } // namespace zav::test
