@@ -16,10 +16,10 @@ int main(int argc, char** argv) {
         int sampled;
         int rounds;
     };
-    constexpr Contest contests[] = {{zav::campaign::contend_for_shares, 60, 1000},
-                                    {zav::campaign::contend_for_disks, 8, 200},
-                                    {zav::campaign::contend_for_mounts, 15, 300},
-                                    {zav::campaign::contend_for_accounts, 12, 300}};
+    constexpr Contest contests[] = {{zav::campaign::contend_for_shares, 25, 1000},
+                                    {zav::campaign::contend_for_disks, 4, 200},
+                                    {zav::campaign::contend_for_mounts, 6, 300},
+                                    {zav::campaign::contend_for_accounts, 6, 300}};
     std::vector<Figure> figures;
     try {
         for (const Contest& contest : contests) {

@@ -102,10 +102,13 @@ std::string joined(const Texts& texts) {
 
 } // namespace
 
-std::map<std::string, Recording> record_actions(const std::string& only) {
+std::map<std::string, Recording> record_actions(const Arguments& arguments) {
+    constexpr int one_of = 5;
     std::map<std::string, Recording> recordings;
+    int number = 0;
     for (const Action& action : actions()) {
-        if (!action.is_listing() && (only.empty() || only == action.name)) {
+        const bool is_wanted = arguments.only.empty() || arguments.only == action.name;
+        if (!action.is_listing() && is_wanted && (!arguments.is_sample || number++ % one_of == 0)) {
             recordings.emplace(action.name, record(action.name));
         }
     }

@@ -13,15 +13,15 @@
 
 namespace zav::campaign {
 
-// The recordings of all changing actions, or of the one named.
-std::map<std::string, Recording> record_actions(const std::string& only);
-
 // A part's command line: "--sample", or the name of one action.
 struct Arguments {
     bool is_sample = false;
     std::string only;
 };
 Arguments parsed_arguments(int argc, char** argv);
+
+// The recordings of all changing actions, of every fifth for a sample, or of the one named.
+std::map<std::string, Recording> record_actions(const Arguments& arguments);
 
 // Those that a sample of so many takes, evenly spread.
 std::vector<Disturbance> sampled(const std::vector<Disturbance>& all, size_t count);

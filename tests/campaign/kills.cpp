@@ -13,7 +13,7 @@ int main(int argc, char** argv) {
     const Arguments arguments = parsed_arguments(argc, argv);
     Figure figure = {"kill", "SIGKILL before a call that changes something"};
     try {
-        const auto recordings = record_actions(arguments.only);
+        const auto recordings = record_actions(arguments);
         std::vector<Disturbance> all;
         for (const auto& [action, recording] : recordings) {
             for (const SystemCall& call : recording.distinct_calls()) {

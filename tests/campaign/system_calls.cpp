@@ -66,7 +66,7 @@ int main(int argc, char** argv) {
     const Arguments arguments = parsed_arguments(argc, argv);
     Figure figure = {"system calls", "one call of an action failing"};
     try {
-        const auto recordings = record_actions(arguments.only);
+        const auto recordings = record_actions(arguments);
         const std::vector<Disturbance> all = disturbances(recordings);
         for (const Disturbance& how : arguments.is_sample ? sampled(all, sample) : all) {
             figure.count(Interruption(recordings.at(how.action), how).check(), how.described());
