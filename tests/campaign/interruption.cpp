@@ -71,11 +71,6 @@ bool is_untold(const std::string& action, const std::string& path) {
     return is_of_mounts || is_of_init || is_kept(action, path);
 }
 
-// Before main() the C library ends the program itself.
-bool is_before_main(const Disturbance& how) {
-    return how.call == "brk" && how.number <= 2;
-}
-
 // Refusals of what is there in part, each the documented one.
 bool is_refused_again(const Disturbance& how, const test::Result& second) {
     const auto ends_with = [&second](Code code) {
@@ -219,7 +214,7 @@ void Interruption::check_status(const test::Result& result) {
         }
         return;
     }
-    if ((result.signal != 0 || result.exit_status < 0) && !is_before_main(how_)) {
+    if ((result.signal != 0 || result.exit_status < 0)) {
         note("the run was ended by signal " + std::to_string(result.signal));
     }
     if (result.exit_status != 0) {
