@@ -4,6 +4,7 @@
 #include "base/text.h"
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 
 namespace zav {
@@ -15,6 +16,23 @@ share_info& append_copy(share_list& list, const share_info& share) {
     share_info& added = list.append(std::make_unique<share_info>(share));
     added.device = share_info().device.view();
     return added;
+}
+
+std::vector<share_info*> namesakes_of(share_list& list, const share_info& share) {
+    const std::string_view name = lookup_name(share);
+    std::vector<share_info*> found;
+    for (share_info& member : list) {
+        if (lookup_name(member) == name) {
+            found.push_back(&member);
+        }
+    }
+    return found;
+}
+
+void remove_all(share_list& list, const std::vector<share_info*>& members) {
+    for (share_info* member : members) {
+        list.remove(*member);
+    }
 }
 
 } // namespace
@@ -64,12 +82,33 @@ bool share_list_add(const share_info& share, share_list& list) {
 }
 
 bool share_list_remove(share_list& list, const share_info& share) {
-    share_info* member = find_same(list, share);
-    if (member == nullptr) {
-        return false;
+    const std::vector<share_info*> found = namesakes_of(list, share);
+    remove_all(list, found);
+    return !found.empty();
+}
+
+std::vector<share_info*> own_entries(std::vector<share_info*> namesakes, std::string_view path) {
+    const bool are_exports = !namesakes.empty() && is_type(*namesakes.front(), share_type::nfs);
+    if (!are_exports || path.empty()) {
+        return namesakes;
     }
-    list.remove(*member);
-    return true;
+    std::vector<share_info*> own;
+    std::ranges::copy_if(namesakes, std::back_inserter(own),
+                         [path](const share_info* entry) { return entry->path == path; });
+    const bool is_one_path = std::ranges::all_of(
+        namesakes, [&](const share_info* entry) { return entry->path == namesakes.front()->path; });
+    return own.empty() && is_one_path ? namesakes : own;
+}
+
+std::vector<share_info*> find_entries(share_list& list, const share_info& share,
+                                      std::string_view path) {
+    return own_entries(namesakes_of(list, share), path);
+}
+
+bool remove_entries(share_list& list, const share_info& share, std::string_view path) {
+    const std::vector<share_info*> found = find_entries(list, share, path);
+    remove_all(list, found);
+    return !found.empty();
 }
 
 } // namespace zav

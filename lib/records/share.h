@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 namespace zav {
 
@@ -75,7 +76,19 @@ bool share_list_update(const share_info& share, share_list& list);
 /// Adds a copy of a share. False when there is one of that name.
 bool share_list_add(const share_info& share, share_list& list);
 
-/// Takes the share that is looked up by the same name out of the list. False without one.
+/// Takes all shares that are looked up by the same name out of the list. False without one.
 bool share_list_remove(share_list& list, const share_info& share);
+
+/// Those of `namesakes`, entries of a service's file with a share's name, that are the share. An
+/// export has no name of its own but that of its folder: those with the share's `path` are meant.
+/// Without any the only path that has the name is, but none of several.
+std::vector<share_info*> own_entries(std::vector<share_info*> namesakes, std::string_view path);
+
+/// The entries of a service's file that are the share with that path.
+std::vector<share_info*> find_entries(share_list& list, const share_info& share,
+                                      std::string_view path);
+
+/// Takes them out of the list. False without one.
+bool remove_entries(share_list& list, const share_info& share, std::string_view path);
 
 } // namespace zav

@@ -224,6 +224,15 @@ TEST(ShareListRemove, TakesOutTheShareOfThatName) {
     EXPECT_THAT(names_of(list), ElementsAre("a", "b"));
 }
 
+TEST(ShareListRemove, TakesOutAllOfThatName) {
+    share_list list;
+    for (const char* name : {"pub", "a", "pub"}) {
+        add(list, named(name));
+    }
+    EXPECT_TRUE(share_list_remove(list, named("pub")));
+    EXPECT_THAT(names_of(list), ElementsAre("a"));
+}
+
 TEST(ShareListRemove, FindsATargetWithoutItsTime) {
     share_list list;
     add(list, named("disk1x.20240502140305", "iscsi"));

@@ -8,13 +8,14 @@
 #include "base/text.h"
 #include "inventory/mounts.h"
 #include "platform/services.h"
-#include "records/share_index.h"
 #include "sources/fstab.h"
 #include "sources/mdfstab.h"
 
 #include <cerrno>
 #include <memory>
+#include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace zav {
@@ -42,6 +43,24 @@ void fill_missing_texts(share_info& share, const share_info& source) {
     if (share.comment.empty()) {
         share.comment = source.comment.view();
     }
+}
+
+/// The path that the share is registered with, by which its exports are told from those of others.
+std::string own_path(ShareFiles& files, const share_info& share) {
+    const share_info* registered = find_same(files.registered(), share);
+    const bool is_known = registered != nullptr && !registered->path.empty();
+    return std::string(is_known ? registered->path.view() : share.path.view());
+}
+
+/// The entries of a service's file by the names that they are looked up by.
+using Namesakes = std::unordered_map<std::string_view, std::vector<share_info*>>;
+
+Namesakes entries_by_name(share_list& list) {
+    Namesakes entries;
+    for (share_info& entry : list) {
+        entries[lookup_name(entry)].push_back(&entry);
+    }
+    return entries;
 }
 
 /// The share as the recycle file of its service has it; null when that does not.
@@ -73,14 +92,16 @@ void recall_lost(ShareFiles& files, share_info& share) {
 /// Brings the shares of a service in line with the registered ones.
 void update_live_shares(ShareFiles& files, const share_info& share, bool is_new) {
     const ShareFile& live = *live_file(share.type);
-    ShareIndex members = first_shares(
-        files.shares(live), [](const share_info&) { return true; }, lookup_name);
+    Namesakes members = entries_by_name(files.shares(live));
     for (const share_info& entry : files.registered()) {
-        if (share_info* member = find(members, lookup_name(entry))) {
+        std::vector<share_info*>& namesakes = members[lookup_name(entry)];
+        const std::vector<share_info*> own = own_entries(namesakes, entry.path);
+        for (share_info* member : own) {
             copy_given(member->path, entry.path);
             copy_given(member->users, entry.users);
             copy_given(member->comment, entry.comment);
-        } else if (entry.type == share.type && live.path != nullptr) {
+        }
+        if (own.empty() && entry.type == share.type && live.path != nullptr) {
             // The register has no users: without those given this share would be everybody's.
             const bool is_given = entry.name == share.name;
             share_info& added =
@@ -88,24 +109,25 @@ void update_live_shares(ShareFiles& files, const share_info& share, bool is_new)
             if (!is_given || !is_new) {
                 recall_lost(files, added);
             }
-            members.emplace(lookup_name(added), &added);
+            namesakes.push_back(&added);
         }
     }
 }
 
-/// Whether the list had the share, which it has afterwards.
-bool apply(const share_info& share, share_list& list) {
-    share_info* member = find_same(list, share);
-    if (member == nullptr) {
+/// Whether the list had the share, which it has afterwards; `found` are its entries.
+bool apply(const share_info& share, share_list& list, const std::vector<share_info*>& found) {
+    if (found.empty()) {
         append_as_is(list, share);
         return false;
     }
-    copy_given(member->comment, share.comment);
-    copy_given(member->users, share.users);
-    member->write = share.write;
-    if (member->type.empty()) {
-        copy_given(member->type, share.type);
-        copy_given(member->path, share.path);
+    for (share_info* member : found) {
+        copy_given(member->comment, share.comment);
+        copy_given(member->users, share.users);
+        member->write = share.write;
+        if (member->type.empty()) {
+            copy_given(member->type, share.type);
+            copy_given(member->path, share.path);
+        }
     }
     return true;
 }
@@ -115,6 +137,12 @@ bool apply(const share_info& share, share_list& list) {
 bool is_mounted_at_start(const std::string& mntpoint) {
     const auto text = read_settled(mdfstab_path, mdfstab_path);
     return text ? register_has(*text, mntpoint.c_str()) : errno != ENOENT;
+}
+
+void apply_to_register(ShareFiles& files, const share_info& share) {
+    share_info* member = find_same(files.registered(), share);
+    apply(share, files.registered(),
+          member != nullptr ? std::vector{member} : std::vector<share_info*>());
 }
 
 /// Opens the register and the live files of services, which are joined by commas.
@@ -162,12 +190,13 @@ Code apply_share(ShareFiles& files, const share_info& share) {
         return result;
     }
     const ShareFile* live = live_file(share.type);
-    apply(share, files.registered());
+    apply_to_register(files, share);
+    const auto entries = find_entries(files.shares(*live), share, own_path(files, share));
     share_info given = share;
-    if (live->path != nullptr && find_same(files.shares(*live), share) == nullptr) {
+    if (live->path != nullptr && entries.empty()) {
         recall_lost(files, given);
     }
-    const bool was_listed = apply(given, files.shares(*live)) || live->path == nullptr;
+    const bool was_listed = apply(given, files.shares(*live), entries) || live->path == nullptr;
     const Code result = files.write({share_register, live});
     return failed(result) ? result : listed(was_listed);
 }
@@ -194,8 +223,9 @@ Code use_forbidden_share(ShareFiles& files, share_info& share) {
         }
     }
     const ShareFile* live = live_file(share.type);
-    apply(share, files.registered());
-    const bool was_listed = apply(share, files.shares(*live)) || live->path == nullptr;
+    apply_to_register(files, share);
+    const auto entries = find_entries(files.shares(*live), share, own_path(files, share));
+    const bool was_listed = apply(share, files.shares(*live), entries) || live->path == nullptr;
     if (!was_listed && !is_known) {
         warn_of_open_share(share);
     }
@@ -214,19 +244,18 @@ Code forbid_share(ShareFiles& files, share_info& share, std::string_view served_
     const ShareFile* live = live_file(share.type);
     const ShareFile* recycled = recycle_file(share.type);
     share_info moved = share;
+    const std::string path = own_path(files, share);
     share.type.clear();
     share_list_update(share, files.registered());
-    const share_info* member = find_same(files.shares(*live), moved);
-    const bool was_listed = member != nullptr;
-    if (was_listed) {
+    for (const share_info* member : find_entries(files.shares(*live), moved, path)) {
         fill_missing_texts(moved, *member);
-        share_list_remove(files.shares(*live), moved);
     }
+    const bool was_listed = remove_entries(files.shares(*live), moved, path);
     const bool is_parked = recycled != nullptr && !share_list_add(moved, files.shares(*recycled));
     std::vector<const ShareFile*> changed = {share_register, live, recycled};
     for (const std::string_view type : split(served_by, ",")) {
         const ShareFile* other = live_file(type);
-        if (other != live && share_list_remove(files.shares(*other), moved)) {
+        if (other != live && remove_entries(files.shares(*other), moved, path)) {
             changed.push_back(other);
         }
     }
@@ -265,12 +294,13 @@ Code edit_forbidden_share(ShareFiles& files, share_info& share) {
     }
     const ShareFile* live = live_file(given.type);
     const ShareFile* recycled = recycle_file(given.type);
+    const std::string path = own_path(files, share);
     share.type.clear();
     bool was_listed = share_list_update(share, files.registered());
     if (recycled != nullptr) {
         was_listed = share_list_update(share, files.shares(*recycled)) && was_listed;
     }
-    const bool is_served = share_list_remove(files.shares(*live), given);
+    const bool is_served = remove_entries(files.shares(*live), given, path);
     const Code result = files.write({share_register, recycled, is_served ? live : nullptr});
     return failed(result) ? result : listed(was_listed);
 }
@@ -283,11 +313,12 @@ Code remove_share(ShareFiles& files, const share_info& share) {
     if (const Code result = open_to_remove(files, share); failed(result)) {
         return result;
     }
+    const std::string path = own_path(files, share);
     bool was_listed = share_list_remove(files.registered(), share);
     std::vector<const ShareFile*> changed = {share_register};
     for (const std::string_view type : split(share.type, ",")) {
         const ShareFile* live = live_file(type);
-        was_listed = share_list_remove(files.shares(*live), share) && was_listed;
+        was_listed = remove_entries(files.shares(*live), share, path) && was_listed;
         changed.push_back(live);
     }
     const Code result = files.write(changed);
