@@ -78,7 +78,7 @@ bool is_served_by(const share_info& share, std::string_view type) {
 /// locked.
 Code check_files(const share_info& share) {
     ShareFiles files;
-    return open_files_of(files, share);
+    return open_to_use(files, share);
 }
 
 /// Removes the FTP user that the forbidding of a share has left when it failed, or was killed.

@@ -69,6 +69,36 @@ const share_info* find_parked(ShareFiles& files, const share_info& share) {
     return recycled != nullptr ? find_same(files.shares(*recycled), share) : nullptr;
 }
 
+/// Takes a share in use out of the recycle files: what an older one of its name has left there must
+/// not come back in its place. Those that had it are added to `changed`.
+void drop_parked(ShareFiles& files, const share_info& share,
+                 std::vector<const ShareFile*>& changed) {
+    for (const Service& service : services()) {
+        if (service.recycled != nullptr &&
+            share_list_remove(files.shares(*service.recycled), share)) {
+            changed.push_back(service.recycled);
+        }
+    }
+}
+
+/// Puts a share into the list of a recycle file, in the place of what that has of it. Whether it
+/// had it: of a share that its service's file has lost, that is all that is known, and the users of
+/// one that is open to everybody are not given up for it.
+bool park(share_list& list, share_info share, bool was_served) {
+    const share_info* parked = find_by_name(list, share.name);
+    const bool was_parked = parked != nullptr;
+    if (was_parked && share.users.empty()) {
+        share.users = parked->users.view();
+    }
+    if (was_parked && !was_served) {
+        fill_missing_texts(share, *parked);
+        share.write = share.write != 0 && parked->write != 0 ? 1 : 0;
+    }
+    share_list_remove(list, share);
+    share_list_add(share, list);
+    return was_parked;
+}
+
 /// No file knows who may use a share that its service's file does not have.
 void warn_of_open_share(const share_info& share) {
     if (share.users.empty()) {
@@ -176,12 +206,17 @@ Code open_files_of(ShareFiles& files, const share_info& share) {
 }
 
 Code add_share(ShareFiles& files, const share_info& share) {
-    if (const Code result = open_files_of(files, share); failed(result)) {
+    if (const Code result = open_to_use(files, share); failed(result)) {
         return result;
     }
     const bool is_new = share_list_add(share, files.registered());
     update_live_shares(files, share, is_new);
-    const Code result = files.write({is_new ? share_register : nullptr, live_file(share.type)});
+    std::vector<const ShareFile*> changed = {is_new ? share_register : nullptr,
+                                             live_file(share.type)};
+    if (is_new) {
+        drop_parked(files, share, changed);
+    }
+    const Code result = files.write(changed);
     return failed(result) || is_new ? result : Code::share_listed;
 }
 
@@ -251,7 +286,7 @@ Code forbid_share(ShareFiles& files, share_info& share, std::string_view served_
         fill_missing_texts(moved, *member);
     }
     const bool was_listed = remove_entries(files.shares(*live), moved, path);
-    const bool is_parked = recycled != nullptr && !share_list_add(moved, files.shares(*recycled));
+    const bool was_parked = recycled != nullptr && park(files.shares(*recycled), moved, was_listed);
     std::vector<const ShareFile*> changed = {share_register, live, recycled};
     for (const std::string_view type : split(served_by, ",")) {
         const ShareFile* other = live_file(type);
@@ -263,7 +298,7 @@ Code forbid_share(ShareFiles& files, share_info& share, std::string_view served_
     if (failed(result)) {
         return result;
     }
-    return was_listed && is_parked ? Code::share_listed : listed(was_listed);
+    return was_listed && was_parked ? Code::share_listed : listed(was_listed);
 }
 
 Code unmount_and_unregister(ShareFiles& files, share_info& share, const std::string& mntpoint) {
@@ -298,7 +333,13 @@ Code edit_forbidden_share(ShareFiles& files, share_info& share) {
     share.type.clear();
     bool was_listed = share_list_update(share, files.registered());
     if (recycled != nullptr) {
-        was_listed = share_list_update(share, files.shares(*recycled)) && was_listed;
+        share_info parked = share;
+        if (find_by_name(files.shares(*recycled), share.name) == nullptr) {
+            for (const share_info* member : find_entries(files.shares(*live), given, path)) {
+                fill_missing_texts(parked, *member);
+            }
+        }
+        was_listed = share_list_update(parked, files.shares(*recycled)) && was_listed;
     }
     const bool is_served = remove_entries(files.shares(*live), given, path);
     const Code result = files.write({share_register, recycled, is_served ? live : nullptr});
@@ -306,7 +347,8 @@ Code edit_forbidden_share(ShareFiles& files, share_info& share) {
 }
 
 Code open_to_remove(ShareFiles& files, const share_info& share) {
-    return share.type.empty() ? open_recycle_files(files) : open_live_files(files, share.type);
+    const Code result = open_live_files(files, share.type); // none for a forbidden share
+    return failed(result) ? result : open_recycle_files(files);
 }
 
 Code remove_share(ShareFiles& files, const share_info& share) {
@@ -321,6 +363,7 @@ Code remove_share(ShareFiles& files, const share_info& share) {
         was_listed = remove_entries(files.shares(*live), share, path) && was_listed;
         changed.push_back(live);
     }
+    drop_parked(files, share, changed);
     const Code result = files.write(changed);
     return failed(result) ? result : listed(was_listed);
 }

@@ -19,8 +19,8 @@ Code open_files_of(ShareFiles& files, const share_info& share);
 
 /// Registers a share and brings its service's file in line with the register: entries that are in
 /// both get the register's texts, those of the service that are missing are added, with the users
-/// and the access that the recycle file still knows. Code::ok, or Code::share_listed for a name
-/// that is registered already.
+/// and the access that the recycle file still knows. What recycle files have of an older share of
+/// the name is dropped. Code::ok, or Code::share_listed for a name that is registered already.
 Code add_share(ShareFiles& files, const share_info& share);
 
 /// Gives a share in use its new texts and access, in the register and in its service's file.
@@ -35,9 +35,10 @@ Code open_to_use(ShareFiles& files, const share_info& share);
 Code use_forbidden_share(ShareFiles& files, share_info& share);
 
 /// Makes a share of a service with a file of its own a forbidden one: no service in the register,
-/// and from the service's file into its recycle file. `served_by` are all services that have it,
+/// and from the service's file into its recycle file, in the place of what that may have of it:
+/// Code::share_listed then. `served_by` are all services that have it,
 /// joined by commas; it is taken out of the files of the others too. `share` loses its type.
-/// Code::ok, Code::share_not_listed, Code::share_listed.
+/// Code::ok or Code::share_not_listed.
 Code forbid_share(ShareFiles& files, share_info& share, std::string_view served_by);
 
 /// Unmounts an FTP share and makes it a forbidden one. `share` loses its type. Code::ok,
@@ -45,15 +46,15 @@ Code forbid_share(ShareFiles& files, share_info& share, std::string_view served_
 Code unmount_and_unregister(ShareFiles& files, share_info& share, const std::string& mntpoint);
 
 /// Gives a forbidden share its new texts and access; should its service's file still have it, it is
-/// taken out there. `share` loses its type. Code::ok or Code::share_not_listed when it was not
-/// registered: it is now.
+/// taken out there, and its users and comment are kept where the recycle file has none. `share`
+/// loses its type. Code::ok or Code::share_not_listed when it was not registered: it is now.
 Code edit_forbidden_share(ShareFiles& files, share_info& share);
 
 /// Opens what removing a share needs, a forbidden one when it has no type.
 Code open_to_remove(ShareFiles& files, const share_info& share);
 
-/// Takes a share out of the register and the file of its service, or of several joined by commas.
-/// Code::ok or Code::share_not_listed.
+/// Takes a share out of the register and the file of its service, or of several joined by commas,
+/// and what recycle files have left of its name. Code::ok or Code::share_not_listed.
 Code remove_share(ShareFiles& files, const share_info& share);
 
 /// Takes a forbidden share out of the register and the recycle files. Code::ok or

@@ -110,12 +110,20 @@ TEST_F(ForbidStep, RegistersAShareThatWasNotRegistered) {
     EXPECT_EQ(machine.read(exports_recycle), export_of(directory));
 }
 
-TEST_F(ForbidStep, LeavesAShareThatIsRecycledAlready) {
-    machine.shares({{}}).file(smb_conf, samba_global + samba_section("pub", directory));
-    machine.file(smb_recycle, recycled("pub", "anna"));
-    EXPECT_EQ(forbid(share_of("samba", "bert")).returned, -2066);
-    EXPECT_EQ(machine.read(smb_recycle), recycled("pub", "anna"));
+TEST_F(ForbidStep, ReplacesWhatIsRecycledAlready) {
+    machine.shares({{}}).file(smb_conf, samba_global + samba_section("pub", directory, "bert"));
+    machine.file(smb_recycle, recycled("pub") + recycled("a", "anna") + recycled("pub", "carla"));
+    EXPECT_EQ(forbid(share_of("samba")).returned, -2066);
+    EXPECT_EQ(machine.read(smb_recycle), recycled("a", "anna") + recycled("pub", "bert"));
     EXPECT_EQ(machine.read(smb_conf), samba_global);
+}
+
+TEST_F(ForbidStep, KeepsWhatOnlyTheRecycleFileKnows) {
+    machine.shares({{}}).file(smb_recycle, recycled("pub", "anna", "mine", "no"));
+    EXPECT_EQ(forbid(share_of("samba")).returned, -2067);
+    EXPECT_EQ(machine.read(smb_recycle), recycled("pub", "anna", "mine", "no"));
+    EXPECT_EQ(forbid(share_of("samba", "bert")).returned, -2067);
+    EXPECT_EQ(machine.read(smb_recycle), recycled("pub", "bert", "mine", "no"));
 }
 
 TEST_F(UnmountStep, UnmountsRemovesAndUnregisters) {
@@ -218,6 +226,13 @@ TEST_F(EditForbiddenStep, TakesTheShareOffAServiceThatStillHasIt) {
     machine.file(smb_conf, samba_global + samba_section("pub", directory));
     EXPECT_EQ(edit(share_of("samba")).returned, 0);
     EXPECT_EQ(machine.read(smb_conf), samba_global);
+}
+
+TEST_F(EditForbiddenStep, KeepsTheUsersThatOnlyThatServiceKnows) {
+    has_forbidden_share();
+    machine.file(smb_conf, samba_global + samba_section("pub", directory, "anna"));
+    EXPECT_EQ(edit(share_of("samba")).returned, -2067);
+    EXPECT_EQ(machine.read(smb_recycle), recycled("pub", "anna"));
 }
 
 TEST_F(RemoveForbiddenStep, TakesTheShareOutOfAllThreeFiles) {

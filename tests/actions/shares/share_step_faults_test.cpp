@@ -42,9 +42,9 @@ Function on_share(Changed step) {
 
 const std::vector<Step>& steps() {
     static const std::vector<Step> all = {
-        {"add", on_share(add_share), share_register, smb_conf, smb_recycle},
+        {"add", on_share(add_share), share_register, smb_conf, smb_recycle, exports_recycle},
         {"apply", on_share(apply_share), share_register, smb_conf, smb_recycle},
-        {"remove", on_share(remove_share), share_register, smb_conf},
+        {"remove", on_share(remove_share), share_register, smb_conf, smb_recycle, exports_recycle},
         {"forbid", on_share(forbid_samba_share), share_register, smb_conf, smb_recycle},
         {"edit forbidden", on_share(edit_forbidden_share), share_register, smb_conf, smb_recycle},
         {"remove forbidden", on_share(remove_forbidden_share), share_register, smb_recycle,
