@@ -363,7 +363,7 @@ Code restore_share(share_info& share, const char* group) {
         share.users = default_ftp_user;
     }
     ShareFiles files;
-    const Code added = add_share(files, share);
+    const Code added = add_lost_share(files, share);
     if (failed(added) && added != Code::share_listed) {
         return fail(added, Code::share_not_restored);
     }
@@ -402,7 +402,7 @@ Code repair_share(const char* name, std::string_view type, const char* group, Si
         return log_return(result);
     }
     ShareFiles files;
-    const Code added = add_share(files, share);
+    const Code added = add_lost_share(files, share);
     return !failed(added) || added == Code::share_listed ? Code::ok
                                                          : fail(added, Code::share_not_repaired);
 }

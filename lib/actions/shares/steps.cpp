@@ -119,7 +119,8 @@ void recall_lost(ShareFiles& files, share_info& share) {
     share.write = share.write != 0 && known->write != 0 ? 1 : 0;
 }
 
-/// Brings the shares of a service in line with the registered ones.
+/// Brings the shares of a service in line with the registered ones. What a new share's users are,
+/// only `share` tells; an older one that was lost is recalled.
 void update_live_shares(ShareFiles& files, const share_info& share, bool is_new) {
     const ShareFile& live = *live_file(share.type);
     Namesakes members = entries_by_name(files.shares(live));
@@ -197,6 +198,27 @@ Code listed(bool was_listed) {
     return was_listed ? Code::ok : Code::share_not_listed;
 }
 
+/// Registers a share, a new one or one that was lost.
+Code add(ShareFiles& files, const share_info& share, bool is_new) {
+    if (const Code result = open_to_use(files, share); failed(result)) {
+        return result;
+    }
+    const ShareFile* live = live_file(share.type);
+    const bool is_added = share_list_add(share, files.registered());
+    update_live_shares(files, share, is_added && is_new);
+    if (is_added && share.write == 0) { // also where its service's file still had the name
+        for (share_info* member : find_entries(files.shares(*live), share, share.path)) {
+            member->write = 0;
+        }
+    }
+    std::vector<const ShareFile*> changed = {is_added ? share_register : nullptr, live};
+    if (is_added) {
+        drop_parked(files, share, changed);
+    }
+    const Code result = files.write(changed);
+    return failed(result) || is_added ? result : Code::share_listed;
+}
+
 } // namespace
 
 Code open_files_of(ShareFiles& files, const share_info& share) {
@@ -206,18 +228,11 @@ Code open_files_of(ShareFiles& files, const share_info& share) {
 }
 
 Code add_share(ShareFiles& files, const share_info& share) {
-    if (const Code result = open_to_use(files, share); failed(result)) {
-        return result;
-    }
-    const bool is_new = share_list_add(share, files.registered());
-    update_live_shares(files, share, is_new);
-    std::vector<const ShareFile*> changed = {is_new ? share_register : nullptr,
-                                             live_file(share.type)};
-    if (is_new) {
-        drop_parked(files, share, changed);
-    }
-    const Code result = files.write(changed);
-    return failed(result) || is_new ? result : Code::share_listed;
+    return add(files, share, true);
+}
+
+Code add_lost_share(ShareFiles& files, const share_info& share) {
+    return add(files, share, false);
 }
 
 Code apply_share(ShareFiles& files, const share_info& share) {

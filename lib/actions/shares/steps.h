@@ -17,11 +17,15 @@ namespace zav {
 /// Opens the register and the two files of the share's service.
 Code open_files_of(ShareFiles& files, const share_info& share);
 
-/// Registers a share and brings its service's file in line with the register: entries that are in
-/// both get the register's texts, those of the service that are missing are added, with the users
-/// and the access that the recycle file still knows. What recycle files have of an older share of
-/// the name is dropped. Code::ok, or Code::share_listed for a name that is registered already.
+/// Registers a new share and brings its service's file in line with the register: entries that are
+/// in both get the register's texts, those of the service that are missing are added, older shares
+/// with the users and the access that the recycle file still knows. What recycle files have of an
+/// older share of the name is dropped. Code::ok, or Code::share_listed for a name that is
+/// registered already.
 Code add_share(ShareFiles& files, const share_info& share);
+
+/// The same for a share that the register may have lost: it gets back what the recycle file knows.
+Code add_lost_share(ShareFiles& files, const share_info& share);
 
 /// Gives a share in use its new texts and access, in the register and in its service's file.
 /// Code::ok, or Code::share_not_listed when the file did not have it: it does now.

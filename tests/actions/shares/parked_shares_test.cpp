@@ -18,6 +18,12 @@ class ParkedShares : public ShareOperation {
         EXPECT_EQ(machine.read(smb_recycle), recycled("a", "anna"));
         EXPECT_EQ(machine.read(exports_recycle), export_of("/mnt/data/a"));
     }
+    int restore(const share_info& share) {
+        return result_of([share] {
+            share_info restored = share;
+            return restore_share(restored, "data");
+        });
+    }
     int edit(const share_info& share, int state) {
         return result_of([=] {
             share_info edited = share;
@@ -47,7 +53,7 @@ TEST_F(ParkedShares, ANewShareClearsThem) {
         const Result result = operate([share] { return create_share(share, "data", printed()); });
         EXPECT_EQ(result.returned, 0) << type;
         expect_cleared();
-        EXPECT_THAT(result.commands, testing::Contains(saved(smb_recycle))) << type;
+        EXPECT_THAT(changes(result), testing::Contains(saved(smb_recycle))) << type;
     }
 }
 
@@ -59,12 +65,38 @@ TEST_F(ParkedShares, ANewShareTakesNothingFromThem) {
 
 TEST_F(ParkedShares, ARestoredShareClearsThem) {
     machine.pools({"/dev/data/pub"});
-    EXPECT_EQ(result_of([] {
-                  share_info share = share_of("samba", "bert");
-                  return restore_share(share, "data");
-              }),
-              0);
+    EXPECT_EQ(restore(share_of("samba", "bert")), 0);
     expect_cleared();
+}
+
+TEST_F(ParkedShares, ALostShareGetsItsOwnBack) {
+    machine.pools({"/dev/data/pub"});
+    machine.file(smb_recycle, recycled_pub("anna", "mine", "no"));
+    EXPECT_EQ(restore(share_of("samba")), 0);
+    EXPECT_EQ(machine.read(smb_conf),
+              samba_global + samba_section("pub", directory, "anna", "mine", "writable = no"));
+    EXPECT_EQ(machine.read(smb_recycle), "");
+    EXPECT_THAT(machine.logged(), testing::IsEmpty());
+    machine.mounts({"/dev/data/pub /mnt/data/pub"}).file(share_register, "").file(exports, "");
+    machine.file(exports_recycle, export_of(directory, "10.0.0.1"));
+    EXPECT_EQ(restore(share_of("nfs")), 0);
+    EXPECT_EQ(machine.read(exports), export_of(directory, "10.0.0.1"));
+}
+
+TEST_F(ParkedShares, ALostShareThatNothingTellsTheUsersOfIsOpenWhichIsLogged) {
+    machine.pools({"/dev/data/pub"}).file(smb_recycle, "");
+    EXPECT_EQ(restore(share_of("samba")), 0);
+    EXPECT_EQ(machine.read(smb_conf), samba_global + samba_section("pub", directory));
+    EXPECT_THAT(machine.logged(), testing::ElementsAre("nothing tells the users of share 'pub': it "
+                                                       "is open to everybody"));
+}
+
+TEST_F(ParkedShares, AReadOnlyShareIsNoMoreWhenItsServiceStillHasTheName) {
+    machine.pools({"/dev/data/pub"});
+    machine.file(smb_conf, samba_global + samba_section("pub", directory, "anna"));
+    EXPECT_EQ(restore(read_only(share_of("samba"))), 0);
+    EXPECT_EQ(machine.read(smb_conf),
+              samba_global + samba_section("pub", directory, "anna", "", "writable = no"));
 }
 
 TEST_F(ParkedShares, ADeletedShareClearsThem) {
@@ -79,11 +111,7 @@ TEST_F(ParkedShares, ADeletedShareClearsThem) {
 
 TEST_F(ParkedShares, AForbiddenShareThatIsRestoredKeepsItsOwn) {
     has_forbidden_share(smb_recycle, recycled_pub("anna"));
-    EXPECT_EQ(result_of([] {
-                  share_info share = share_of("samba");
-                  return restore_share(share, "data");
-              }),
-              0);
+    EXPECT_EQ(restore(share_of("samba")), 0);
     EXPECT_EQ(machine.read(smb_recycle), recycled_pub("anna"));
 }
 

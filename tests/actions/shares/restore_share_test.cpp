@@ -111,7 +111,7 @@ TEST_F(RestoreShare, StopsAtTheMount) {
 
 TEST_F(RestoreShare, ContinuesWithoutAMountRegister) {
     machine.remove(mdfstab).directory(mdfstab);
-    EXPECT_EQ(restore(share_of("samba")).returned, 0);
+    EXPECT_EQ(restore(share_of("samba", "anna")).returned, 0);
     EXPECT_THAT(machine.logged(), ElementsAre(HasSubstr("cannot open /etc/mdfstab for ")));
 }
 
