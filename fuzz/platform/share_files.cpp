@@ -79,6 +79,9 @@ void run(std::string_view input) {
     check_round_trip(input, parse_targets,
                      [&](const share_info& share) { return target_lines(share, context); });
     require(samba_global_size(input) <= input.size(), "the global part is in the file");
+    const std::string kept = samba_kept(input);
+    const auto line_ends = static_cast<std::size_t>(std::ranges::count(input, '[')) + 1;
+    require(kept.size() <= input.size() + line_ends, "what is kept comes from the file");
     const std::string line(input.substr(0, input.find('\n')));
     require(std::ranges::count(with_home(line, "/h"), ':') == std::ranges::count(line, ':'),
             "a home is one field");

@@ -21,8 +21,8 @@ struct ShareFile {
     const char* path; ///< null: the service keeps none
     const char* item; ///< the name that the configuration tool knows it by
     FileCode (*parse)(std::string_view text, share_list& list);
-    /// How much at the start of the text is not the shares' and stays; null: nothing.
-    std::size_t (*kept)(std::string_view text);
+    /// What of the text is not the shares' and stays in front of them; null: nothing.
+    std::string (*kept)(std::string_view text);
     Lines (*lines)(const share_info& share, const LineContext& context);
 };
 

@@ -30,12 +30,14 @@ inline std::string key_line(std::string_view key, std::string_view value) {
     return std::string("    ").append(key).append(" = ").append(value).append("\n");
 }
 
+inline constexpr std::size_t share_line_size = 256;
+
 /// The lines, read byte by byte as at most 255 characters, of at least `shortest` characters,
 /// without blanks at either end.
 class ShareLines {
   public:
     ShareLines(std::string_view text, std::size_t shortest)
-        : lines_(text, line_size), shortest_(shortest) {}
+        : lines_(text, share_line_size), shortest_(shortest) {}
 
     bool next(std::string_view& line) {
         while (lines_.next(buffer_)) {
@@ -48,8 +50,6 @@ class ShareLines {
     }
 
   private:
-    static constexpr std::size_t line_size = 256;
-
     ByteLines lines_;
     std::size_t shortest_;
     std::string buffer_;

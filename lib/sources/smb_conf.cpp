@@ -6,6 +6,7 @@
 #include "base/text.h"
 
 #include <algorithm>
+#include <vector>
 
 namespace zav {
 
@@ -32,7 +33,47 @@ void take_samba_key(const KeyValue& pair, share_info& share) {
     }
 }
 
+/// A section of the file, from its header to the next one.
+struct Section {
+    std::size_t start = 0;
+    std::size_t bracket = 0; ///< where its "[" stands
+    std::size_t end = 0;
+    bool is_sambas = false;
+};
+
+std::vector<Section> sections_of(std::string_view text) {
+    std::vector<Section> sections;
+    ByteLines lines(text, share_line_size);
+    std::string line;
+    for (std::size_t at = 0; lines.next(line); at = text.size() - lines.rest().size()) {
+        const std::string_view header = skip_blanks(line);
+        if (!header.starts_with('[') || header.size() < shortest_line) {
+            continue;
+        }
+        if (!sections.empty()) {
+            sections.back().end = at;
+        }
+        sections.push_back(
+            {.start = at,
+             .bracket = text.find('[', at),
+             .end = text.size(),
+             .is_sambas = is_samba_own_section(header.substr(1, header.size() - 2))});
+    }
+    return sections;
+}
+
+void end_line(std::string& text) {
+    if (!trim_right(text.substr(text.rfind('\n') + 1)).empty()) {
+        text += '\n';
+    }
+}
+
 } // namespace
+
+bool is_samba_own_section(std::string_view name) {
+    return name == "global" || equal_ignoring_case(name, "homes") ||
+           equal_ignoring_case(name, "printers");
+}
 
 FileCode parse_samba(std::string_view text, share_list& list) {
     ShareLines lines(text, shortest_line);
@@ -48,7 +89,7 @@ FileCode parse_samba(std::string_view text, share_list& list) {
         }
         if (line.starts_with('[')) {
             const std::string_view section = line.substr(1, line.size() - 2);
-            share = section == "global" ? nullptr : &list.append();
+            share = is_samba_own_section(section) ? nullptr : &list.append();
             if (share != nullptr) {
                 share->name = section.substr(0, share_name_length);
                 share->type = share_type::samba;
@@ -88,6 +129,26 @@ std::size_t samba_global_size(std::string_view text) {
     const std::size_t first = text.find('[');
     const std::size_t second = first == std::string_view::npos ? first : text.find('[', first + 1);
     return std::min(second, text.size());
+}
+
+std::string samba_kept(std::string_view text) {
+    const std::vector<Section> sections = sections_of(text);
+    const bool begins_with_share = !sections.empty() && !sections.front().is_sambas &&
+                                   sections.front().bracket == text.find('[');
+    std::size_t end = begins_with_share ? sections.front().start : samba_global_size(text);
+    std::string kept(text.substr(0, end));
+    for (const Section& section : sections) {
+        if (section.is_sambas && section.bracket >= end) {
+            const std::size_t start = std::max(section.start, end);
+            end_line(kept);
+            kept += text.substr(start, section.end - start);
+            end = section.end;
+        }
+    }
+    if (end == text.size()) {
+        end_line(kept); // a section of a share is to follow
+    }
+    return kept;
 }
 
 Lines samba_lines(const share_info& share, std::string_view access_key) {

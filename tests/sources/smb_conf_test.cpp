@@ -209,8 +209,35 @@ TEST(SambaGlobalPart, WithoutASecondBracketIsAll) {
     EXPECT_EQ(samba_global_size("["), 1u);
 }
 
-TEST(SambaGlobalPart, KeepsTheFirstShareOfAFileWithoutOne) {
-    EXPECT_EQ(samba_global_size("[pub]\npath = /x\n[more]\n"), 16u);
+TEST(SambaReader, PassesOverSambasOwnSections) {
+    EXPECT_THAT(read_samba("[homes]\npath = /x\n[pub]\n[Printers]\nnot a key\n[homes2]\n"),
+                Pair(0, ElementsAre(bare_samba, "homes2|samba|||rw|0|")));
+}
+
+TEST(SambaKept, IsTheGlobalPartAndSambasOwnSections) {
+    EXPECT_EQ(samba_kept("[global]\nx = y\n[pub]\npath = /x\n[more]\n"), "[global]\nx = y\n");
+    EXPECT_EQ(samba_kept("[global]\n[pub]\n  [homes]\r\n  a=b = c\n\n[more]\n[PRINTERS]\n# p"),
+              "[global]\n  [homes]\r\n  a=b = c\n\n[PRINTERS]\n# p\n");
+    EXPECT_EQ(samba_kept("[global]\n  [homes]\na = b\n[pub]\n"), "[global]\n  [homes]\na = b\n");
+    EXPECT_EQ(samba_kept("[homes]\na = b\n[global]\nx = y\n[pub]\n"),
+              "[homes]\na = b\n[global]\nx = y\n");
+    EXPECT_EQ(samba_kept("# [note]\n[global]\nx = y\n[pub]\n"), "# [note]\n[global]\nx = y\n");
+}
+
+TEST(SambaKept, IsCutAtASecondBracket) {
+    EXPECT_EQ(samba_kept("[global]\n# see [x]\ny = z\n[pub]\n"), "[global]\n# see ");
+    EXPECT_EQ(samba_kept("[global]\n# see [x]\n[homes]\na = b\n"),
+              "[global]\n# see \n[homes]\na = b\n");
+}
+
+TEST(SambaKept, EndsWithItsLine) {
+    EXPECT_EQ(samba_kept("[global]\nx = y"), "[global]\nx = y\n");
+    EXPECT_EQ(samba_kept(""), "");
+}
+
+TEST(SambaKept, HasNoShareAtTheStartOfTheFile) {
+    EXPECT_EQ(samba_kept("[pub]\npath = /x\n[more]\n"), "");
+    EXPECT_EQ(samba_kept("# head\n[pub]\npath = /x\n[homes]\na = b\n"), "# head\n[homes]\na = b\n");
 }
 
 TEST(SambaSection, HasEightLines) {

@@ -41,12 +41,9 @@ std::string secret_of(std::string_view user) {
     return secret ? *secret : ""; // without the file there is no secret
 }
 
-/// What the file is to hold: what stays at its start, with a line end, then the shares.
+/// What the file is to hold: what is not the shares', then the shares.
 std::string new_text(const ShareFile& file, std::string_view text, const share_list& list) {
-    std::string result(text.substr(0, file.kept != nullptr ? file.kept(text) : 0));
-    if (result.size() == text.size() && !result.empty() && result.back() != '\n') {
-        result += '\n';
-    }
+    std::string result = file.kept != nullptr ? file.kept(text) : "";
     const LineContext context = {std::time(nullptr), secret_of};
     for (const share_info& share : list) {
         for (const std::string& line : file.lines(share, context)) {

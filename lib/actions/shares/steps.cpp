@@ -10,6 +10,7 @@
 #include "platform/services.h"
 #include "sources/fstab.h"
 #include "sources/mdfstab.h"
+#include "sources/smb_conf.h"
 
 #include <cerrno>
 #include <memory>
@@ -132,7 +133,8 @@ void update_live_shares(ShareFiles& files, const share_info& share, bool is_new)
             copy_given(member->users, entry.users);
             copy_given(member->comment, entry.comment);
         }
-        if (own.empty() && entry.type == share.type && live.path != nullptr) {
+        const bool is_sambas = share.type == share_type::samba && is_samba_own_section(entry.name);
+        if (own.empty() && entry.type == share.type && live.path != nullptr && !is_sambas) {
             // The register has no users: without those given this share would be everybody's.
             const bool is_given = entry.name == share.name;
             share_info& added =

@@ -259,11 +259,11 @@ TEST_F(FilesOfShares, SambaFileIsCutAtItsSecondBracketWhereverItStands) {
                                           samba_section("new", "/mnt/data/new"));
 }
 
-TEST_F(FilesOfShares, SambaFileWithoutAGlobalPartDoublesItsFirstShare) {
+TEST_F(FilesOfShares, SambaFileWithoutAGlobalPartHasItsFirstShareOnce) {
     const std::string old = samba_section("old", "/old");
     machine.file(smb_conf, old);
     EXPECT_EQ(add(live_file("samba"), new_share("samba")).returned, 0);
-    EXPECT_EQ(machine.read(smb_conf), old + old + samba_section("new", "/mnt/data/new"));
+    EXPECT_EQ(machine.read(smb_conf), old + samba_section("new", "/mnt/data/new"));
 }
 
 TEST_F(FilesOfShares, EmptySambaFileGetsItsSectionsOnly) {
