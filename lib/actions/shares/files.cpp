@@ -14,6 +14,7 @@
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
+#include <functional>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -36,19 +37,33 @@ Code unwritten_code(const ShareFile& file) {
     return is_register(file) ? Code::share_register_unwritten : Code::service_file_unwritten;
 }
 
-std::string secret_of(std::string_view user) {
-    const auto secret = get_user_secret(user);
-    return secret ? *secret : ""; // without the file there is no secret
-}
+/// The secrets of users. Without the file there are none; one that is there and cannot be read must
+/// not cost the targets theirs.
+class Secrets {
+  public:
+    std::string operator()(std::string_view user) {
+        const auto secret = get_user_secret(user);
+        is_unread_ = is_unread_ || (!secret && errno != ENOENT);
+        return secret ? *secret : "";
+    }
+    [[nodiscard]] bool is_unread() const { return is_unread_; }
 
-/// What the file is to hold: what is not the shares', then the shares.
-std::string new_text(const ShareFile& file, std::string_view text, const share_list& list) {
+  private:
+    bool is_unread_ = false;
+};
+
+/// What the file is to hold: what is not the shares', then the shares. Code::user_secrets_unread.
+Result<std::string> new_text(const ShareFile& file, std::string_view text, const share_list& list) {
     std::string result = file.kept != nullptr ? file.kept(text) : "";
-    const LineContext context = {std::time(nullptr), secret_of};
+    Secrets secrets;
+    const LineContext context = {std::time(nullptr), std::ref(secrets)};
     for (const share_info& share : list) {
         for (const std::string& line : file.lines(share, context)) {
             result += line;
         }
+    }
+    if (secrets.is_unread()) {
+        return Code::user_secrets_unread;
     }
     return result;
 }
@@ -262,7 +277,11 @@ Code ShareFiles::write(const std::vector<const ShareFile*>& files) {
     for (const ShareFile* file : files) {
         OpenFile* open = file != nullptr && file->path != nullptr ? find(*file) : nullptr;
         if (open != nullptr && open->fd) {
-            rewrites.push_back({open, new_text(*file, open->text, open->shares)});
+            auto text = new_text(*file, open->text, open->shares);
+            if (!text) {
+                return text.code();
+            }
+            rewrites.push_back({open, std::move(*text)});
         }
     }
     if (rewrites.empty()) {

@@ -51,7 +51,8 @@ class ShareFiles {
     /// Rewrites open files with their shares, makes that durable, and hands them to the
     /// configuration tool in that order. One that is null or has no path is passed over. Code::ok;
     /// Code::share_register_unwritten or Code::service_file_unwritten, Code::file_locked when
-    /// somebody keeps reading: all files are then as they were.
+    /// somebody keeps reading, Code::user_secrets_unread when a target's users have secrets in a
+    /// file that cannot be read: all files are then as they were.
     Code write(const std::vector<const ShareFile*>& files);
 
   private:
