@@ -41,6 +41,12 @@ bool is_type(const share_info& share, std::string_view type) {
     return equal_ignoring_case(share.type, type);
 }
 
+bool is_served_by(const share_info& share, std::string_view type) {
+    const auto types = split(share.type, ",");
+    return std::ranges::any_of(
+        types, [type](std::string_view served) { return equal_ignoring_case(served, type); });
+}
+
 std::string_view lookup_name(const share_info& share) {
     return is_type(share, share_type::iscsi) ? cut_at(share.name, ".") : share.name.view();
 }

@@ -52,6 +52,9 @@ using share_list = RecordList<share_info>;
 /// Whether a share is of a service, whatever the case.
 bool is_type(const share_info& share, std::string_view type);
 
+/// Whether a service has the share, maybe as one of several that are joined by commas.
+bool is_served_by(const share_info& share, std::string_view type);
+
 /// The name that a share is looked up by: of an iSCSI target without its time.
 std::string_view lookup_name(const share_info& share);
 

@@ -28,6 +28,9 @@ std::string_view target_of_volume(std::string_view line) {
 
 void scan_iscsi_volumes(std::string_view output, share_list& list) {
     auto shares = first_shares(
+        list, [](const share_info& share) { return is_served_by(share, share_type::iscsi); },
+        name_of);
+    const ShareIndex registered = first_shares(
         list, [](const share_info&) { return true; }, name_of);
     CountedLines lines(output);
     std::string_view line;
@@ -37,6 +40,9 @@ void scan_iscsi_volumes(std::string_view output, share_list& list) {
         }
         const std::string_view name = share_of_target(target_of_volume(line));
         share_info* share = find(shares, name);
+        if (share == nullptr && find(registered, name) != nullptr) {
+            continue; // a target that was left behind does not make another share one of iSCSI
+        }
         if (share == nullptr) {
             share = &list.append();
             share->name = name;

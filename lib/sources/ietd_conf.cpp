@@ -60,7 +60,9 @@ FileCode parse_targets(std::string_view text, share_list& list) {
 void scan_iscsi_targets(std::string_view output, share_list& list) {
     ShareIndex shares; // of namesakes the last one
     for (share_info& share : list) {
-        shares.insert_or_assign(share.name, &share);
+        if (is_served_by(share, share_type::iscsi)) {
+            shares.insert_or_assign(share.name, &share);
+        }
     }
     share_info* share = nullptr;
     CountedLines lines(output);

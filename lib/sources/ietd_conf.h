@@ -18,7 +18,7 @@ inline constexpr char targets_command[] = "cat /etc/ietd.conf > %s";
 /// For changes: adds a record for every target. Never malformed.
 FileCode parse_targets(std::string_view text, share_list& list);
 
-/// For listings: the users of the iSCSI shares, from /etc/ietd.conf.
+/// For listings: the users of the iSCSI shares, from /etc/ietd.conf. Other shares stay as they are.
 void scan_iscsi_targets(std::string_view output, share_list& list);
 
 /// Its block in /etc/ietd.conf. A name without a "." gets the time of the context.

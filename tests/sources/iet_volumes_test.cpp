@@ -35,7 +35,7 @@ TEST_F(VolumeScan, AddsWhatTheRegisterDoesNotHave) {
 }
 
 TEST_F(VolumeScan, UpdatesTheShareOfTheName) {
-    share_info& share = add(list, "disk1", "samba", "/dev/data/disk1");
+    share_info& share = add(list, "disk1", "iscsi", "/dev/data/disk1");
     share.write = 0;
     share.usedsize = {-1};
     EXPECT_THAT(scanned("tid:1 name:iqn.2006-05.com.nas:disk1\n"), ElementsAre("disk1"));
@@ -46,11 +46,21 @@ TEST_F(VolumeScan, UpdatesTheShareOfTheName) {
 }
 
 TEST_F(VolumeScan, UpdatesTheFirstOfNamesakes) {
-    add(list, "disk1", "samba");
-    add(list, "disk1", "nfs");
+    add(list, "disk1", "iscsi");
+    add(list, "disk1", "iscsi");
     scanned("tid:1 name:iqn:disk1\ntid:2 name:iqn:disk1\n");
     EXPECT_EQ(list.begin()->type, "iSCSI");
-    EXPECT_EQ(std::next(list.begin())->type, "nfs");
+    EXPECT_EQ(std::next(list.begin())->type, "iscsi");
+}
+
+TEST_F(VolumeScan, LeavesTheSharesOfOtherServicesAndForbiddenOnes) {
+    for (const char* type : {"samba", "nfs", "ftp", ""}) {
+        list.clear();
+        add(list, "disk1", type).write = 0;
+        EXPECT_THAT(scanned("tid:1 name:iqn:disk1.2024\n"), ElementsAre("disk1"));
+        EXPECT_EQ(list.begin()->type, type);
+        EXPECT_EQ(list.begin()->write, 0);
+    }
 }
 
 TEST_F(VolumeScan, ReadsTheNameOnceItIsAdded) {

@@ -30,7 +30,7 @@ class TargetScan : public testing::Test {
 };
 
 TEST_F(TargetScan, JoinsTheUsersOfATarget) {
-    add(list, "disk1", "");
+    add(list, "disk1", "iscsi");
     EXPECT_THAT(scanned(std::string(target) +
                         "\tIncomingUser anna annasecret\n\tIncomingUser bert \n\tLun 0 Path=x\n"),
                 ElementsAre("anna,bert"));
@@ -38,25 +38,35 @@ TEST_F(TargetScan, JoinsTheUsersOfATarget) {
 }
 
 TEST_F(TargetScan, AddsToTheUsersThatAShareHas) {
-    add(list, "disk1", "").users = "carla";
+    add(list, "disk1", "iscsi").users = "carla";
     EXPECT_THAT(scanned(std::string(target) + "IncomingUser anna x\n"), ElementsAre("carla,anna"));
 }
 
-TEST_F(TargetScan, MakesAShareWithoutUsersAnIscsiShareToo) {
-    add(list, "disk1", "samba");
+TEST_F(TargetScan, ShowsTheServiceOfAShareWithoutUsersToo) {
+    add(list, "disk1", "samba,iscsi");
     EXPECT_THAT(scanned(target), ElementsAre(""));
     EXPECT_EQ(list.begin()->type, "iSCSI");
 }
 
+TEST_F(TargetScan, LeavesTheSharesOfOtherServicesAndForbiddenOnes) {
+    for (const char* type : {"samba", "nfs", "ftp", ""}) {
+        list.clear();
+        add(list, "disk1", type);
+        EXPECT_THAT(scanned(std::string(target) + "IncomingUser anna x\n"), ElementsAre(""));
+        EXPECT_EQ(list.begin()->type, type);
+    }
+}
+
 TEST_F(TargetScan, AffectsTheLastOfNamesakes) {
-    add(list, "disk1", "samba");
+    add(list, "disk1", "iscsi");
+    add(list, "disk1", "iscsi");
     add(list, "disk1", "nfs");
-    EXPECT_THAT(scanned(std::string(target) + "IncomingUser anna x\n"), ElementsAre("", "anna"));
-    EXPECT_EQ(list.begin()->type, "samba");
+    EXPECT_THAT(scanned(std::string(target) + "IncomingUser anna x\n"),
+                ElementsAre("", "anna", ""));
 }
 
 TEST_F(TargetScan, DropsTheUsersOfAnUnknownTarget) {
-    add(list, "disk1", "");
+    add(list, "disk1", "iscsi");
     EXPECT_THAT(scanned("IncomingUser early x\n" + std::string(target) + "IncomingUser anna x\n" +
                         "Target iqn:other\nIncomingUser late x\n"),
                 ElementsAre("anna"));
@@ -64,8 +74,8 @@ TEST_F(TargetScan, DropsTheUsersOfAnUnknownTarget) {
 }
 
 TEST_F(TargetScan, TakesTheNameAfterTheFirstColon) {
-    add(list, "disk1", "");
-    add(list, "x:disk1", "");
+    add(list, "disk1", "iscsi");
+    add(list, "x:disk1", "iscsi");
     EXPECT_THAT(scanned("Target iqn:x:disk1.2\nIncomingUser anna x\n"), ElementsAre("", "anna"));
 }
 

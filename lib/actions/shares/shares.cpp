@@ -17,7 +17,6 @@
 #include "inventory/shares.h"
 #include "platform/services.h"
 
-#include <algorithm>
 
 namespace zav {
 
@@ -65,13 +64,6 @@ Code put_in_use(ShareFiles& files, share_info& share, LogSite operation) {
     return !failed(result) || result == Code::share_not_listed
                ? Code::ok
                : fail(result, Code::share_not_edited, operation);
-}
-
-/// Whether the share is one of that service. The list of all joins several services by commas.
-bool is_served_by(const share_info& share, std::string_view type) {
-    const auto types = split(share.type, ",");
-    return std::ranges::any_of(
-        types, [type](std::string_view served) { return equal_ignoring_case(served, type); });
 }
 
 /// Whether the share could be added now: a repair may take hours, in which the files are not

@@ -171,6 +171,15 @@ TEST_F(ShareCollector, ListsNamesakesOneByOne) {
                       "pub|samba|/mnt/data/pub||1|5|0|Filesystem umounted|N.A.\n");
 }
 
+TEST_F(ShareCollector, TakesTheServiceOfAShareFromTheRegister) {
+    machine.shares({{}, {.name = "f", .service = ""}})
+        .mounts({"/dev/data/pub /mnt/data/pub", "/dev/data/f /mnt/data/f"})
+        .file(volumes, "tid:1 name:iqn:pub.2024\ntid:2 name:iqn:f.2024\n")
+        .file(targets, "Target iqn:pub.2024\n\tIncomingUser anna secret\nTarget iqn:f.2024\n");
+    EXPECT_EQ(rows(), "pub|samba|/mnt/data/pub||1|5|-1||N.A.\n"
+                      "f||/mnt/data/f||1|5|-1||N.A.\n");
+}
+
 TEST_F(ShareCollector, StopsAtExportsThatCannotBeRead) {
     machine.shares({{}}).remove(exports).directory(exports);
     machine.file(volumes, "tid:1 name:iqn:disk1\n");
