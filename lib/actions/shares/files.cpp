@@ -15,6 +15,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <functional>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -176,6 +177,11 @@ Code finish_interrupted_change(const FileDescriptor& register_fd) {
     return Code::ok;
 }
 
+bool is_empty(int fd) {
+    struct stat status = {};
+    return ::fstat(fd, &status) == 0 && status.st_size == 0;
+}
+
 } // namespace
 
 Code file_lock_open(const char* path, FileDescriptor& fd, Code unopened) {
@@ -195,7 +201,8 @@ const ShareFile* recycle_file(std::string_view service) {
 
 ShareFiles::~ShareFiles() {
     for (const OpenFile& open : files_) {
-        if (open.was_made) {
+        if (open.was_made && is_empty(open.fd.get()) &&
+            names_open_file(open.file->path, open.fd.get())) {
             ::unlink(open.file->path);
         }
     }

@@ -34,7 +34,8 @@ class ShareFiles {
     ShareFiles() = default;
     ShareFiles(const ShareFiles&) = delete;
     ShareFiles& operator=(const ShareFiles&) = delete;
-    /// Releases the locks. A file that was made and is still as empty is removed.
+    /// Releases the locks. A file that was made is removed if it is still empty and nobody has put
+    /// another in its place.
     ~ShareFiles();
 
     /// Opens files in that order, but always the register first: a change that was cut short is

@@ -95,6 +95,25 @@ TEST_F(DeleteShare, RemovesAnFtpShareWhoseUserIsNotKnown) {
     EXPECT_THAT(changes(result), Not(Contains(HasSubstr("passwd"))));
 }
 
+TEST_F(DeleteShare, KeepsWhatOthersWriteIntoAFileThatItMade) {
+    has_share("nfs");
+    machine.remove(exports);
+    machine.tool(pool_tool::umount).any().does("echo '/srv *(ro)' >> /etc/exports; exit 1");
+    EXPECT_EQ(code(), -602);
+    EXPECT_EQ(machine.read(exports), "/srv *(ro)\n");
+    machine.remove(exports);
+    machine.tool(pool_tool::umount)
+        .any()
+        .does("echo '/srv *(ro)' > /etc/new; "
+              "mv /etc/new /etc/exports; exit 1");
+    EXPECT_EQ(code(), -602);
+    EXPECT_EQ(machine.read(exports), "/srv *(ro)\n");
+    machine.remove(exports);
+    machine.tool(pool_tool::umount).any().exits(1);
+    EXPECT_EQ(code(), -602);
+    EXPECT_FALSE(machine.exists(exports));
+}
+
 TEST_F(DeleteShare, ReportsAnUnknownShare) {
     has_share("samba");
     const Result result = remove("other");
