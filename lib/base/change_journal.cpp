@@ -130,6 +130,50 @@ void take_back(std::string_view owner, std::span<const FileChange> changes) {
     errno = error;
 }
 
+/// The journal of a change that is prepared: it counts only under the journal's own name.
+std::string room_path(std::string_view owner) {
+    return journal_path(owner) + ".room";
+}
+
+/// Reserves room for a file that is to grow, without a change to it that anybody sees. Where the
+/// file system cannot do that, rewriting it tells.
+bool has_room(const FileChange& change) {
+    struct stat status = {};
+    const auto size = static_cast<off_t>(change.after.size());
+    return ::fstat(change.fd, &status) != 0 || status.st_size >= size ||
+           ::fallocate(change.fd, FALLOC_FL_KEEP_SIZE, 0, size) == 0 ||
+           (errno != ENOSPC && errno != EDQUOT && errno != EFBIG);
+}
+
+std::vector<JournalEntry> entries_of(std::span<const FileChange> changes) {
+    std::vector<JournalEntry> entries;
+    for (const FileChange& change : changes) {
+        entries.push_back({change.path, change.after, change.before});
+    }
+    return entries;
+}
+
+template <class MakeJournal>
+std::optional<ChangeFailure> change_under_journal(std::string_view owner,
+                                                  std::span<const FileChange> changes,
+                                                  const MakeJournal& make_journal) {
+    const auto read = std::ranges::find_if_not(
+        changes, [](const FileChange& change) { return lock_for_rewriting(change.fd); });
+    if (read != changes.end()) {
+        return ChangeFailure{.file = static_cast<std::size_t>(read - changes.begin()),
+                             .is_locked = true};
+    }
+    if (!make_journal()) {
+        return ChangeFailure{};
+    }
+    if (const auto failed_file = rewrite_all(changes, &FileChange::after)) {
+        take_back(owner, changes);
+        return ChangeFailure{.file = *failed_file};
+    }
+    remove_journal(owner);
+    return std::nullopt;
+}
+
 } // namespace
 
 bool is_unfinished(const JournalEntry& entry, const std::optional<std::string>& content) {
@@ -247,22 +291,35 @@ void remove_journal(std::string_view path) {
 std::optional<ChangeFailure> change_files(std::string_view owner,
                                           std::span<const FileChange> changes,
                                           const FileRights& journal_rights) {
-    std::vector<JournalEntry> entries;
-    for (const FileChange& change : changes) {
-        if (!lock_for_rewriting(change.fd)) {
-            return ChangeFailure{.file = entries.size(), .is_locked = true};
-        }
-        entries.push_back({change.path, change.after, change.before});
+    return change_under_journal(
+        owner, changes, [&] { return write_journal(owner, entries_of(changes), journal_rights); });
+}
+
+std::optional<std::size_t> prepare_change(std::string_view owner,
+                                          std::span<const FileChange> changes) {
+    const std::string room = room_path(owner);
+    ::unlink(room.c_str()); // of a run that was killed
+    const FileDescriptor fd =
+        FileDescriptor::open(room.c_str(), O_WRONLY | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR);
+    if (!fd || !write_all(fd.get(), journal_text(entries_of(changes))) || ::fsync(fd.get()) != 0) {
+        return 0;
     }
-    if (!write_journal(owner, entries, journal_rights)) {
-        return ChangeFailure{};
-    }
-    if (const auto failed_file = rewrite_all(changes, &FileChange::after)) {
-        take_back(owner, changes);
-        return ChangeFailure{.file = *failed_file};
-    }
-    remove_journal(owner);
-    return std::nullopt;
+    const auto full = std::ranges::find_if_not(changes, has_room);
+    return full != changes.end() ? std::optional<std::size_t>(full - changes.begin())
+                                 : std::nullopt;
+}
+
+std::optional<ChangeFailure> change_prepared_files(std::string_view owner,
+                                                   std::span<const FileChange> changes) {
+    return change_under_journal(owner, changes, [owner] {
+        const std::string journal = journal_path(owner);
+        return ::rename(room_path(owner).c_str(), journal.c_str()) == 0 &&
+               sync_directory_of(journal);
+    });
+}
+
+void forget_prepared_change(std::string_view owner) {
+    ::unlink(room_path(owner).c_str());
 }
 
 std::optional<std::string> read_settled(const char* path, std::string_view owner) {

@@ -50,6 +50,19 @@ std::optional<ChangeFailure>
 change_files(std::string_view owner, std::span<const FileChange> changes,
              const FileRights& journal_rights = {.mode = 0600, .owner = {}, .group = {}});
 
+/// Makes sure of the room that a change takes, before something else is done that cannot be taken
+/// back; the files stay as they are. The place of a file that there is no room for; 0 also when
+/// there is none for the journal.
+std::optional<std::size_t> prepare_change(std::string_view owner,
+                                          std::span<const FileChange> changes);
+
+/// change_files() for what prepare_change() got.
+std::optional<ChangeFailure> change_prepared_files(std::string_view owner,
+                                                   std::span<const FileChange> changes);
+
+/// Gives the room of a change back that is not made.
+void forget_prepared_change(std::string_view owner);
+
 /// Where the journal of a file and those that change with it lies: "/etc/.mdfstab.zav".
 std::string journal_path(std::string_view path);
 

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
@@ -200,6 +201,9 @@ const ShareFile* recycle_file(std::string_view service) {
 }
 
 ShareFiles::~ShareFiles() {
+    if (has_room_) {
+        forget_prepared_change(share_register_path);
+    }
     for (const OpenFile& open : files_) {
         if (open.was_made && is_empty(open.fd.get()) &&
             names_open_file(open.file->path, open.fd.get())) {
@@ -230,6 +234,7 @@ Code ShareFiles::open_one(const ShareFile& file) {
         return result;
     }
     if (is_register(file)) {
+        forget_prepared_change(share_register_path); // of a run that was killed
         if (const Code result = finish_interrupted_change(open.fd); failed(result)) {
             return result;
         }
@@ -259,28 +264,35 @@ Code ShareFiles::open(const std::vector<const ShareFile*>& files) {
     return Code::ok;
 }
 
+std::vector<FileChange> ShareFiles::changes_of(const std::list<Rewrite>& rewrites) {
+    std::vector<FileChange> changes;
+    for (const Rewrite& change : rewrites) {
+        const OpenFile& open = *change.file;
+        changes.push_back({open.file->path, open.fd.get(), open.text, change.text});
+    }
+    return changes;
+}
+
 Code ShareFiles::rewrite_all(const std::list<Rewrite>& rewrites) {
     // The register first, also when it stays as it is: who has it reads all files.
     if (const OpenFile* listed = find(share_register_file());
         listed != nullptr && !lock_for_rewriting(listed->fd.get())) {
         return Code::file_locked;
     }
-    std::vector<FileChange> changes;
-    std::vector<Code> codes;
-    for (const Rewrite& change : rewrites) {
-        const OpenFile& open = *change.file;
-        changes.push_back({open.file->path, open.fd.get(), open.text, change.text});
-        codes.push_back(unwritten_code(*open.file));
-    }
-    const auto failure = change_files(share_register_path, changes);
+    const auto changes = changes_of(rewrites);
+    const auto failure = &rewrites == &prepared_
+                             ? change_prepared_files(share_register_path, changes)
+                             : change_files(share_register_path, changes);
     if (!failure) {
         return Code::ok;
     }
-    return failure->is_locked ? Code::file_locked : codes[failure->file];
+    return failure->is_locked
+               ? Code::file_locked
+               : unwritten_code(*std::next(rewrites.begin(), failure->file)->file->file);
 }
 
-Code ShareFiles::write(const std::vector<const ShareFile*>& files) {
-    std::list<Rewrite> rewrites;
+Code ShareFiles::make_rewrites(const std::vector<const ShareFile*>& files,
+                               std::list<Rewrite>& rewrites) {
     for (const ShareFile* file : files) {
         OpenFile* open = file != nullptr && file->path != nullptr ? find(*file) : nullptr;
         if (open != nullptr && open->fd) {
@@ -291,6 +303,10 @@ Code ShareFiles::write(const std::vector<const ShareFile*>& files) {
             rewrites.push_back({open, std::move(*text)});
         }
     }
+    return Code::ok;
+}
+
+Code ShareFiles::carry_out(std::list<Rewrite>& rewrites) {
     if (rewrites.empty()) {
         return Code::ok;
     }
@@ -312,6 +328,31 @@ Code ShareFiles::write(const std::vector<const ShareFile*>& files) {
         ignore(conf_save(change.file->file->item));
     }
     return Code::ok;
+}
+
+Code ShareFiles::write(const std::vector<const ShareFile*>& files) {
+    std::list<Rewrite> rewrites;
+    const Code result = make_rewrites(files, rewrites);
+    return failed(result) ? result : carry_out(rewrites);
+}
+
+Code ShareFiles::prepare(const std::vector<const ShareFile*>& files) {
+    const Code result = make_rewrites(files, prepared_);
+    if (failed(result) || prepared_.empty()) {
+        return result;
+    }
+    has_room_ = true; // also a part of it goes with this object
+    const auto full = prepare_change(share_register_path, changes_of(prepared_));
+    if (!full) {
+        return Code::ok;
+    }
+    const Code unwritten = unwritten_code(*std::next(prepared_.begin(), *full)->file->file);
+    prepared_.clear();
+    return unwritten;
+}
+
+Code ShareFiles::write_prepared() {
+    return carry_out(prepared_);
 }
 
 void finish_share_change() {

@@ -9,6 +9,7 @@
 /// for a listing does not take it: see read_settled().
 #pragma once
 
+#include "base/change_journal.h"
 #include "base/codes.h"
 #include "base/file.h"
 #include "platform/services.h"
@@ -56,6 +57,13 @@ class ShareFiles {
     /// file that cannot be read: all files are then as they were.
     Code write(const std::vector<const ShareFile*>& files);
 
+    /// The same in two steps, for a change that must not fail once something else has happened.
+    /// prepare() makes the new texts and reserves the room that writing them takes; without it the
+    /// code is that of write(), and nothing has changed. write_prepared() writes what was prepared,
+    /// or nothing.
+    Code prepare(const std::vector<const ShareFile*>& files);
+    Code write_prepared();
+
   private:
     struct OpenFile {
         const ShareFile* file = nullptr;
@@ -71,9 +79,14 @@ class ShareFiles {
 
     OpenFile* find(const ShareFile& file);
     Code open_one(const ShareFile& file);
+    Code make_rewrites(const std::vector<const ShareFile*>& files, std::list<Rewrite>& rewrites);
+    static std::vector<FileChange> changes_of(const std::list<Rewrite>& rewrites);
+    Code carry_out(std::list<Rewrite>& rewrites);
     Code rewrite_all(const std::list<Rewrite>& rewrites);
 
     std::list<OpenFile> files_; ///< in the order of opening
+    std::list<Rewrite> prepared_;
+    bool has_room_ = false; ///< for what is prepared, in a file of its own
 };
 
 /// Finishes a change that was cut short, unless somebody has the files: the services know no

@@ -17,7 +17,6 @@
 #include "inventory/shares.h"
 #include "platform/services.h"
 
-
 namespace zav {
 
 namespace {
@@ -147,8 +146,8 @@ Code delete_share(const char* name, Sink& out) {
         return log_return(result);
     }
     // A share that cannot be taken out of its files keeps its pool as well.
-    if (const Code result = failed(opened) ? opened : open_to_remove(files, share);
-        failed(result)) {
+    if (const Code result = failed(opened) ? opened : prepare_removal(files, share);
+        failed(result) && result != Code::share_not_listed) {
         return fail(result, Code::share_not_deleted);
     }
     GroupName group;
@@ -187,16 +186,13 @@ Code del_snf_share(ShareFiles& files, const share_info& share, const GroupName& 
             return fail(result, Code::share_not_deleted);
         }
     }
-    const Code result = remove_share(files, share);
-    return !failed(result) || result == Code::share_not_listed
-               ? Code::ok
-               : fail(result, Code::share_not_deleted);
+    const Code result = finish_removal(files);
+    return !failed(result) ? Code::ok : fail(result, Code::share_not_deleted);
 }
 
 Code del_iscsi_share(ShareFiles& files, const share_info& share, const GroupName& group,
                      Sink& out) {
-    if (const Code result = remove_share(files, share);
-        failed(result) && result != Code::share_not_listed) {
+    if (const Code result = finish_removal(files); failed(result)) {
         return fail(result, Code::share_not_deleted);
     }
     restart_service(share.type); // the device must not be in use when its pool goes
@@ -213,10 +209,8 @@ Code del_forbid_share(ShareFiles& files, const share_info& share, const GroupNam
     if (const Code result = remove_share_pool(share, group, out); failed(result)) {
         return log_return(result);
     }
-    const Code result = remove_forbidden_share(files, share);
-    return !failed(result) || result == Code::share_not_listed
-               ? Code::ok
-               : fail(result, Code::share_not_deleted);
+    const Code result = finish_removal(files);
+    return !failed(result) ? Code::ok : fail(result, Code::share_not_deleted);
 }
 
 Code edit_share(share_info& share, int state, Sink& out) {

@@ -221,6 +221,44 @@ Code add(ShareFiles& files, const share_info& share, bool is_new) {
     return failed(result) || is_added ? result : Code::share_listed;
 }
 
+/// Opens what removing a share needs, a forbidden one when it has no type.
+Code open_to_remove(ShareFiles& files, const share_info& share) {
+    const Code result = open_live_files(files, share.type); // none for a forbidden share
+    return failed(result) ? result : open_recycle_files(files);
+}
+
+/// Takes a share in use out of the lists of all files that have it; `changed` are those to write.
+/// Whether the register and its services had it.
+bool take_out(ShareFiles& files, const share_info& share, std::vector<const ShareFile*>& changed) {
+    const std::string path = own_path(files, share);
+    bool was_listed = share_list_remove(files.registered(), share);
+    changed = {share_register};
+    for (const std::string_view type : split(share.type, ",")) {
+        const ShareFile* live = live_file(type);
+        was_listed = remove_entries(files.shares(*live), share, path) && was_listed;
+        changed.push_back(live);
+    }
+    drop_parked(files, share, changed);
+    return was_listed;
+}
+
+/// The same for a forbidden share. Whether any file had it; else none is to be written.
+bool take_out_forbidden(ShareFiles& files, const share_info& share,
+                        std::vector<const ShareFile*>& changed) {
+    bool was_listed = share_list_remove(files.registered(), share);
+    for (const Service& service : services()) {
+        if (service.recycled != nullptr) {
+            was_listed = share_list_remove(files.shares(*service.recycled), share) || was_listed;
+            changed.push_back(service.recycled);
+        }
+    }
+    changed.push_back(share_register);
+    if (!was_listed) {
+        changed.clear();
+    }
+    return was_listed;
+}
+
 } // namespace
 
 Code open_files_of(ShareFiles& files, const share_info& share) {
@@ -363,45 +401,20 @@ Code edit_forbidden_share(ShareFiles& files, share_info& share) {
     return failed(result) ? result : listed(was_listed);
 }
 
-Code open_to_remove(ShareFiles& files, const share_info& share) {
-    const Code result = open_live_files(files, share.type); // none for a forbidden share
-    return failed(result) ? result : open_recycle_files(files);
-}
-
-Code remove_share(ShareFiles& files, const share_info& share) {
-    if (const Code result = open_to_remove(files, share); failed(result)) {
-        return result;
+Code prepare_removal(ShareFiles& files, const share_info& share) {
+    std::vector<const ShareFile*> changed;
+    const Code opened = open_to_remove(files, share);
+    if (failed(opened)) {
+        return opened;
     }
-    const std::string path = own_path(files, share);
-    bool was_listed = share_list_remove(files.registered(), share);
-    std::vector<const ShareFile*> changed = {share_register};
-    for (const std::string_view type : split(share.type, ",")) {
-        const ShareFile* live = live_file(type);
-        was_listed = remove_entries(files.shares(*live), share, path) && was_listed;
-        changed.push_back(live);
-    }
-    drop_parked(files, share, changed);
-    const Code result = files.write(changed);
+    const bool was_listed = share.type.empty() ? take_out_forbidden(files, share, changed)
+                                               : take_out(files, share, changed);
+    const Code result = files.prepare(changed);
     return failed(result) ? result : listed(was_listed);
 }
 
-Code remove_forbidden_share(ShareFiles& files, const share_info& share) {
-    if (const Code result = open_recycle_files(files); failed(result)) {
-        return result;
-    }
-    bool was_listed = share_list_remove(files.registered(), share);
-    std::vector<const ShareFile*> changed;
-    for (const Service& service : services()) {
-        if (service.recycled != nullptr) {
-            was_listed = share_list_remove(files.shares(*service.recycled), share) || was_listed;
-            changed.push_back(service.recycled);
-        }
-    }
-    if (!was_listed) {
-        return Code::share_not_listed;
-    }
-    changed.push_back(share_register);
-    return files.write(changed);
+Code finish_removal(ShareFiles& files) {
+    return files.write_prepared();
 }
 
 } // namespace zav

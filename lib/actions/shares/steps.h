@@ -54,15 +54,13 @@ Code unmount_and_unregister(ShareFiles& files, share_info& share, const std::str
 /// loses its type. Code::ok or Code::share_not_listed when it was not registered: it is now.
 Code edit_forbidden_share(ShareFiles& files, share_info& share);
 
-/// Opens what removing a share needs, a forbidden one when it has no type.
-Code open_to_remove(ShareFiles& files, const share_info& share);
+/// Prepares that a share goes from the register and from the file of its service, or of several
+/// joined by commas, and what recycle files have left of its name; a forbidden one, which has no
+/// type, from the recycle files. Opens what that needs, and reserves the room that it takes.
+/// Code::ok or Code::share_not_listed.
+Code prepare_removal(ShareFiles& files, const share_info& share);
 
-/// Takes a share out of the register and the file of its service, or of several joined by commas,
-/// and what recycle files have left of its name. Code::ok or Code::share_not_listed.
-Code remove_share(ShareFiles& files, const share_info& share);
-
-/// Takes a forbidden share out of the register and the recycle files. Code::ok or
-/// Code::share_not_listed.
-Code remove_forbidden_share(ShareFiles& files, const share_info& share);
+/// Does what was prepared.
+Code finish_removal(ShareFiles& files);
 
 } // namespace zav

@@ -31,6 +31,18 @@ Code forbid_samba_share(ShareFiles& files, share_info& share) {
     return forbid_share(files, share, "samba");
 }
 
+// Takes the share out of its files; a forbidden one has no type.
+Code remove_from_files(ShareFiles& files, const share_info& share) {
+    const Code prepared = prepare_removal(files, share);
+    const Code written = finish_removal(files);
+    return failed(written) ? written : prepared;
+}
+
+Code remove_forbidden(ShareFiles& files, share_info& share) {
+    share.type.clear();
+    return remove_from_files(files, share);
+}
+
 template <class Changed>
 Function on_share(Changed step) {
     return [step] {
@@ -44,10 +56,11 @@ const std::vector<Step>& steps() {
     static const std::vector<Step> all = {
         {"add", on_share(add_share), share_register, smb_conf, smb_recycle, exports_recycle},
         {"apply", on_share(apply_share), share_register, smb_conf, smb_recycle},
-        {"remove", on_share(remove_share), share_register, smb_conf, smb_recycle, exports_recycle},
+        {"remove", on_share(remove_from_files), share_register, smb_conf, smb_recycle,
+         exports_recycle},
         {"forbid", on_share(forbid_samba_share), share_register, smb_conf, smb_recycle},
         {"edit forbidden", on_share(edit_forbidden_share), share_register, smb_conf, smb_recycle},
-        {"remove forbidden", on_share(remove_forbidden_share), share_register, smb_recycle,
+        {"remove forbidden", on_share(remove_forbidden), share_register, smb_recycle,
          exports_recycle},
         {"use", on_share(use_forbidden_share), share_register, smb_conf, smb_recycle,
          exports_recycle}};
@@ -210,7 +223,7 @@ TEST_F(ShareStepsAtOnce, OneWinsAndTheOtherIsRefused) {
 
 TEST_F(ShareStepsAtOnce, AllFilesOfARemovalAreLockedToTheEnd) {
     machine.shares({{.service = ""}});
-    StartedRun first = start(share_register, on_share(remove_forbidden_share));
+    StartedRun first = start(share_register, on_share(remove_forbidden));
     ASSERT_TRUE(machine.appears("/var/saving"));
     for (const char* file : {share_register, smb_recycle, exports_recycle}) {
         EXPECT_THROW(LockedFile(machine.host_path(file)), std::runtime_error) << file;

@@ -33,7 +33,9 @@ class ShareSteps : public ShareOperation {
     Result remove(const share_info& share) {
         return operate([&] {
             ShareFiles files;
-            return remove_share(files, share);
+            const Code prepared = prepare_removal(files, share);
+            const Code written = finish_removal(files);
+            return failed(written) ? written : prepared;
         });
     }
     // The contents of smb.conf after the global part.
