@@ -372,8 +372,4 @@ Code recy_conf_open(ShareFiles& files, std::string_view service) {
     return file != nullptr ? files.open({file}) : Code::unknown_service;
 }
 
-Code share_list_write(ShareFiles& files) {
-    return files.write({&share_register_file()});
-}
-
 } // namespace zav

@@ -98,7 +98,4 @@ void finish_share_change();
 Code service_conf_open(ShareFiles& files, std::string_view service);
 Code recy_conf_open(ShareFiles& files, std::string_view service);
 
-/// Rewrites the register alone.
-Code share_list_write(ShareFiles& files);
-
 } // namespace zav

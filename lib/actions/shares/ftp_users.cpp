@@ -117,6 +117,26 @@ void finish_account_change() {
     }
 }
 
+Code check_ftp_user(std::string_view user, AccountLock& accounts) {
+    if (user == default_ftp_user) {
+        return Code::ok;
+    }
+    if (!is_ftp_user_name(user)) {
+        return Code::ftp_user_file_unopened;
+    }
+    for (const std::string& path : {std::string(passwd_path), ftp_user_path(default_ftp_user)}) {
+        if (const auto lines = read_file_lines(path.c_str()); !lines) {
+            return lines.code();
+        }
+    }
+    struct stat status = {};
+    const bool is_there = ::lstat(ftp_user_path(user).c_str(), &status) == 0;
+    if (is_there && !S_ISREG(status.st_mode)) {
+        return Code::ftp_user_file_unopened;
+    }
+    return accounts.take() ? Code::ok : Code::lines_unread; // last: it makes the lock's file
+}
+
 Code ftp_user_set(const share_info& share) {
     const auto defaults = read_file_lines(ftp_user_path(default_ftp_user).c_str());
     if (!defaults) {
@@ -158,9 +178,15 @@ Code ftp_bind(const share_info& share, AccountLock& accounts) {
 
 Code ftp_mod(const share_info& share, std::string_view old_user) {
     AccountLock accounts;
-    if (old_user != default_ftp_user && !old_user.empty()) {
-        if (!is_ftp_user_name(old_user) ||
-            failed(rewrite_home(old_user, own_home(old_user), accounts))) {
+    const bool is_bound = old_user != default_ftp_user && !old_user.empty();
+    const bool can_be_freed = !is_bound || is_ftp_user_name(old_user);
+    const Code usable = can_be_freed ? check_ftp_user(share.users, accounts) : Code::ok;
+    if (failed(usable)) {
+        log_failure(usable);
+        return Code::share_not_edited;
+    }
+    if (is_bound) {
+        if (!can_be_freed || failed(rewrite_home(old_user, own_home(old_user), accounts))) {
             return log_return(Code::share_not_edited, LogSite::numbered(679));
         }
         remove_user_file(old_user);

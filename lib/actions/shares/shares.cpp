@@ -65,6 +65,18 @@ Code put_in_use(ShareFiles& files, share_info& share, LogSite operation) {
                : fail(result, Code::share_not_edited, operation);
 }
 
+/// Takes the user from a forbidden FTP share that an attempt to forbid it could not free.
+Code free_left_user(const share_info& share) {
+    const auto user = user_of_path(share_path(share_type::ftp, "", share.name.c_str()));
+    if (!user || *user == default_ftp_user) {
+        return Code::ok;
+    }
+    AccountLock accounts;
+    share_info bound;
+    bound.users = *user;
+    return ftp_user_remove(bound, accounts);
+}
+
 /// Whether the share could be added now: a repair may take hours, in which the files are not
 /// locked.
 Code check_files(const share_info& share) {
@@ -72,27 +84,18 @@ Code check_files(const share_info& share) {
     return open_to_use(files, share);
 }
 
-/// Removes the FTP user that the forbidding of a share has left when it failed, or was killed.
-Code remove_left_user(const char* name) {
-    const auto user = user_of_path(share_path(share_type::ftp, "", name));
-    if (!user || *user == default_ftp_user) {
-        return Code::ok;
-    }
-    share_info bound;
-    bound.users = *user;
-    AccountLock accounts;
-    return ftp_user_remove(bound, accounts);
-}
-
 /// Registers a share before it exists: whoever asks for the name meanwhile is refused.
-Code register_new(const share_info& share, LogSite operation = LogSite::here()) {
+Code register_new(const share_info& share, AccountLock& accounts,
+                  LogSite operation = LogSite::here()) {
     ShareFiles files;
     const Code opened = files.open({&share_register_file()});
     if (const Code taken = check_share(share.name.c_str()); failed(taken)) {
         log_failure(taken, operation);
         return taken;
     }
-    const Code added = failed(opened) ? opened : add_share(files, share);
+    const bool is_bound = has_own_ftp_user(share) && !failed(opened);
+    const Code usable = is_bound ? check_ftp_user(share.users, accounts) : opened;
+    const Code added = failed(usable) ? usable : add_share(files, share);
     if (failed(added)) {
         log_failure(added, operation);
     }
@@ -110,16 +113,17 @@ Code share_space_check(const char* group, Gib size, Sink& out) {
 }
 
 Code create_share(const share_info& share, const char* group, Sink& out) {
-    if (const Code result = register_new(share); failed(result)) {
+    AccountLock accounts;
+    if (const Code result = register_new(share, accounts); failed(result)) {
         return result;
     }
     if (const Code result = create_pool(share, group, out); failed(result)) {
         return log_return(result);
     }
     if (has_own_ftp_user(share)) {
-        AccountLock accounts;
         Code result = ftp_user_set(share);
         result = failed(result) ? result : rewrite_home(share.users, ftp_home, accounts);
+        accounts.release();
         if (failed(result)) {
             return fail(result, Code::share_not_created);
         }
@@ -289,8 +293,9 @@ Code mod_use_share(ShareFiles& files, Code opened, const share_info& share,
 Code mod_forbiden_share(ShareFiles& files, Code opened, share_info& share) {
     const bool is_ftp = has_ftp_account(share);
     Code result = failed(opened) ? opened : edit_forbidden_share(files, share);
-    if (is_ftp && !failed(result)) {
-        result = remove_left_user(share.name.c_str());
+    if (is_ftp && (!failed(result) || result == Code::share_not_listed)) {
+        const Code freed = free_left_user(share);
+        result = failed(freed) ? freed : result;
     }
     return !failed(result) || result == Code::share_not_listed
                ? result
@@ -303,8 +308,11 @@ Code set_to_ftp(ShareFiles& files, Code opened, share_info& share, Sink& out) {
     if (group.empty()) {
         return log_return(Code::no_such_group);
     }
-    if (const Code result = failed(opened) ? opened : open_to_use(files, share); failed(result)) {
-        return fail(result, Code::share_not_edited);
+    AccountLock accounts;
+    Code usable = failed(opened) ? opened : open_to_use(files, share);
+    usable = failed(usable) ? usable : check_ftp_user(share.users, accounts);
+    if (failed(usable)) {
+        return fail(usable, Code::share_not_edited);
     }
     if (const Code result = check_umount(name, out); failed(result)) {
         return fail(result, Code::fs_not_unmounted);
@@ -320,7 +328,6 @@ Code set_to_ftp(ShareFiles& files, Code opened, share_info& share, Sink& out) {
     if (const Code result = mount_share(share, group.c_str()); result == Code::fs_not_mounted) {
         return log_return(result);
     }
-    AccountLock accounts;
     if (const Code result = ftp_bind(share, accounts); failed(result)) {
         return fail(result, Code::share_not_edited);
     }

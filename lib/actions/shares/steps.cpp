@@ -360,6 +360,12 @@ Code unmount_and_unregister(ShareFiles& files, share_info& share, const std::str
     if (const Code result = files.open({share_register}); failed(result)) {
         return result;
     }
+    share_info forbidden = share;
+    forbidden.type.clear();
+    const bool was_listed = share_list_update(forbidden, files.registered());
+    if (const Code result = files.prepare({share_register}); failed(result)) {
+        return result;
+    }
     if (const Code result = fs_umount(mntpoint.c_str()); failed(result)) {
         const auto mounts = read_mounts();
         if (!mounts || is_mount_point(*mounts, mntpoint)) {
@@ -372,8 +378,7 @@ Code unmount_and_unregister(ShareFiles& files, share_info& share, const std::str
         return result; // or users would reach it again after a restart
     }
     share.type.clear();
-    const bool was_listed = share_list_update(share, files.registered());
-    const Code result = share_list_write(files);
+    const Code result = files.write_prepared();
     return failed(result) ? result : listed(was_listed);
 }
 

@@ -311,6 +311,18 @@ TEST_F(EditForbiddenShare, AddsItToTheRecycleFileWithTheCurrentPath) {
     EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
+TEST_F(ForbidShare, FreesTheFtpUserWhenItIsGivenAgain) {
+    has_share("ftp", "anna");
+    machine.tool(pool_tool::mv).on_prefix("mv /tmp/passwd").exits(1).times(2);
+    EXPECT_EQ(edit(share_of("ftp", "ftpuser"), 0).returned, -502);
+    EXPECT_TRUE(machine.exists("/etc/vsftpd/anna"));
+    EXPECT_EQ(edit(share_of("ftp", "ftpuser"), 0).returned, -507);
+    machine.mounts({}).remove("/home/ftpuser/pub");
+    EXPECT_EQ(edit(share_of("ftp", "ftpuser"), 0).returned, 0);
+    EXPECT_FALSE(machine.exists("/etc/vsftpd/anna"));
+    EXPECT_THAT(machine.read(passwd), HasSubstr("anna:x:1001:100:Anna:/home/anna:/bin/sh\n"));
+}
+
 TEST_F(EditForbiddenShare, OnlyChangesTheRegisterForFtp) {
     has_forbidden_share();
     const Result result = edit(share_of("ftp", "anna", "new"), 0);

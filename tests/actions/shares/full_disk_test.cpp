@@ -16,9 +16,9 @@ class FullDisk : public ShareOperation {
     FullDisk() { machine.directory("/etc/lvm/backup"); }
 
     // Without room the operation changes nothing, with it it does the whole work.
-    void expect_refused(int code, const Function& operation) {
+    void expect_refused(int code, const Function& operation, rlim_t largest_file = 150) {
         const Snapshot before = machine.snapshot();
-        const Result result = operate(operation, with_largest_file(150));
+        const Result result = operate(operation, with_largest_file(largest_file));
         EXPECT_EQ(result.returned, code);
         EXPECT_THAT(changes(result), IsEmpty());
         EXPECT_THAT(before.changes_to(machine.snapshot()), IsEmpty());
@@ -32,12 +32,22 @@ TEST_F(FullDisk, KeepsThePoolOfAShareToDelete) {
     for (const char* type : {"samba", "nfs", "ftp", "iscsi"}) {
         SCOPED_TRACE(type);
         has_share(type);
-        expect_refused(-504, remove);
+        const rlim_t size_of_targets = 250; // they are copied for the list of shares
+        expect_refused(-504, remove, std::string(type) == "iscsi" ? size_of_targets : 150);
         EXPECT_EQ(machine.read(share_register), "");
     }
     has_forbidden_share(smb_recycle, recycled_pub("anna"));
     expect_refused(-504, remove);
     EXPECT_EQ(machine.read(share_register), "");
+}
+
+TEST_F(FullDisk, KeepsTheMountOfAnFtpShareToForbid) {
+    has_share("ftp");
+    expect_refused(-502, [] {
+        share_info share = share_of("ftp", "ftpuser");
+        return edit_share(share, 0, printed());
+    });
+    EXPECT_EQ(machine.read(share_register), register_section({"pub", "", ftp_directory}));
 }
 
 TEST_F(FullDisk, LeavesNothingWhenTheDeletionEndsEarly) {

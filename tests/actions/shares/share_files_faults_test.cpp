@@ -113,7 +113,7 @@ TEST(ShareFileFault, FullDiskLeavesTheRegisterAsItWas) {
             [] {
                 ShareFiles files;
                 EXPECT_EQ(files.open({&share_register_file()}), 0);
-                return share_list_write(files);
+                return files.write({&share_register_file()});
             },
             with_largest_file(room));
         EXPECT_EQ(run.returned, -2064) << room;
@@ -137,7 +137,7 @@ Code register_share(int number) {
         return result;
     }
     entries.registered().append().name = "share" + std::to_string(number);
-    return share_list_write(entries);
+    return entries.write({&share_register_file()});
 }
 
 TEST(ShareFileFault, OfManyChangesAtOnceThoseThatGotTheLockAreMade) {

@@ -187,7 +187,7 @@ TEST_F(FilesOfShares, RegisterIsWrittenAndSaved) {
         ShareFiles entries;
         EXPECT_EQ(entries.open({&share_register_file()}), 0);
         entries.registered().append(std::make_unique<share_info>(new_share("iscsi")));
-        return share_list_write(entries);
+        return entries.write({&share_register_file()});
     });
     EXPECT_EQ(run.returned, 0);
     EXPECT_EQ(machine.read(share_register),
@@ -205,7 +205,7 @@ TEST_F(FilesOfShares, RegisterWithoutSharesIsEmptyAndSaved) {
         ShareFiles entries;
         EXPECT_EQ(entries.open({&share_register_file()}), 0);
         entries.registered().clear();
-        return share_list_write(entries);
+        return entries.write({&share_register_file()});
     });
     EXPECT_EQ(run.returned, 0);
     EXPECT_EQ(machine.read(share_register), "");
@@ -235,7 +235,7 @@ TEST_F(FilesOfShares, AThousandSharesComeBackByteForByte) {
         ShareFiles entries;
         EXPECT_EQ(entries.open({&share_register_file()}), 0);
         EXPECT_EQ(entries.registered().size(), 1000u);
-        return share_list_write(entries);
+        return entries.write({&share_register_file()});
     });
     EXPECT_EQ(run.returned, 0);
     EXPECT_EQ(machine.read(share_register), text);
