@@ -74,7 +74,7 @@ Code check_username(std::string_view user) {
 
 bool is_superuser(std::string_view user) {
     const auto system_users = read_settled(passwd_path, passwd_path);
-    return !system_users || has_system_user_id(*system_users, user, 0);
+    return system_users ? has_system_user_id(*system_users, user, 0) : errno != ENOENT;
 }
 
 Result<std::vector<std::string>> read_file_lines(const char* path) {

@@ -22,7 +22,7 @@ Result<std::string> get_user_secret(std::string_view user);
 Code check_username(std::string_view user);
 
 /// Whether the system knows the user as one with uid 0, whatever its name, or may: when /etc/passwd
-/// cannot be read.
+/// is there and cannot be read.
 bool is_superuser(std::string_view user);
 
 /// The trimmed lines of a file that no other process has locked, without empty ones and comments.
