@@ -27,10 +27,11 @@ Code fail(Code cause, Code code, LogSite site = LogSite::here()) {
     return code;
 }
 
-/// Makes the pool. A failed command is a success when the pool is there all the same.
+/// Makes the pool. A failed command is a success when the pool, known to be new, is there all the
+/// same.
 Code create_pool(const share_info& share, const char* group, Sink& out) {
     const char* name = share.name.c_str();
-    const Code result = pool_create(name, group, unsigned_size(share.size), out);
+    const Code result = pool_create_to_format(name, group, unsigned_size(share.size), out);
     if (result != Code::command_failed) {
         return result;
     }

@@ -15,6 +15,9 @@ using testing::MatchesRegex;
 using testing::Not;
 
 const std::string creating_pool = "/sbin/lvcreate -L 5G -n pub data > /dev/null";
+// Pools in the output of lvdisplay -c.
+const std::string own_pool = "  /dev/data/pub:data:3:1:-1:0:4194304:512:-1:0:-1:254:0\n";
+const std::string other_pool = "  /dev/data/other:data:3:1:-1:0:4194304:512:-1:0:-1:254:0\n";
 const std::string making_fs = "/sbin/mkfs.xfs -f -ssize=4k /dev/data/pub > /dev/null";
 
 class CreateShare : public ShareOperation {
@@ -182,12 +185,40 @@ TEST_F(CreateShare, PassesOnThatThereIsNoSpaceOrGroup) {
 
 TEST_F(CreateShare, TakesAPoolThatIsThereAlthoughTheToolFailed) {
     machine.tool(pool_tool::lvcreate).any().exits(5);
-    const std::string pool = "  /dev/data/pub:data:3:1:-1:0:4194304:512:-1:0:-1:254:0\n";
-    machine.tool(pool_tool::lvdisplay).on("/sbin/lvdisplay -c").then().prints(pool);
+    machine.tool(pool_tool::lvdisplay)
+        .on("/sbin/lvdisplay -c")
+        .prints(other_pool)
+        .then()
+        .prints(other_pool + own_pool);
     const Result result = create(share_of("samba"));
     EXPECT_EQ(result.returned, 0);
     EXPECT_THAT(changes(result), IsSupersetOf(mounting(directory)));
     EXPECT_THAT(machine.logged(), ElementsAre(failed(creating_pool, "normal with exit(5)")));
+}
+
+// The list is empty, for whatever reason, and there is a pool of that name.
+TEST_F(CreateShare, MakesNoFileSystemOnAPoolThatNoListToldToBeNew) {
+    for (const char* service : {"samba", "iscsi"}) {
+        machine.shares({}).file(smb_conf, samba_global).file(targets, "");
+        machine.tool(pool_tool::lvcreate).any().exits(5);
+        machine.tool(pool_tool::lvdisplay).on("/sbin/lvdisplay -c").then().prints(own_pool);
+        const Result result = create(share_of(service));
+        EXPECT_EQ(result.returned, -325);
+        EXPECT_EQ(changes(result).back(), creating_pool);
+        EXPECT_THAT(machine.logged(),
+                    testing::Contains("'pub' is not known to be new: it gets no file system"));
+    }
+}
+
+TEST_F(CreateShare, MakesNoPoolWhoseNameMayBeUsed) {
+    machine.tool(pool_tool::lvdisplay).on("/sbin/lvdisplay -c").exits(5).then().prints(own_pool);
+    Result result = create(share_of("samba"));
+    EXPECT_EQ(result.returned, -2051);
+    EXPECT_THAT(changes(result), testing::Not(testing::Contains(creating_pool)));
+    machine.shares({}).pools({}).symlink("../dm-1", "/dev/data/pub");
+    result = create(share_of("samba"));
+    EXPECT_EQ(result.returned, -2051) << "it has a device";
+    EXPECT_THAT(changes(result), testing::Not(testing::Contains(creating_pool)));
 }
 
 TEST_F(CreateShare, StopsWithoutAPool) {
@@ -212,6 +243,7 @@ TEST_F(CreateShare, StopsWhenItIsUnknownWhetherThePoolExists) {
     machine.tool(pool_tool::lvcreate).any().exits(5);
     machine.tool(pool_tool::lvdisplay)
         .on("/sbin/lvdisplay -c")
+        .prints(other_pool)
         .then()
         .does("rm -f /tmp/lvdisplay.*");
     const Result result = create(share_of("samba"));
