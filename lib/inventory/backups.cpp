@@ -97,7 +97,7 @@ Code get_live_volumes(live_pv_list& list, bool& is_sure, Sink& out) {
         return Code::group_output_unread;
     }
     parse_live_volumes(*output, list);
-    is_sure = !failed(status) && list.begin() != list.end() && is_whole_volume_list(*output);
+    is_sure = !failed(status) && is_whole_volume_list(*output);
     return Code::ok;
 }
 

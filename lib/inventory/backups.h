@@ -36,8 +36,8 @@ void vgname_from_backup(const char* pool, GroupName& group, Sink& out);
 /// Code::group_output_unread.
 Code get_idpv_from_pvdisplay(live_pv_list& list, Sink& out);
 
-/// The same; `is_sure` tells whether the tool worked and printed a volume. If not, a volume that is
-/// not in the list may be there all the same.
+/// The same; `is_sure` tells whether the tool worked and printed volumes, each whole. If not, a
+/// volume that is not in the list may be there all the same.
 Code get_live_volumes(live_pv_list& list, bool& is_sure, Sink& out);
 
 } // namespace zav

@@ -139,14 +139,18 @@ bool is_whole_volume_list(std::string_view output) {
     constexpr std::ptrdiff_t colons_of_a_volume = 11;
     LinePieces pieces(output);
     std::string_view line;
+    bool has_volume = false;
     while (pieces.next(line)) {
         const bool is_remark = line.find("hysical volume ") != std::string_view::npos;
-        if (!trim(line).empty() && !is_remark &&
-            std::ranges::count(line, ':') != colons_of_a_volume) {
+        if (trim(line).empty() || is_remark) {
+            continue;
+        }
+        if (std::ranges::count(line, ':') != colons_of_a_volume || line.ends_with(':')) {
             return false;
         }
+        has_volume = has_volume || trim_left(line).starts_with(device_directory); // else it is lost
     }
-    return output.ends_with('\n');
+    return has_volume && output.ends_with('\n');
 }
 
 void parse_lvdisplay(std::string_view output, const vginfo_list& groups, pool_list& list) {

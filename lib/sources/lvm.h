@@ -63,8 +63,8 @@ bool has_group_line(std::string_view output, std::string_view name);
 /// Adds every physical volume of pvdisplay -c to the list, whatever its group.
 void parse_live_volumes(std::string_view output, live_pv_list& list);
 
-/// Whether "pvdisplay -c" has printed nothing but volumes and its remarks on them, to the end of
-/// the last line. What else it prints tells nothing of the volumes that it does not name.
+/// Whether "pvdisplay -c" has printed volumes, and nothing else but its remarks on them, to the end
+/// of the last line. What else it prints tells nothing of the volumes that it does not name.
 bool is_whole_volume_list(std::string_view output);
 
 /// Adds the pools of lvdisplay -c to the list, each with the device of its group.

@@ -115,5 +115,22 @@ TEST(LiveVolumes, ThatGarbageMakesAreUnknown) {
     }
 }
 
+TEST(WholeVolumes, AreInRecordedLists) {
+    for (const char* capture :
+         {"pvdisplay_c_one", "pvdisplay_c_three", "pvdisplay_c_missing", "pvdisplay_c_orphan",
+          "pvdisplay_c_exported", "lvm_B_pvdisplay_missing", "recov_pvdisplay"}) {
+        EXPECT_TRUE(is_whole_volume_list(recorded(capture).text)) << capture;
+    }
+    EXPECT_FALSE(is_whole_volume_list(recorded("lvm_pvdisplay_c_empty").text));
+}
+
+TEST(WholeVolumes, AreNotInAListThatWasCutShort) {
+    const std::string text = recorded("pvdisplay_c_three").text;
+    const std::size_t second = text.find("/dev/sdg");
+    for (std::size_t end = second + 5; end < text.find('\n', second); ++end) {
+        EXPECT_FALSE(is_whole_volume_list(text.substr(0, end))) << text.substr(0, end);
+    }
+}
+
 } // namespace
 } // namespace zav::test

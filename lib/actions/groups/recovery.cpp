@@ -9,17 +9,22 @@
 #include "base/text.h"
 #include "inventory/array_account.h"
 #include "inventory/arrays.h"
+#include "records/disk.h"
 #include "sources/file_tools.h"
 #include "sources/lvm.h"
 #include "sources/lvm_backup.h"
+#include "sources/sys_block.h"
 
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <sys/stat.h>
 
 namespace zav {
 
 namespace {
+
+constexpr std::string_view ram_prefix = "ram";
 
 /// Which of the sixteen RAM disks carry a physical volume.
 class RamDisks {
@@ -27,8 +32,9 @@ class RamDisks {
     explicit RamDisks(const live_pv_list& live) {
         for (const live_pv& volume : live) {
             const std::string_view device = volume.pvname;
-            const std::string_view number = device.substr(std::min(prefix.size(), device.size()));
-            if (device.starts_with(prefix) && !number.empty() &&
+            const std::string_view number =
+                device.substr(std::min(ram_prefix.size(), device.size()));
+            if (device.starts_with(ram_prefix) && !number.empty() &&
                 std::ranges::all_of(number, is_digit) && decimal(number) < used_.size()) {
                 used_.at(decimal(number)) = true;
             }
@@ -44,7 +50,6 @@ class RamDisks {
     void take(int number) { used_.at(static_cast<std::size_t>(number)) = true; }
 
   private:
-    static constexpr std::string_view prefix = "ram";
     std::array<bool, 16> used_ = {};
 };
 
@@ -80,8 +85,24 @@ Code substitute(const backup_pv& volume, RamDisks& ram_disks) {
     return Code::ok;
 }
 
+/// Whether the kernel has the plain disk that a volume is on. A RAM disk loses its volume with the
+/// power.
+bool has_disk(std::string_view disk) {
+    struct stat status = {};
+    return is_plain_name(disk) && !disk.starts_with(ram_prefix) &&
+           ::stat(format_text(disk_attribute_path, std::string(disk).c_str(), "").c_str(),
+                  &status) == 0;
+}
+
+/// Whether a volume that the list lacks may be there all the same. LVM lists what it misses, too,
+/// on no device: its silence alone is no proof against an array that runs.
+bool may_be_there(std::string_view device, std::string_view type, bool is_live_sure) {
+    const std::string_view disk = whole_disk_name(device);
+    return disk.starts_with("md") ? !may_be_given_up(disk, type) : !is_live_sure && has_disk(disk);
+}
+
 /// Whether an array under a volume would be given up, or the volume replaced, though nothing says
-/// that it is lost but a tool that failed.
+/// that it is lost but a tool that failed or is silent.
 bool is_in_doubt(const backup_pv& volume, const live_pv_list& live, bool is_live_sure,
                  mdinfo_list& arrays) {
     const mdinfo* array = find_array(arrays, volume.device);
@@ -91,8 +112,8 @@ bool is_in_doubt(const backup_pv& volume, const live_pv_list& live, bool is_live
         return array != nullptr && array->status == inactive_state &&
                !may_be_given_up(volume.device, type);
     case PvState::missing:
-        return !is_live_sure && std::ranges::find(live, volume.id, &live_pv::uuid) == live.end() &&
-               !may_be_given_up(volume.device, type);
+        return std::ranges::find(live, volume.id, &live_pv::uuid) == live.end() &&
+               may_be_there(volume.device, type, is_live_sure);
     default:
         return false;
     }

@@ -72,7 +72,7 @@ INSTANTIATE_TEST_SUITE_P(All, FaultyTools,
 
 TEST_P(FaultyTools, PvcreateStopsTheWork) {
     break_tool(RecoveryMachine::pvcreate, "/sbin/pvcreate -u a");
-    restore({{"a", "sdf"}, {"b", "sde"}});
+    restore({{"a", "sdx"}, {"b", "sdy"}});
     EXPECT_EQ(run.returned, -3);
     EXPECT_EQ(run.out, "");
     EXPECT_THAT(actions(run), ElementsAre("/sbin/pvcreate -u a /dev/ram2"));
@@ -91,7 +91,7 @@ TEST_P(FaultyTools, PvcreateComesAfterAnArrayIsGivenUp) {
 
 TEST_P(FaultyTools, VgcfgrestoreIsOnlyLogged) {
     break_tool(RecoveryMachine::vgcfgrestore, "/sbin/vgcfgrestore vg1");
-    restore({{"a", "sdf"}});
+    restore({{"a", "sdx"}});
     EXPECT_EQ(run.returned, 0);
     EXPECT_EQ(run.out, "vg restore: yes\n");
     expect_logged("/sbin/vgcfgrestore vg1", " for '");
@@ -209,7 +209,7 @@ class RestoreWithoutLiveVolumes : public testing::Test {
 };
 
 TEST_F(RestoreWithoutLiveVolumes, TreatsEveryVolumeAsMissingAndFails) {
-    restore({{"a", "md0"}, {"b", "md1"}, {"c", "sdf"}});
+    restore({{"a", "md0"}, {"b", "md1"}, {"c", "sdx"}});
     EXPECT_EQ(run.returned, -1);
     EXPECT_THAT(run.out, MatchesRegex("cannot open /tmp/pvdisplay\\..{6}\nvg restore: yes\n"));
     EXPECT_THAT(actions(run),

@@ -78,7 +78,7 @@ TEST_F(RestoreGroup, OnlyLogsThatABackupHasNoSectionOfVolumes) {
 
 TEST_F(RestoreGroup, OnlyLogsThatThereIsNoArrayList) {
     machine.remove("/proc/mdstat");
-    restore({{"a", "sda"}});
+    restore({{"a", "sdx"}});
     expect_restored({on_ram("a", 2), restore_vg1});
     EXPECT_THAT(machine.logged("raid_restore"),
                 ElementsAre(MatchesRegex("raid_restore\\[[0-9]+\\]: return with -11000")));
@@ -94,7 +94,7 @@ TEST_F(RestoreGroup, PutsARamDiskInThePlaceOfAMissingVolume) {
 
 TEST_F(RestoreGroup, PutsARamDiskInThePlaceOfAVolumeOnAnUnknownDevice) {
     machine.sees(live("a", "[unknown]") + live("b", "unknown device"));
-    restore({{"a", "md7"}, {"b", "sdf"}});
+    restore({{"a", "md7"}, {"b", "sdx"}});
     expect_restored({on_ram("a", 2), on_ram("b", 3), restore_vg1});
 }
 
@@ -139,7 +139,7 @@ TEST_F(RestoreGroup, GivesAVolumeOnARamDiskAnotherOne) {
 
 TEST_F(RestoreGroup, TakesTheVolumesInTheBackupsOrder) {
     machine.sees(live("c", "/dev/sdf") + live("b", "/dev/md0") + live("a", "/dev/md1"));
-    restore({{"c", "sdf"}, {"x", "sde"}, {"b", "md0"}, {"a", "md1"}});
+    restore({{"c", "sdf"}, {"x", "sdy"}, {"b", "md0"}, {"a", "md1"}});
     expect_restored({on_ram("c", 2), on_ram("x", 3), "/sbin/mdadm /dev/md1 -f /dev/sdc", wipe_md1,
                      on_ram("a", 4), restore_vg1});
 }
@@ -209,13 +209,13 @@ TEST_F(RestoreGroup, StopsAtAnArrayWithoutAnArrayList) {
 
 TEST_F(RestoreGroup, StopsAtAVolumeThatMoved) {
     machine.sees(live("a", "/dev/md0"));
-    restore({{"a", "md1"}, {"b", "sdf"}});
+    restore({{"a", "md1"}, {"b", "sdx"}});
     expect_stopped(-2);
 }
 
 TEST_F(RestoreGroup, LeavesTheMetadataAloneWhenItStopsLater) {
     machine.sees(live("b", "/dev/sda"));
-    restore({{"a", "sdf"}, {"b", "sdb"}, {"c", "sdc"}});
+    restore({{"a", "sdx"}, {"b", "sdb"}, {"c", "sdy"}});
     expect_stopped(-2, {on_ram("a", 2)});
 }
 
@@ -224,7 +224,7 @@ TEST_F(RestoreGroup, LeavesTheMetadataAloneWhenItStopsLater) {
 std::vector<Volume> missing_volumes(int count) {
     std::vector<Volume> volumes;
     for (int number = 1; number <= count; ++number) {
-        volumes.push_back({"id" + std::to_string(number), "sdf"});
+        volumes.push_back({"id" + std::to_string(number), "sdx"});
     }
     return volumes;
 }
@@ -276,7 +276,7 @@ TEST_F(RestoreGroup, PassesOverNoRamDiskForOtherNames) {
 
 TEST_F(RestoreGroup, RunsNothingWithAUuidThatIsNotPlain) {
     for (const char* id : {"a;reboot", "$(reboot)", "a b", "-y", "a'b", "", "a/b", "`x`", "\x80"}) {
-        restore({{id, "sdf"}});
+        restore({{id, "sdx"}});
         expect_stopped(-3);
         EXPECT_THAT(machine.logged(),
                     ElementsAre(testing::AllOf(testing::StartsWith("system(\"/sbin/pvcreate -u "),
@@ -306,7 +306,7 @@ TEST_F(RestoreGroup, RunsNothingWithAMemberThatIsNotPlain) {
 
 TEST_F(RestoreGroup, RunsNothingWithAGroupThatIsNotPlain) {
     for (const char* group : {"vg1;reboot", "$(reboot)", "-f", "vg1 --force", "../vg1", ""}) {
-        run = restore_group(machine, backup_of({{"a", "sdf"}}), group);
+        run = restore_group(machine, backup_of({{"a", "sdx"}}), group);
         EXPECT_EQ(run.returned, -2) << group;
         EXPECT_EQ(run.out, "");
         EXPECT_THAT(actions(run), testing::IsEmpty()) << group;
@@ -320,13 +320,13 @@ TEST_F(RestoreGroup, RunsNothingWithAGroupThatIsNotPlain) {
 
 TEST_F(RestoreGroup, TakesEveryPlainGroup) {
     for (const char* group : {"vg1", "VG_1", "my-data", "vg.1+2", "1"}) {
-        run = restore_group(machine, backup_of({{"a", "sdf"}}), group);
+        run = restore_group(machine, backup_of({{"a", "sdx"}}), group);
         expect_restored({on_ram("a", 2), std::string("/sbin/vgcfgrestore ") + group});
     }
 }
 
 TEST_F(RestoreGroup, TakesAGroupThatBeginsWithAnUnderscore) {
-    run = restore_group(machine, backup_of({{"a", "sdf"}}), "_data");
+    run = restore_group(machine, backup_of({{"a", "sdx"}}), "_data");
     expect_restored({on_ram("a", 2), "/sbin/vgcfgrestore _data"});
 }
 

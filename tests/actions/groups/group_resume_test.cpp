@@ -22,7 +22,7 @@ Result resume(RecoveryMachine& machine, const std::string& group = "vg1") {
 
 TEST(ResumedGroup, IsRestoredFromItsBackup) {
     RecoveryMachine machine;
-    machine.backup("vg1", backup_of({{"a", "sdf"}})).backup("vg2", backup_of({{"b", "sdf"}}));
+    machine.backup("vg1", backup_of({{"a", "sdx"}})).backup("vg2", backup_of({{"b", "sdx"}}));
     const Result result = resume(machine);
     EXPECT_EQ(result.returned, 0);
     EXPECT_EQ(result.out, "vg restore: yes\n");
@@ -51,7 +51,7 @@ TEST(ResumedGroup, NeedsNoBackupDirectory) {
 
 TEST(ResumedGroup, AcceptsAFileInPlaceOfTheBackupDirectory) {
     RecoveryMachine machine;
-    machine.file("/etc/lvm/backup", backup_of({{"a", "sdf"}}));
+    machine.file("/etc/lvm/backup", backup_of({{"a", "sdx"}}));
     const Result result = resume(machine);
     EXPECT_EQ(result.returned, 0);
     EXPECT_EQ(result.out, no_directory);
@@ -60,7 +60,7 @@ TEST(ResumedGroup, AcceptsAFileInPlaceOfTheBackupDirectory) {
 
 TEST(ResumedGroup, NeedsNoBackup) {
     RecoveryMachine machine;
-    machine.backup("vg2", backup_of({{"a", "sdf"}}));
+    machine.backup("vg2", backup_of({{"a", "sdx"}}));
     const Result result = resume(machine);
     EXPECT_EQ(result.returned, 0);
     EXPECT_EQ(result.out, "file '/etc/lvm/backup/vg1' cannot open\n");
@@ -70,7 +70,7 @@ TEST(ResumedGroup, NeedsNoBackup) {
 
 TEST(ResumedGroup, NeedsNoBackupThatMayBeRead) {
     RecoveryMachine machine;
-    machine.backup("vg1", backup_of({{"a", "sdf"}}));
+    machine.backup("vg1", backup_of({{"a", "sdx"}}));
     machine.file("/etc/lvm/backup/vg1", "", 0);
     const Result result =
         machine.call([] { return vg_raid_resume("vg1", printed()); }, {.uid = 65534});
@@ -92,7 +92,7 @@ TEST(ResumedGroup, ThatCannotBeRestoredIsPrintedAndLogged) {
 
 TEST(ResumedGroup, WithoutARamDiskIsPrintedAndLogged) {
     RecoveryMachine machine;
-    machine.backup("vg1", backup_of({{"a", "sdf"}}));
+    machine.backup("vg1", backup_of({{"a", "sdx"}}));
     machine.tool(RecoveryMachine::pvcreate).on_prefix("/sbin/pvcreate -u a").exits(5);
     const Result result = resume(machine);
     EXPECT_EQ(result.returned, -421);
@@ -102,7 +102,7 @@ TEST(ResumedGroup, WithoutARamDiskIsPrintedAndLogged) {
 
 TEST(ResumedGroup, WithoutLiveVolumesFailsAlthoughItIsRestored) {
     RecoveryMachine machine;
-    machine.backup("vg1", backup_of({{"a", "sdf"}})).sees_nothing_that_can_be_read();
+    machine.backup("vg1", backup_of({{"a", "sdx"}})).sees_nothing_that_can_be_read();
     const Result result = resume(machine);
     EXPECT_EQ(result.returned, -421);
     EXPECT_THAT(result.out, EndsWith("\nvg restore: yes\nraid restore 'vg1' fail\n"));
@@ -124,7 +124,7 @@ TEST(ResumedGroup, WithGarbageAsABackupIsLeftAlone) {
 
 TEST(ResumedGroup, MayHaveABackupWithoutAFinalLineEnd) {
     RecoveryMachine machine;
-    machine.backup("vg1", "physical_volumes {\nid = \"a\"\ndevice = \"/dev/sdf\"");
+    machine.backup("vg1", "physical_volumes {\nid = \"a\"\ndevice = \"/dev/sdx\"");
     EXPECT_THAT(actions(resume(machine)),
                 ElementsAre("/sbin/pvcreate -u a /dev/ram2", "/sbin/vgcfgrestore vg1"));
 }
@@ -141,8 +141,8 @@ Result handle(RecoveryMachine& machine, const std::string& pool = "pub") {
 
 TEST(GroupOfABrokenPool, IsNamedAndRestored) {
     RecoveryMachine machine;
-    machine.backup("data", backup_of({{"b", "sde"}}, {"other"}));
-    machine.backup("vg1", backup_of({{"a", "sdf"}}, {"first", "pub"}));
+    machine.backup("data", backup_of({{"b", "sdy"}}, {"other"}));
+    machine.backup("vg1", backup_of({{"a", "sdx"}}, {"first", "pub"}));
     const Result result = handle(machine);
     EXPECT_EQ(result.returned, 0);
     EXPECT_EQ(result.out, "vg restore: yes\nvg1\n");
@@ -165,7 +165,7 @@ TEST(GroupOfABrokenPool, IsThatOfARecordedBackup) {
 TEST(GroupOfABrokenPool, MayHaveANameOf32Characters) {
     RecoveryMachine machine;
     const std::string group(32, 'v');
-    machine.backup(group, backup_of({{"a", "sdf"}}, {"pub"}));
+    machine.backup(group, backup_of({{"a", "sdx"}}, {"pub"}));
     const Result result = handle(machine);
     EXPECT_EQ(result.out, "vg restore: yes\n" + group + "\n");
     EXPECT_THAT(actions(result), testing::Contains("/sbin/vgcfgrestore " + group));
@@ -173,7 +173,7 @@ TEST(GroupOfABrokenPool, MayHaveANameOf32Characters) {
 
 TEST(GroupOfABrokenPool, StaysWhatItWasWhenNoBackupHasThePool) {
     RecoveryMachine machine;
-    machine.backup("vg1", backup_of({{"a", "sdf"}}, {"pub"}));
+    machine.backup("vg1", backup_of({{"a", "sdx"}}, {"pub"}));
     const Result result = handle(machine, "public");
     EXPECT_EQ(result.returned, 0);
     EXPECT_EQ(result.out, "before\n");
@@ -201,7 +201,7 @@ TEST(GroupOfABrokenPool, StaysWhatItWasWithoutTheDirectory) {
 TEST(GroupOfABrokenPool, StaysWhatItWasWhenItsBackupCannotBeOpened) {
     RecoveryMachine machine;
     const std::string cut(32, 'v'); // a truncated name matches no file
-    machine.backup(cut + "x", backup_of({{"a", "sdf"}}, {"pub"}));
+    machine.backup(cut + "x", backup_of({{"a", "sdx"}}, {"pub"}));
     const Result result = handle(machine);
     EXPECT_EQ(result.returned, 0);
     EXPECT_EQ(result.out, "file '/etc/lvm/backup/" + cut + "' cannot open\nbefore\n");
@@ -222,7 +222,7 @@ TEST(GroupOfABrokenPool, ThatCannotBeRestoredIsNamedAndLogged) {
 
 TEST(GroupOfABrokenPool, WithoutLiveVolumesFailsAlthoughItIsRestored) {
     RecoveryMachine machine;
-    machine.backup("vg1", backup_of({{"a", "sdf"}}, {"pub"})).sees_nothing_that_can_be_read();
+    machine.backup("vg1", backup_of({{"a", "sdx"}}, {"pub"})).sees_nothing_that_can_be_read();
     const Result result = handle(machine);
     EXPECT_EQ(result.returned, -421);
     EXPECT_THAT(result.out, EndsWith("\nvg restore: yes\nvg1\n"));
@@ -231,7 +231,7 @@ TEST(GroupOfABrokenPool, WithoutLiveVolumesFailsAlthoughItIsRestored) {
 
 TEST(GroupOfABrokenPool, WithANameThatIsNotPlainReachesNoCommand) {
     RecoveryMachine machine;
-    machine.backup("vg1;reboot", backup_of({{"a", "sdf"}}, {"pub"}));
+    machine.backup("vg1;reboot", backup_of({{"a", "sdx"}}, {"pub"}));
     const Result result = handle(machine);
     for (const std::string& command : result.commands) {
         EXPECT_THAT(command, testing::Not(testing::HasSubstr("reboot")));
