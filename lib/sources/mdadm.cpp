@@ -40,6 +40,29 @@ std::string_view device_of(std::string_view line) {
     return found != words.end() ? *found : "";
 }
 
+/// What a line of the table says of its place.
+TableRow read_row(std::string_view line, std::string_view path) {
+    constexpr std::size_t slot_word = 3;
+    const auto words = split(line, blanks);
+    TableRow row;
+    row.path = path;
+    if (words.size() > slot_word && std::ranges::all_of(words[slot_word], is_digit)) {
+        row.slot = decimal(words[slot_word]);
+    }
+    row.has_data = std::ranges::find(words, "faulty") == words.end() &&
+                   std::ranges::find(words, "spare") == words.end();
+    return row;
+}
+
+/// The row of a member; a disk that was found for the hole has the hole's.
+const TableRow* find_row(const MemberTable& table, std::string_view path) {
+    auto found = std::ranges::find(table.rows, path, &TableRow::path);
+    if (found == table.rows.end()) {
+        found = std::ranges::find(table.rows, "", &TableRow::path);
+    }
+    return found != table.rows.end() ? &*found : nullptr;
+}
+
 bool is_slot_line(std::string_view line) {
     return std::ranges::all_of(cut_at(line, blanks), is_digit);
 }
@@ -111,11 +134,13 @@ std::optional<MemberTable> parse_member_table(std::string_view detail) {
         const std::string_view path = device_of(*line);
         if (path.empty()) {
             table.hole = table.members.size() + 1;
+            std::erase_if(table.rows, [](const TableRow& row) { return row.path.empty(); });
         } else if (is_device_path(path)) {
             table.members.emplace_back(path);
         } else {
             return std::nullopt; // it would become part of commands
         }
+        table.rows.push_back(read_row(*line, path));
     }
     return table;
 }
@@ -130,6 +155,27 @@ void close_hole(MemberTable& table) {
         std::rotate(place, table.members.end() - 1, table.members.end());
     }
     table.hole = 0;
+}
+
+std::size_t count_with_data(const MemberTable& table) {
+    return static_cast<std::size_t>(
+        std::ranges::count_if(table.members, [&table](const std::string& path) {
+            const TableRow* row = find_row(table, path);
+            return row == nullptr || row->has_data;
+        }));
+}
+
+bool is_in_slot_order(const MemberTable& table) {
+    std::size_t last = 0;
+    for (const std::string& path : table.members) {
+        const TableRow* row = find_row(table, path);
+        const std::size_t slot = row != nullptr ? row->slot.value_or(last) : last;
+        if (slot < last) {
+            return false;
+        }
+        last = slot;
+    }
+    return true;
 }
 
 bool superblock_names_one_of(std::string_view examination,

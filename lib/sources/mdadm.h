@@ -67,11 +67,19 @@ std::optional<std::string_view> parse_detail_value(std::string_view detail, cons
 /// Whether the state says that the array is being rebuilt.
 bool is_rebuilding(std::string_view status);
 
+/// What a row of the device table says of its place in the array.
+struct TableRow {
+    std::string path;                ///< empty for a missing member
+    std::optional<std::size_t> slot; ///< RaidDevice, from 0, unless it is no number
+    bool has_data = true; ///< not for a faulty member, a spare, or one that is being rebuilt
+};
+
 /// The device table of an array's details.
 struct MemberTable {
-    std::vector<std::string> members; ///< paths, such as /dev/sda, in the order of the slots
+    std::vector<std::string> members; ///< paths, such as /dev/sda, in the order of their numbers
     std::size_t hole = 0;             ///< the place of a missing member, from 1; 0 for none
     std::size_t raid_devices = 0;     ///< how many members the array has when it is whole
+    std::vector<TableRow> rows = {};  ///< of the members and the hole
 };
 
 /// Nothing when the details do not say how many devices there are, or name one by a path that is
@@ -81,6 +89,13 @@ std::optional<MemberTable> parse_member_table(std::string_view detail);
 /// In a table that has a hole and all its members, the last one stands in for the missing one:
 /// moves it into the hole.
 void close_hole(MemberTable& table);
+
+/// How many of the members hold their part of the array, as far as the table tells.
+std::size_t count_with_data(const MemberTable& table);
+
+/// Whether the members stand in the order of their slots, as far as the table tells: a member that
+/// replaced another one has its slot and a number of its own.
+bool is_in_slot_order(const MemberTable& table);
 
 /// Whether the device table of a disk's superblock has a path of the list.
 bool superblock_names_one_of(std::string_view examination, const std::vector<std::string>& members);

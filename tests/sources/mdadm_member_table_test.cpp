@@ -188,6 +188,30 @@ TEST(Hole, ThatIsMissingMovesNothing) {
     EXPECT_THAT(table.members, ElementsAre("/dev/sda", "/dev/sdc", "/dev/sdb"));
 }
 
+TEST(MemberTable, CountsMembersWithData) {
+    EXPECT_EQ(count_with_data(*parse_member_table(recorded("mdadm_D_raid5").text)), 3U);
+    EXPECT_EQ(count_with_data(*parse_member_table(recorded("raid5_one_faulty_detail").text)), 2U);
+    EXPECT_EQ(count_with_data(*parse_member_table(recorded("raid5_failed_detail").text)), 1U);
+    EXPECT_EQ(count_with_data({{"/dev/sda", "/dev/sdb"}, 0, 2}), 2U)
+        << "a table that tells nothing";
+}
+
+TEST(MemberTable, TellsTheOrderOfItsSlots) {
+    EXPECT_TRUE(is_in_slot_order(*parse_member_table(recorded("mdadm_D_raid5").text)));
+    const auto table = [](const std::string& rows) {
+        return *parse_member_table(details("3", rows));
+    };
+    const std::string first = "0 8 0 0 active sync /dev/sda\n";
+    EXPECT_FALSE(is_in_slot_order(table("1 8 0 1 active /dev/sdb\n3 8 0 0 active /dev/sdd\n")));
+    EXPECT_TRUE(is_in_slot_order(table(first + "2 8 0 2 active /dev/sdb\n")));
+    EXPECT_TRUE(is_in_slot_order(table("0 /dev/sda\n1 /dev/sdb\n"))) << "a table that tells none";
+    MemberTable filled = table(first + "1 0 0 2 removed\n2 8 0 1 active sync /dev/sdc\n");
+    filled.members.insert(filled.members.begin() + 1, "/dev/sdb");
+    EXPECT_FALSE(is_in_slot_order(filled)) << "the hole is the last slot";
+    filled.members = {"/dev/sda", "/dev/sdc", "/dev/sdb"};
+    EXPECT_TRUE(is_in_slot_order(filled));
+}
+
 TEST(Superblock, OfVersion090NamesTheOtherMembers) {
     const std::string examination = recorded("mdadm_E_raid5_v090").text;
     EXPECT_TRUE(superblock_names_one_of(examination, {"/dev/sdx", "/dev/sdc"}));

@@ -6,13 +6,17 @@
 #include "base/checks.h"
 #include "base/codes.h"
 #include "base/command.h"
+#include "base/file.h"
 #include "base/text.h"
 #include "inventory/array_account.h"
+#include "inventory/disk_use.h"
 #include "inventory/disks.h"
 #include "sources/lvm.h"
 #include "sources/mdadm.h"
+#include "sources/sys_block.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace zav {
 
@@ -48,26 +52,49 @@ bool was_member(const std::string& disk, const std::vector<std::string>& members
     return examination && superblock_names_one_of(*examination, members);
 }
 
-/// Puts the path of the disk that the array lost into the hole. Code::ok or
-/// Code::missing_disk_not_found.
-Code fill_hole(MemberTable& table, Sink& out) {
+/// The disk that the array lost, claimed from before it is looked at.
+struct FoundDisk {
+    std::string name = {};
+    DiskClaims claim = {};
+    bool is_claimed = false;
+};
+
+FoundDisk find_missing(const MemberTable& table, const disk_list& disks) {
+    FoundDisk found;
+    for (const disk_info& disk : disks) {
+        const std::string path = std::string(device_directory) + disk.name.c_str();
+        if (!is_disk_name(disk.name) || is_listed(path, table.members)) {
+            continue;
+        }
+        FoundDisk candidate{.name = disk.name.c_str()};
+        candidate.is_claimed = candidate.claim.add(candidate.name);
+        if (was_member(candidate.name, table.members)) {
+            found = std::move(candidate); // the last one counts
+        }
+    }
+    return found;
+}
+
+/// Puts the path of the disk that the array lost into the hole. Code::ok;
+/// Code::missing_disk_not_found; Code::array_details_unread for one that something else uses, which
+/// is logged.
+Code fill_hole(const char* array, MemberTable& table, FoundDisk& missing, Sink& out) {
     disk_list disks;
     if (failed(get_disk_list(disks, out))) {
         return Code::missing_disk_not_found;
     }
-    std::string missing;
-    for (const disk_info& disk : disks) {
-        const std::string path = std::string(device_directory) + disk.name.c_str();
-        if (is_disk_name(disk.name) && !is_listed(path, table.members) &&
-            was_member(disk.name.c_str(), table.members)) {
-            missing = path; // the last one counts
-        }
-    }
-    if (missing.empty()) {
+    missing = find_missing(table, disks);
+    if (missing.name.empty()) {
         return Code::missing_disk_not_found;
     }
+    if (!missing.is_claimed || is_held_by_kernel(missing.name)) {
+        log_error("'%s' is not recovered: '%s' is held by %s", array, missing.name.c_str(),
+                  missing.is_claimed ? "the kernel" : "another command");
+        return Code::array_details_unread;
+    }
     const auto place = static_cast<std::ptrdiff_t>(std::min(table.hole - 1, table.members.size()));
-    table.members.insert(table.members.begin() + place, missing);
+    table.members.insert(table.members.begin() + place,
+                         std::string(device_directory) + missing.name);
     return Code::ok;
 }
 
@@ -80,14 +107,24 @@ std::string disk_names(const std::vector<std::string>& paths) {
 }
 
 /// Code::ok, or Code::array_details_unread with a message: what is created again with other members
-/// than the array has slots destroys what they hold.
+/// than the array has slots, or with them in another order, destroys what they hold.
 Code check_complete(const char* array, const MemberTable& table) {
-    if (table.members.size() == table.raid_devices) {
-        return Code::ok;
+    if (table.members.size() != table.raid_devices) {
+        log_error("'%s' is not recovered: it has %zu slots, and %zu disks are found", array,
+                  table.raid_devices, table.members.size());
+        return Code::array_details_unread;
     }
-    log_error("'%s' is not recovered: it has %zu slots, and %zu disks are found", array,
-              table.raid_devices, table.members.size());
-    return Code::array_details_unread;
+    if (const std::size_t with_data = count_with_data(table); with_data != table.raid_devices) {
+        log_error("'%s' is not recovered: of its %zu disks %zu are faulty or spares", array,
+                  table.raid_devices, table.raid_devices - with_data);
+        return Code::array_details_unread;
+    }
+    if (!is_in_slot_order(table)) {
+        log_error("'%s' is not recovered: its disks are numbered in another order than its slots",
+                  array);
+        return Code::array_details_unread;
+    }
+    return Code::ok;
 }
 
 /// Code::ok, or Code::array_details_unread with a message for an array that needs no recovery.
@@ -99,11 +136,28 @@ Code check_broken(const char* array, const char* type) {
     return Code::array_details_unread;
 }
 
-/// Claims the disks. Code::ok, or Code::array_details_unread with a message.
-Code claim_members(DiskClaims& claims, const MemberTable& table) {
+/// Claims the array and the members that the kernel knows, before their states are looked at. False
+/// with a message.
+bool claim_array(DiskClaims& claims, const char* array) {
+    const auto entries = directory_entries(format_text(array_directory_path, array).c_str());
+    std::vector<std::string_view> devices = {array};
+    if (entries) {
+        for (const std::string& entry : *entries) {
+            devices.push_back(member_of_entry(entry));
+        }
+    }
+    return claims.add_all(std::move(devices));
+}
+
+/// Claims the other disks than the one that was found. Code::ok, or Code::array_details_unread with
+/// a message.
+Code claim_members(DiskClaims& claims, const MemberTable& table, std::string_view found) {
     std::vector<std::string_view> disks;
     for (const std::string_view path : table.members) {
-        disks.push_back(path.substr(device_directory.size()));
+        const std::string_view disk = path.substr(device_directory.size());
+        if (disk != found) {
+            disks.push_back(disk);
+        }
     }
     return claims.add_all(disks) ? Code::ok : Code::array_details_unread;
 }
@@ -118,7 +172,9 @@ bool create_again(const char* array, const char* type, const MemberTable& table)
 
 Code raid_recover(const char* array, const char* type, Sink& out) {
     MemberTable table;
-    if (failed(check_name32(array)) || failed(read_member_table(array, table))) {
+    DiskClaims claims;
+    if (failed(check_name32(array)) || !claim_array(claims, array) ||
+        failed(read_member_table(array, table))) {
         return log_return(Code::array_details_unread);
     }
     for (const std::string& path : table.members) {
@@ -128,11 +184,14 @@ Code raid_recover(const char* array, const char* type, Sink& out) {
         return log_return(Code::array_details_unread);
     }
     close_hole(table);
-    if (table.hole != 0 && !table.members.empty() && failed(fill_hole(table, out))) {
-        return log_return(Code::missing_disk_not_found);
+    FoundDisk missing;
+    if (table.hole != 0 && !table.members.empty()) {
+        if (const Code filled = fill_hole(array, table, missing, out); failed(filled)) {
+            return log_return(filled);
+        }
     }
-    DiskClaims claims;
-    if (failed(check_complete(array, table)) || failed(claim_members(claims, table))) {
+    if (failed(check_complete(array, table)) ||
+        failed(claim_members(claims, table, missing.name))) {
         return log_return(Code::array_details_unread);
     }
     if (table.members.empty()) {

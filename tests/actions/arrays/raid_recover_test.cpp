@@ -14,16 +14,19 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::MatchesRegex;
 
-// A line of the table: a member, or a slot that has lost its member.
+// A line of the table: a member, or a slot that has lost its member. A member that replaced another
+// one has its slot, and a number of its own.
 struct Slot {
     int number;
     const char* path;
+    int slot = number;
 };
 
 std::string table(const std::vector<Slot>& slots) {
     std::string lines = "    Number   Major   Minor   RaidDevice State\n";
-    for (const auto& [number, path] : slots) {
-        lines += "       " + std::to_string(number) + "       8        0        0      " +
+    for (const auto& [number, path, slot] : slots) {
+        lines += "       " + std::to_string(number) + "       8        0        " +
+                 std::to_string(slot) + "      " +
                  (path == nullptr ? "removed" : std::string("active sync   ") + path) + "\n";
     }
     return lines;
@@ -165,7 +168,7 @@ TEST_F(Recover, PassesOverToolsThatFailOnADisk) {
 }
 
 TEST_F(Recover, MovesTheLastMemberIntoTheHoleWhenAllAreThere) {
-    details(3, {{0, "/dev/sda"}, {1, nullptr}, {2, "/dev/sdc"}, {3, "/dev/sdb"}});
+    details(3, {{0, "/dev/sda"}, {1, nullptr}, {2, "/dev/sdc"}, {3, "/dev/sdb", 1}});
     EXPECT_EQ(recover(), 0);
     EXPECT_EQ(run.out, "disk: /dev/sda\ndisk: /dev/sdc\ndisk: /dev/sdb\n");
     EXPECT_THAT(recreated(), HasSubstr(" -n 3 -R /dev/sda /dev/sdb /dev/sdc >"));

@@ -3,6 +3,7 @@
 // the array has slots.
 #include "actions/arrays/recovery.h"
 #include "fixtures/array_machine.h"
+#include "fixtures/disk_claim.h"
 #include "fixtures/library.h"
 
 namespace zav::test {
@@ -77,6 +78,91 @@ TEST_F(SafeRecovery, CountsTheDiskThatFillsTheHole) {
         .prints("  0 8 0 0 active sync /dev/sda\n");
     recover();
     expect_kept("it has 4 slots, and 3 disks are found");
+}
+
+TEST_F(SafeRecovery, CountsNoFaultyMember) {
+    details(4, {"0 8 0 0 active sync /dev/sda", "1 8 16 1 active sync /dev/sdb", "- 0 0 2 removed",
+                "3 8 48 3 active sync /dev/sdd", "2 8 32 - faulty /dev/sdc"});
+    recover();
+    expect_kept("of its 4 disks 1 are faulty or spares");
+    details(3, {"0 8 0 0 active sync /dev/sda", "1 0 0 1 removed", "2 8 32 2 active sync /dev/sdc",
+                "3 8 48 - faulty /dev/sdd"});
+    recover();
+    expect_kept("of its 3 disks 1 are faulty or spares");
+}
+
+// A member that is being rebuilt has only a part of its data.
+TEST_F(SafeRecovery, CountsNoSpare) {
+    machine.tool(ArrayMachine::mdadm)
+        .on("/sbin/mdadm -D /dev/md1")
+        .prints(recorded("raid5_initial_recovery_detail").text);
+    recover();
+    expect_kept("of its 3 disks 1 are faulty or spares");
+}
+
+TEST_F(SafeRecovery, KeepsTheOrderOfTheSlots) {
+    details(3, {"1 8 16 1 active sync /dev/sdb", "2 8 32 2 active sync /dev/sdc",
+                "3 8 48 0 active sync /dev/sdd"});
+    recover();
+    expect_kept("its disks are numbered in another order than its slots");
+    details(3, {"0 8 0 0 active sync /dev/sda", "1 8 16 2 active sync /dev/sdb",
+                "2 8 32 1 active sync /dev/sdc"});
+    recover();
+    expect_kept("its disks are numbered in another order than its slots");
+    details(3, {"0 8 0 0 active sync /dev/sda", "1 8 16 1 active sync /dev/sdb",
+                "5 8 80 2 active sync /dev/sdf"});
+    recover();
+    EXPECT_EQ(run.returned, 0);
+}
+
+class FilledHole : public SafeRecovery {
+  protected:
+    FilledHole() {
+        details(3, {"0 8 0 0 active sync /dev/sda", "1 0 0 1 removed",
+                    "2 8 32 2 active sync /dev/sdc"});
+        machine.tool(ArrayMachine::mdadm).on_prefix("/sbin/mdadm -E").exits(1).optional();
+        machine.tool(ArrayMachine::mdadm)
+            .on("/sbin/mdadm -E /dev/sdb")
+            .prints("  0 0 8 0 0 active sync /dev/sda\n");
+    }
+};
+
+TEST_F(FilledHole, TakesNoDiskThatTheKernelHolds) {
+    machine.directory("/sys/block/sdb/sdb1/holders/dm-0");
+    recover();
+    expect_kept("'sdb' is held by the kernel");
+    machine.remove("/sys/block/sdb").file("/proc/mounts", "/dev/sdb2 /srv xfs rw 0 0\n");
+    recover();
+    expect_kept("'sdb' is held by the kernel");
+}
+
+TEST_F(FilledHole, TakesNoDiskThatAnotherCommandUses) {
+    const HeldLock claim(machine, claim_on("sdb"));
+    recover();
+    expect_kept("'sdb' is held by another command");
+}
+
+// Another command may clear the disk as soon as its superblock is read.
+TEST_F(FilledHole, TakesADiskThatItHasClaimedBeforeItLookedAtIt) {
+    machine.tool(ArrayMachine::mdadm)
+        .on("/sbin/mdadm -E /dev/sdb")
+        .does("[ -e /run/zavbox/disk-sdb ] && [ -e /run/zavbox/disk-md1 ] && mkdir /var/claimed")
+        .prints("  0 0 8 0 0 active sync /dev/sda\n");
+    recover();
+    EXPECT_EQ(run.returned, 0);
+    EXPECT_TRUE(machine.exists("/var/claimed"));
+    EXPECT_THAT(run.commands, Contains(HasSubstr("-R /dev/sda /dev/sdb /dev/sdc")));
+    EXPECT_FALSE(machine.exists("/run/zavbox"));
+}
+
+TEST_F(SafeRecovery, LooksAtNoArrayOrMemberThatAnotherCommandUses) {
+    kernel_says("clean", "1");
+    for (const char* device : {"md1", "sdc"}) {
+        const HeldLock claim(machine, claim_on(device));
+        recover();
+        EXPECT_EQ(run.returned, -411);
+        EXPECT_THAT(run.commands, testing::IsEmpty()) << device;
+    }
 }
 
 TEST_F(SafeRecovery, ReadsRecordedArraysThatFailed) {
