@@ -37,7 +37,9 @@ bool is_disk_name(std::string_view name) {
 
 std::string_view whole_disk_name(std::string_view device) {
     const std::string_view stem = without_number(device);
-    if (begins_with_one_of(device, lettered_disks)) {
+    // The old IDE disks are in no array or group by their names, but are claimed and held as
+    // others.
+    if (begins_with_one_of(device, lettered_disks) || device.starts_with("hd")) {
         return stem;
     }
     const bool has_part = stem.size() > 1 && stem.size() < device.size() && stem.ends_with('p') &&

@@ -64,7 +64,8 @@ bool is_disk_name(std::string_view name);
 /// md0p1. A name of another kind stays as it is.
 std::string_view whole_disk_name(std::string_view device);
 
-/// Whether a name of the kernel is that of a disk or of its partition: sd, vd, xvd, nvme, mmcblk.
+/// Whether a name of the kernel is that of a disk or of its partition: sd, vd, xvd, nvme,
+/// mmcblk.
 bool is_kind_of_disk(std::string_view device);
 
 /// Whether the disk, as a record has it, is the one that a device is on.

@@ -12,6 +12,7 @@ TEST(WholeDisk, IsTheDeviceWithoutItsPartition) {
     for (const auto& [device, disk] : {std::pair{"sda", "sda"},
                                        {"sda1", "sda"},
                                        {"sdaa12", "sdaa"},
+                                       {"hda3", "hda"},
                                        {"vdb2", "vdb"},
                                        {"xvdc3", "xvdc"},
                                        {"nvme0n1", "nvme0n1"},
