@@ -8,7 +8,9 @@
 #include "inventory/arrays.h"
 #include "inventory/groups.h"
 #include "inventory/mounts.h"
+#include "platform/models.h"
 #include "sources/df.h"
+#include "sources/mdstat.h"
 #include "sources/sys_block.h"
 
 #include <algorithm>
@@ -77,10 +79,85 @@ void mark_volume(display_disk_list& listing, const pvinfo& volume) {
     }
 }
 
-/// Whether something that the kernel has built is on a device, by its directory under /sys/block.
+/// Whether the kernel's own list of arrays can be read and the tool's has all of them. The kernel's
+/// is never empty: a list without arrays has its frame.
+bool has_all_arrays(const mdinfo_list& arrays) {
+    if (product_model().has_raid_controller) {
+        return true;
+    }
+    const auto mdstat = read_file(mdstat_path);
+    return mdstat && !mdstat->empty() &&
+           std::ranges::all_of(parse_mdstat_names(*mdstat), [&arrays](const std::string& name) {
+               return std::ranges::any_of(
+                   arrays, [&name](const mdinfo& array) { return array.name == name; });
+           });
+}
+
+Code mark_all_members(display_disk_list& listing, bool& is_sure, Sink& out) {
+    mdinfo_list arrays;
+    if (const Code result = get_mdinfo(arrays, out); failed(result)) {
+        log_failure(result, LogSite::numbered(114, "add_disk_list_mdinfo"));
+        return Code::no_array_list;
+    }
+    for (const mdinfo& array : arrays) {
+        mark_members(listing, array);
+    }
+    is_sure = is_sure && has_all_arrays(arrays);
+    return Code::ok;
+}
+
+Code mark_all_volumes(display_disk_list& listing, bool& is_sure, Sink& out) {
+    vginfo_list groups;
+    if (const Code result = get_vginfo(groups, out); failed(result)) {
+        log_failure(result, LogSite::numbered(169, "add_disk_list_vginfo"));
+        return Code::no_group_list;
+    }
+    for (const vginfo& group : groups) {
+        for (const pvinfo& volume : group.physical_volumes) {
+            mark_volume(listing, volume);
+        }
+        // There is no group without a volume: the tool was silent about them.
+        is_sure = is_sure && group.physical_volumes.begin() != group.physical_volumes.end();
+    }
+    return Code::ok;
+}
+
+Code mark_all_mounted(display_disk_list& listing, bool& is_sure) {
+    Capture capture("/tmp/dfinfo.XXXXXX");
+    if (failed(capture.run_and_log(format_text(mounted_command, capture.path())))) {
+        return Code::command_failed;
+    }
+    const auto output = capture.read();
+    if (!output) {
+        log_errno(0, LogSite::numbered(54, "get_diskinfo_from_df"));
+        return Code::disk_tool_output_unread;
+    }
+    for (const std::string_view name : parse_mounted_disks(*output)) {
+        for (display_disk_info& disk : listing) {
+            const bool is_scsi = name.starts_with(scsi_disk);
+            if (is_scsi ? !disk.diskname.empty() && name.starts_with(disk.diskname.view())
+                        : is_whole_disk_of(name, disk.diskname)) {
+                disk.use = 1;
+            }
+        }
+    }
+    is_sure = is_sure && has_df_header(*output);
+    // Support reads the last df of an appliance from /tmp: the file stays.
+    capture.keep();
+    return Code::ok;
+}
+
+/// Whether an error says that there is no such file or device, or nothing in it. Any other leaves
+/// open what is there.
+bool is_absence(int error) {
+    return error == ENOENT || error == ENXIO || error == ENOMEDIUM || error == ENODEV;
+}
+
+/// Whether something that the kernel has built is on a device, by its directory under /sys/block,
+/// or it cannot be told.
 bool has_holders(const std::string& directory) {
     const auto holders = directory_entries((directory + "/holders").c_str());
-    return holders && !holders->empty();
+    return holders ? !holders->empty() : !is_absence(errno);
 }
 
 /// The same for a disk and its partitions, or for one partition.
@@ -91,23 +168,29 @@ bool is_built_upon(std::string_view device) {
         return has_holders(directory + std::string(device));
     }
     const auto entries = directory_entries(directory.c_str());
-    return has_holders(directory) ||
-           (entries && std::ranges::any_of(*entries, [&](const std::string& entry) {
-                return entry.starts_with(disk) && has_holders(directory + entry);
-            }));
+    if (!entries) {
+        return !is_absence(errno);
+    }
+    return has_holders(directory) || std::ranges::any_of(*entries, [&](const std::string& entry) {
+               return entry.starts_with(disk) && has_holders(directory + entry);
+           });
 }
 
+/// Whether a device is mounted, or it cannot be told.
 bool is_mounted(std::string_view device) {
     constexpr std::string_view directory = "/dev/";
     const auto mounts = read_mounts();
-    return mounts && std::ranges::any_of(*mounts, [&](const Mount& mount) {
-               std::string_view mounted = mount.device;
-               if (!mounted.starts_with(directory)) {
-                   return false;
-               }
-               mounted.remove_prefix(directory.size());
-               return mounted == device || whole_disk_name(mounted) == device;
-           });
+    if (!mounts) {
+        return !is_absence(errno);
+    }
+    return std::ranges::any_of(*mounts, [&](const Mount& mount) {
+        std::string_view mounted = mount.device;
+        if (!mounted.starts_with(directory)) {
+            return false;
+        }
+        mounted.remove_prefix(directory.size());
+        return mounted == device || whole_disk_name(mounted) == device;
+    });
 }
 
 } // namespace
@@ -122,19 +205,20 @@ bool mark_disks_in_use(const disk_list& disks, display_disk_list& listing, Sink&
     for (const disk_info& disk : disks) {
         append_display_record(listing, disk);
     }
-    const Code arrays = add_disk_list_mdinfo(listing, out);
+    bool is_sure = true;
+    const Code arrays = mark_all_members(listing, is_sure, out);
     if (failed(arrays)) {
         log_failure(arrays, LogSite::numbered(238, site));
     }
-    const Code groups = add_disk_list_vginfo(listing, out);
+    const Code groups = mark_all_volumes(listing, is_sure, out);
     if (failed(groups)) {
         log_failure(groups, LogSite::numbered(244, site));
     }
-    const Code mounts = get_diskinfo_from_df(listing);
+    const Code mounts = mark_all_mounted(listing, is_sure);
     if (failed(mounts)) {
         log_failure(mounts, LogSite::numbered(250, site));
     }
-    return !failed(arrays) && !failed(groups) && !failed(mounts);
+    return is_sure && !failed(arrays) && !failed(groups) && !failed(mounts);
 }
 
 bool is_held_by_kernel(std::string_view device) {
@@ -144,57 +228,22 @@ bool is_held_by_kernel(std::string_view device) {
     const std::string path = "/dev/" + std::string(device);
     // Of a block device the kernel gives nobody a second exclusive use.
     const FileDescriptor fd = FileDescriptor::open(path.c_str(), O_RDONLY | O_EXCL | O_NONBLOCK);
-    return (!fd && errno == EBUSY) || is_built_upon(device) || is_mounted(device);
+    return (!fd && !is_absence(errno)) || is_built_upon(device) || is_mounted(device);
 }
 
 Code add_disk_list_mdinfo(display_disk_list& listing, Sink& out) {
-    mdinfo_list arrays;
-    if (const Code result = get_mdinfo(arrays, out); failed(result)) {
-        log_failure(result, LogSite::numbered(114));
-        return Code::no_array_list;
-    }
-    for (const mdinfo& array : arrays) {
-        mark_members(listing, array);
-    }
-    return Code::ok;
+    bool is_sure = true;
+    return mark_all_members(listing, is_sure, out);
 }
 
 Code add_disk_list_vginfo(display_disk_list& listing, Sink& out) {
-    vginfo_list groups;
-    if (const Code result = get_vginfo(groups, out); failed(result)) {
-        log_failure(result, LogSite::numbered(169));
-        return Code::no_group_list;
-    }
-    for (const vginfo& group : groups) {
-        for (const pvinfo& volume : group.physical_volumes) {
-            mark_volume(listing, volume);
-        }
-    }
-    return Code::ok;
+    bool is_sure = true;
+    return mark_all_volumes(listing, is_sure, out);
 }
 
 Code get_diskinfo_from_df(display_disk_list& listing) {
-    Capture capture("/tmp/dfinfo.XXXXXX");
-    if (failed(capture.run_and_log(format_text(mounted_command, capture.path())))) {
-        return Code::command_failed;
-    }
-    const auto output = capture.read();
-    if (!output) {
-        log_errno(0, LogSite::numbered(54));
-        return Code::disk_tool_output_unread;
-    }
-    for (const std::string_view name : parse_mounted_disks(*output)) {
-        for (display_disk_info& disk : listing) {
-            const bool is_scsi = name.starts_with(scsi_disk);
-            if (is_scsi ? !disk.diskname.empty() && name.starts_with(disk.diskname.view())
-                        : is_whole_disk_of(name, disk.diskname)) {
-                disk.use = 1;
-            }
-        }
-    }
-    // Support reads the last df of an appliance from /tmp: the file stays.
-    capture.keep();
-    return Code::ok;
+    bool is_sure = true;
+    return mark_all_mounted(listing, is_sure);
 }
 
 } // namespace zav

@@ -16,12 +16,13 @@ namespace zav {
 /// and left out.
 Code add_disk_list_info(const disk_list& disks, display_disk_list& listing, Sink& out);
 
-/// The same, for those who act on it. False when an annotation failed: a disk that is not marked
-/// may be in use then.
+/// The same, for those who act on it. False when an annotation failed, or found less than there
+/// must be: a disk that is not marked may be in use then.
 bool mark_disks_in_use(const disk_list& disks, display_disk_list& listing, Sink& out);
 
 /// Whether the kernel holds a device, named as under /dev: a member of an array, an active physical
-/// volume, mounted, swap; of a disk, one of its partitions too. Runs nothing.
+/// volume, mounted, swap; of a disk, one of its partitions too; or that cannot be told. Runs
+/// nothing.
 bool is_held_by_kernel(std::string_view device);
 
 /// Marks the members of arrays. Builds the array list. Code::ok or Code::no_array_list.

@@ -4,6 +4,8 @@
 #include "base/text.h"
 #include "records/disk.h"
 
+#include <algorithm>
+
 namespace zav {
 
 std::vector<std::string_view> parse_mounted_disks(std::string_view df_output) {
@@ -18,6 +20,12 @@ std::vector<std::string_view> parse_mounted_disks(std::string_view df_output) {
         }
     }
     return names;
+}
+
+bool has_df_header(std::string_view df_output) {
+    constexpr std::size_t columns = 6;
+    const auto words = split(cut_at(df_output, "\n"), blanks);
+    return words.size() >= columns && !std::ranges::all_of(words[1], is_digit);
 }
 
 } // namespace zav

@@ -11,6 +11,7 @@
 namespace zav {
 
 /// The captured output's path.
+inline constexpr const char* mdstat_path = "/proc/mdstat";
 inline constexpr char mdstat_command[] = "cat /proc/mdstat > %s";
 
 /// The names of the arrays.

@@ -33,5 +33,13 @@ TEST(MountedDisks, OfManyLinesAreAllFound) {
     EXPECT_EQ(parse_mounted_disks(output).size(), 100000U);
 }
 
+TEST(DfHeader, IsInEveryOutput) {
+    EXPECT_TRUE(has_df_header(recorded("df").text));
+    EXPECT_TRUE(has_df_header("Sys.fichiers blocs-de-1K Utilise Disponible Uti% Monte-sur\n"));
+    EXPECT_FALSE(has_df_header(""));
+    EXPECT_FALSE(has_df_header("garbage\n"));
+    EXPECT_FALSE(has_df_header("/dev/sda1 100 50 50 50% /mnt\n"));
+}
+
 } // namespace
 } // namespace zav::test

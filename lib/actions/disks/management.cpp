@@ -26,6 +26,10 @@ Code zav_set_hotspare(int channel, HotspareMode mode, const char* device, Sink& 
     // What cannot be told counts as in use when the disk is to be cleared.
     const bool may_be_in_use =
         is_cleared && (!is_ours || !is_known || is_held_by_kernel(disk.diskname));
+    if (is_cleared && !is_known) {
+        log_error("'%s' is not known to be free: what uses the disks cannot be listed",
+                  disk.diskname.c_str());
+    }
     if (disk.use == 1 || may_be_in_use) {
         return log_return(Code::disk_in_use, LogSite::numbered(587));
     }

@@ -37,6 +37,42 @@ TEST_F(HotspareSafety, RefusesEveryDiskWhenTheGroupsCannotBeListed) {
     expect_refused("no volumes");
 }
 
+// Tools that end well and tell nothing.
+TEST_F(HotspareSafety, RefusesEveryDiskWhenAListLacksWhatItMustHave) {
+    machine.tool("/bin/df").on("/bin/df");
+    expect_refused("df is silent");
+    machine.tool("/bin/df").on("/bin/df").prints("garbage\n");
+    expect_refused("df without its heading");
+    machine.mounted({});
+    machine.tool("/sbin/vgdisplay")
+        .on("/sbin/vgdisplay -c")
+        .prints("  data:r/w:772:-1:0:1:0:-1:0:1:1:2449408:4096:598:384:214:NRVttr-kaGD\n");
+    expect_refused("a group without a volume");
+    EXPECT_EQ(machine.log().back().text.substr(0, 15), "diskmanage_main");
+    EXPECT_THAT(machine.messages(),
+                testing::Contains("'sdc' is not known to be free: what uses the "
+                                  "disks cannot be listed"));
+}
+
+TEST_F(HotspareSafety, RefusesEveryDiskWhenTheKernelsListOfArraysIsEmptyOrLonger) {
+    const std::string mdstat = machine.read("/proc/mdstat");
+    machine.file("/proc/mdstat", "");
+    expect_refused("an empty list");
+    machine.file("/proc/mdstat", mdstat + "md7 : active raid1 sdx[0]\n");
+    machine.tool("/bin/cat").on("cat /proc/mdstat").prints(mdstat);
+    machine.tool("/bin/cat").any().does("exec /.harness/busybox cat \"$1\"").optional();
+    expect_refused("cat printed less");
+}
+
+TEST_F(HotspareSafety, RefusesADiskWhenItCannotBeToldWhatHoldsIt) {
+    machine.symlink("sdc", "/dev/sdc"); // ELOOP
+    expect_refused("the disk cannot be opened");
+    machine.remove("/dev/sdc").symlink("holders", "/sys/block/sdc/holders");
+    expect_refused("its holders cannot be listed");
+    machine.remove("/sys/block/sdc/holders").symlink("mounts", "/proc/mounts");
+    expect_refused("the mounts cannot be read");
+}
+
 TEST_F(HotspareSafety, RefusesADiskThatAnotherCommandUses) {
     const HeldLock claim(machine, claim_on("sdc"));
     expect_refused("claimed");
