@@ -8,6 +8,7 @@
 #include "sources/netfstab.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <memory>
 
@@ -80,6 +81,25 @@ std::string mounted_device(std::string_view label, Sink& out) {
         return "";
     }
     return device;
+}
+
+std::string device_to_clear(std::string_view label, Sink& out) {
+    std::string device = mounted_device(label, out);
+    if (device.empty() || device == labelled_device(label)) {
+        return device;
+    }
+    const MountTable mounts = read_mounts().value_or(MountTable());
+    const std::array points = {registered_mount_point(label),
+                               format_text(netdisk_mount_point, std::string(label).c_str())};
+    if (std::ranges::any_of(mounts, [&](const Mount& mount) {
+            return mount.device == device &&
+                   std::ranges::find(points, mount.directory) != points.end();
+        })) {
+        return device;
+    }
+    log_error("what is mounted as '%s' is %s: it is not known to be the network disk",
+              std::string(label).c_str(), device.c_str());
+    return "";
 }
 
 std::string labelled_device(std::string_view label) {

@@ -27,6 +27,10 @@ Presence netfs_label_used(std::string_view label);
 /// /dev/disk/by-label.
 std::string mounted_device(std::string_view label, Sink& out);
 
+/// mounted_device(), when it is mounted where network disks of that label are, or carries the
+/// label: a directory of that name alone may be on anybody's device. Else empty, which is logged.
+std::string device_to_clear(std::string_view label, Sink& out);
+
 /// The device that carries the label, mounted or not; empty when the kernel knows none. Reads
 /// /dev/disk/by-label.
 std::string labelled_device(std::string_view label);

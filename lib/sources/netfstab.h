@@ -9,6 +9,9 @@
 
 namespace zav {
 
+/// Where a network disk is mounted; the argument is its label.
+inline constexpr char netdisk_mount_point[] = "/mnt/netdisk/%s";
+
 inline constexpr const char* netfstab_path = "/etc/netfstab";
 
 /// Of the copy that takes its place.

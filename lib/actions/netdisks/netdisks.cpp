@@ -31,7 +31,7 @@ std::string label_source(const char* label) {
 } // namespace
 
 std::string netfs_mount_point(const char* label) {
-    return format_text("/mnt/%s/%s", "netdisk", label);
+    return format_text(netdisk_mount_point, label);
 }
 
 Code netfs_make(const char* label, const char* device) {
@@ -80,7 +80,7 @@ Code create_netfs(const char* label, const char* device) {
 
 Code delete_netfs(const char* label, Sink& out) {
     const std::string mntpoint = netfs_mount_point(label);
-    const std::string device = mounted_device(label, out);
+    const std::string device = device_to_clear(label, out);
     DiskClaims claims;
     const bool is_claimed = claims.add(last_component(device));
     if (failed(check_umount(label, out))) {

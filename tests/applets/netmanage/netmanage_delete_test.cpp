@@ -113,7 +113,7 @@ TEST_F(NetDelete, PutsNoUnsafeMountDirectoryIntoACommand) {
         expect_failed(-602);
         EXPECT_THAT(run.commands, IsEmpty());
         expect_still_registered();
-        EXPECT_THAT(machine.logged().front(), StartsWith("system(\"umount /srv/"));
+        EXPECT_THAT(machine.logged(), testing::Contains(StartsWith("system(\"umount /srv/")));
     }
 }
 

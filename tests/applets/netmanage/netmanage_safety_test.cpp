@@ -58,8 +58,25 @@ TEST_F(NetSafety, ClearsNothingWhenTheLabelsMountsNameSeveralDevices) {
     expect_logged("several devices are mounted as 'disk': /dev/sdg, /dev/sdf");
 }
 
-TEST_F(NetSafety, ClearsTheOneDeviceThatIsMountedElsewhere) {
+TEST_F(NetSafety, ClearsTheOneDeviceThatIsMountedElsewhereWhenItCarriesTheLabel) {
+    machine.file("/dev/sdf", "").symlink("../../sdf", "/dev/disk/by-label/disk");
     delete_disk({"/dev/sdf /media/disk", "/dev/sdf /srv/disk"});
+    EXPECT_EQ(cleared(), "/dev/sdf");
+}
+
+// Somebody's stick that is mounted in a directory of that name.
+TEST_F(NetSafety, ClearsNoDeviceThatIsOnlyMountedUnderTheName) {
+    delete_disk({"/dev/sdq /media/usb/disk"});
+    EXPECT_EQ(cleared(), "");
+    EXPECT_EQ(machine.read(netfstab), "");
+    expect_logged("what is mounted as 'disk' is /dev/sdq: it is not known to be the network disk");
+}
+
+TEST_F(NetSafety, ClearsWhatIsOnTheUsualMountPoint) {
+    machine.mounts({"/dev/sdf /mnt/netdisk/disk"});
+    machine.registered({"LABEL=disk\t/srv/other\txfs\tdefaults\t0 0"}, netfstab);
+    manage({"-D", "-n", "disk"});
+    expect_succeeded();
     EXPECT_EQ(cleared(), "/dev/sdf");
 }
 
