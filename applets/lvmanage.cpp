@@ -124,7 +124,7 @@ int delete_named(const Arguments& arguments) {
         return end(result);
     }
     // LVM may have failed after the pool was gone.
-    return check_lvdisplay(arguments.group, arguments.name, standard_output()) != Presence::present
+    return is_known_gone(arguments.group, arguments.name, standard_output())
                ? 0
                : fail(Code::pool_not_removed);
 }

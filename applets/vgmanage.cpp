@@ -146,7 +146,7 @@ int delete_named(const Arguments& arguments) {
         return end(result);
     }
     // LVM may have failed after the group was gone.
-    switch (check_vgdisplay(arguments.name, standard_output())) {
+    switch (check_removed_group(arguments.name, standard_output())) {
     case Presence::absent:
         return 0;
     case Presence::present:

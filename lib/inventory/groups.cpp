@@ -11,6 +11,8 @@
 #include "sources/lvm.h"
 #include "zav/system_status.h"
 
+#include <algorithm>
+
 namespace zav {
 
 namespace {
@@ -68,6 +70,22 @@ Code add_volumes(vginfo_list& list, const Locate& locate, LogSite pass, Sink& ou
     parse_pvdisplay(*output, list,
                     [&](pvinfo& volume, vginfo& group) { locate(volume, group, disks, arrays); });
     return Code::ok;
+}
+
+/// What vgdisplay tells of one group, and how it ended.
+Presence look_up_group(const char* name, WaitStatus& status, Sink& out) {
+    if (failed(check_name32(name))) {
+        return Presence::absent; // no name of a group, and nothing for a command
+    }
+    const Capture capture(vgdisplay_template);
+    const std::string command = format_text(vgdisplay_group_command, name, capture.path());
+    if (!is_plain_name(name)) {
+        ignore(refuse_command(command, not_plain_reason(name)));
+        return Presence::absent; // the tool would take it for an option
+    }
+    status = capture.run_and_log(command);
+    const auto output = read_output(capture, LogSite::here("check_vgdisplay"), out);
+    return output ? presence(has_group_line(*output, name)) : Presence::unknown;
 }
 
 } // namespace
@@ -143,18 +161,21 @@ void locate_on_controller(pvinfo& volume, vginfo& group, const mdinfo_list& arra
 }
 
 Presence check_vgdisplay(const char* name, Sink& out) {
-    if (failed(check_name32(name))) {
-        return Presence::absent; // no name of a group, and nothing for a command
+    WaitStatus status = WaitStatus::not_started;
+    return look_up_group(name, status, out);
+}
+
+Presence check_removed_group(const char* name, Sink& out) {
+    WaitStatus status = WaitStatus::not_started;
+    const Presence found = look_up_group(name, status, out);
+    if (found != Presence::absent || !failed(status)) {
+        return found;
     }
-    const Capture capture(vgdisplay_template);
-    const std::string command = format_text(vgdisplay_group_command, name, capture.path());
-    if (!is_plain_name(name)) {
-        ignore(refuse_command(command, not_plain_reason(name)));
-        return Presence::absent; // the tool would take it for an option
-    }
-    ignore(capture.run_and_log(command));
-    const auto output = read_output(capture, LogSite::here(), out);
-    return output ? presence(has_group_line(*output, name)) : Presence::unknown;
+    vginfo_list groups;
+    const bool may_be_there =
+        failed(get_vginfo_from_vgdisplay(groups, out)) ||
+        std::ranges::any_of(groups, [name](const vginfo& group) { return group.name == name; });
+    return presence(may_be_there);
 }
 
 } // namespace zav

@@ -35,4 +35,9 @@ void locate_on_controller(pvinfo& volume, vginfo& group, const mdinfo_list& arra
 /// printed. Runs vgdisplay -c with the name.
 Presence check_vgdisplay(const char* name, Sink& out);
 
+/// The same for a group that could not be removed. The look-up fails without the group as well as
+/// without LVM: the list of all groups tells them apart, and while that fails the group counts as
+/// present.
+Presence check_removed_group(const char* name, Sink& out);
+
 } // namespace zav

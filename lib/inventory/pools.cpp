@@ -19,7 +19,20 @@ namespace {
 struct PoolLookup {
     Presence presence = Presence::unknown;
     bool is_sure = false; ///< the tool worked and printed something
+    bool has_failed = true;
 };
+
+/// Whether lvdisplay lists a pool of that path; unknown when it fails and does not.
+Presence find_in_list(const std::string& path) {
+    const Capture capture(lvdisplay_template);
+    const WaitStatus status = capture.run_and_log(format_text(lvdisplay_command, capture.path()));
+    const std::string output = capture.read().value_or("");
+    pool_list pools;
+    parse_lvdisplay(output, vginfo_list(), pools);
+    const bool is_listed =
+        std::ranges::any_of(pools, [&path](const pool_info& pool) { return pool.name == path; });
+    return is_listed ? Presence::present : failed(status) ? Presence::unknown : Presence::absent;
+}
 
 /// What lvdisplay tells of one pool.
 PoolLookup look_up_pool(const char* group, const char* pool, Sink& out) {
@@ -39,7 +52,8 @@ PoolLookup look_up_pool(const char* group, const char* pool, Sink& out) {
                   number_of(Code::group_output_unread), std::strerror(errno));
         return {};
     }
-    return {presence(has_pool_line(*output, pool)), !failed(status) && !output->empty()};
+    return {presence(has_pool_line(*output, pool)), !failed(status) && !output->empty(),
+            failed(status)};
 }
 
 } // namespace
@@ -69,17 +83,28 @@ Code pool_list_get(pool_list& list, Sink& out) {
 
 Presence check_lvname(const char* name, Sink& out) {
     pool_list pools;
-    if (pool_list_get(pools, out) == Code::pool_output_unread) {
+    const Code listed = pool_list_get(pools, out);
+    if (listed == Code::pool_output_unread) {
         log_failure(Code::pools_unread);
         out.print("for errno '%d'\n", number_of(Code::pools_unread));
         return Presence::unknown;
     }
-    return presence(std::ranges::any_of(
-        pools, [name](const pool_info& pool) { return last_component(pool.name) == name; }));
+    const bool is_there = std::ranges::any_of(
+        pools, [name](const pool_info& pool) { return last_component(pool.name) == name; });
+    return !is_there && failed(listed) ? Presence::unknown : presence(is_there);
 }
 
 Presence check_lvdisplay(const char* group, const char* pool, Sink& out) {
     return look_up_pool(group, pool, out).presence;
+}
+
+bool is_known_gone(const char* group, const char* pool, Sink& out) {
+    const PoolLookup found = look_up_pool(group, pool, out);
+    if (found.presence != Presence::absent || !found.has_failed) {
+        return found.presence == Presence::absent;
+    }
+    // It fails without the pool, and without LVM.
+    return find_in_list(format_text("/dev/%s/%s", group, pool)) == Presence::absent;
 }
 
 bool is_known_absent(const char* group, const char* pool, Sink& out) {

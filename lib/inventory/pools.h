@@ -18,7 +18,7 @@ Code get_poolinfo_from_lvdisplay(pool_list& list, Sink& out);
 Code pool_list_get(pool_list& list, Sink& out);
 
 /// Whether a pool of that name exists in any group; unknown, which is printed as
-/// Code::pools_unread, when the pools cannot be read.
+/// Code::pools_unread, when the pools cannot be read, and when lvdisplay fails without it.
 Presence check_lvname(const char* name, Sink& out);
 
 /// Whether a group has a pool of that name; unknown when the output cannot be read, which is
@@ -28,5 +28,9 @@ Presence check_lvdisplay(const char* group, const char* pool, Sink& out);
 /// Whether it is sure that a group has no pool of that name. The same command: one that failed, or
 /// printed nothing, knows nothing.
 bool is_known_absent(const char* group, const char* pool, Sink& out);
+
+/// Whether it is sure that a pool that could not be removed is gone all the same. The same command,
+/// which fails without the pool as well as without LVM: the list of all pools tells them apart.
+bool is_known_gone(const char* group, const char* pool, Sink& out);
 
 } // namespace zav

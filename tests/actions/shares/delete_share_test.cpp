@@ -283,6 +283,23 @@ TEST_F(DeleteShare, StopsWhenItIsUnknownWhetherThePoolIsGone) {
     EXPECT_EQ(code(), -324);
 }
 
+// Without LVM no pool is listed.
+TEST_F(DeleteShare, StopsWhenTheToolThatListsThePoolsFailsAfterwards) {
+    const std::string pool = "  /dev/data/pub:data:3:1:-1:0:4194304:512:-1:0:-1:254:0\n";
+    for (const char* service : {"samba", "iscsi"}) {
+        has_share(service);
+        machine.tool(pool_tool::lvdisplay)
+            .on("/sbin/lvdisplay -c")
+            .prints(pool)
+            .then()
+            .prints(pool)
+            .then()
+            .exits(5);
+        fails(pool_tool::lvremove, "/sbin/lvremove", 5);
+        EXPECT_EQ(code(), -324) << service;
+    }
+}
+
 TEST_F(DeleteShare, StopsWhereTheFtpUserCannotBeFreed) {
     has_share("ftp", "anna");
     fails(pool_tool::mv, "mv /tmp/passwd");

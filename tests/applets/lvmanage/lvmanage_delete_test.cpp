@@ -16,10 +16,11 @@ class LvDelete : public PoolCommand {
   protected:
     LvDelete() : PoolCommand("lvmanage") { machine.pools({"/dev/data/first", "/dev/data/pool"}); }
     void delete_pool() { manage({"-D", "-n", "pool", "data"}); }
-    // lvdisplay prints nothing when asked for the pool alone.
-    void unlist_pool_alone() {
-        machine.tool(pool_tool::lvdisplay).on("/sbin/lvdisplay -c data/pool").exits(5);
+    Rule pool_alone() {
+        return machine.tool(pool_tool::lvdisplay).on("/sbin/lvdisplay -c data/pool");
     }
+    Rule list() { return machine.tool(pool_tool::lvdisplay).on("/sbin/lvdisplay -c"); }
+    static constexpr auto line = "  /dev/data/pool:data:3:1:-1:0:4194304:512:-1:0:-1:254:0\n";
 };
 
 TEST_F(LvDelete, RemovesAPoolAndNothingElse) {
@@ -123,7 +124,7 @@ TEST_F(LvDelete, ReportsAPoolThatIsStillThereAfterAFailure) {
 }
 
 TEST_F(LvDelete, SucceedsWhenThePoolIsGoneAfterAFailure) {
-    unlist_pool_alone();
+    pool_alone().prints("");
     with_each_fault(pool_tool::lvremove, [this](const std::string&) {
         delete_pool();
         expect_succeeded(no_backups);
@@ -131,13 +132,31 @@ TEST_F(LvDelete, SucceedsWhenThePoolIsGoneAfterAFailure) {
     });
 }
 
-TEST_F(LvDelete, TreatsAPoolThatCannotBeCheckedAfterAFailureAsGone) {
-    hide_pools("/sbin/lvdisplay -c data/pool");
+// The look-up fails without the pool as well as without LVM.
+TEST_F(LvDelete, SucceedsWhenThePoolIsGoneAfterAFailureByTheListOfAllPools) {
+    pool_alone().exits(5);
+    list().prints(line).then().prints("");
     machine.tool(pool_tool::lvremove).any().exits(5);
     delete_pool();
-    EXPECT_EQ(run.exit_status, 0);
+    expect_succeeded(no_backups);
+    EXPECT_EQ(outside(run).back(), "/sbin/lvdisplay -c > /tmp/lvdisplay.XXXXXX ");
+}
+
+TEST_F(LvDelete, ReportsAPoolOfWhichNothingIsKnownAfterAFailure) {
+    machine.tool(pool_tool::lvremove).any().exits(5);
+    pool_alone().exits(5);
+    delete_pool();
+    expect_failed(-324, no_backups);
+    list().prints(line).then().exits(5);
+    delete_pool();
+    expect_failed(-324, no_backups);
+    hide_pools("/sbin/lvdisplay -c data/pool");
+    list().prints(line);
+    delete_pool();
+    EXPECT_EQ(run.exit_status, -324 & 0xff);
     EXPECT_THAT(run.out, MatchesRegex("'/etc/lvm/backup' not exist\n"
-                                      "cannot open /tmp/lvdisplay\\.[^ ]{6}\n"));
+                                      "cannot open /tmp/lvdisplay\\.[^ ]{6}\n"
+                                      "for errno '-324'\n"));
 }
 
 TEST_F(LvDelete, PutsNoNameThatLooksLikeAnOptionIntoACommand) {

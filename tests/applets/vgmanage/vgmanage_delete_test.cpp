@@ -179,10 +179,34 @@ TEST_F(VgDelete, ReportsAGroupThatIsStillThere) {
 
 TEST_F(VgDelete, SucceedsWhenTheGroupIsGoneAnyway) {
     machine.tool(group_tool::pvremove).any().exits(5);
-    looked_up().replays("vgdisplay_c_unknown").exits(5);
+    looked_up().prints("");
     EXPECT_EQ(remove(), 0);
     EXPECT_EQ(run.out, std::string(no_backup) + "cannot del md0\n");
     EXPECT_EQ(outside(run).back(), "/sbin/vgdisplay -c data > /tmp/vgdisplay.XXXXXX");
+}
+
+// The look-up fails without the group as well as without LVM.
+TEST_F(VgDelete, SucceedsWhenTheGroupIsGoneAnywayByTheListOfAllGroups) {
+    machine.tool(group_tool::pvremove).any().exits(5);
+    looked_up().replays("vgdisplay_c_unknown").exits(5);
+    const std::string line = "  data:r/w:772:-1:0:1:0:-1:0:1:1:2449408:4096:598:0:598:NRVttr\n";
+    machine.tool(group_tool::vgdisplay).on("/sbin/vgdisplay -c").prints(line).then().prints("");
+    EXPECT_EQ(remove(), 0);
+    EXPECT_EQ(outside(run).back(), "/sbin/vgdisplay -c > /tmp/vgdisplay.XXXXXX");
+}
+
+TEST_F(VgDelete, ReportsAGroupWhenLvmTellsNothing) {
+    machine.tool(group_tool::vgremove).any().exits(5);
+    machine.tool(group_tool::pvremove).any().exits(5);
+    looked_up().exits(5);
+    const auto expect_still_there = [this] {
+        remove();
+        expect_failure(machine, run, -301, std::string(no_backup) + "cannot del md0\n");
+    };
+    expect_still_there();
+    const std::string line = "  data:r/w:772:-1:0:1:0:-1:0:1:1:2449408:4096:598:0:598:NRVttr\n";
+    machine.tool(group_tool::vgdisplay).on("/sbin/vgdisplay -c").prints(line).then().exits(5);
+    expect_still_there();
 }
 
 TEST_F(VgDelete, ReportsAGroupThatCannotBeLookedUp) {
