@@ -31,9 +31,6 @@ namespace {
 
 constexpr MountRegister mdfstab = {mdfstab_path, mdfstab_copy_template};
 
-/// Keeps mounts, and the removal of mount points, by all instances of this program apart.
-constexpr std::string_view mounts_lock = "mounts";
-
 /// run_and_log() for a command on a path, which may come from the mount table or a register.
 WaitStatus run_on_path(std::string_view path, const std::string& command,
                        FailureWording wording = FailureWording::standard) {
@@ -47,7 +44,51 @@ Code run_on_path_or_fail(std::string_view path, const std::string& command,
     return failed(run_on_path(path, command, wording)) ? Code::command_failed : Code::ok;
 }
 
-/// Why the lock of mounts, just asked for, is not held; empty when it is.
+std::string real_path(const std::string& path) {
+    char buffer[PATH_MAX] = "";
+    return ::realpath(path.c_str(), buffer) != nullptr ? buffer : path;
+}
+
+/// The lock that keeps mounts on a mount point or below it, and its removal, by all instances of
+/// this program apart. Mount points are three directories deep, as /mnt/data/pool: what is deeper
+/// is below one. A mount may take long, and keeps no other mount point waiting.
+SystemLock lock_mount_point(const std::string& mntpoint) {
+    constexpr std::size_t depth = 3;
+    const std::string path = real_path(mntpoint);
+    auto directories = split(path, "/");
+    directories.resize(std::min(directories.size(), depth));
+    std::string name = "mount";
+    for (const std::string_view directory : directories) {
+        name.append("-").append(directory);
+    }
+    return SystemLock::take(name);
+}
+
+/// The first part of a path below the homes of FTP users that is a link; empty when there is none.
+/// Its owner could lead a mount anywhere.
+std::string find_user_link(const std::string& path) {
+    constexpr std::string_view home = "/home/ftpuser";
+    if (!path.starts_with(home) || path.size() == home.size() || path[home.size()] != '/') {
+        return "";
+    }
+    for (std::size_t end = home.size(); end != std::string::npos;) {
+        end = path.find('/', end + 1);
+        const std::string part = path.substr(0, end);
+        struct stat status = {};
+        if (::lstat(part.c_str(), &status) == 0 && S_ISLNK(status.st_mode)) {
+            return part;
+        }
+    }
+    return "";
+}
+
+/// Why nothing may be mounted there, or made there to mount on; empty when it may.
+std::string reason_not_to_mount(const char* mntpoint) {
+    const std::string link = find_user_link(mntpoint);
+    return link.empty() ? "" : format_text("'%s' is a link", link.c_str());
+}
+
+/// Why the lock of a mount point, just asked for, is not held; empty when it is.
 std::string reason_without(const SystemLock& lock) {
     return lock ? "" : format_text("mounts cannot be locked: %s", std::strerror(errno));
 }
@@ -71,8 +112,7 @@ std::string reason_to_keep(const std::string& mntpoint) {
     if (!mounts) {
         return "the mount table cannot be read";
     }
-    char buffer[PATH_MAX] = "";
-    const std::string real = ::realpath(mntpoint.c_str(), buffer) != nullptr ? buffer : mntpoint;
+    const std::string real = real_path(mntpoint);
     const bool is_mounted = std::ranges::any_of(*mounts, [&](const Mount& mount) {
         return is_at_or_below(mount.directory, mntpoint) || is_at_or_below(mount.directory, real);
     });
@@ -124,8 +164,12 @@ Code mount_source(const char* mntpoint, const std::string& source, std::string_v
         ignore(refuse_command(command));
         return Code::command_failed;
     }
-    const SystemLock lock = SystemLock::take(mounts_lock);
-    if (const std::string reason = reason_without(lock); !reason.empty()) {
+    const SystemLock lock = lock_mount_point(mntpoint);
+    std::string reason = reason_without(lock);
+    if (reason.empty()) {
+        reason = reason_not_to_mount(mntpoint);
+    }
+    if (!reason.empty()) {
         ignore(refuse_command(command, reason));
         return Code::command_failed;
     }
@@ -156,8 +200,12 @@ Code check_umount(const char* name, Sink& out) {
 }
 
 Code mntdir_create(const char* mntpoint) {
-    const Code result =
-        run_on_path_or_fail(mntpoint, format_text(make_directory_command, mntpoint));
+    const std::string command = format_text(make_directory_command, mntpoint);
+    if (const std::string reason = reason_not_to_mount(mntpoint); !reason.empty()) {
+        ignore(refuse_command(command, reason));
+        return Code::command_failed;
+    }
+    const Code result = run_on_path_or_fail(mntpoint, command);
     return failed(result)
                ? result
                : run_on_path_or_fail(mntpoint, format_text(protect_directory_command, mntpoint),
@@ -168,7 +216,7 @@ Code mntdir_remove(const char* mntpoint) {
     constexpr auto wording = FailureWording::no_blank_before_return;
     const std::string release = format_text(release_directory_command, mntpoint);
     const std::string removal = format_text(remove_directory_command, mntpoint);
-    const SystemLock lock = SystemLock::take(mounts_lock);
+    const SystemLock lock = lock_mount_point(mntpoint);
     std::string reason = reason_without(lock);
     if (reason.empty()) {
         reason = reason_to_keep(mntpoint);

@@ -30,7 +30,8 @@ Code fs_mount_typed(const char* mntpoint, const char* group, const char* pool,
                     std::string_view type);
 
 /// What every mount does, on the running kernel. `source` is a path or "-L " and a label. Waits, at
-/// most for longest_wait, for the removal of a mount point by another instance; refused after that.
+/// most for longest_wait, for the removal of the mount point by another instance; refused after
+/// that, and where a user's link would lead the mount elsewhere.
 Code mount_source(const char* mntpoint, const std::string& source, std::string_view type,
                   const char* reiserfs_mount);
 
@@ -42,13 +43,15 @@ Code fs_umount(const char* mntpoint);
 /// Code::fs_not_unmounted for a directory that can be in no command.
 Code check_umount(const char* name, Sink& out);
 
-/// Makes a mount point that nobody can write to until something is mounted. Runs mkdir, chattr.
+/// Makes a mount point that nobody can write to until something is mounted; not through a user's
+/// link. Runs mkdir, chattr.
 /// Code::ok or Code::command_failed.
 Code mntdir_create(const char* mntpoint);
 
 /// Removes a mount point with all in it, unless something is mounted there or below. Runs chattr,
-/// whose failure is only logged, and rm. No mount by this program comes in between: it waits for
-/// one under way, at most for longest_wait. Code::ok or Code::command_failed, also when refused.
+/// whose failure is only logged, and rm. No mount there by this program comes in between: it waits
+/// for one under way, at most for longest_wait. Code::ok or Code::command_failed, also when
+/// refused.
 Code mntdir_remove(const char* mntpoint);
 
 /// Registers a pool. Code::ok, mount_point_registered or Code::register_unopened.

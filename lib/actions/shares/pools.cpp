@@ -16,7 +16,6 @@
 #include "sources/fs_repair.h"
 
 #include <algorithm>
-#include <sys/stat.h>
 
 namespace zav {
 
@@ -48,34 +47,8 @@ Code register_mount(const std::string& mntpoint, const char* group, const char* 
     return result == Code::mount_point_registered ? Code::ok : result;
 }
 
-/// Whether none of the path's directories behind `base` is a link: its owner could lead a mount
-/// anywhere. What is missing is none.
-bool is_without_links(const std::string& path, std::string_view base) {
-    for (std::size_t end = base.size(); end != std::string::npos;) {
-        end = path.find('/', end + 1);
-        struct stat status = {};
-        if (::lstat(path.substr(0, end).c_str(), &status) == 0 && S_ISLNK(status.st_mode)) {
-            log_error("'%s' is a link: nothing is mounted there", path.substr(0, end).c_str());
-            return false;
-        }
-    }
-    return true;
-}
-
-/// Whether a mount point is where it seems to be: in their home users may put what they like.
-bool is_safe_mount_point(const std::string& mntpoint) {
-    return !mntpoint.starts_with(std::string(ftp_home) + "/") ||
-           is_without_links(mntpoint, ftp_home);
-}
-
 Code mount_at(const std::string& mntpoint, const char* group, const char* pool) {
-    if (!is_safe_mount_point(mntpoint)) {
-        return Code::fs_not_mounted;
-    }
     ignore(mntdir_create(mntpoint.c_str())); // protected from here on, also from being replaced
-    if (!is_safe_mount_point(mntpoint)) {
-        return Code::fs_not_mounted;
-    }
     return !failed(fs_mount(mntpoint.c_str(), group, pool)) ? register_mount(mntpoint, group, pool)
                                                             : Code::fs_not_mounted;
 }

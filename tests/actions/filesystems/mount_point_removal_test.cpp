@@ -100,8 +100,37 @@ TEST_F(MountPointRemoval, LetsNoMountComeInBetween) {
     EXPECT_EQ(mount.wait().returned, 0);
 }
 
+// A mount may replay a long log.
+TEST_F(MountPointRemoval, OrAMountIsNotKeptWaitingByALongMountElsewhere) {
+    machine.tool(pool_tool::mount)
+        .any()
+        .does("case \"$*\" in *data/pool) echo > /var/mounting; "
+              "while ! [ -e /var/go ]; do sleep 0.01; done;; esac");
+    StartedRun mount =
+        machine.start_call([] { return fs_mount("/mnt/data/pool", "data", "pool"); });
+    ASSERT_TRUE(machine.appears("/var/mounting"));
+    EXPECT_EQ(machine.call([] { return mntdir_remove("/mnt/data/other"); }).returned, 0);
+    EXPECT_EQ(machine.call([] { return fs_mount("/mnt/more/pool", "more", "pool"); }).returned, 0);
+    machine.file("/var/go", "");
+    EXPECT_EQ(mount.wait().returned, 0);
+}
+
+TEST_F(MountPointRemoval, KeepsMountsBelowAndThroughALinkWaiting) {
+    const HeldLock lock(machine, "mount-mnt-data-pool");
+    machine.directory("/mnt/data/pool/below").symlink("/mnt/data", "/srv/pools");
+    StartedRun below =
+        machine.start_call([] { return fs_mount("/mnt/data/pool/below", "data", "pool"); });
+    StartedRun linked =
+        machine.start_call([] { return fs_mount("/srv/pools/pool", "data", "pool"); });
+    for (StartedRun* run : {&below, &linked}) {
+        const Result result = run->wait();
+        EXPECT_EQ(result.returned, -11000);
+        EXPECT_THAT(result.commands, IsEmpty());
+    }
+}
+
 TEST_F(MountPointRemoval, WaitsForNoLockWithoutAnEnd) {
-    const HeldLock lock(machine, "mounts");
+    const HeldLock lock(machine, "mount-mnt-data-pool");
     StartedRun removal = machine.start_call([] { return mntdir_remove("/mnt/data/pool"); });
     StartedRun mount =
         machine.start_call([] { return fs_mount("/mnt/data/pool", "data", "pool"); });

@@ -335,5 +335,41 @@ TEST(RepairedMount, IsLeftToTheCaller) {
     EXPECT_EQ(repaired(-11000).returned, -601);
 }
 
+// In their home users may put what they like, and lead a mount anywhere.
+TEST(MountingThroughALink, OfAUserIsRefused) {
+    PoolMachine machine;
+    machine.directory("/home/ftpuser").directory("/etc/cron.d");
+    machine.symlink("/etc/cron.d", "/home/ftpuser/pool").symlink("/etc", "/home/ftpuser/up");
+    machine.pools({"/dev/data/pool"});
+    for (const std::string mntpoint : {"/home/ftpuser/pool", "/home/ftpuser/up/cron.d"}) {
+        machine.registered({"/dev/data/pool\t" + mntpoint + "\txfs\tdefaults\t0 0"});
+        machine.remove("/var/log/log.libzav");
+        const Result run =
+            machine.operation([] { return repair_kor_fs("pool", "data", printed()); });
+        EXPECT_EQ(run.returned, -601) << mntpoint;
+        EXPECT_THAT(changes(run), ElementsAre("/sbin/xfs_repair -L /dev/data/pool > /dev/null"));
+        const std::string link = mntpoint.substr(0, mntpoint.find("/cron.d"));
+        EXPECT_THAT(machine.logged(), testing::IsSupersetOf(Texts{
+                                          "'mkdir -m 0444 -p " + mntpoint +
+                                              " > /dev/null' was not run: '" + link + "' is a link",
+                                          "'" + xfs_mount("/dev/data/pool", mntpoint) +
+                                              "' was not run: '" + link + "' is a link"}));
+    }
+    for (const char* mntpoint : {"/home/ftpuser/pool", "/home/ftpuser/up/cron.d"}) {
+        EXPECT_EQ(machine.operation([=] { return mntdir_create(mntpoint); }).returned, -11000);
+        EXPECT_EQ(machine.operation([=] { return fs_mount(mntpoint, "data", "pool"); }).returned,
+                  -11000);
+    }
+}
+
+TEST(MountingThroughALink, OfTheSystemWorks) {
+    PoolMachine machine;
+    machine.directory("/srv/homes/ftpuser/pool").symlink("/srv/homes", "/home");
+    for (const char* mntpoint : {"/home/ftpuser/pool", "/home/ftpuser2", "/home/ftpuser"}) {
+        EXPECT_EQ(machine.operation([=] { return fs_mount(mntpoint, "data", "pool"); }).returned,
+                  0);
+    }
+}
+
 } // namespace
 } // namespace zav::test
