@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "base/system_lock.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -13,14 +15,15 @@ namespace zav {
 
 namespace {
 
-constexpr const char* run_directory = "/run";
-constexpr const char* lock_directory = "/run/zavbox";
+/// Where the directory of locks is made: in the second one, where that is another, when it cannot
+/// be made in the first.
+constexpr std::array run_directories = {"/run", "/var/run"};
 constexpr mode_t run_mode = 0755;
 constexpr mode_t lock_directory_mode = 0700;
 constexpr mode_t lock_mode = 0600;
 
-std::string lock_path(std::string_view name) {
-    return std::string(lock_directory).append("/").append(name);
+std::string lock_directory_in(const char* run_directory) {
+    return std::string(run_directory) + "/zavbox";
 }
 
 bool make_directory(const char* path, mode_t mode) {
@@ -39,17 +42,33 @@ bool is_ours(const char* path) {
     return ours;
 }
 
-/// The lock's file, made when it is not there. Whoever releases the last lock removes the directory
-/// as well: it may be gone again.
-FileDescriptor open_lock(const std::string& path) {
+/// The directory of locks, made when it is not there; empty when it cannot be made, errno says why.
+std::string make_lock_directory() {
+    int error = 0;
+    for (const char* run_directory : run_directories) {
+        std::string directory = lock_directory_in(run_directory);
+        if (make_directory(run_directory, run_mode) &&
+            make_directory(directory.c_str(), lock_directory_mode)) {
+            return directory;
+        }
+        error = error == 0 ? errno : error;
+    }
+    errno = error;
+    return "";
+}
+
+/// The lock's file, made when it is not there, and its path. Whoever releases the last lock removes
+/// the directory as well: it may be gone again.
+FileDescriptor open_lock(std::string_view name, std::string& path) {
     constexpr int attempts = 100;
     FileDescriptor fd;
     for (int attempt = 0; attempt < attempts && !fd; ++attempt) {
-        if (!make_directory(run_directory, run_mode) ||
-            !make_directory(lock_directory, lock_directory_mode)) {
+        const std::string directory = make_lock_directory();
+        if (directory.empty()) {
             break;
         }
-        if (!is_ours(lock_directory)) {
+        path = std::string(directory).append("/").append(name);
+        if (!is_ours(directory.c_str())) {
             if (errno == ENOENT) {
                 continue;
             }
@@ -75,9 +94,9 @@ SystemLock SystemLock::take(std::string_view name, std::chrono::milliseconds wai
     constexpr std::chrono::milliseconds pause{20};
     const auto end = std::chrono::steady_clock::now() + wait;
     SystemLock lock;
-    const std::string path = lock_path(name);
+    std::string path;
     for (;;) {
-        FileDescriptor fd = open_lock(path);
+        FileDescriptor fd = open_lock(name, path);
         if (!fd) {
             return lock;
         }
@@ -96,9 +115,13 @@ SystemLock SystemLock::take(std::string_view name, std::chrono::milliseconds wai
 }
 
 bool SystemLock::was_left(std::string_view name) {
-    const FileDescriptor fd =
-        FileDescriptor::open(lock_path(name).c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
-    return fd && is_ours(lock_directory) && ::flock(fd.get(), LOCK_EX | LOCK_NB) == 0;
+    return std::ranges::any_of(run_directories, [name](const char* run_directory) {
+        const std::string directory = lock_directory_in(run_directory);
+        const std::string path = std::string(directory).append("/").append(name);
+        const FileDescriptor fd =
+            FileDescriptor::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+        return fd && is_ours(directory.c_str()) && ::flock(fd.get(), LOCK_EX | LOCK_NB) == 0;
+    });
 }
 
 void SystemLock::release() {
@@ -106,7 +129,7 @@ void SystemLock::release() {
         // Under the lock: whoever waits for it sees that the file has gone, and makes a new one.
         ::unlink(path_.c_str());
         fd_.close();
-        ::rmdir(lock_directory); // unless there are others
+        ::rmdir(path_.substr(0, path_.rfind('/')).c_str()); // unless there are others
     }
 }
 

@@ -2,7 +2,8 @@
 /// \file
 /// Locks between the instances of this program that are on no file of the system: on a name. They
 /// hold while the system's file of that name is replaced, and where there is no file at all. Each
-/// is a file in /run/zavbox, which nobody but root enters; it is gone when the lock is.
+/// is a file in /run/zavbox, which nobody but root enters; it is gone when the lock is. Where that
+/// directory cannot be made it is /var/run/zavbox.
 #pragma once
 
 #include "base/file.h"

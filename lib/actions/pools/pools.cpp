@@ -4,12 +4,15 @@
 #include "base/codes.h"
 #include "base/command.h"
 #include "base/log.h"
+#include "base/system_lock.h"
 #include "base/text.h"
 #include "inventory/groups.h"
 #include "inventory/pools.h"
 #include "sources/lvm.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <string>
 #include <sys/stat.h>
 
@@ -141,6 +144,15 @@ Code pool_create(const char* pool, const char* group, Gib size, Sink& out) {
 }
 
 Code pool_create_to_format(const char* pool, const char* group, Gib size, Sink& out) {
+    // A name belongs to one creation at a time; and where nothing can be locked, the new file
+    // system could not be mounted.
+    const bool is_plain = is_plain_name(pool) && is_plain_name(group); // else nothing is run
+    const SystemLock lock =
+        is_plain ? SystemLock::take(format_text("pool-%s-%s", group, pool)) : SystemLock();
+    if (is_plain && !lock) {
+        log_error("'%s' is not created: its name cannot be locked: %s", pool, std::strerror(errno));
+        return Code::pool_not_created;
+    }
     bool was_free = false;
     Code result = vg_space_check(group, size, out);
     if (!failed(result)) {

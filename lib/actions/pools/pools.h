@@ -34,7 +34,8 @@ Code pool_create(const char* pool, const char* group, Gib size, Sink& out);
 
 /// The same for a pool that gets a file system, which would wipe one that was there before:
 /// Code::pool_name_used also when the pools cannot be listed or there is a device of that name,
-/// Code::pool_not_created when lvcreate failed and no list of pools had told that there was none.
+/// Code::pool_not_created when nothing can be locked, before anything is made, and when lvcreate
+/// failed and no list of pools had told that there was none.
 Code pool_create_to_format(const char* pool, const char* group, Gib size, Sink& out);
 
 /// Makes a pool larger; the group needs room for the whole new size. Runs lvextend. Code::ok,

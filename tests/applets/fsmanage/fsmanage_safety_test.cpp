@@ -75,6 +75,20 @@ TEST_F(FsSafety, MakesAFileSystemOnThePoolThatWasMade) {
     EXPECT_THAT(outside(run), Contains(HasSubstr("mkfs.xfs")));
 }
 
+// The mount at the end takes a lock.
+TEST_F(FsSafety, MakesNoPoolWhenNothingCanBeLocked) {
+    machine.remove("/run").file("/run", "").remove("/var/run").file("/var/run", "");
+    expect_not_formatted(-325);
+    EXPECT_THAT(outside(run), Not(Contains(HasSubstr("lvcreate"))));
+    EXPECT_THAT(machine.logged(),
+                Contains("'pool' is not created: its name cannot be locked: Not a directory"));
+    machine.remove("/var/run");
+    create();
+    expect_succeeded();
+    EXPECT_THAT(outside(run), Contains(HasSubstr("mount -t xfs")));
+    EXPECT_FALSE(machine.exists("/var/run/zavbox"));
+}
+
 TEST_F(FsSafety, KeepsWhatIsMountedAgainAfterTheUnmount) {
     machine.pools({"/dev/data/pool"}).registered({line});
     machine.backup("data", {"pool"}).mounts({"/dev/mapper/data-pool /mnt/data/pool"});

@@ -69,6 +69,42 @@ TEST(SystemLock, GoesWithItsProcess) {
     });
 }
 
+TEST(SystemLock, IsMadeInTheOtherDirectoryWhereTheFirstCannotBeMade) {
+    PrivateRoot root;
+    root.file("/run", "").directory("/var/run");
+    root.call([] {
+        SystemLock lock = SystemLock::take("name", 0ms);
+        EXPECT_TRUE(lock);
+        EXPECT_EQ(::access("/var/run/zavbox/name", F_OK), 0);
+        EXPECT_FALSE(SystemLock::take("name", 0ms));
+        lock.release();
+        EXPECT_NE(::access("/var/run/zavbox", F_OK), 0);
+        return 0;
+    });
+    root.remove("/var/run").file("/var/run", "");
+    root.call([] {
+        EXPECT_FALSE(SystemLock::take("name", 0ms));
+        EXPECT_EQ(errno, ENOTDIR);
+        return 0;
+    });
+}
+
+TEST(SystemLock, OfTheOtherDirectoryIsFoundWhenItWasLeft) {
+    PrivateRoot root;
+    root.file("/run", "").directory("/var/run");
+    root.call([] {
+        if (::fork() == 0) {
+            const SystemLock held = SystemLock::take("name");
+            ::_exit(held ? 0 : 1);
+        }
+        int status = 0;
+        ::wait(&status);
+        EXPECT_TRUE(SystemLock::was_left("name"));
+        EXPECT_FALSE(SystemLock::was_left("other"));
+        return 0;
+    });
+}
+
 TEST(SystemLock, TrustsNoDirectoryOfOthers) {
     PrivateRoot root;
     root.directory("/run/zavbox", 0777);
