@@ -161,6 +161,17 @@ Code get_shareinfo_from_exportfs(const FileText& file, share_list& list) {
     return Code::ok;
 }
 
+/// Whether the files can hold a directory as the path of that share: a line feed would begin a line
+/// of its own, a backslash is read as the start of an escape, and in the exports the path ends at a
+/// blank, which would export another directory.
+bool can_be_path(std::string_view directory, const share_info& share) {
+    const auto types = split(share.type, ",");
+    const bool is_exported = std::ranges::any_of(
+        types, [](std::string_view type) { return equal_ignoring_case(type, share_type::nfs); });
+    return !has_control_characters(directory) &&
+           directory.find_first_of(is_exported ? "\\ " : "\\") == std::string_view::npos;
+}
+
 void measure_shares(share_list& list) {
     for (share_info& share : list) {
         struct statfs figures = {};
@@ -238,8 +249,8 @@ void scan_mounts(const MountTable& mounts, share_list& list) {
     std::unordered_set<const share_info*> found;
     for (const Mount& mount : mounts) {
         if (share_info* share = find(shares, last_component(mount.directory))) {
-            if (!has_control_characters(mount.directory)) {
-                share->path = mount.directory; // others would be lines of their own in the files
+            if (can_be_path(mount.directory, *share)) {
+                share->path = mount.directory;
             }
             found.insert(share);
         }

@@ -70,6 +70,27 @@ TEST_F(MountScan, FindsNoIscsiShareWhereNothingIsMounted) {
     EXPECT_EQ(share.usedsize.count, 0);
 }
 
+TEST_F(MountScan, TakesNoDirectoryThatNoFileCanHold) {
+    for (const char* directory :
+         {"/mnt/x\n[evil]/pub", "/mnt/x\ty/pub", "/mnt/x\\y/pub", "/mnt/x\x7f/pub"}) {
+        share_list shares;
+        const share_info& share = add(shares, "pub", "samba", "/mnt/data/pub");
+        scan_mounts({{"a", directory}}, shares);
+        EXPECT_EQ(share.path, "/mnt/data/pub") << directory;
+        EXPECT_EQ(share.usedsize.count, -1) << "it is mounted all the same";
+    }
+}
+
+TEST_F(MountScan, TakesADirectoryWithABlankUnlessItIsExported) {
+    const share_info& share = add(list, "pub", "samba", "/mnt/data/pub");
+    const share_info& exported = add(list, "export", "nfs", "/mnt/data/export");
+    const share_info& both = add(list, "both", "samba,NFS", "/mnt/data/both");
+    scan_mounts({{"a", "/x y/pub"}, {"b", "/x y/export"}, {"c", "/x y/both"}}, list);
+    EXPECT_EQ(share.path, "/x y/pub");
+    EXPECT_EQ(exported.path, "/mnt/data/export") << "a blank ends the path in the file";
+    EXPECT_EQ(both.path, "/mnt/data/both");
+}
+
 TEST_F(MountScan, CountsSharesOfSeveralServicesAsMounted) {
     const share_info& share = add(list, "pub", "samba,iSCSI");
     scan_mounts({{"a", "/mnt/pub"}}, list);
