@@ -110,8 +110,8 @@ TEST_F(ShareChecks, RefuseMissingOptions) {
 
 TEST_F(ShareChecks, RefuseInvalidNames) {
     const Texts names = {
-        "",      "a.b", "a/b", "../x",   "$(reboot)", "a;b",    "a\nb",
-        "[pub]", "a=b", "p'b", "global", "GLOBAL",    "glObal", std::string(33, 'n')};
+        "",    "a.b", "a/b",    "../x",   "$(reboot)", "a;b",   "a\nb",     "[pub]",
+        "a=b", "p'b", "global", "GLOBAL", "glObal",    "homes", "Printers", std::string(33, 'n')};
     expect_each_refused("-C", "create_share_arg_check", new_share, "-n", names);
     expect_each_refused("-Q", "restore_share_arg_check", new_share, "-n", {"global", "a\nb"});
     expect_refused(-114, "edit_share_arg_check", {"-E", "-n", "Global", "-f", "nfs", "-b", "1"});

@@ -37,6 +37,16 @@ TEST(ShareName, IsNotGlobalInAnyCase) {
     }
 }
 
+// Samba has sections of its own of these names.
+TEST(ShareName, IsNeitherHomesNorPrintersInAnyCase) {
+    for (const char* name : {"homes", "Homes", "HOMES", "printers", "PRINTERS", "pRinters"}) {
+        EXPECT_EQ(check_share_name(name), -114) << name;
+    }
+    for (const char* name : {"home", "homes1", "printer", "my_printers"}) {
+        EXPECT_EQ(check_share_name(name), 0) << name;
+    }
+}
+
 TEST(ShareMode, IsTheServiceInLowerCase) {
     for (const auto& [mode, service] :
          std::vector<std::pair<const char*, const char*>>{{"samba", "samba"},
@@ -191,7 +201,6 @@ TEST_F(ShareUser, OfNfsNeedsNoUserFiles) {
 TEST_F(ShareUser, IsOneOfTheAppliance) {
     machine.remove(passwd); // the system's users are not needed then
     expect_accepted("samba", "anna");
-    expect_accepted("ftp", "bert");
     expect_refused(-612, "iscsi", "carla");
 }
 
@@ -284,6 +293,32 @@ TEST_F(ShareUser, OfFtpIsAPlainFileName) {
     for (const std::string& name : bad) {
         expect_refused(-613, "ftp", name);
         expect_refused(-613, "FTP", name);
+    }
+}
+
+// Its home would become that of all FTP shares.
+TEST_F(ShareUser, OfFtpHasNotUid0) {
+    machine.file(user_file, "anna|1001|\nadmin|0|\n");
+    machine.file(passwd, "root:x:0:0::/root:/bin/sh\nanna:x:1001:100::/:\nadmin:x:00:100::/:\n"
+                         "carla:x:10:0::/:\ndora:x:1003:100::/:\ndora:x:0:0::/:\n");
+    for (const char* name : {"root", "admin", "dora"}) {
+        expect_refused(-613, "ftp", name);
+        expect_refused(-613, "FTP", name);
+        expect_accepted("samba", name);
+    }
+    expect_accepted("ftp", "anna");
+    expect_accepted("ftp", "carla");
+}
+
+TEST_F(ShareUser, OfFtpIsRefusedWhenNothingTellsItsUid) {
+    for (const bool is_missing : {true, false}) {
+        machine.remove(passwd);
+        if (!is_missing) {
+            machine.directory(passwd);
+        }
+        expect_refused(-613, "ftp", "anna");
+        expect_accepted("samba", "anna");
+        expect_refused(-612, "ftp", "carla");
     }
 }
 
