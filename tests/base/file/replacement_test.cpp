@@ -45,13 +45,14 @@ TEST_F(ReplacedFile, EndsWithoutAJournal) {
 }
 
 TEST_F(ReplacedFile, HasItsContentInTheJournalMeanwhile) {
-    root.call([] {
+    const Result run = root.call([] {
         return replace_by_command(replaced_path, "new\n", [] {
             const auto entries = read_journal(replaced_path);
             EXPECT_TRUE(entries && entries->size() == 1 && entries->front().text == "new\n");
             return WaitStatus::not_started;
         });
     });
+    EXPECT_EQ(run.returned, not_done) << "the command was run";
     EXPECT_EQ(root.read(replaced_path), "old\n");
 }
 
