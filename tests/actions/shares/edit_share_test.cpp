@@ -88,6 +88,25 @@ TEST_F(EditUsedShare, PutsAShareBackThatItsServiceLost) {
     EXPECT_THAT(machine.logged(), IsEmpty());
 }
 
+TEST_F(EditUsedShare, PutsAShareBackWithTheUsersThatItsRecycleFileKnows) {
+    has_share("samba");
+    machine.file(smb_conf, samba_global).file(smb_recycle, recycled_pub("anna", "", "no"));
+    EXPECT_EQ(edit(share_of("samba"), 1).returned, -2067) << "which is told";
+    EXPECT_EQ(machine.read(smb_conf),
+              samba_global + samba_section("pub", directory, "anna", "", "writable = no"))
+        << "no more open than it was";
+    EXPECT_THAT(machine.logged(), IsEmpty());
+}
+
+TEST_F(EditUsedShare, WarnsOfAShareThatItPutsBackForEverybody) {
+    has_share("samba");
+    machine.file(smb_conf, samba_global);
+    EXPECT_EQ(edit(share_of("samba"), 1).returned, -2067) << "which is told";
+    EXPECT_EQ(machine.read(smb_conf), samba_global + samba_section("pub", directory));
+    EXPECT_THAT(machine.logged(), ElementsAre("nothing tells the users of share 'pub': it is open "
+                                              "to everybody"));
+}
+
 TEST_F(EditUsedShare, RefusesAnotherServiceThanItsOwn) {
     has_share("samba", "anna");
     for (const int state : {0, 1}) {
@@ -291,6 +310,23 @@ TEST_F(ForbidShare, StopsAtLockedFiles) {
     has_share("ftp");
     const LockedFile lock(machine.host_path(share_register));
     EXPECT_EQ(edit(share_of("ftp"), 0).returned, -502);
+}
+
+TEST_F(ForbidShare, KeepsItsUsersInTheRetryAfterALockedFile) {
+    for (const char* file : {share_register, smb_conf, smb_recycle}) {
+        has_share("samba", "anna,bert");
+        machine.file(smb_recycle, "");
+        const Snapshot before = machine.snapshot();
+        {
+            const LockedFile listing(machine.host_path(file), 0, 0, F_RDLCK);
+            EXPECT_EQ(edit(share_of("samba"), 0).returned, -502) << file;
+        }
+        EXPECT_THAT(before.changes_to(machine.snapshot()), IsEmpty()) << file;
+        EXPECT_EQ(edit(share_of("samba"), 0).returned, 0) << file;
+        EXPECT_EQ(machine.read(share_register), forbidden_section());
+        EXPECT_EQ(machine.read(smb_conf), samba_global);
+        EXPECT_EQ(machine.read(smb_recycle), recycled_pub("anna,bert"));
+    }
 }
 
 TEST_F(EditForbiddenShare, ChangesRegisterAndRecycleFile) {

@@ -120,6 +120,22 @@ TEST_F(AddStep, PutsRegisteredSharesOfTheServiceBack) {
     EXPECT_EQ(machine.read(exports), "") << "other services' files are left alone";
 }
 
+TEST_F(AddStep, PutsALostShareBackWithTheUsersThatTheRecycleFileKnows) {
+    machine.shares({{.name = "lost", .path = "/mnt/data/lost"}});
+    machine.file(smb_recycle, recycled("lost", "anna", "c", "no"));
+    EXPECT_EQ(add(share_of("samba")).returned, 0);
+    EXPECT_EQ(samba(), samba_section("lost", "/mnt/data/lost", "anna", "c", "writable = no") +
+                           samba_section("pub", directory));
+    EXPECT_THAT(machine.logged(), IsEmpty());
+}
+
+TEST_F(AddStep, WarnsOfALostShareThatItPutsBackForEverybody) {
+    machine.shares({{.name = "lost", .path = "/mnt/data/lost"}});
+    EXPECT_EQ(add(share_of("samba")).returned, 0);
+    EXPECT_THAT(machine.logged(), ElementsAre("nothing tells the users of share 'lost': it is open "
+                                              "to everybody"));
+}
+
 TEST_F(AddStep, KeepsForeignSharesOfTheFile) {
     machine.file(smb_conf, samba_global + samba_section("foreign", "/x", "u"));
     EXPECT_EQ(add(share_of("samba")).returned, 0);

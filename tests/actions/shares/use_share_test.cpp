@@ -152,6 +152,25 @@ TEST_F(UseSambaShare, StopsAtLockedFiles) {
     }
 }
 
+TEST_F(UseSambaShare, KeepsItsUsersInTheRetryAfterALockedFile) {
+    for (const char* file : {share_register, smb_conf, smb_recycle, exports_recycle}) {
+        has_forbidden_share(smb_recycle, recycled_pub("anna,bert", "mine"));
+        machine.file(smb_conf, samba_global).file(mdfstab, "");
+        const Snapshot before = machine.snapshot();
+        {
+            const LockedFile other(machine.host_path(file));
+            const Result result = use(share_of("samba"));
+            EXPECT_EQ(result.returned, -507) << file;
+            EXPECT_THAT(changes(result), IsEmpty()) << "nothing is mounted either";
+        }
+        EXPECT_THAT(before.changes_to(machine.snapshot()), IsEmpty()) << file;
+        EXPECT_EQ(use(share_of("samba")).returned, 0) << file;
+        EXPECT_EQ(machine.read(smb_conf),
+                  samba_global + samba_section("pub", directory, "anna,bert", "mine"));
+        EXPECT_EQ(machine.read(smb_recycle), "");
+    }
+}
+
 TEST_F(UseSambaShare, MountsThereForEveryServiceButExactlyFtp) {
     for (const char* type : {"FTP", "iscsi"}) {
         has_forbidden_share();
