@@ -264,6 +264,11 @@ Code ShareFiles::open(const std::vector<const ShareFile*>& files) {
     return Code::ok;
 }
 
+Code ShareFiles::unwritten_code(const std::list<Rewrite>& rewrites, std::size_t place) {
+    const auto file = std::next(rewrites.begin(), static_cast<std::ptrdiff_t>(place));
+    return zav::unwritten_code(*file->file->file);
+}
+
 std::vector<FileChange> ShareFiles::changes_of(const std::list<Rewrite>& rewrites) {
     std::vector<FileChange> changes;
     for (const Rewrite& change : rewrites) {
@@ -286,9 +291,7 @@ Code ShareFiles::rewrite_all(const std::list<Rewrite>& rewrites) {
     if (!failure) {
         return Code::ok;
     }
-    return failure->is_locked
-               ? Code::file_locked
-               : unwritten_code(*std::next(rewrites.begin(), failure->file)->file->file);
+    return failure->is_locked ? Code::file_locked : unwritten_code(rewrites, failure->file);
 }
 
 Code ShareFiles::make_rewrites(const std::vector<const ShareFile*>& files,
@@ -346,7 +349,7 @@ Code ShareFiles::prepare(const std::vector<const ShareFile*>& files) {
     if (!full) {
         return Code::ok;
     }
-    const Code unwritten = unwritten_code(*std::next(prepared_.begin(), *full)->file->file);
+    const Code unwritten = unwritten_code(prepared_, *full);
     prepared_.clear();
     return unwritten;
 }
