@@ -146,7 +146,7 @@ void Appliance::declare_lvm() {
     tool("/sbin/vgremove")
         .any()
         .does("grep -q \"^  $1:\" /state/groups || exit 5\n" + edit(groups_file, "/^  $1:/d") +
-              edit(volumes_file, "/^  [^:]*:$1:/d"))
+              edit(volumes_file, "/^  [^:]*:$1:/d") + "\nrm -f \"/etc/lvm/backup/$1\"")
         .optional();
     tool("/sbin/pvcreate")
         .on_prefix("/sbin/pvcreate -u ")
