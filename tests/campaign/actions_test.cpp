@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The table of actions: it has all of them, and each does undisturbed what its row says.
-#include "applets/applets.h"
 #include "actions.h"
+#include "applets/applets.h"
 
 #include <gmock/gmock.h>
 #include <set>
@@ -30,8 +30,8 @@ TEST_P(EachAction, DoesUndisturbedWhatItsRowSays) {
     EXPECT_THAT(appliance.leftovers(), testing::IsEmpty());
     const State after = appliance.state();
     for (const std::string& path : differences(before, after)) {
-        const bool is_outside = !path.starts_with("/etc/") || path.starts_with("/etc/lvm/") ||
-                                path == "/etc/.pwd.lock";
+        const bool is_outside =
+            !path.starts_with("/etc/") || path.starts_with("/etc/lvm/") || path == "/etc/.pwd.lock";
         EXPECT_TRUE(is_outside || action.may_change_file(path)) << path;
         EXPECT_FALSE(action.is_listing()) << path;
     }
