@@ -32,6 +32,14 @@ Code fail_with_errno(Code code, LogSite) {
     return code;
 }
 
+int fail_without_memory(int value, LogSite) noexcept {
+    return value;
+}
+
+int fail_without_memory(Code code, LogSite) noexcept {
+    return number_of(code);
+}
+
 int log_write(const char*, ...) {
     return 0;
 }

@@ -49,8 +49,7 @@ TableRow read_row(std::string_view line, std::string_view path) {
     if (words.size() > slot_word && std::ranges::all_of(words[slot_word], is_digit)) {
         row.slot = decimal(words[slot_word]);
     }
-    row.has_data = std::ranges::find(words, "faulty") == words.end() &&
-                   std::ranges::find(words, "spare") == words.end();
+    row.has_data = std::ranges::find(words, "spare") == words.end();
     return row;
 }
 

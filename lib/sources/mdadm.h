@@ -71,7 +71,7 @@ bool is_rebuilding(std::string_view status);
 struct TableRow {
     std::string path;                ///< empty for a missing member
     std::optional<std::size_t> slot; ///< RaidDevice, from 0, unless it is no number
-    bool has_data = true; ///< not for a faulty member, a spare, or one that is being rebuilt
+    bool has_data = true; ///< not for a spare, or one that is being rebuilt; a faulty one had it
 };
 
 /// The device table of an array's details.
@@ -90,7 +90,8 @@ std::optional<MemberTable> parse_member_table(std::string_view detail);
 /// moves it into the hole.
 void close_hole(MemberTable& table);
 
-/// How many of the members hold their part of the array, as far as the table tells.
+/// How many of the members hold their part of the array, or did until they failed, as far as the
+/// table tells.
 std::size_t count_with_data(const MemberTable& table);
 
 /// Whether the members stand in the order of their slots, as far as the table tells: a member that

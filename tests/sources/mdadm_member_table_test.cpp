@@ -190,8 +190,9 @@ TEST(Hole, ThatIsMissingMovesNothing) {
 
 TEST(MemberTable, CountsMembersWithData) {
     EXPECT_EQ(count_with_data(*parse_member_table(recorded("mdadm_D_raid5").text)), 3U);
-    EXPECT_EQ(count_with_data(*parse_member_table(recorded("raid5_one_faulty_detail").text)), 2U);
-    EXPECT_EQ(count_with_data(*parse_member_table(recorded("raid5_failed_detail").text)), 1U);
+    EXPECT_EQ(count_with_data(*parse_member_table(recorded("raid5_one_faulty_detail").text)), 3U);
+    EXPECT_EQ(count_with_data(*parse_member_table(recorded("raid5_initial_recovery_detail").text)),
+              2U);
     EXPECT_EQ(count_with_data({{"/dev/sda", "/dev/sdb"}, 0, 2}), 2U)
         << "a table that tells nothing";
 }

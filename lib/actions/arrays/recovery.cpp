@@ -115,7 +115,7 @@ Code check_complete(const char* array, const MemberTable& table) {
         return Code::array_details_unread;
     }
     if (const std::size_t with_data = count_with_data(table); with_data != table.raid_devices) {
-        log_error("'%s' is not recovered: of its %zu disks %zu are faulty or spares", array,
+        log_error("'%s' is not recovered: of its %zu disks %zu are spares", array,
                   table.raid_devices, table.raid_devices - with_data);
         return Code::array_details_unread;
     }

@@ -80,24 +80,22 @@ TEST_F(SafeRecovery, CountsTheDiskThatFillsTheHole) {
     expect_kept("it has 4 slots, and 3 disks are found");
 }
 
-TEST_F(SafeRecovery, CountsNoFaultyMember) {
-    details(4, {"0 8 0 0 active sync /dev/sda", "1 8 16 1 active sync /dev/sdb", "- 0 0 2 removed",
+// It has held the data of its slot until it failed: to take it back is what a recovery is for.
+TEST_F(SafeRecovery, TakesAFaultyMemberBack) {
+    details(4, {"0 8 0 0 active sync /dev/sda", "1 8 16 1 active sync /dev/sdb",
                 "3 8 48 3 active sync /dev/sdd", "2 8 32 - faulty /dev/sdc"});
     recover();
-    expect_kept("of its 4 disks 1 are faulty or spares");
-    details(3, {"0 8 0 0 active sync /dev/sda", "1 0 0 1 removed", "2 8 32 2 active sync /dev/sdc",
-                "3 8 48 - faulty /dev/sdd"});
-    recover();
-    expect_kept("of its 3 disks 1 are faulty or spares");
+    EXPECT_EQ(run.returned, 0);
+    EXPECT_THAT(run.commands,
+                Contains(HasSubstr("-l 5 -n 4 -R /dev/sda /dev/sdb /dev/sdc /dev/sdd")));
 }
 
-// A member that is being rebuilt has only a part of its data.
 TEST_F(SafeRecovery, CountsNoSpare) {
     machine.tool(ArrayMachine::mdadm)
         .on("/sbin/mdadm -D /dev/md1")
         .prints(recorded("raid5_initial_recovery_detail").text);
     recover();
-    expect_kept("of its 3 disks 1 are faulty or spares");
+    expect_kept("of its 3 disks 1 are spares");
 }
 
 TEST_F(SafeRecovery, KeepsTheOrderOfTheSlots) {
