@@ -154,7 +154,9 @@ TEST_F(FtpLimits, AreNeverNegative) {
     root.file(vsftpd_conf, before);
     for (const auto& [rate, clients, per_address] :
          {std::tuple(-5, 2, 3), std::tuple(1, -1, 3), std::tuple(1, 2, -2147483647)}) {
-        const Result result = root.call([=] { return ftp_limits_set(rate, clients, per_address); });
+        const Result result = root.call([rate = rate, clients = clients, per = per_address] {
+            return ftp_limits_set(rate, clients, per);
+        });
         EXPECT_EQ(result.returned, -1);
         EXPECT_THAT(result.commands, IsEmpty());
         EXPECT_EQ(root.read(vsftpd_conf), before);

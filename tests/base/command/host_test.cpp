@@ -244,7 +244,7 @@ TEST(HostWithThreads, LosesNoInterruptToATool) {
             ::usleep(1000);
         }
         ::kill(::getpid(), SIGINT);
-        for (int waited = 0; interrupts == 0 && waited < 2000; ++waited) {
+        for (int waited = 0; interrupts < 1 && waited < 2000; ++waited) {
             ::usleep(1000);
         }
         EXPECT_EQ(interrupts, 1) << "while the tool runs";
