@@ -31,6 +31,9 @@ void* allocate(std::size_t size) {
 void* operator new(std::size_t size) {
     return allocate(size);
 }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return std::malloc(size);
+}
 void operator delete(void* memory) noexcept {
     std::free(memory);
 }
