@@ -449,6 +449,9 @@ bool Action::is_refusal() const {
 }
 
 bool Action::may_change_file(const std::string& path) const {
+    if (path.starts_with("/etc/lvm/")) {
+        return true; // LVM's own
+    }
     return std::any_of(may_change.begin(), may_change.end(), [&path](const std::string& pattern) {
         return pattern.ends_with('*') ? path.starts_with(pattern.substr(0, pattern.size() - 1))
                                       : path == pattern;
