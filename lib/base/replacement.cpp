@@ -74,9 +74,17 @@ Replacement run_or_put_back(const char* path, std::string_view text, std::string
 
 bool finish_replacement(const char* path) {
     const auto entries = read_journal(path);
-    if (!entries || entries->empty()) {
-        ::unlink(old_path(path).c_str());
-        return entries.has_value();
+    if (!entries) {
+        return false;
+    }
+    if (entries->empty()) {
+        // A journal that tells nothing: the old file may be the only copy.
+        const auto content = read_file(path);
+        const bool is_lost = content ? content->empty() : errno == ENOENT;
+        if (!is_lost || ::rename(old_path(path).c_str(), path) != 0) {
+            ::unlink(old_path(path).c_str());
+        }
+        return true;
     }
     const JournalEntry& entry = entries->front();
     const auto content = read_file(path);

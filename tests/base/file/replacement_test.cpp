@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace zav::test {
@@ -117,6 +118,23 @@ TEST_F(ReplacedFile, IsNotReplacedWithoutAJournal) {
                                  {.limits = {{RLIMIT_FSIZE, 3}}, .ignored_signals = {SIGXFSZ}});
     EXPECT_EQ(run.returned, static_cast<int>(Replacement::not_begun));
     EXPECT_EQ(root.read(replaced_path), "old\n");
+}
+
+// It may be the only copy.
+TEST_F(ReplacedFile, KeepsItsOldContentWhenTheJournalTellsNothing) {
+    constexpr auto old = "/etc/.accounts.zav.old";
+    root.file(replaced_path, "").file(old, "old\n").file(replaced_journal, "zavbox journal 1\n");
+    EXPECT_EQ(root.call([] { return finish_replacement(replaced_path); }).returned, 1);
+    EXPECT_EQ(root.read(replaced_path), "old\n");
+    EXPECT_FALSE(root.exists(old));
+    root.file(replaced_path, "").file(old, "old\n");
+    const Result run = root.call([] {
+        const rlimit none = {0, 0};
+        ::setrlimit(RLIMIT_NOFILE, &none); // the journal cannot be read
+        return finish_replacement(replaced_path);
+    });
+    EXPECT_EQ(run.returned, 0);
+    EXPECT_TRUE(root.exists(old));
 }
 
 TEST_F(ReplacedFile, HasNothingToFinishWithoutAJournal) {
