@@ -17,6 +17,12 @@ function(zav_layer name folder)
     file(CREATE_LINK ${PROJECT_SOURCE_DIR}/${folder} ${headers}/${name} SYMBOLIC)
     target_include_directories(zav_${name} PUBLIC ${headers})
 
+    # The files of the commands have the same names for the same things.
+    if(ZAV_BATCH GREATER 1 AND NOT name STREQUAL "applets")
+        set_target_properties(zav_${name} PROPERTIES
+            UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE ${ZAV_BATCH})
+    endif()
+
     set(ZAV_LAYERS ${ZAV_LAYERS} ${name} PARENT_SCOPE)
     target_link_libraries(zav_${name} PUBLIC zav_compiler)
     if(layer_ABOVE)

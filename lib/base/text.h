@@ -42,6 +42,11 @@ std::string_view cut_at(std::string_view text, std::string_view separators);
 /// `source` is empty or `size` is 0: the old content then stays.
 void copy_bounded(char* destination, std::size_t size, const char* source);
 
+/// Whether a caller's buffer takes a text, be it an empty one.
+inline bool has_room_for_text(const char* buffer, std::size_t size) {
+    return buffer != nullptr && size > 0;
+}
+
 /// The last part of a path: all behind its last "/".
 std::string_view last_component(std::string_view path);
 

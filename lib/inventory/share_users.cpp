@@ -24,8 +24,8 @@ namespace {
 constexpr std::size_t most_lines = 301;
 
 // For the look-up of a path's user.
-constexpr std::size_t user_slots = 24;
-constexpr std::size_t user_slot_length = 31;
+constexpr std::size_t looked_up_users = 24;
+constexpr std::size_t looked_up_length = 31;
 
 bool is_regular_file(const std::string& path) {
     struct stat status = {};
@@ -121,7 +121,7 @@ Presence check_user_from_vsftpd(std::string_view user) {
 
 std::optional<std::string> user_of_path(std::string_view path) {
     for (const std::string& name :
-         get_user(user_slots, user_slot_length).value_or(std::vector<std::string>())) {
+         get_user(looked_up_users, looked_up_length).value_or(std::vector<std::string>())) {
         const std::string file = read_file(ftp_user_path(name).c_str()).value_or("");
         if (local_root(file) == path) {
             return name;

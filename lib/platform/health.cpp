@@ -16,20 +16,15 @@ namespace zav {
 
 namespace {
 
-constexpr std::size_t model_size = 32;
 constexpr std::size_t fan_value_size = 8;
 constexpr int no_figure = -1;
-
-bool is_usable(const char* buffer, std::size_t size) {
-    return buffer != nullptr && size > 0;
-}
 
 /// A value of the model's state file, for `getter`.
 int get_state(char* buffer, std::size_t size, const Model& model, const char* key, Code failure,
               LogSite getter) {
     const ModelFamily& source = *model.family;
     const bool found =
-        is_usable(buffer, size) &&
+        has_room_for_text(buffer, size) &&
         !failed(key_value_get(source.state_path, source.state_section, key, buffer, size));
     return found ? 0 : number_of(fail_with_errno(failure, getter));
 }
@@ -54,7 +49,7 @@ int get_power_from_tool(char* buffer, std::size_t size, LogSite getter) {
     }
     const auto output = capture.read();
     const auto state = output ? parse_power_state(*output) : std::nullopt;
-    if (!state || !is_usable(buffer, size)) {
+    if (!state || !has_room_for_text(buffer, size)) {
         return number_of(fail_with_errno(Code::power_tool_unread, getter));
     }
     buffer[0] = '\0';

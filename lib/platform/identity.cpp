@@ -21,15 +21,11 @@ constexpr const char* identity_files[] = {"/etc/sys_info", "/etc/nas_base.conf"}
 constexpr const char* host_name_file = "/etc/hostname";
 constexpr const char* start_time_file = "/etc/nas_start_time.conf";
 
-bool is_usable(const char* buffer, std::size_t size) {
-    return buffer != nullptr && size > 0;
-}
-
 /// A value of the identity files, for `getter`.
 int get_identity(char* buffer, std::size_t size, const char* section, const char* key, Code failure,
                  LogSite getter) {
     FileCode result = FileCode::not_opened;
-    if (is_usable(buffer, size)) {
+    if (has_room_for_text(buffer, size)) {
         buffer[0] = '\0';
         // The second file only when the text is empty, whatever the first one's result.
         for (const char* path : identity_files) {
@@ -47,7 +43,7 @@ int get_first_line(const char* path, char* buffer, std::size_t size, Code failur
     const FileDescriptor fd = FileDescriptor::open_regular(path, O_RDWR);
     const auto text = fd ? read_rest(fd.get()) : std::nullopt;
     const auto line = text ? get_line(*text, nullptr, 0, "", first_line_room) : std::nullopt;
-    if (!line || !is_usable(buffer, size)) {
+    if (!line || !has_room_for_text(buffer, size)) {
         return number_of(fail_with_errno(failure, getter));
     }
     copy_bounded(buffer, size, std::string(*line).c_str());
@@ -95,7 +91,7 @@ int devmodel_get(char* buffer, size_t size) try {
 int systime_get(char* buffer, size_t size) try {
     const std::time_t now = std::time(nullptr);
     std::tm local = {};
-    if (!is_usable(buffer, size) || ::localtime_r(&now, &local) == nullptr) {
+    if (!has_room_for_text(buffer, size) || ::localtime_r(&now, &local) == nullptr) {
         return number_of(fail_with_errno(Code::time_unread));
     }
     if (std::strftime(buffer, size, "%Y-%m-%d %T", &local) == 0) {

@@ -15,8 +15,6 @@ using enum PowerSource;
 using enum SaveTool;
 using enum ShareRepair;
 
-constexpr std::size_t model_size = 32;
-
 constexpr ModelFamily server = {"KOR", "/var/run/sys_state", "status", "/sbin"};
 constexpr ModelFamily desktop = {"", "/tmp/nas_state.conf", "misc", "/usr/local/bin"};
 

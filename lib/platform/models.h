@@ -4,6 +4,7 @@
 /// row of the table in models.cpp.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <span>
 #include <string>
@@ -37,6 +38,8 @@ struct Model {
     ShareRepair share_repair;
     bool has_raid_controller; ///< which keeps the disks and the arrays
 };
+
+constexpr std::size_t model_size = 32; ///< room for a model's name, with its end
 
 std::span<const Model> known_models();
 

@@ -11,12 +11,12 @@ namespace zav {
 
 namespace {
 
-constexpr std::size_t shortest_line = 11;
+constexpr std::size_t shortest_export = 11;
 
 } // namespace
 
 FileCode parse_exports(std::string_view text, share_list& list) {
-    ShareLines lines(text, shortest_line);
+    ShareLines lines(text, shortest_export);
     std::string_view line;
     while (lines.next(line)) {
         if (line.starts_with('#')) {

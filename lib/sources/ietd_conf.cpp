@@ -10,7 +10,7 @@ namespace zav {
 
 namespace {
 
-constexpr std::size_t shortest_line = 8;
+constexpr std::size_t shortest_target = 8;
 
 /// The naming authority of the targets: initiators know them under it.
 constexpr char target_prefix[] = "iqn.2006-05.com.nas:";
@@ -38,7 +38,7 @@ std::string time_stamp(std::time_t now) {
 } // namespace
 
 FileCode parse_targets(std::string_view text, share_list& list) {
-    ShareLines lines(text, shortest_line);
+    ShareLines lines(text, shortest_target);
     std::string_view line;
     share_info* share = nullptr;
     while (lines.next(line)) {

@@ -12,7 +12,7 @@ namespace zav {
 
 namespace {
 
-constexpr std::size_t shortest_line = 3;
+constexpr std::size_t shortest_entry = 3;
 
 /// What a signed number of 32 bits holds of it: larger sizes do not survive the register.
 SignedGib size_of(std::string_view value) {
@@ -38,7 +38,7 @@ void take_register_key(const KeyValue& pair, RegisterServices services, share_in
 
 FileCode parse_register_sections(std::string_view text, RegisterServices services,
                                  share_list& list) {
-    ShareLines lines(text, shortest_line);
+    ShareLines lines(text, shortest_entry);
     std::string_view line;
     share_info* share = nullptr;
     while (lines.next(line)) {

@@ -12,7 +12,7 @@ namespace zav {
 
 namespace {
 
-constexpr std::size_t shortest_line = 3;
+constexpr std::size_t shortest_header = 3;
 constexpr std::size_t access_room = 20;
 constexpr std::size_t users_room = 256;
 
@@ -47,7 +47,7 @@ std::vector<Section> sections_of(std::string_view text) {
     std::string line;
     for (std::size_t at = 0; lines.next(line); at = text.size() - lines.rest().size()) {
         const std::string_view header = skip_blanks(line);
-        if (!header.starts_with('[') || header.size() < shortest_line) {
+        if (!header.starts_with('[') || header.size() < shortest_header) {
             continue;
         }
         if (!sections.empty()) {
@@ -76,7 +76,7 @@ bool is_samba_own_section(std::string_view name) {
 }
 
 FileCode parse_samba(std::string_view text, share_list& list) {
-    ShareLines lines(text, shortest_line);
+    ShareLines lines(text, shortest_header);
     std::string_view line;
     share_info* share = nullptr; // none in the global section
     while (lines.next(line)) {

@@ -13,7 +13,7 @@ namespace zav::test {
 namespace {
 
 constexpr auto part = "fault matrix";
-constexpr size_t sample_share = 97;
+constexpr size_t sample_share = 293;
 
 bool lies(const std::string& kind) {
     return kind == "silent" || kind == "garbage" || kind == "half" || kind == "megabyte";

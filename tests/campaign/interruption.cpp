@@ -98,7 +98,7 @@ std::string joined(const Texts& texts) {
 } // namespace
 
 std::map<std::string, Recording> record_actions(const Arguments& arguments) {
-    constexpr int one_of = 5;
+    constexpr int one_of = 12;
     std::map<std::string, Recording> recordings;
     int number = 0;
     for (const Action& action : actions()) {

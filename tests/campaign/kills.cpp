@@ -9,7 +9,7 @@
 
 int main(int argc, char** argv) {
     using namespace zav::campaign;
-    constexpr size_t sample = 60;
+    constexpr size_t sample = 20;
     const Arguments arguments = parsed_arguments(argc, argv);
     Figure figure = {"kill", "SIGKILL before a call that changes something"};
     try {

@@ -15,7 +15,7 @@ namespace zav::test {
 namespace {
 
 constexpr auto part = "limits";
-constexpr size_t sample_share = 43;
+constexpr size_t sample_share = 127;
 
 struct Limit {
     std::string name;

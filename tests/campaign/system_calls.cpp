@@ -64,7 +64,7 @@ std::vector<Disturbance> disturbances(const std::map<std::string, Recording>& re
 } // namespace
 
 int main(int argc, char** argv) {
-    constexpr size_t sample = 60;
+    constexpr size_t sample = 20;
     const Arguments arguments = parsed_arguments(argc, argv);
     Figure figure = {"system calls", "one call of an action failing"};
     try {
