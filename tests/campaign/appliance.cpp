@@ -292,6 +292,7 @@ Appliance& Appliance::has_network_disk(const std::string& label, const std::stri
                                        const std::string& type) {
     const std::string directory_path = "/mnt/netdisk/" + label;
     file(labels_file, read(labels_file) + label + " /dev/" + disk_name + "\n");
+    file("/dev/" + disk_name, "").symlink("../../" + disk_name, "/dev/disk/by-label/" + label);
     is_mounted("/dev/" + disk_name, directory_path, type);
     file(netfstab, read(netfstab) + "LABEL=" + label + "\t" + directory_path + "\t" + type +
                        "\tdefaults\t0 0\n");

@@ -37,7 +37,7 @@ const std::vector<FailureRow> failures = {
     {"lvmanage-create",          "/sbin/lvcreate ",                     -325,     0},
     {"lvmanage-delete",          "/sbin/lvremove ",                     -324,     0},
     {"lvmanage-delete-restored", "/sbin/pvcreate -u ",                  -421,  -421},
-    {"fsmanage-create",          "/sbin/lvcreate ",                     -325,  -325, false, -325},
+    {"fsmanage-create",          "/sbin/lvcreate ",                     -325,  -325, false, -2051},
     {"fsmanage-create",          "/sbin/mkfs.xfs ",                     -603,  -603, false, -2051},
     {"fsmanage-create",          "mkfs.reiserfs ",                      -603,  -603, false, -2051},
     // What could not be registered is mounted all the same.
@@ -71,7 +71,7 @@ const std::vector<FailureRow> failures = {
     {"netmanage-repair",         "mount ",                              -601,  -601},
     {"netmanage-repair",         "chmod ",                              -601,  -601},
     // A share is registered before it exists: what a failed creation has left is deleted first.
-    {"sharemanage-create",       "/sbin/lvcreate ",                     -325,     0, false, -514},
+    {"sharemanage-create",       "/sbin/lvcreate ",                     -325,  -325, false, -514},
     {"sharemanage-create",       "/sbin/mkfs.xfs ",                     -503,  -503, false, -514},
     {"sharemanage-create",       "mkdir ",                              -601,     0, false, -514},
     {"sharemanage-create",       "mount ",                              -601,  -601, false, -514},
