@@ -110,8 +110,8 @@ int create(const Arguments& arguments) {
 /// Removes the pool. What is still listed after a failure counts as removed, what is gone does not:
 /// the other way round than lvmanage, and front ends rely on it.
 int remove_pool(const Arguments& arguments, const char* group) {
-    const Code result = pool_remove(arguments.name, group, standard_output());
-    if (!failed(result) || result == Code::no_such_pool) {
+    const Code result = pool_remove_if_any(arguments.name, group, standard_output());
+    if (!failed(result)) {
         return 0;
     }
     if (result != Code::command_failed) {

@@ -29,11 +29,36 @@ Code check_names_given(std::string_view pool, std::string_view group) {
     return Code::pool_name_missing;
 }
 
-/// The current pools; unreadable ones are omitted.
-void read_pools(pool_list& pools, Sink& out, LogSite reader = LogSite::here()) {
-    if (const Code result = pool_list_get(pools, out); result == Code::pool_output_unread) {
+/// The current pools; unreadable ones are omitted. pool_list_get()'s code.
+Code read_pools(pool_list& pools, Sink& out, LogSite reader = LogSite::here()) {
+    const Code result = pool_list_get(pools, out);
+    if (result == Code::pool_output_unread) {
         log_failure(result, reader);
     }
+    return result;
+}
+
+/// pool_check() in a list.
+Code check_listed(const pool_list& pools, const char* pool, const char* group, Gib size) {
+    const auto low = static_cast<std::int32_t>(size.count);
+    Code result = Code::no_such_pool;
+    for (const pool_info& record : pools) {
+        if (last_component(record.name) != pool) {
+            continue;
+        }
+        // Before the group: a namesake in another group refuses a size too.
+        if (low > 0 && record.allsize.count >= static_cast<std::uint64_t>(low)) {
+            log_error("%s's size %lldG cannot extend to %lldG", record.name.c_str(),
+                      static_cast<long long>(record.allsize.count), static_cast<long long>(low));
+            return Code::size_not_possible;
+        }
+        if (record.vgname == group) {
+            return Code::ok;
+        }
+        log_error("%s's vgname not match '%s'", pool, group);
+        result = Code::wrong_pool_group;
+    }
+    return result;
 }
 
 /// Whether LVM has made a device of that name.
@@ -70,6 +95,10 @@ Code check_name_known_free(const char* pool, const char* group, bool& is_sure, S
     return check_list(pools, pool, group);
 }
 
+Code run_remove(const char* pool, const char* group) {
+    return run_or_fail({pool, group}, format_text(remove_pool_command, group, pool));
+}
+
 Code run_create(const char* pool, const char* group, Gib size) {
     return run_or_fail({pool, group}, format_text(create_pool_command,
                                                   static_cast<long long>(size.count), pool, group));
@@ -82,26 +111,8 @@ Code pool_check(const char* pool, const char* group, Gib size, Sink& out) {
         return result;
     }
     pool_list pools;
-    read_pools(pools, out);
-    const auto low = static_cast<std::int32_t>(size.count);
-    Code result = Code::no_such_pool;
-    for (const pool_info& record : pools) {
-        if (last_component(record.name) != pool) {
-            continue;
-        }
-        // Before the group: a namesake in another group refuses a size too.
-        if (low > 0 && record.allsize.count >= static_cast<std::uint64_t>(low)) {
-            log_error("%s's size %lldG cannot extend to %lldG", record.name.c_str(),
-                      static_cast<long long>(record.allsize.count), static_cast<long long>(low));
-            return Code::size_not_possible;
-        }
-        if (record.vgname == group) {
-            return Code::ok;
-        }
-        log_error("%s's vgname not match '%s'", pool, group);
-        result = Code::wrong_pool_group;
-    }
-    return result;
+    ignore(read_pools(pools, out)); // none, then
+    return check_listed(pools, pool, group, size);
 }
 
 Code pool_name_check(const char* pool, const char* group, Sink& out) {
@@ -109,7 +120,7 @@ Code pool_name_check(const char* pool, const char* group, Sink& out) {
         return result;
     }
     pool_list pools;
-    read_pools(pools, out);
+    ignore(read_pools(pools, out));
     return check_list(pools, pool, group);
 }
 
@@ -188,7 +199,20 @@ Code pool_remove(const char* pool, const char* group, Sink& out) {
     if (const Code result = pool_check(pool, group, Gib{}, out); failed(result)) {
         return result;
     }
-    return run_or_fail({pool, group}, format_text(remove_pool_command, group, pool));
+    return run_remove(pool, group);
+}
+
+Code pool_remove_if_any(const char* pool, const char* group, Sink& out) {
+    if (const Code result = check_names_given(pool, group); failed(result)) {
+        return result;
+    }
+    pool_list pools;
+    const Code listed = read_pools(pools, out, LogSite::here("pool_check"));
+    const Code found = check_listed(pools, pool, group, Gib{});
+    if (found == Code::no_such_pool) {
+        return failed(listed) ? Code::pool_not_removed : Code::ok;
+    }
+    return failed(found) ? found : run_remove(pool, group);
 }
 
 } // namespace zav

@@ -45,4 +45,8 @@ Code pool_extend(const char* pool, const char* group, Gib size, Sink& out);
 /// Removes a pool. Runs lvremove. Code::ok, pool_check()'s code or Code::command_failed.
 Code pool_remove(const char* pool, const char* group, Sink& out);
 
+/// The same for a caller to whom a pool that is not there is as good as removed: Code::ok then.
+/// Code::pool_not_removed when the pools cannot be listed: it may be there.
+Code pool_remove_if_any(const char* pool, const char* group, Sink& out);
+
 } // namespace zav

@@ -350,6 +350,19 @@ TEST_F(PoolRemoval, ChecksThePool) {
     }
 }
 
+TEST_F(PoolRemoval, TakesAPoolForRemovedThatIsNotListed) {
+    const auto remove_if_any = [this](const char* pool) {
+        return machine.operation([=] { return pool_remove_if_any(pool, "data", printed()); });
+    };
+    machine.pools({"/dev/data/pool"});
+    EXPECT_EQ(remove_if_any("missing").returned, 0);
+    EXPECT_THAT(changes(remove_if_any("pool")),
+                ElementsAre("/sbin/lvremove -f data/pool > /dev/null"));
+    EXPECT_EQ(remove_if_any("").returned, -2050);
+    machine.tool(pool_tool::lvdisplay).any().exits(5);
+    EXPECT_EQ(remove_if_any("missing").returned, -324);
+}
+
 TEST_F(PoolRemoval, FailsWithTheCommand) {
     machine.pools({"/dev/data/pool"});
     const std::string command = "/sbin/lvremove -f data/pool > /dev/null";

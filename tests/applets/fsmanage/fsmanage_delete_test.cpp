@@ -248,6 +248,14 @@ TEST_F(FsDelete, SucceedsWhenThePoolIsGoneAlready) {
     EXPECT_THAT(changes(run), ElementsAre(unmount, release, rm, move, save));
 }
 
+// It is not listed, but neither is any other.
+TEST_F(FsDelete, DoesNotTakeAPoolForGoneWhenThePoolsCannotBeListed) {
+    machine.tool(pool_tool::lvdisplay).on("/sbin/lvdisplay -c").exits(5);
+    delete_pool();
+    expect_failed(-324, no_restore);
+    EXPECT_THAT(changes(run), ElementsAre(unmount, release, rm, move, save));
+}
+
 TEST_F(FsDelete, ReportsAPoolThatIsInAnotherGroupThanItsBackupSays) {
     machine.pools({"/dev/more/pool"});
     delete_pool();
