@@ -36,7 +36,7 @@ const std::string make_array =
     "members=; table=; rm -rf /sys/block/$name; mkdir -p /sys/block/$name/md /state/detail\n"
     "for disk in $disks; do\n"
     "  members=\" $disk[$count]$members\"\n"
-    "  mkdir -p /sys/block/$name/md/dev-$disk\n"
+    "  mkdir -p /sys/block/$name/md/dev-$disk /sys/block/$disk/holders/$name\n"
     "  echo in_sync > /sys/block/$name/md/dev-$disk/state\n"
     "  table=\"$table       $count       8       0        $count      active sync   "
     "/dev/$disk\n\"\n"
@@ -55,15 +55,17 @@ const std::string make_array =
 
 const std::string stop_array = "name=${2#/dev/}; grep -q \"^$name :\" /proc/mdstat || exit 1\n" +
                                edit(arrays_file, "/^$name :/,/^      $/d") +
-                               "rm -rf /sys/block/$name /state/detail/$name";
+                               "rm -rf /sys/block/$name /sys/block/*/holders/$name "
+                               "/state/detail/$name";
 
 const std::string change_array =
     "name=${2#/dev/}; disk=${4#/dev/}; member=/sys/block/$name/md/dev-$disk\n"
     "case $3 in\n"
-    "--add) [ -e $member ] && exit 1; mkdir -p $member; echo in_sync > $member/state; " +
+    "--add) [ -e $member ] && exit 1; mkdir -p $member /sys/block/$disk/holders/$name; echo "
+    "in_sync > $member/state; " +
     edit(arrays_file, "s/^$name : .*/& $disk[9]/") +
     " ;;\n"
-    "-r) [ -e $member ] || exit 1; rm -rf $member; " +
+    "-r) [ -e $member ] || exit 1; rm -rf $member /sys/block/$disk/holders/$name; " +
     edit(arrays_file, "/^$name :/s/ $disk\\[[0-9]*\\](F)//") + " ;;\nesac";
 
 const std::string fail_member =
@@ -215,6 +217,7 @@ Appliance& Appliance::has_array(const std::string& name, const std::string& leve
         table += "       " + number + "       8       0        " + number + "      " +
                  (has_failed ? "faulty" : "active sync") + "   /dev/" + disk + "\n";
         file(folder + "/dev-" + disk + "/state", has_failed ? "faulty\n" : "in_sync\n");
+        directory("/sys/block/" + disk + "/holders/" + name);
     }
     file(folder + "/raid_disks", std::to_string(slot) + "\n");
     file(folder + "/degraded", std::to_string(faulty) + "\n");

@@ -359,7 +359,7 @@ TEST_F(PoolRemoval, TakesAPoolForRemovedThatIsNotListed) {
     EXPECT_THAT(changes(remove_if_any("pool")),
                 ElementsAre("/sbin/lvremove -f data/pool > /dev/null"));
     EXPECT_EQ(remove_if_any("").returned, -2050);
-    machine.tool(pool_tool::lvdisplay).any().exits(5);
+    machine.tool(pool_tool::lvdisplay).on("/sbin/lvdisplay -c").exits(5);
     EXPECT_EQ(remove_if_any("missing").returned, -324);
 }
 
