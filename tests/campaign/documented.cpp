@@ -51,6 +51,8 @@ const std::vector<FailureRow> failures = {
     {"fsmanage-delete",          "mv ",                                    0,     0, true},
     // A pool that is still there counts as removed, one that is gone does not.
     {"fsmanage-delete",          "/sbin/lvremove ",                        0,  -324, true},
+    // The mount has gone by then, so that the same command finds nothing to do.
+    {"fsmanage-delete",          "/sbin/lvdisplay ",                    -324,     0, true},
     {"fsmanage-repair",          "umount ",                             -602,  -602},
     {"fsmanage-repair",          "/sbin/xfs_repair ",                   -509,  -509},
     {"fsmanage-repair",          "/sbin/reiserfsck ",                   -509,  -509},
