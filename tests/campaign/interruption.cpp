@@ -63,9 +63,11 @@ bool is_kept(const std::string& action, const std::string& path) {
 // What a failure changes without a failure status, as each action's last steps are ignored; the log
 // tells of it.
 bool is_untold(const std::string& action, const std::string& path) {
-    // A mount that is not registered, and a mount point that stays, are no failure.
-    const bool is_of_mounts = path == "/etc/mdfstab" || path == "/etc/netfstab" ||
-                              path.starts_with("/mnt/") || path.starts_with("/home/ftpuser/");
+    // An entry that a deletion leaves, and a mount point that stays, are no failure.
+    const bool is_kept_entry = action.find("-delete") != std::string::npos &&
+                               (path == "/etc/mdfstab" || path == "/etc/netfstab");
+    const bool is_of_mounts =
+        is_kept_entry || path.starts_with("/mnt/") || path.starts_with("/home/ftpuser/");
     // A disk is initialised whether or not its array lets it go.
     const bool is_of_init = action == "diskmanage-init-member" && path == "/proc/mdstat";
     return is_of_mounts || is_of_init || is_kept(action, path);

@@ -73,9 +73,12 @@ Code create_netfs(const char* label, const char* device) {
         return Code::fs_not_made;
     }
     const std::string mntpoint = netfs_mount_point(label);
-    ignore(netfstab_add(mntpoint.c_str(), label));
+    const Code registered = netfstab_add(mntpoint.c_str(), label);
     ignore(mntdir_create(mntpoint.c_str()));
-    return !failed(netfs_mount(mntpoint.c_str(), label)) ? Code::ok : Code::fs_not_mounted;
+    if (failed(netfs_mount(mntpoint.c_str(), label))) {
+        return Code::fs_not_mounted;
+    }
+    return is_registered(registered) ? Code::ok : registered;
 }
 
 Code delete_netfs(const char* label, Sink& out) {
