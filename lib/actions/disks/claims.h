@@ -18,7 +18,8 @@ class DiskClaims {
   public:
     /// Claims the disk that a device, named as under /dev, is or is a partition of; an array goes
     /// by its name too. What cannot be part of a command needs no claim. False, logged, when
-    /// another command has the disk, or when it cannot be told.
+    /// another command has the disk, or when it cannot be told; and from then on, since what was
+    /// found out about the disk meanwhile may not hold any more.
     bool add(std::string_view device);
 
     /// The same for several. They are claimed in one order, whatever order they are named in: of
@@ -31,6 +32,7 @@ class DiskClaims {
         SystemLock lock;
     };
     std::vector<Claim> claims_;
+    std::vector<std::string> refused_;
 };
 
 } // namespace zav

@@ -79,6 +79,19 @@ TEST_F(HotspareSafety, RefusesADiskThatAnotherCommandUses) {
     EXPECT_EQ(machine.run({"diskmanage", "--hotspare", "-a", "4"}).exit_status, 0);
 }
 
+// Another command makes it a hot spare right after this one has read the list of them.
+TEST_F(HotspareSafety, ClaimsADiskBeforeItLooksWhetherItIsAHotspare) {
+    machine.tool(hotspare_tool)
+        .on("/usr/local/bin/hotspare --list")
+        .does("echo 'Global hotspare disk:'; if mkdir /var/first 2>/dev/null; then "
+              "zavbox diskmanage -H -a 3 >/dev/null; echo $? >/var/status; fi");
+    const Result run = machine.run({"diskmanage", "-H", "-a", "3"});
+    EXPECT_EQ(run.exit_status, 0);
+    EXPECT_EQ(machine.read("/var/status"), "55\n"); // -201
+    EXPECT_THAT(changes(run), testing::ElementsAre("/usr/local/bin/diskformat /dev/sdc",
+                                                   "/usr/local/bin/hotspare -a /dev/sdc"));
+}
+
 TEST_F(HotspareSafety, RefusesADiskThatTheKernelHolds) {
     machine.directory("/sys/block/sdc/holders/dm-3");
     expect_refused("held");
