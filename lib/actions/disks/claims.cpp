@@ -29,6 +29,7 @@ bool DiskClaims::add(std::string_view device) {
         refused_.push_back(std::move(disk));
         return false;
     }
+    lock.share_with_commands();
     claims_.push_back({std::move(disk), std::move(lock)});
     return true;
 }

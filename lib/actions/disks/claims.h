@@ -2,7 +2,7 @@
 /// \file
 /// Claims on the disks that a command is about to clear, or to hand to mdadm or LVM. A claimed disk
 /// counts as used for every other instance of this program, from before the command looks whether
-/// it is free to the end of the command.
+/// it is free to the end of the command, and of the tool that a killed command leaves running.
 #pragma once
 
 #include "base/system_lock.h"
