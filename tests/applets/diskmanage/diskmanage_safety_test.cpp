@@ -3,6 +3,8 @@
 #include "fixtures/disk_claim.h"
 #include "fixtures/disk_machine.h"
 
+#include <csignal>
+
 namespace zav::test {
 namespace {
 
@@ -35,6 +37,44 @@ TEST_F(HotspareSafety, RefusesEveryDiskWhenTheGroupsCannotBeListed) {
     expect_refused("no group list");
     machine.group_lines("", "").tool("/sbin/pvdisplay").on("/sbin/pvdisplay -c").exits(5);
     expect_refused("no volumes");
+}
+
+// What the lists of arrays and groups are made of.
+
+TEST_F(HotspareSafety, RefusesEveryDiskWhenTheMembersOfAnArrayCannotBeListed) {
+    machine.with_array().remove("/sys/block/md1/md");
+    expect_refused("no members");
+}
+
+// The kernel tells the members, mdadm the rest.
+TEST_F(HotspareSafety, RefusesAMemberWhateverBecomesOfTheArraysDetails) {
+    machine.array({.name = "md1", .level = "raid1", .members = {{"sdc"}, {"sdd"}}});
+    machine.tool("/sbin/mdadm").on("/sbin/mdadm --detail /dev/md1").exits(1);
+    expect_refused("mdadm failed");
+    machine.tool("/sbin/mdadm").on("/sbin/mdadm --detail /dev/md1").killed_by(SIGKILL);
+    expect_refused("mdadm was killed");
+    machine.tool("/sbin/mdadm").on("/sbin/mdadm --detail /dev/md1").prints("");
+    expect_refused("mdadm is silent");
+    machine.tool("/sbin/mdadm").on("/sbin/mdadm --detail /dev/md1").does("rm -f /tmp/md1.*");
+    expect_refused("mdadm's output is gone");
+}
+
+// The list of disks that arrays and volumes are looked up in fails, unlike the first one.
+TEST_F(HotspareSafety, RefusesAUsedDiskThatCannotBeLookedUp) {
+    const auto fail_after_first = [this] {
+        machine.tool(hotspare_tool)
+            .on("/usr/local/bin/hotspare --list")
+            .prints("Global hotspare disk:\n")
+            .then()
+            .exits(1);
+    };
+    machine.group({.name = "data", .volumes = {{.device = "/dev/sdc"}}});
+    fail_after_first();
+    expect_refused("a volume without a channel");
+    machine.group_lines("", "");
+    machine.array({.name = "md1", .level = "raid1", .members = {{"sdc"}, {"sdd"}}});
+    fail_after_first();
+    expect_refused("a member on an unknown device");
 }
 
 // Tools that end well and tell nothing.
