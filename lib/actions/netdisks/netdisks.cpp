@@ -85,7 +85,7 @@ Code delete_netfs(const char* label, Sink& out) {
     const std::string mntpoint = netfs_mount_point(label);
     const std::string device = device_to_clear(label, out);
     DiskClaims claims;
-    const bool is_claimed = claims.add(last_component(device));
+    const bool is_claimed = claims.add(name_in_dev(device).value_or(device));
     if (failed(check_umount(label, out))) {
         return Code::fs_not_unmounted;
     }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // mdmanage and disks that another command uses, or that no list shows as used.
 #include "fixtures/array_machine.h"
-#include "fixtures/disk_claim.h"
+#include "fixtures/held_lock.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // vgmanage takes no disk that something else uses, and no name that a tool takes for an option.
-#include "fixtures/disk_claim.h"
 #include "fixtures/group_machine.h"
+#include "fixtures/held_lock.h"
 #include "fixtures/library.h"
 
 #include <memory>
