@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // fsmanage: lists, creates, deletes and repairs file systems on pools of their own.
 #include "actions/filesystems/filesystems.h"
+#include "actions/filesystems/mount_register.h"
 #include "actions/filesystems/status.h"
 #include "actions/groups/recovery.h"
 #include "actions/pools/pools.h"
@@ -14,6 +15,7 @@
 #include "inventory/filesystems.h"
 #include "inventory/netdisks.h"
 #include "inventory/pools.h"
+#include "sources/mdfstab.h"
 
 #include <string>
 
@@ -83,6 +85,13 @@ Code create_pool(const Arguments& arguments) {
                : Code::pool_not_created;
 }
 
+/// Whether a register has the name, or the mount point for another pool, or that cannot be told.
+bool is_name_taken(const Arguments& arguments) {
+    return mdfstab_has(arguments.name) != Presence::absent ||
+           netfs_label_used(arguments.name) == Presence::present ||
+           register_has_mount_point(mdfstab_path, mount_point(arguments)) != Presence::absent;
+}
+
 int create(const Arguments& arguments) {
     if (failed(check_name32(arguments.name)) || failed(check_name32(arguments.group))) {
         return fail(Code::bad_group_name);
@@ -90,8 +99,7 @@ int create(const Arguments& arguments) {
     if (failed(check_number8(arguments.size))) {
         return fail(Code::bad_size);
     }
-    if (mdfstab_has(arguments.name) != Presence::absent ||
-        netfs_label_used(arguments.name) == Presence::present) {
+    if (is_name_taken(arguments)) {
         return fail(Code::pool_name_taken);
     }
     if (const Code result = create_pool(arguments); failed(result)) {
@@ -101,10 +109,13 @@ int create(const Arguments& arguments) {
         return fail(Code::fs_not_made);
     }
     const std::string mntpoint = mount_point(arguments);
-    ignore(mdfstab_add(mntpoint.c_str(), arguments.group, arguments.name));
+    const Code registered = mdfstab_add(mntpoint.c_str(), arguments.group, arguments.name);
     ignore(mntdir_create(mntpoint.c_str()));
-    const Code result = fs_mount(mntpoint.c_str(), arguments.group, arguments.name);
-    return !failed(result) ? 0 : fail(Code::fs_not_mounted);
+    if (failed(fs_mount(mntpoint.c_str(), arguments.group, arguments.name))) {
+        return fail(Code::fs_not_mounted);
+    }
+    // One that is not registered would be gone after the next start of the system.
+    return is_registered(registered) ? 0 : fail(registered);
 }
 
 /// Removes the pool. What is still listed after a failure counts as removed, what is gone does not:
@@ -127,6 +138,9 @@ int delete_named(const Arguments& arguments) {
         return fail(Code::bad_group_name);
     }
     if (const Presence registered = mdfstab_has(arguments.name); registered != Presence::present) {
+        if (registered == Presence::unknown && !is_register_missing(mdfstab_path)) {
+            return fail(Code::register_unread); // the pool may be registered
+        }
         log_failure(static_cast<Code>(registered), {"fsmanage_main", __builtin_LINE()});
         return 0;
     }

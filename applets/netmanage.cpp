@@ -10,6 +10,7 @@
 #include "base/codes.h"
 #include "inventory/filesystems.h"
 #include "inventory/netdisks.h"
+#include "sources/netfstab.h"
 
 namespace zav {
 
@@ -62,7 +63,9 @@ int create(const Arguments& arguments) {
     }
     // What cannot be looked up counts as taken.
     if (netfs_label_used(arguments.label) != Presence::absent ||
-        mdfstab_has(arguments.label) != Presence::absent) {
+        mdfstab_has(arguments.label) != Presence::absent ||
+        register_has_mount_point(netfstab_path, netfs_mount_point(arguments.label)) !=
+            Presence::absent) {
         return fail(Code::pool_name_taken);
     }
     return end(create_netfs(arguments.label, arguments.device));
@@ -74,6 +77,9 @@ int delete_labelled(const Arguments& arguments) {
     }
     if (const Presence registered = netfs_label_used(arguments.label);
         registered != Presence::present) {
+        if (registered == Presence::unknown && !is_register_missing(netfstab_path)) {
+            return fail(Code::register_unread); // the disk may be registered
+        }
         log_failure(static_cast<Code>(registered), {"netmanage_main", __builtin_LINE()});
         return 0;
     }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 /// \file
-/// Files: descriptors that close themselves and are never inherited, whole reads, durable writes,
+/// Files: descriptors that close themselves and are not inherited, whole reads, durable writes,
 /// whole-file locks.
 #pragma once
 

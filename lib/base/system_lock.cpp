@@ -124,6 +124,10 @@ bool SystemLock::was_left(std::string_view name) {
     });
 }
 
+void SystemLock::share_with_commands() const {
+    ::fcntl(fd_.get(), F_SETFD, 0); // the lock is that of the open file, which they inherit
+}
+
 void SystemLock::release() {
     if (fd_) {
         // Under the lock: whoever waits for it sees that the file has gone, and makes a new one.

@@ -31,6 +31,10 @@ class SystemLock {
     /// Whether the lock is held. If not, errno says why: EWOULDBLOCK when another instance has it.
     explicit operator bool() const { return bool(fd_); }
 
+    /// Has the commands that are run from now on hold the lock as well: should this process be
+    /// killed, it lasts as long as they do.
+    void share_with_commands() const;
+
     void release();
 
   private:

@@ -119,6 +119,13 @@ void copy_bounded(char* destination, std::size_t size, const char* source) {
     destination[count] = '\0';
 }
 
+std::optional<std::string_view> name_in_dev(std::string_view path) {
+    if (!path.starts_with(device_directory)) {
+        return std::nullopt;
+    }
+    return path.substr(device_directory.size());
+}
+
 std::vector<std::string_view> split(std::string_view text, std::string_view separators) {
     std::vector<std::string_view> pieces;
     std::size_t start = find_first_not_of(text, separators);

@@ -50,6 +50,12 @@ inline bool has_room_for_text(const char* buffer, std::size_t size) {
 /// The last part of a path: all behind its last "/".
 std::string_view last_component(std::string_view path);
 
+/// Where the system has its devices.
+inline constexpr std::string_view device_directory = "/dev/";
+
+/// What a path below /dev names there, such as "sda"; nothing for any other text.
+std::optional<std::string_view> name_in_dev(std::string_view path);
+
 /// The pieces between separators; a run of separators counts as one, and leading and trailing ones
 /// make no empty piece.
 std::vector<std::string_view> split(std::string_view text, std::string_view separators);

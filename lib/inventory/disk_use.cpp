@@ -178,18 +178,13 @@ bool is_built_upon(std::string_view device) {
 
 /// Whether a device is mounted, or it cannot be told.
 bool is_mounted(std::string_view device) {
-    constexpr std::string_view directory = "/dev/";
     const auto mounts = read_mounts();
     if (!mounts) {
         return !is_absence(errno);
     }
     return std::ranges::any_of(*mounts, [&](const Mount& mount) {
-        std::string_view mounted = mount.device;
-        if (!mounted.starts_with(directory)) {
-            return false;
-        }
-        mounted.remove_prefix(directory.size());
-        return mounted == device || whole_disk_name(mounted) == device;
+        const auto mounted = name_in_dev(mount.device);
+        return mounted && (*mounted == device || whole_disk_name(*mounted) == device);
     });
 }
 

@@ -71,9 +71,19 @@ void read_attributes(disk_info& disk) {
     }
 }
 
+template <class List>
+auto find_by_place(List& list, int channel, std::string_view device) {
+    return std::ranges::find_if(list, [&](const disk_info& disk) {
+        return disk.channel == channel && disk.device == device;
+    });
+}
+
+void claim_nothing(const disk_list&) {}
+
 /// Code::ok or Code::no_disk_list.
-Code get_all_disks(disk_list& disks, LogSite no_list, Sink& out) {
-    const Code result = get_disk_list(disks, out);
+Code get_all_disks(disk_list& disks, LogSite no_list,
+                   const std::function<void(const disk_list&)>& claim, Sink& out) {
+    const Code result = get_claimed_disk_list(disks, claim, out);
     if (!failed(result)) {
         return Code::ok;
     }
@@ -84,16 +94,22 @@ Code get_all_disks(disk_list& disks, LogSite no_list, Sink& out) {
 } // namespace
 
 Code get_disk_list(disk_list& list, Sink& out) {
-    if (product_model().has_raid_controller) {
-        return get_diskinfo_from_vexadm(list, out);
+    return get_claimed_disk_list(list, claim_nothing, out);
+}
+
+Code get_claimed_disk_list(disk_list& list, const std::function<void(const disk_list&)>& claim,
+                           Sink& out) {
+    const bool has_raid_controller = product_model().has_raid_controller;
+    Code result =
+        has_raid_controller ? get_diskinfo_from_vexadm(list, out) : get_diskinfo_from_mvSata(list);
+    if (!failed(result) && !has_raid_controller) {
+        result = get_diskinfo_from_sysblock(list);
     }
-    for (const auto step :
-         {get_diskinfo_from_mvSata, get_diskinfo_from_sysblock, get_global_hotspare}) {
-        if (const Code result = step(list); failed(result)) {
-            return result;
-        }
+    if (failed(result)) {
+        return result;
     }
-    return Code::ok;
+    claim(list);
+    return has_raid_controller ? Code::ok : get_global_hotspare(list);
 }
 
 Code get_diskinfo_from_mvSata(disk_list& list) {
@@ -180,9 +196,7 @@ Code get_diskinfo_from_partitions(disk_list& list, Sink& out) {
 }
 
 Code find_disk(disk_list& list, disk_list& target, int channel, std::string_view device) {
-    const auto found = std::ranges::find_if(list, [&](const disk_info& disk) {
-        return disk.channel == channel && disk.device == device;
-    });
+    const auto found = find_by_place(list, channel, device);
     const bool exists = found != list.end();
     if (exists) {
         append_copy(target, *found);
@@ -193,8 +207,20 @@ Code find_disk(disk_list& list, disk_list& target, int channel, std::string_view
 
 Code get_disk(disk_list& found, int channel, const char* device, const DiskSites& sites,
               Sink& out) {
+    return get_claimed_disk(
+        found, channel, device, sites, [](const disk_info&) {}, out);
+}
+
+Code get_claimed_disk(disk_list& found, int channel, const char* device, const DiskSites& sites,
+                      const std::function<void(const disk_info&)>& claim, Sink& out) {
     disk_list disks;
-    if (const Code result = get_all_disks(disks, sites.no_list, out); failed(result)) {
+    const auto claim_named = [&](const disk_list& named) {
+        const auto disk = find_by_place(named, channel, device);
+        if (disk != named.end()) {
+            claim(*disk);
+        }
+    };
+    if (const Code result = get_all_disks(disks, sites.no_list, claim_named, out); failed(result)) {
         return result;
     }
     const Code result = find_disk(disks, found, channel, device);
@@ -204,7 +230,7 @@ Code get_disk(disk_list& found, int channel, const char* device, const DiskSites
 Code get_disks(disk_list& found, int channel, const char* device, const DiskSites& sites,
                Sink& out) {
     return channel >= 1 ? get_disk(found, channel, device, sites, out)
-                        : get_all_disks(found, sites.no_list, out);
+                        : get_all_disks(found, sites.no_list, claim_nothing, out);
 }
 
 } // namespace zav

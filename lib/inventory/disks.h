@@ -8,12 +8,19 @@
 #include "base/sink.h"
 #include "records/disk.h"
 
+#include <functional>
+
 namespace zav {
 
 /// Builds the list of all disks from the sources that the product model has. The list keeps what
 /// was found before a failure. Code::ok, or the code of the step that failed. Reads the identity
 /// files, then as the functions below; callers report Code::no_disk_list when it fails.
 Code get_disk_list(disk_list& list, Sink& out);
+
+/// The same with `claim` in between, once the disks have their names and before it is asked which
+/// are hot spares: of one that is claimed any later that may have changed.
+Code get_claimed_disk_list(disk_list& list, const std::function<void(const disk_list&)>& claim,
+                           Sink& out);
 
 /// Adds the disks of the SATA controller and of the boxes behind it. Runs cat on each status file
 /// under /proc/scsi/mvSata. Code::ok, Code::controller_directory_unread,
@@ -50,6 +57,10 @@ struct DiskSites {
 /// Finds the disk with that channel, counted from 1, and device in a new disk list. Code::ok,
 /// Code::no_disk_list or Code::no_such_disk.
 Code get_disk(disk_list& found, int channel, const char* device, const DiskSites& sites, Sink& out);
+
+/// The same with `claim` in between, as get_claimed_disk_list().
+Code get_claimed_disk(disk_list& found, int channel, const char* device, const DiskSites& sites,
+                      const std::function<void(const disk_info&)>& claim, Sink& out);
 
 /// The same; for a channel below 1 all disks.
 Code get_disks(disk_list& found, int channel, const char* device, const DiskSites& sites,

@@ -8,12 +8,14 @@
 #include "inventory/mounts.h"
 #include "inventory/pools.h"
 #include "platform/models.h"
+#include "sources/fstab.h"
 #include "sources/mdfstab.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <string>
+#include <unistd.h>
 #include <unordered_map>
 
 namespace zav {
@@ -54,6 +56,16 @@ Code read_register(const char* path, std::string& text) {
     }
     text = std::move(*content);
     return Code::ok;
+}
+
+bool is_register_missing(const char* path) {
+    return ::access(path, F_OK) != 0 && errno == ENOENT;
+}
+
+Presence register_has_mount_point(const char* path, std::string_view mntpoint) {
+    std::string text;
+    return failed(read_register(path, text)) ? Presence::unknown
+                                             : presence(register_has(text, mntpoint));
 }
 
 Code mdfstab_read(fs_list& list) {

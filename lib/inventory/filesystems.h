@@ -23,6 +23,12 @@ std::string_view product_fs_type();
 /// A register's text. Code::ok, or Code::register_unread, which is logged.
 Code read_register(const char* path, std::string& text);
 
+/// Whether there is no register, so that nothing is registered: not one that cannot be read.
+bool is_register_missing(const char* path);
+
+/// Whether a register has a line of that mount point, whatever is mounted there.
+Presence register_has_mount_point(const char* path, std::string_view mntpoint);
+
 /// Adds every file system of /etc/mdfstab to the list. Code::ok or Code::register_unread.
 Code mdfstab_read(fs_list& list);
 

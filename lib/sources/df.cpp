@@ -9,14 +9,13 @@
 namespace zav {
 
 std::vector<std::string_view> parse_mounted_disks(std::string_view df_output) {
-    constexpr std::string_view directory = "/dev/";
     std::vector<std::string_view> names;
     LinePieces pieces(df_output);
     std::string_view line;
     while (pieces.next(line)) {
-        const std::string_view device = field(line, blanks, 0);
-        if (device.starts_with(directory) && is_kind_of_disk(device.substr(directory.size()))) {
-            names.push_back(device.substr(directory.size()));
+        const auto name = name_in_dev(field(line, blanks, 0));
+        if (name && is_kind_of_disk(*name)) {
+            names.push_back(*name);
         }
     }
     return names;

@@ -12,8 +12,6 @@ namespace zav {
 
 namespace {
 
-constexpr std::string_view device_directory = "/dev/";
-
 /// Calls `use` with the first piece of every line.
 template <class Use>
 void for_each_line(std::string_view output, Use use) {
@@ -130,8 +128,7 @@ void parse_live_volumes(std::string_view output, live_pv_list& list) {
         }
         live_pv& volume = list.append();
         volume.uuid = trim(line.substr(line.rfind(':') + 1));
-        volume.pvname = path.starts_with(device_directory) ? path.substr(device_directory.size())
-                                                           : unknown_device;
+        volume.pvname = name_in_dev(path).value_or(unknown_device);
     }
 }
 

@@ -13,7 +13,6 @@ namespace {
 // From the next kernel on the bitmap of a RAID-5 is safe to use.
 constexpr long last_kernel_without_bitmap = 2006029;
 
-constexpr std::string_view device_directory = "/dev/";
 constexpr int last_slot = 16;
 constexpr std::size_t table_words = 9;
 
@@ -27,8 +26,8 @@ std::string device_list(std::string_view disks) {
 }
 
 bool is_device_path(std::string_view path) {
-    return path.starts_with(device_directory) &&
-           is_plain_name(path.substr(device_directory.size()));
+    const auto name = name_in_dev(path);
+    return name && is_plain_name(*name);
 }
 
 /// The device that a line of the table names among its first words; empty when it names none.

@@ -35,17 +35,11 @@ Violations violations_of(const Case& one) {
 
 // Runs every `jobs`-th case from `first` on. The number of violated ones.
 size_t run_share(const std::vector<const Case*>& cases, size_t first, size_t jobs) {
-    size_t violated = 0;
+    Figure share;
     for (size_t at = first; at < cases.size(); at += jobs) {
-        const Violations found = violations_of(*cases[at]);
-        std::string text;
-        for (const std::string& one : found) {
-            text += cases[at]->name + ": " + one + "\n";
-        }
-        std::fputs(text.c_str(), stderr);
-        violated += found.empty() ? 0U : 1U;
+        share.count(violations_of(*cases[at]), cases[at]->name);
     }
-    return violated;
+    return share.violations;
 }
 
 size_t run_in_processes(const std::vector<const Case*>& cases, size_t jobs) {
@@ -81,6 +75,22 @@ size_t run_in_processes(const std::vector<const Case*>& cases, size_t jobs) {
 
 } // namespace
 
+void Figure::count(const Violations& found, const std::string& name) {
+    std::string text;
+    for (const std::string& one : found) {
+        text += name + ": " + one + "\n";
+    }
+    std::fputs(text.c_str(), stderr);
+    ++cases;
+    violations += found.empty() ? 0U : 1U;
+}
+
+void print(const Figure& figure) {
+    std::printf("%s\t%s\t%zu\t%zu\n", figure.part.c_str(), figure.what.c_str(), figure.cases,
+                figure.violations);
+    std::fflush(stdout);
+}
+
 CampaignOptions campaign_options(int argc, char** argv) {
     CampaignOptions options;
     options.jobs = static_cast<size_t>(std::max(1L, sysconf(_SC_NPROCESSORS_ONLN)));
@@ -113,8 +123,7 @@ Figure run_cases(const CampaignOptions& options, const std::string& part, const 
     Figure figure{.part = part, .what = what, .cases = chosen.size()};
     figure.violations =
         options.jobs > 1 ? run_in_processes(chosen, options.jobs) : run_share(chosen, 0, 1);
-    std::printf("%s\t%s\t%zu\t%zu\n", part.c_str(), what.c_str(), figure.cases, figure.violations);
-    std::fflush(stdout);
+    print(figure);
     return figure;
 }
 

@@ -32,7 +32,13 @@ struct Figure {
     std::string what;
     size_t cases = 0;
     size_t violations = 0; // cases with at least one
+
+    // One more case, and what is wrong with it, which goes to standard error.
+    void count(const Violations& found, const std::string& name);
 };
+
+// Prints a figure as a line of its own, tab separated.
+void print(const Figure& figure);
 
 // Runs the cases, of a sample one in `share`, and prints the figure. What is wrong with a case goes
 // to standard error. A failed expectation of the harness is wrong as well.

@@ -8,9 +8,11 @@
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <memory>
 #include <shadow.h>
 #include <sstream>
 #include <stdexcept>
+#include <utility>
 
 namespace zav::campaign {
 namespace {
@@ -35,17 +37,14 @@ using Homes = std::map<std::string, std::string>; // by account
 class AccountContest {
   public:
     AccountContest();
-    void run_round(int round);
-    const Figure& figure() const { return figure_; }
+    Violations run_round(int round);
 
   private:
     Homes read_homes(Texts& wrong) const;
 
-    HarnessFailures failures_;
     BusyMachine machine_;
     Homes homes_;
     Texts users_ = {"one0", "two0"}; // of the two shares
-    Figure figure_ = {"contention", "rounds of FTP edits beside new accounts"};
 };
 
 AccountContest::AccountContest() {
@@ -81,7 +80,7 @@ Homes AccountContest::read_homes(Texts& wrong) const {
     return homes;
 }
 
-void AccountContest::run_round(int round) {
+Violations AccountContest::run_round(int round) {
     const RunOptions patient = {.time_limit = std::chrono::seconds(120)};
     machine_.remove("/var/log/log.libzav");
     std::vector<StartedRun> edits;
@@ -98,8 +97,8 @@ void AccountContest::run_round(int round) {
             patient));
         homes_[account] = "/home/" + account;
     }
-    Texts wrong;
-    std::string text = "round " + std::to_string(round);
+    Violations wrong;
+    std::string text = "the commands";
     for (size_t at = 0; at < edits.size(); ++at) {
         if (additions[at].wait().returned != 0) {
             wrong.emplace_back("an account could not be added");
@@ -115,28 +114,23 @@ void AccountContest::run_round(int round) {
     if (const Homes homes = read_homes(wrong); homes != homes_) {
         wrong.push_back("/etc/passwd holds \"" + machine_.read(passwd) + "\"");
     }
-    for (const Texts& more : {failures_.take(), machine_.left_over()}) {
-        wrong.insert(wrong.end(), more.begin(), more.end());
-    }
-    figure_.count(wrong, text);
+    const Texts left = machine_.left_over();
+    wrong.insert(wrong.end(), left.begin(), left.end());
+    return with_commands(std::move(wrong), text);
 }
 
 } // namespace
 
-std::vector<Figure> contend_for_accounts(int rounds) {
+std::vector<Figure> contend_for_accounts(const CampaignOptions& options, int rounds) {
     constexpr int rounds_of_one_machine = 60; // not too many accounts for the lines that are read
-    Figure all;
-    for (int done = 0; done < rounds; done += rounds_of_one_machine) {
-        AccountContest contest;
-        for (int round = 0; round < rounds_of_one_machine && done + round < rounds; ++round) {
-            contest.run_round(round);
-        }
-        all.part = contest.figure().part;
-        all.what = contest.figure().what;
-        all.cases += contest.figure().cases;
-        all.violations += contest.figure().violations;
-    }
-    return {all};
+    std::unique_ptr<AccountContest> contest;
+    return {run_rounds(options, "rounds of FTP edits beside new accounts", rounds,
+                       [&contest](int round) {
+                           if (!contest || round % rounds_of_one_machine == 0) {
+                               contest = std::make_unique<AccountContest>();
+                           }
+                           return contest->run_round(round);
+                       })};
 }
 
 } // namespace zav::campaign

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <random>
 #include <sstream>
+#include <utility>
 
 namespace zav::campaign {
 namespace {
@@ -46,8 +47,7 @@ int uses_of_disk(const BusyMachine& machine) {
            count_of(machine.read("/state/hotspares"), " sde");
 }
 
-void run_round(int round, Figure& figure) {
-    HarnessFailures failures;
+Violations run_round(int round) {
     BusyMachine machine;
     std::mt19937 random(static_cast<unsigned>(round));
     std::vector<Texts> commands;
@@ -60,7 +60,7 @@ void run_round(int round, Figure& figure) {
     for (const Texts& command : commands) {
         runs.push_back(machine.start(command, {.time_limit = std::chrono::seconds(120)}));
     }
-    std::string text = "round " + std::to_string(round);
+    std::string text = "the commands";
     int succeeded = 0;
     for (size_t at = 0; at < runs.size(); ++at) {
         const Result result = runs[at].wait();
@@ -70,7 +70,7 @@ void run_round(int round, Figure& figure) {
         text += "; " + commands[at][0] + " " + commands[at].at(3) + " -> " +
                 std::to_string(result.exit_status);
     }
-    Texts wrong = failures.take();
+    Violations wrong;
     if (succeeded != 1) {
         wrong.push_back(std::to_string(succeeded) + " creations succeeded");
     }
@@ -83,17 +83,13 @@ void run_round(int round, Figure& figure) {
         return name.find("mdname.test") == std::string::npos &&
                name.find("dfinfo.") == std::string::npos;
     });
-    figure.count(wrong, text);
+    return with_commands(std::move(wrong), text);
 }
 
 } // namespace
 
-std::vector<Figure> contend_for_disks(int rounds) {
-    Figure figure = {"contention", "rounds of 16 creations on one disk"};
-    for (int round = 0; round < rounds; ++round) {
-        run_round(round, figure);
-    }
-    return {figure};
+std::vector<Figure> contend_for_disks(const CampaignOptions& options, int rounds) {
+    return {run_rounds(options, "rounds of 16 creations on one disk", rounds, run_round)};
 }
 
 } // namespace zav::campaign

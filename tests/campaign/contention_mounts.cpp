@@ -7,6 +7,7 @@
 #include <map>
 #include <random>
 #include <sstream>
+#include <utility>
 
 namespace zav::campaign {
 namespace {
@@ -50,21 +51,18 @@ class MountContest {
         }
         machine_.file(mdfstab, kept_pool_ + "\n").file(netfstab, kept_disk_ + "\n");
     }
-    void run_round(int round);
-    const Figure& figure() const { return figure_; }
+    Violations run_round(int round);
 
   private:
     void check(const char* path, const std::string& kept, bool of_network, Texts& wrong) const;
 
-    HarnessFailures failures_;
     BusyMachine machine_;
     const std::string kept_pool_ = "/dev/data/kept\t/mnt/data/kept\txfs\tdefaults\t0 0";
     const std::string kept_disk_ = "LABEL=kept\t/mnt/netdisk/kept\txfs\tdefaults\t0 0";
     std::vector<Owned> owned_;
-    Figure figure_ = {"contention", "rounds of changes of the mount registers"};
 };
 
-void MountContest::run_round(int round) {
+Violations MountContest::run_round(int round) {
     std::mt19937 random(static_cast<unsigned>(round));
     std::vector<Texts> commands;
     std::vector<StartedRun> runs;
@@ -79,8 +77,8 @@ void MountContest::run_round(int round) {
         commands.push_back(one.exists ? one.deletion() : one.creation());
         runs.push_back(machine_.start(commands.back(), patient));
     }
-    std::string text = "round " + std::to_string(round);
-    Texts wrong;
+    std::string text = "the commands";
+    Violations wrong;
     size_t next = 0;
     for (size_t at = 0; at < runs.size(); ++at) {
         const Result result = runs[at].wait();
@@ -102,10 +100,9 @@ void MountContest::run_round(int round) {
     }
     check(mdfstab, kept_pool_, false, wrong);
     check(netfstab, kept_disk_, true, wrong);
-    for (const Texts& more : {failures_.take(), machine_.left_over()}) {
-        wrong.insert(wrong.end(), more.begin(), more.end());
-    }
-    figure_.count(wrong, text);
+    const Texts left = machine_.left_over();
+    wrong.insert(wrong.end(), left.begin(), left.end());
+    return with_commands(std::move(wrong), text);
 }
 
 void MountContest::check(const char* path, const std::string& kept, bool of_network,
@@ -128,12 +125,10 @@ void MountContest::check(const char* path, const std::string& kept, bool of_netw
 
 } // namespace
 
-std::vector<Figure> contend_for_mounts(int rounds) {
+std::vector<Figure> contend_for_mounts(const CampaignOptions& options, int rounds) {
     MountContest contest;
-    for (int round = 0; round < rounds; ++round) {
-        contest.run_round(round);
-    }
-    return {contest.figure()};
+    return {run_rounds(options, "rounds of changes of the mount registers", rounds,
+                       [&contest](int round) { return contest.run_round(round); })};
 }
 
 } // namespace zav::campaign

@@ -8,10 +8,12 @@
 
 #include <algorithm>
 #include <array>
+#include <memory>
 #include <random>
 #include <set>
 #include <sstream>
 #include <stdexcept>
+#include <utility>
 
 namespace zav::campaign {
 namespace {
@@ -167,8 +169,9 @@ Listing listed(const std::string& output, Texts& wrong) {
 class ShareContest {
   public:
     ShareContest();
-    void run_round(int round);
-    std::vector<Figure> figures() const { return {at_rest_, listings_, undisturbed_}; }
+    Violations run_round(int round);
+    const Figure& listings() const { return listings_; }
+    const Figure& undisturbed() const { return undisturbed_; }
 
   private:
     std::vector<Command> commands_of(Commands& commands, bool is_alone);
@@ -180,11 +183,9 @@ class ShareContest {
                        const std::string& round);
     void check_register_of_mounts(Texts& wrong) const;
 
-    HarnessFailures failures_;
     BusyMachine machine_;
     std::map<std::string, ShareState> states_; // at rest, before the round
     Listing kept_;                             // shares that no writer touches
-    Figure at_rest_ = {"contention", "rounds of share changes, files at rest"};
     Figure listings_ = {"contention", "listings during share changes"};
     Figure undisturbed_ = {"contention", "share changes beside listings only"};
 };
@@ -212,7 +213,6 @@ ShareContest::ShareContest() {
     }
     Texts wrong;
     kept_ = listed(machine_.sharemanage({"--display"}).out, wrong);
-    wrong = failures_.take();
     if (kept_.size() != kept.size() || !wrong.empty()) {
         throw std::runtime_error("the shares to be kept are not listed");
     }
@@ -264,7 +264,7 @@ std::string text_of(const std::vector<Ended>& ended) {
     return text;
 }
 
-void ShareContest::run_round(int round) {
+Violations ShareContest::run_round(int round) {
     Commands commands(static_cast<unsigned>(round));
     const bool is_alone = round % 5 == 4;
     machine_.remove("/var/log/log.libzav");
@@ -281,12 +281,12 @@ void ShareContest::run_round(int round) {
             undisturbed_.count(wrong, text);
         }
     }
-    Texts wrong = failures_.take();
+    Violations wrong;
     check_shares(ended, wrong);
     check_register_of_mounts(wrong);
     const Texts left = machine_.left_over();
     wrong.insert(wrong.end(), left.begin(), left.end());
-    at_rest_.count(wrong, text);
+    return with_commands(std::move(wrong), text);
 }
 
 bool is_open(const ShareState& state) {
@@ -419,12 +419,21 @@ void ShareContest::check_register_of_mounts(Texts& wrong) const {
 
 } // namespace
 
-std::vector<Figure> contend_for_shares(int rounds) {
-    ShareContest contest;
-    for (int round = 0; round < rounds; ++round) {
-        contest.run_round(round);
+std::vector<Figure> contend_for_shares(const CampaignOptions& options, int rounds) {
+    std::unique_ptr<ShareContest> contest;
+    const Figure at_rest = run_rounds(options, "rounds of share changes, files at rest", rounds,
+                                      [&contest](int round) {
+                                          if (!contest) {
+                                              contest = std::make_unique<ShareContest>();
+                                          }
+                                          return contest->run_round(round);
+                                      });
+    if (!contest) {
+        return {at_rest};
     }
-    return contest.figures();
+    print(contest->listings());
+    print(contest->undisturbed());
+    return {at_rest, contest->listings(), contest->undisturbed()};
 }
 
 } // namespace zav::campaign

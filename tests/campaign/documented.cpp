@@ -41,7 +41,6 @@ const std::vector<FailureRow> failures = {
     {"fsmanage-create",          "/sbin/mkfs.xfs ",                     -603,  -603, false, -2051},
     {"fsmanage-create",          "mkfs.reiserfs ",                      -603,  -603, false, -2051},
     // What could not be registered is mounted all the same.
-    {"fsmanage-create",          "mv ",                                    0,     0, true},
     {"fsmanage-create",          "mkdir ",                              -601,     0, false, -327},
     {"fsmanage-create",          "mount ",                              -601,  -601, false, -327},
     {"fsmanage-create",          "chmod ",                              -601,  -601, false, -327},
@@ -61,7 +60,6 @@ const std::vector<FailureRow> failures = {
     {"fsmanage-repair",          "chmod ",                              -601,  -601},
     {"netmanage-create",         "/sbin/mkfs.xfs ",                     -603,  -603},
     {"netmanage-create",         "mkfs.reiserfs ",                      -603,  -603},
-    {"netmanage-create",         "mv ",                                    0,     0, true},
     {"netmanage-create",         "mkdir ",                              -601,     0, false, -327},
     {"netmanage-create",         "mount ",                              -601,  -601, false, -327},
     {"netmanage-create",         "chmod ",                              -601,  -601, false, -327},
@@ -241,10 +239,6 @@ bool may_be_left(const Action& action, const std::string& path) {
         }
         return path.starts_with("/state/") || path == "/proc/mdstat";
     });
-}
-
-bool may_find_nothing(const Action& action) {
-    return action.name.starts_with("fsmanage-delete") || action.name == "netmanage-delete";
 }
 
 bool is_code_of(const std::string& command, int code) {

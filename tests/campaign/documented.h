@@ -41,10 +41,6 @@ const std::vector<ProtectionRow>& protections();
 // it is one whose failure is only logged.
 bool may_be_left(const Action& action, const std::string& path);
 
-// Whether the action ends well, and does nothing, when a register cannot be read: what cannot be
-// seen in it counts as not registered.
-bool may_find_nothing(const Action& action);
-
 // Whether a command may print the code for the front end.
 bool is_code_of(const std::string& command, int code);
 

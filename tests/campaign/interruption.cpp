@@ -63,9 +63,11 @@ bool is_kept(const std::string& action, const std::string& path) {
 // What a failure changes without a failure status, as each action's last steps are ignored; the log
 // tells of it.
 bool is_untold(const std::string& action, const std::string& path) {
-    // A mount that is not registered, and a mount point that stays, are no failure.
-    const bool is_of_mounts = path == "/etc/mdfstab" || path == "/etc/netfstab" ||
-                              path.starts_with("/mnt/") || path.starts_with("/home/ftpuser/");
+    // An entry that a deletion leaves, and a mount point that stays, are no failure.
+    const bool is_kept_entry = action.find("-delete") != std::string::npos &&
+                               (path == "/etc/mdfstab" || path == "/etc/netfstab");
+    const bool is_of_mounts =
+        is_kept_entry || path.starts_with("/mnt/") || path.starts_with("/home/ftpuser/");
     // A disk is initialised whether or not its array lets it go.
     const bool is_of_init = action == "diskmanage-init-member" && path == "/proc/mdstat";
     return is_of_mounts || is_of_init || is_kept(action, path);
@@ -97,43 +99,38 @@ std::string joined(const Texts& texts) {
 
 } // namespace
 
-std::map<std::string, Recording> record_actions(const Arguments& arguments) {
+std::map<std::string, Recording> record_actions(const CampaignOptions& options) {
     constexpr int one_of = 12;
+    const std::string wanted = options.only.substr(0, options.only.find(','));
     std::map<std::string, Recording> recordings;
     int number = 0;
     for (const Action& action : actions()) {
-        const bool is_wanted = arguments.only.empty() || arguments.only == action.name;
-        if (!action.is_listing() && is_wanted && (!arguments.is_sample || number++ % one_of == 0)) {
+        const bool is_wanted = action.name.find(wanted) != std::string::npos;
+        if (!action.is_listing() && is_wanted && (!options.sample || number++ % one_of == 0)) {
             recordings.emplace(action.name, record(action.name));
         }
     }
     return recordings;
 }
 
-Arguments parsed_arguments(int argc, char** argv) {
-    Arguments arguments;
-    for (int at = 1; at < argc; ++at) {
-        const std::string word = argv[at];
-        arguments.is_sample = arguments.is_sample || word == "--sample";
-        arguments.only = word != "--sample" ? word : arguments.only;
+Figure run_interruptions(const CampaignOptions& options, const std::string& part,
+                         const std::string& what,
+                         const std::map<std::string, Recording>& recordings,
+                         const std::vector<Disturbance>& ways) {
+    constexpr size_t sampled = 20;
+    std::vector<Case> cases;
+    for (const Disturbance& how : ways) {
+        cases.push_back({how.described(), [&recordings, &how] {
+                             return Interruption(recordings.at(how.action), how).check();
+                         }});
     }
-    return arguments;
-}
-
-std::vector<Disturbance> sampled(const std::vector<Disturbance>& all, size_t count) {
-    std::vector<Disturbance> some;
-    const size_t taken = std::min(count, all.size());
-    for (size_t at = 0; at < taken; ++at) {
-        some.push_back(all[at * all.size() / taken]);
-    }
-    return some;
+    return run_cases(options, part, what, cases, (cases.size() + sampled - 1) / sampled);
 }
 
 Interruption::Interruption(const Recording& recording, const Disturbance& how)
     : recording_(recording), how_(how), appliance_(how.action) {}
 
 Texts Interruption::check() {
-    const HarnessFailures failures;
     const test::Result first = appliance_.run_disturbed(how_);
     check_files("after the disturbance");
     check_status(first);

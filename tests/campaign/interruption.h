@@ -2,7 +2,7 @@
 // Actions that are disturbed, and what must hold afterwards.
 #pragma once
 
-#include "report.h"
+#include "campaign.h"
 #include "traced_run.h"
 
 #include <functional>
@@ -13,18 +13,14 @@
 
 namespace zav::campaign {
 
-// A part's command line: "--sample", or the name of one action.
-struct Arguments {
-    bool is_sample = false;
-    std::string only;
-};
-Arguments parsed_arguments(int argc, char** argv);
+// The recordings of all changing actions, of every fifth for a sample, or of those named.
+std::map<std::string, Recording> record_actions(const test::CampaignOptions& options);
 
-// The recordings of all changing actions, of every fifth for a sample, or of the one named.
-std::map<std::string, Recording> record_actions(const Arguments& arguments);
-
-// Those that a sample of so many takes, evenly spread.
-std::vector<Disturbance> sampled(const std::vector<Disturbance>& all, size_t count);
+// Disturbs the actions in each of the ways, in about sixty for a sample.
+test::Figure run_interruptions(const test::CampaignOptions& options, const std::string& part,
+                               const std::string& what,
+                               const std::map<std::string, Recording>& recordings,
+                               const std::vector<Disturbance>& ways);
 
 // Runs the action disturbed and then again; what is wrong with the files, the exit status and
 // what is left over, each time.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// campaign_kills [--sample | ACTION]: SIGKILL right before each call that changes something, or
-// starts a command, of every changing action. Afterwards each file is the old or the new one, or
+// campaign_kills [--sample] [--only ACTION]: SIGKILL right before each call that changes something,
+// or starts a command, of every changing action. Afterwards each file is the old or the new one, or
 // its journal is there, and the same action succeeds, or says that it has been done.
 #include "interruption.h"
 
@@ -9,11 +9,9 @@
 
 int main(int argc, char** argv) {
     using namespace zav::campaign;
-    constexpr size_t sample = 20;
-    const Arguments arguments = parsed_arguments(argc, argv);
-    Figure figure = {"kill", "SIGKILL before a call that changes something"};
+    const zav::test::CampaignOptions options = zav::test::campaign_options(argc, argv);
     try {
-        const auto recordings = record_actions(arguments);
+        const auto recordings = record_actions(options);
         std::vector<Disturbance> all;
         for (const auto& [action, recording] : recordings) {
             for (const SystemCall& call : recording.distinct_calls()) {
@@ -22,12 +20,10 @@ int main(int argc, char** argv) {
                 }
             }
         }
-        for (const Disturbance& how : arguments.is_sample ? sampled(all, sample) : all) {
-            figure.count(Interruption(recordings.at(how.action), how).check(), how.described());
-        }
+        return zav::test::status_of({run_interruptions(
+            options, "kill", "SIGKILL before a call that changes something", recordings, all)});
     } catch (const std::exception& error) {
         std::fprintf(stderr, "kills: %s\n", error.what());
         return 1;
     }
-    return print({figure});
 }

@@ -145,9 +145,7 @@ void check_run(const Limit& limit, const Undisturbed& base, const Result& run, c
     if (limit.is_harmless && !is_good) {
         found.push_back("status " + std::to_string(run.exit_status));
     }
-    const bool has_found_nothing =
-        may_find_nothing(action) && differences(base.before, after).empty();
-    if (is_good && !action.is_listing() && !is_unheard && !has_found_nothing) {
+    if (is_good && !action.is_listing() && !is_unheard) {
         for (const std::string& path : differences(base.after, after)) {
             if (may_be_left(action, path)) {
                 continue;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// campaign_system_calls [--sample | ACTION]: each system call of every changing action fails, one
-// per run. Each file is the old or the new one, or its journal is there; nothing is left over; 0
-// means that all is as without the failure; the same action succeeds afterwards.
+// campaign_system_calls [--sample] [--only ACTION]: each system call of every changing action
+// fails, one per run. Each file is the old or the new one, or its journal is there; nothing is left
+// over; 0 means that all is as without the failure; the same action succeeds afterwards.
 #include "interruption.h"
 
 #include <cstdio>
@@ -64,18 +64,14 @@ std::vector<Disturbance> disturbances(const std::map<std::string, Recording>& re
 } // namespace
 
 int main(int argc, char** argv) {
-    constexpr size_t sample = 20;
-    const Arguments arguments = parsed_arguments(argc, argv);
-    Figure figure = {"system calls", "one call of an action failing"};
+    const zav::test::CampaignOptions options = zav::test::campaign_options(argc, argv);
     try {
-        const auto recordings = record_actions(arguments);
+        const auto recordings = record_actions(options);
         const std::vector<Disturbance> all = disturbances(recordings);
-        for (const Disturbance& how : arguments.is_sample ? sampled(all, sample) : all) {
-            figure.count(Interruption(recordings.at(how.action), how).check(), how.described());
-        }
+        return zav::test::status_of({run_interruptions(
+            options, "system calls", "one call of an action failing", recordings, all)});
     } catch (const std::exception& error) {
         std::fprintf(stderr, "system calls: %s\n", error.what());
         return 1;
     }
-    return print({figure});
 }

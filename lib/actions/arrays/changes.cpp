@@ -8,6 +8,7 @@
 #include "base/text.h"
 #include "inventory/array_members.h"
 #include "inventory/arrays.h"
+#include "inventory/disk_use.h"
 #include "inventory/disks.h"
 #include "inventory/groups.h"
 #include "records/raid_level.h"
@@ -104,6 +105,11 @@ Code add_disk(const char* array, const char* channel, Sink& out) {
     }
     if (const Code result = check_unused(change, out); failed(result)) {
         return result;
+    }
+    // Under the claim: the arrays were listed before.
+    if (is_disk_name(change.disk) && is_held_by_kernel(change.disk)) {
+        log_error("'%s' is held by the kernel", change.channel.c_str());
+        return Code::disk_used;
     }
     const std::string command =
         format_text(add_disk_command, change.array->name.c_str(), change.disk.c_str());

@@ -22,7 +22,10 @@ namespace zav {
 
 namespace {
 
-constexpr std::string_view device_directory = "/dev/";
+/// What the kernel calls a member.
+std::string_view disk_of(std::string_view path) {
+    return name_in_dev(path).value_or(path);
+}
 
 bool is_listed(std::string_view path, const std::vector<std::string>& members) {
     return std::ranges::find(members, path) != members.end();
@@ -101,7 +104,7 @@ Code fill_hole(const char* array, MemberTable& table, FoundDisk& missing, Sink& 
 std::string disk_names(const std::vector<std::string>& paths) {
     std::string names;
     for (const std::string& path : paths) {
-        append_item(names, std::string_view(path).substr(device_directory.size()));
+        append_item(names, disk_of(path));
     }
     return names;
 }
@@ -154,7 +157,7 @@ bool claim_array(DiskClaims& claims, const char* array) {
 Code claim_members(DiskClaims& claims, const MemberTable& table, std::string_view found) {
     std::vector<std::string_view> disks;
     for (const std::string_view path : table.members) {
-        const std::string_view disk = path.substr(device_directory.size());
+        const std::string_view disk = disk_of(path);
         if (disk != found) {
             disks.push_back(disk);
         }

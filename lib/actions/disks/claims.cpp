@@ -16,6 +16,9 @@ bool DiskClaims::add(std::string_view device) {
     if (!is_plain_name(disk) || std::ranges::find(claims_, disk, &Claim::disk) != claims_.end()) {
         return true;
     }
+    if (std::ranges::find(refused_, disk) != refused_.end()) {
+        return false;
+    }
     SystemLock lock = SystemLock::take("disk-" + disk, std::chrono::milliseconds(0));
     if (!lock) {
         if (errno == EWOULDBLOCK) {
@@ -23,8 +26,10 @@ bool DiskClaims::add(std::string_view device) {
         } else {
             log_error("'%s' cannot be claimed for %s", disk.c_str(), std::strerror(errno));
         }
+        refused_.push_back(std::move(disk));
         return false;
     }
+    lock.share_with_commands();
     claims_.push_back({std::move(disk), std::move(lock)});
     return true;
 }

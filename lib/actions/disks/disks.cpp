@@ -8,6 +8,7 @@
 #include "sources/diskformat.h"
 #include "sources/hotspare.h"
 
+#include <string>
 #include <string_view>
 
 namespace zav {
@@ -23,9 +24,8 @@ void run_for_disk(std::string_view disk, const std::string& command) {
 }
 
 /// What the kernel calls a disk that is named with or without "/dev/".
-const char* kernel_name(const char* disk) {
-    constexpr std::string_view directory = "/dev/";
-    return std::string_view(disk).starts_with(directory) ? disk + directory.size() : disk;
+std::string kernel_name(std::string_view disk) {
+    return std::string(name_in_dev(disk).value_or(disk));
 }
 
 } // namespace
@@ -44,19 +44,19 @@ void hotspare_command(const char* disk, HotspareMode mode) {
 }
 
 void disk_format(const char* disk) {
-    const char* name = kernel_name(disk);
-    run_for_disk(name, format_text(format_disk_command, name));
+    const std::string name = kernel_name(disk);
+    run_for_disk(name, format_text(format_disk_command, name.c_str()));
 }
 
 void disk_format_unless(const char* disk, std::string_view reason) {
-    const char* name = kernel_name(disk);
+    const std::string name = kernel_name(disk);
     if (reason.empty() && is_disk_name(name) && is_held_by_kernel(name)) {
         reason = held_by_kernel;
     }
     if (reason.empty()) {
-        disk_format(name);
+        disk_format(name.c_str());
     } else {
-        ignore(refuse_command(format_text(format_disk_command, name), reason));
+        ignore(refuse_command(format_text(format_disk_command, name.c_str()), reason));
     }
 }
 

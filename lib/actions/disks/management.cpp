@@ -14,12 +14,16 @@ namespace zav {
 Code zav_set_hotspare(int channel, HotspareMode mode, const char* device, Sink& out) {
     disk_list disks;
     const DiskSites sites = {LogSite::numbered(552), LogSite::numbered(565)};
-    if (const Code result = get_disk(disks, channel, device, sites, out); failed(result)) {
+    const bool is_cleared = mode == HotspareMode::add;
+    DiskClaims claims;
+    bool is_ours = true;
+    const auto claim = [&](const disk_info& disk) {
+        is_ours = !is_cleared || claims.add(disk.name);
+    };
+    if (const Code result = get_claimed_disk(disks, channel, device, sites, claim, out);
+        failed(result)) {
         return result;
     }
-    DiskClaims claims;
-    const bool is_cleared = mode == HotspareMode::add;
-    const bool is_ours = !is_cleared || claims.add(disks.begin()->name);
     display_disk_list listing;
     const bool is_known = mark_disks_in_use(disks, listing, out);
     const display_disk_info& disk = *listing.begin();

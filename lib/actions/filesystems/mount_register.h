@@ -27,6 +27,11 @@ void finish_register_change(const char* path);
 /// that is locked or a line that could not be written.
 Code register_add(const MountRegister& mounts, const char* mntpoint, const std::string& line);
 
+/// Whether the mount point is in the register after register_add(), by this line or another one.
+constexpr bool is_registered(Code result) {
+    return !failed(result) || result == Code::mount_point_registered;
+}
+
 /// Removes the lines of that mount point, and with them all comments and empty lines; without one
 /// the register stays as it is. It keeps its mode and owner. Runs mv. Code::ok,
 /// Code::register_unopened or Code::command_failed.

@@ -227,11 +227,11 @@ Code create_group(vginfo& group, Sink& out) {
         return result;
     }
     disk_list disks;
-    if (failed(get_disk_list(disks, out))) {
+    DiskClaims claims;
+    const auto claim = [&](const disk_list& named) { claim_volumes(named, group, claims); };
+    if (failed(get_claimed_disk_list(disks, claim, out))) {
         return log_return(Code::no_disk_list);
     }
-    DiskClaims claims;
-    claim_volumes(disks, group, claims);
     for (pvinfo& volume : group.physical_volumes) {
         std::string name = volume.name.c_str();
         if (const Code result = claim_new_volume(disks, name, volume.device, claims, out);
@@ -295,10 +295,13 @@ Code extend_group(const char* group, const char* volume) {
 Code extend_group_checked(const char* group, std::string volume, std::string_view device,
                           Sink& out) {
     disk_list disks;
-    if (failed(get_disk_list(disks, out))) {
+    DiskClaims claims;
+    const auto claim = [&](const disk_list& named) {
+        claims.add(device_of_volume(named, volume, device)); // seen again with the check
+    };
+    if (failed(get_claimed_disk_list(disks, claim, out))) {
         return log_return(Code::no_disk_list);
     }
-    DiskClaims claims;
     const Code result = claim_new_volume(disks, volume, device, claims, out);
     return !failed(result) ? extend_group(group, volume.c_str()) : result;
 }

@@ -73,16 +73,19 @@ Code create_netfs(const char* label, const char* device) {
         return Code::fs_not_made;
     }
     const std::string mntpoint = netfs_mount_point(label);
-    ignore(netfstab_add(mntpoint.c_str(), label));
+    const Code registered = netfstab_add(mntpoint.c_str(), label);
     ignore(mntdir_create(mntpoint.c_str()));
-    return !failed(netfs_mount(mntpoint.c_str(), label)) ? Code::ok : Code::fs_not_mounted;
+    if (failed(netfs_mount(mntpoint.c_str(), label))) {
+        return Code::fs_not_mounted;
+    }
+    return is_registered(registered) ? Code::ok : registered;
 }
 
 Code delete_netfs(const char* label, Sink& out) {
     const std::string mntpoint = netfs_mount_point(label);
     const std::string device = device_to_clear(label, out);
     DiskClaims claims;
-    const bool is_claimed = claims.add(last_component(device));
+    const bool is_claimed = claims.add(name_in_dev(device).value_or(device));
     if (failed(check_umount(label, out))) {
         return Code::fs_not_unmounted;
     }

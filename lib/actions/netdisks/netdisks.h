@@ -39,7 +39,8 @@ Code netfstab_add(const char* mntpoint, const char* label);
 Code netfstab_remove(const char* mntpoint);
 
 /// Makes, registers and mounts a network disk. Code::ok; Code::fs_not_made, also when the kernel or
-/// another command uses the device; Code::fs_not_mounted.
+/// another command uses the device; Code::fs_not_mounted; Code::register_unopened for one that is
+/// mounted, but not registered.
 Code create_netfs(const char* label, const char* device);
 
 /// Unmounts a network disk, takes it out of the register and clears its device, if it was mounted

@@ -2,7 +2,7 @@
 // The file with the names of arrays that are being created.
 #include "actions/arrays/name_reservation.h"
 #include "fixtures/array_machine.h"
-#include "fixtures/disk_claim.h"
+#include "fixtures/held_lock.h"
 #include "fixtures/library.h"
 
 #include <algorithm>

@@ -3,7 +3,7 @@
 // the array has slots.
 #include "actions/arrays/recovery.h"
 #include "fixtures/array_machine.h"
-#include "fixtures/disk_claim.h"
+#include "fixtures/held_lock.h"
 #include "fixtures/library.h"
 
 namespace zav::test {

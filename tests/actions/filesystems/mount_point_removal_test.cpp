@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // A mount point is removed with all in it only when nothing is mounted there.
 #include "actions/filesystems/filesystems.h"
-#include "fixtures/disk_claim.h"
+#include "fixtures/held_lock.h"
 #include "fixtures/library.h"
 #include "fixtures/pool_machine.h"
 

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 // diskmanage clears no disk for a hot spare that may be in use.
-#include "fixtures/disk_claim.h"
 #include "fixtures/disk_machine.h"
+#include "fixtures/held_lock.h"
+
+#include <csignal>
 
 namespace zav::test {
 namespace {
@@ -35,6 +37,47 @@ TEST_F(HotspareSafety, RefusesEveryDiskWhenTheGroupsCannotBeListed) {
     expect_refused("no group list");
     machine.group_lines("", "").tool("/sbin/pvdisplay").on("/sbin/pvdisplay -c").exits(5);
     expect_refused("no volumes");
+}
+
+// What the lists of arrays and groups are made of.
+
+TEST_F(HotspareSafety, RefusesEveryDiskWhenTheMembersOfAnArrayCannotBeListed) {
+    machine.with_array().remove("/sys/block/md1/md");
+    const Result run = machine.run({"diskmanage", "--hotspare", "-a", "3"});
+    EXPECT_EQ(run.exit_status, -201 & 0xff);
+    EXPECT_THAT(run.out, testing::EndsWith("for errno '-201'\n"));
+    EXPECT_THAT(changes(run), IsEmpty());
+}
+
+// The kernel tells the members, mdadm the rest.
+TEST_F(HotspareSafety, RefusesAMemberWhateverBecomesOfTheArraysDetails) {
+    machine.array({.name = "md1", .level = "raid1", .members = {{"sdc"}, {"sdd"}}});
+    machine.tool("/sbin/mdadm").on("/sbin/mdadm --detail /dev/md1").exits(1);
+    expect_refused("mdadm failed");
+    machine.tool("/sbin/mdadm").on("/sbin/mdadm --detail /dev/md1").killed_by(SIGKILL);
+    expect_refused("mdadm was killed");
+    machine.tool("/sbin/mdadm").on("/sbin/mdadm --detail /dev/md1").prints("");
+    expect_refused("mdadm is silent");
+    machine.tool("/sbin/mdadm").on("/sbin/mdadm --detail /dev/md1").does("rm -f /tmp/md1.*");
+    expect_refused("mdadm's output is gone");
+}
+
+// The list of disks that arrays and volumes are looked up in fails, unlike the first one.
+TEST_F(HotspareSafety, RefusesAUsedDiskThatCannotBeLookedUp) {
+    const auto fail_after_first = [this] {
+        machine.tool(hotspare_tool)
+            .on("/usr/local/bin/hotspare --list")
+            .prints("Global hotspare disk:\n")
+            .then()
+            .exits(1);
+    };
+    machine.group({.name = "data", .volumes = {{.device = "/dev/sdc"}}});
+    fail_after_first();
+    expect_refused("a volume without a channel");
+    machine.group_lines("", "");
+    machine.array({.name = "md1", .level = "raid1", .members = {{"sdc"}, {"sdd"}}});
+    fail_after_first();
+    expect_refused("a member on an unknown device");
 }
 
 // Tools that end well and tell nothing.
@@ -77,6 +120,39 @@ TEST_F(HotspareSafety, RefusesADiskThatAnotherCommandUses) {
     const HeldLock claim(machine, claim_on("sdc"));
     expect_refused("claimed");
     EXPECT_EQ(machine.run({"diskmanage", "--hotspare", "-a", "4"}).exit_status, 0);
+}
+
+// Another command makes it a hot spare right after this one has read the list of them.
+TEST_F(HotspareSafety, ClaimsADiskBeforeItLooksWhetherItIsAHotspare) {
+    machine.tool(hotspare_tool)
+        .on("/usr/local/bin/hotspare --list")
+        .does("echo 'Global hotspare disk:'; if mkdir /var/first 2>/dev/null; then "
+              "zavbox diskmanage -H -a 3 >/dev/null; echo $? >/var/status; fi");
+    const Result run = machine.run({"diskmanage", "-H", "-a", "3"});
+    EXPECT_EQ(run.exit_status, 0);
+    EXPECT_EQ(machine.read("/var/status"), "55\n"); // -201
+    EXPECT_THAT(changes(run), testing::ElementsAre("/usr/local/bin/diskformat /dev/sdc",
+                                                   "/usr/local/bin/hotspare -a /dev/sdc"));
+}
+
+// Of a command that was killed the tool still runs.
+TEST_F(HotspareSafety, RefusesADiskThatAToolStillClears) {
+    machine.tool(diskformat_tool)
+        .any()
+        .does("if mkdir /var/clearing 2>/dev/null; then "
+              "while ! [ -e /var/go ]; do sleep 0.01; done; fi");
+    machine.file("/script",
+                 "#!/.harness/busybox sh\n"
+                 "zavbox diskmanage -H -a 3 & killed=$!\n"
+                 "while ! [ -e /var/clearing ]; do sleep 0.01; done\n"
+                 "kill -9 $killed; wait $killed\n"
+                 "zavbox diskmanage -H -a 3 >/dev/null; echo while $?\n"
+                 "echo >/var/go\n"
+                 "until zavbox diskmanage -H -a 3 >/dev/null; do sleep 0.01; done\n",
+                 0755);
+    const Result run = machine.run({}, {.argv0 = "script", .program = "/script"});
+    EXPECT_EQ(run.out, "while 55\n");
+    EXPECT_FALSE(machine.exists("/run/zavbox"));
 }
 
 TEST_F(HotspareSafety, RefusesADiskThatTheKernelHolds) {

@@ -193,21 +193,22 @@ TEST_F(FsCreate, LeavesThePoolWhenNoReiserfsCanBeMade) {
     });
 }
 
-TEST_F(FsCreate, MountsAlthoughTheRegisterCannotBeWritten) {
+TEST_F(FsCreate, MountsButReportsWhatCannotBeRegistered) {
     machine.read_only("/etc");
     manage({"-C", "-n", "pool", "-s", "5", "-g", "data"});
-    expect_succeeded();
+    expect_failed(-1066);
     EXPECT_THAT(changes(run), ElementsAre(lvcreate, mkfs, mkdir, protect, mount, open_to_all));
-    EXPECT_THAT(machine.logged(), ElementsAre(StartsWith("cannot open /etc/mdfstab for ")));
+    EXPECT_THAT(machine.logged(), ElementsAre(StartsWith("cannot open /etc/mdfstab for "),
+                                              returned("fsmanage_main", -1066)));
     EXPECT_EQ(machine.read(mdfstab), "");
 }
 
-TEST_F(FsCreate, KeepsTheLineThatHasTheMountPoint) {
+TEST_F(FsCreate, RefusesAMountPointThatIsRegisteredForAnother) {
     const std::string other = "/dev/data/other\t/mnt/data/pool\txfs\tdefaults\t0 0\n";
     machine.file(mdfstab, other);
     manage({"-C", "-n", "pool", "-s", "5", "-g", "data"});
-    expect_succeeded();
-    EXPECT_THAT(changes(run), ElementsAre(lvcreate, mkfs, mkdir, protect, mount, open_to_all));
+    expect_failed(-327);
+    EXPECT_THAT(run.commands, IsEmpty());
     EXPECT_EQ(machine.read(mdfstab), other);
 }
 

@@ -78,6 +78,19 @@ TEST_F(FsDelete, DoesNothingWithoutARegister) {
     EXPECT_FALSE(machine.exists(mdfstab));
 }
 
+TEST_F(FsDelete, DoesNothingWithARegisterThatCannotBeRead) {
+    machine.remove(mdfstab).directory(mdfstab);
+    manage({"-D", "-n", "pool", "-g", "data"});
+    expect_failed(-1);
+    EXPECT_THAT(run.commands, IsEmpty());
+    EXPECT_THAT(machine.logged(), ElementsAre(StartsWith("cannot open /etc/mdfstab for "),
+                                              returned("fsmanage_main", -1)));
+    machine.remove(mdfstab).symlink("mdfstab", mdfstab); // ELOOP
+    manage({"-D", "-n", "pool", "-g", "data"});
+    expect_failed(-1);
+    EXPECT_THAT(run.commands, IsEmpty());
+}
+
 TEST_F(FsDelete, KeepsAPoolThatNoBackupKnows) {
     machine.backup("data", {"first", "pool1"});
     delete_pool();

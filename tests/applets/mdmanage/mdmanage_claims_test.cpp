@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // mdmanage and disks that another command uses, or that no list shows as used.
 #include "fixtures/array_machine.h"
-#include "fixtures/disk_claim.h"
+#include "fixtures/held_lock.h"
 
 #include <algorithm>
 
@@ -42,6 +42,14 @@ TEST_F(ClaimedDisks, AreUsedForAnAddition) {
     machine.running("md1", "raid1", {"sda", "sdb"});
     const HeldLock claim(machine, claim_on("sdc"));
     expect_refused({"mdmanage", "-a", "3", "md1"}, -2030);
+}
+
+// Another command has put it into an array since the arrays were listed.
+TEST_F(ClaimedDisks, AreNotAddedWhenTheKernelHoldsThem) {
+    machine.running("md1", "raid1", {"sda", "sdb"});
+    machine.directory("/sys/block/sdc/holders/md2");
+    expect_refused({"mdmanage", "-a", "3", "md1"}, -2030);
+    EXPECT_THAT(log_texts(machine), Contains("'3' is held by the kernel"));
 }
 
 TEST_F(ClaimedDisks, KeepTheirArray) {

@@ -68,6 +68,19 @@ TEST_F(NetDelete, DoesNothingWithoutARegister) {
     EXPECT_FALSE(machine.exists(netfstab));
 }
 
+TEST_F(NetDelete, DoesNothingWithARegisterThatCannotBeRead) {
+    machine.remove(netfstab).directory(netfstab);
+    manage({"-D", "-n", "disk"});
+    expect_failed(-1);
+    EXPECT_THAT(run.commands, IsEmpty());
+    EXPECT_THAT(machine.logged(), ElementsAre(StartsWith("cannot open /etc/mdfstab for "),
+                                              returned("netmanage_main", -1)));
+    machine.remove(netfstab).symlink("netfstab", netfstab); // ELOOP
+    manage({"-D", "-n", "disk"});
+    expect_failed(-1);
+    EXPECT_THAT(run.commands, IsEmpty());
+}
+
 TEST_F(NetDelete, ClearsNoDiskThatIsNotMounted) {
     machine.mounts({"/dev/sdf /mnt/netdisk/disk1"}).file("/dev/sdf", "");
     machine.symlink("../../sdf", "/dev/disk/by-label/disk");

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // netmanage clears the device of the disk that was named, and none that something else uses.
 #include "applets/netmanage/disk_steps.h"
-#include "fixtures/disk_claim.h"
+#include "fixtures/held_lock.h"
 
 namespace zav::test {
 namespace {

@@ -123,19 +123,20 @@ TEST_F(NetCreate, PutsNoNameThatLooksLikeAnOptionIntoACommand) {
     }
 }
 
-TEST_F(NetCreate, MountsAlthoughTheRegisterCannotBeWritten) {
+TEST_F(NetCreate, MountsButReportsWhatCannotBeRegistered) {
     machine.read_only("/etc");
     manage({"-C", "-n", "disk", "-g", "sdf"});
-    expect_succeeded();
+    expect_failed(-1066);
     EXPECT_THAT(outside(run), ElementsAre(mkfs, mkdir, protect, mount, open_to_all));
-    EXPECT_THAT(machine.logged(), ElementsAre(StartsWith("cannot open /etc/mdfstab for ")));
+    EXPECT_THAT(machine.logged(), ElementsAre(StartsWith("cannot open /etc/mdfstab for "),
+                                              returned("netmanage_main", -1066)));
 }
 
-TEST_F(NetCreate, KeepsTheLineThatHasTheMountPoint) {
+TEST_F(NetCreate, RefusesAMountPointThatIsRegisteredForAnother) {
     machine.file(netfstab, "LABEL=other /mnt/netdisk/disk xfs\n");
     manage({"-C", "-n", "disk", "-g", "sdf"});
-    expect_succeeded();
-    EXPECT_THAT(outside(run), ElementsAre(mkfs, mkdir, protect, mount, open_to_all));
+    expect_failed(-327);
+    EXPECT_THAT(run.commands, IsEmpty());
     EXPECT_EQ(machine.read(netfstab), "LABEL=other /mnt/netdisk/disk xfs\n");
 }
 

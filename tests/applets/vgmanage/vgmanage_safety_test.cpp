@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 // vgmanage takes no disk that something else uses, and no name that a tool takes for an option.
-#include "fixtures/disk_claim.h"
 #include "fixtures/group_machine.h"
+#include "fixtures/held_lock.h"
 #include "fixtures/library.h"
+
+#include <memory>
 
 namespace zav::test {
 namespace {
@@ -45,6 +47,39 @@ TEST_F(VgSafety, ClaimsAllVolumesBeforeTheFirstIsMade) {
     machine.file("/var/go", "");
     EXPECT_EQ(run.wait().exit_status, 0);
     EXPECT_FALSE(machine.exists("/run/zavbox"));
+}
+
+// Another command makes a disk a hot spare right after this one has read the list of them, for the
+// third time: the two before are for the list of groups.
+TEST_F(VgSafety, ClaimsADiskBeforeItLooksWhetherItIsAHotspare) {
+    machine.tool("/usr/local/bin/hotspare")
+        .on("/usr/local/bin/hotspare --list")
+        .does("echo 'Global hotspare disk:'; echo >>/var/lists; "
+              "if [ $(wc -l </var/lists) = 3 ]; then "
+              "zavbox diskmanage -H -a 5 >/dev/null; echo $? >/var/status; fi");
+    machine.tool("/bin/df").any().prints("Filesystem 1K-blocks Used Available Use% Mounted on\n");
+    const Result run = machine.run({"vgmanage", "-C", "-n", "data", "-c", "4,5"});
+    EXPECT_EQ(run.exit_status, 0);
+    EXPECT_EQ(machine.read("/var/status"), "55\n"); // -201
+    EXPECT_THAT(changes(run), Contains("/sbin/vgcreate data  /dev/sdd /dev/sde > /dev/null"));
+    EXPECT_THAT(changes(run), Not(Contains("/usr/local/bin/hotspare -a /dev/sde")));
+}
+
+// It is the claimed disk that was looked at, whatever becomes free meanwhile.
+TEST_F(VgSafety, RefusesADiskThatWasUsedWhenItLookedAtIt) {
+    auto claim = std::make_unique<HeldLock>(machine, claim_on("sde"));
+    machine.tool("/usr/local/bin/hotspare")
+        .on("/usr/local/bin/hotspare --list")
+        .does("echo 'Global hotspare disk:'; echo >>/var/lists; "
+              "if [ $(wc -l </var/lists) = 3 ]; then echo >/var/looking; "
+              "while ! [ -e /var/go ]; do sleep 0.01; done; fi");
+    StartedRun run = machine.start({"vgmanage", "-C", "-n", "data", "-c", "5"});
+    ASSERT_TRUE(machine.appears("/var/looking"));
+    claim.reset();
+    machine.file("/var/go", "");
+    const Result result = run.wait();
+    expect_failure(machine, result, -2043);
+    EXPECT_THAT(changes(result), IsEmpty());
 }
 
 TEST_F(VgSafety, RefusesWhatTheKernelHolds) {

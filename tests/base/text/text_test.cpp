@@ -289,6 +289,15 @@ TEST(StartsWithIgnoringCase, TakesThePrefix) {
     EXPECT_FALSE(starts_with_ignoring_case("xsda", "sda"));
 }
 
+TEST(NameInDev, IsWhatFollowsTheDirectory) {
+    EXPECT_EQ(name_in_dev("/dev/sda"), "sda");
+    EXPECT_EQ(name_in_dev("/dev/mapper/x"), "mapper/x");
+    EXPECT_EQ(name_in_dev("/dev/"), "");
+    for (const char* other : {"", "sda", "/dev", "/devices/sda", " /dev/sda", "dev/sda"}) {
+        EXPECT_EQ(name_in_dev(other), std::nullopt) << other;
+    }
+}
+
 TEST(LastComponent, IsAllAfterTheLastSlash) {
     EXPECT_EQ(last_component("/dev/data/pool"), "pool");
     EXPECT_EQ(last_component("data/pool"), "pool");
