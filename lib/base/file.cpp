@@ -195,6 +195,10 @@ std::optional<std::string> read_attribute_file(const char* path) {
                       : std::nullopt;
 }
 
+bool is_absence(int error) {
+    return error == ENOENT || error == ENXIO || error == ENOMEDIUM || error == ENODEV;
+}
+
 bool write_all(int fd, std::string_view text) {
     const HeldWriteSignals signals;
     while (!text.empty()) {

@@ -59,6 +59,10 @@ std::optional<std::string> read_rest(int fd, std::size_t most = longest_file);
 /// when it cannot be opened or read; errno says why.
 std::optional<std::string> read_attribute_file(const char* path);
 
+/// Whether an error says that there is no such file or device, or nothing in it. Any other leaves
+/// open what is there.
+bool is_absence(int error);
+
 /// False on a write error; errno says why. No signal comes of it.
 bool write_all(int fd, std::string_view text);
 

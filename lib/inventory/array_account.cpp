@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <optional>
 #include <string>
 #include <sys/stat.h>
@@ -32,20 +33,30 @@ std::optional<std::string> attribute(const std::string& directory, std::string_v
     return text;
 }
 
-/// The entries of the members that take part: with a mark such as write_mostly as well.
-std::vector<std::string> members_in_sync(const std::string& directory) {
+/// The entries of the members that take part: with a mark such as write_mostly as well. Nothing
+/// when they cannot be told.
+std::optional<std::vector<std::string>> members_in_sync(const std::string& directory) {
     constexpr std::string_view member_entry = "dev-";
-    auto entries = directory_entries(directory.c_str()).value_or(std::vector<std::string>());
-    std::erase_if(entries, [&](const std::string& entry) {
+    const auto entries = directory_entries(directory.c_str());
+    if (!entries) {
+        return std::nullopt;
+    }
+    std::vector<std::string> members;
+    for (const std::string& entry : *entries) {
         if (!entry.starts_with(member_entry)) {
-            return true;
+            continue;
         }
-        const std::string state = attribute(directory, entry + "/state").value_or("");
-        const auto marks = split(state, ",");
-        return std::ranges::find(marks, "in_sync") == marks.end() ||
-               std::ranges::find(marks, "faulty") != marks.end();
-    });
-    return entries;
+        const auto state = attribute(directory, entry + "/state");
+        if (!state && !is_absence(errno)) {
+            return std::nullopt;
+        }
+        const auto marks = split(state ? std::string_view(*state) : "", ",");
+        if (std::ranges::find(marks, "in_sync") != marks.end() &&
+            std::ranges::find(marks, "faulty") == marks.end()) {
+            members.push_back(entry);
+        }
+    }
+    return members;
 }
 
 /// Whether the disk of a member was pulled out, which an array that writes nothing does not notice:
@@ -74,22 +85,31 @@ ArrayAccount array_account(std::string_view array, std::string_view type) {
     const std::string directory = format_text(array_directory_path, std::string(array).c_str());
     const auto state = attribute(directory, "array_state");
     if (!state) {
-        return ArrayAccount::none;
+        return is_absence(errno) ? ArrayAccount::none : ArrayAccount::unread;
+    }
+    if (*state == "broken") {
+        return ArrayAccount::lost;
     }
     const std::string level = attribute(directory, "level").value_or("");
     const int raid_disks = decimal_int(attribute(directory, "raid_disks").value_or(""));
     const auto members = members_in_sync(directory);
-    const int in_sync = static_cast<int>(members.size());
+    if (!members) {
+        return ArrayAccount::unread;
+    }
+    // An array that was assembled in part and never started has no number of disks yet.
+    if (raid_disks == 0) {
+        return ArrayAccount::unclear;
+    }
+    const int in_sync = static_cast<int>(members->size());
     const auto losses =
         tolerated_losses(level.empty() ? type : std::string_view(level), raid_disks);
-    const bool has_all = raid_disks > 0 && in_sync >= raid_disks;
-    const bool has_enough =
-        has_all || (raid_disks > 0 && losses && raid_disks - in_sync <= *losses);
+    const bool has_all = in_sync >= raid_disks;
+    const bool has_enough = has_all || (losses && raid_disks - in_sync <= *losses);
     const bool is_running = std::ranges::find(running_states, *state) != running_states.end();
-    if (*state == "broken" || (!is_running && !has_enough)) {
+    if (!is_running && !has_enough) {
         return ArrayAccount::lost;
     }
-    if (!is_running || (!has_enough && (!losses || raid_disks == 0))) {
+    if (!is_running || (!has_enough && !losses)) {
         return ArrayAccount::unclear;
     }
     if (!has_enough) {
@@ -97,7 +117,7 @@ ArrayAccount array_account(std::string_view array, std::string_view type) {
     }
     const std::string degraded = attribute(directory, "degraded").value_or(has_all ? "0" : "");
     const bool is_complete =
-        degraded == "0" && std::ranges::none_of(members, [&directory](const std::string& entry) {
+        degraded == "0" && std::ranges::none_of(*members, [&directory](const std::string& entry) {
             return is_pulled(directory, entry);
         });
     return is_complete ? ArrayAccount::complete : ArrayAccount::runs;

@@ -15,7 +15,8 @@ enum class ArrayAccount {
     runs,     ///< with the members that its level needs
     complete, ///< the same, and with all members
     lost,     ///< it lacks more members than its level can do without, or the kernel gave it up
-    unclear   ///< neither can be told, or it has what it needs and was not started
+    unclear,  ///< neither can be told, or it has what it needs and was not started
+    unread    ///< the kernel tells, but it cannot be read: there is no descriptor left, say
 };
 
 /// `type` is what the level is when the kernel does not tell it; it may be empty.

@@ -147,12 +147,6 @@ Code mark_all_mounted(display_disk_list& listing, bool& is_sure) {
     return Code::ok;
 }
 
-/// Whether an error says that there is no such file or device, or nothing in it. Any other leaves
-/// open what is there.
-bool is_absence(int error) {
-    return error == ENOENT || error == ENXIO || error == ENOMEDIUM || error == ENODEV;
-}
-
 /// Whether something that the kernel has built is on a device, by its directory under /sys/block,
 /// or it cannot be told.
 bool has_holders(const std::string& directory) {

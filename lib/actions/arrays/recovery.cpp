@@ -132,10 +132,13 @@ Code check_complete(const char* array, const MemberTable& table) {
 
 /// Code::ok, or Code::array_details_unread with a message for an array that needs no recovery.
 Code check_broken(const char* array, const char* type) {
-    if (array_account(array, type) != ArrayAccount::complete) {
+    const ArrayAccount account = array_account(array, type);
+    if (account != ArrayAccount::complete && account != ArrayAccount::unread) {
         return Code::ok;
     }
-    log_error("'%s' is not recovered: it runs with all its members", array);
+    log_error("'%s' is not recovered: it %s", array,
+              account == ArrayAccount::complete ? "runs with all its members"
+                                                : "may run: its state cannot be read");
     return Code::array_details_unread;
 }
 

@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <optional>
 #include <sys/stat.h>
 
@@ -85,20 +86,23 @@ Code substitute(const backup_pv& volume, RamDisks& ram_disks) {
     return Code::ok;
 }
 
-/// Whether the kernel has the plain disk that a volume is on. A RAM disk loses its volume with the
-/// power.
-bool has_disk(std::string_view disk) {
+/// Whether the kernel has the disk that a volume is on, or it cannot be told: a backup may name it
+/// by a link. A RAM disk loses its volume with the power.
+bool may_have_disk(std::string_view disk) {
     struct stat status = {};
-    return is_plain_name(disk) && !disk.starts_with(ram_prefix) &&
-           ::stat(format_text(disk_attribute_path, std::string(disk).c_str(), "").c_str(),
-                  &status) == 0;
+    if (!is_plain_name(disk) || disk.starts_with(ram_prefix)) {
+        return false;
+    }
+    const std::string path = format_text(disk_attribute_path, std::string(disk).c_str(), "");
+    return ::stat(path.c_str(), &status) == 0 || !is_absence(errno) || !is_kind_of_disk(disk);
 }
 
 /// Whether a volume that the list lacks may be there all the same. LVM lists what it misses, too,
 /// on no device: its silence alone is no proof against an array that runs.
 bool may_be_there(std::string_view device, std::string_view type, bool is_live_sure) {
     const std::string_view disk = whole_disk_name(device);
-    return disk.starts_with("md") ? !may_be_given_up(disk, type) : !is_live_sure && has_disk(disk);
+    return disk.starts_with("md") ? !may_be_given_up(disk, type)
+                                  : !is_live_sure && may_have_disk(disk);
 }
 
 /// Whether an array under a volume would be given up, or the volume replaced, though nothing says

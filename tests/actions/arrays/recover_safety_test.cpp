@@ -187,6 +187,14 @@ TEST_F(SafeRecovery, IsNotForAnArrayThatRunsWithAllItsMembers) {
     }
 }
 
+TEST_F(SafeRecovery, IsNotForAnArrayWhoseStateCannotBeRead) {
+    details(3, three);
+    kernel_says("clean", "0");
+    machine.remove("/sys/block/md1/md/array_state").directory("/sys/block/md1/md/array_state");
+    recover();
+    expect_kept("it may run: its state cannot be read");
+}
+
 TEST_F(SafeRecovery, IsNotForAStripeThatRuns) {
     details(3, three);
     kernel_says("clean", ""); // levels that do not degrade have no such file

@@ -87,6 +87,29 @@ TEST_F(DoubtfulArray, IsKeptWhenItHasAllMembersAndWasNotStarted) {
     expect_stopped();
 }
 
+// udev found some of its disks: it has no number of them before it was started.
+TEST_F(DoubtfulArray, IsKeptWhenItWasAssembledInPartAndNeverStarted) {
+    array("raid5", {{"sdc"}, {"sdd"}}, "inactive");
+    machine.file("/sys/block/md1/md/raid_disks", "\n");
+    no_details();
+    expect_stopped();
+    machine.file("/sys/block/md1/md/raid_disks", "0\n");
+    expect_stopped();
+}
+
+// Too many open files, an I/O error: what makes a tool fail makes this fail, too.
+TEST_F(DoubtfulArray, IsKeptWhenTheKernelsAccountCannotBeRead) {
+    for (const char* unreadable : {"array_state", "dev-sdd/state"}) {
+        array("raid1", {{"sdc"}, {"sdd"}}, "clean");
+        machine.file("/sys/block/md1/md/dev-sdc/state", "faulty\n");
+        const std::string path = std::string("/sys/block/md1/md/") + unreadable;
+        machine.remove(path).directory(path);
+        no_details();
+        expect_stopped();
+        machine.remove(path);
+    }
+}
+
 TEST_F(DoubtfulArray, IsGivenUpWhenTheKernelShowsItLost) {
     for (const char* state : {"clean", "active", "inactive", "write-pending"}) {
         array("raid5", {{"sdc"}, {"sdd", "faulty"}, {"sde", "faulty,blocked"}}, state);
@@ -228,6 +251,13 @@ TEST_F(DoubtfulDisk, IsKeptWhenItIsThereAndNoSureListHasNoVolumeOnIt) {
     }
     machine.sees_nothing_that_can_be_read();
     expect_stopped("sdf", -1);
+}
+
+TEST_F(DoubtfulDisk, IsKeptWhenItCannotBeToldWhichItIs) {
+    list().exits(5);
+    expect_stopped("wwn-0x5000c500a1b2c3d4");
+    machine.symlink("sdq", "/sys/block/sdq");
+    expect_stopped("sdq");
 }
 
 TEST_F(DoubtfulDisk, IsReplacedWhenASureListHasNoVolumeOnIt) {
