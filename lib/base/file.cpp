@@ -302,13 +302,15 @@ std::optional<std::vector<std::string>> directory_entries(const char* path) {
         return std::nullopt;
     }
     std::vector<std::string> names;
+    errno = 0; // which is all that tells an error from the end
     while (const dirent* entry = ::readdir(directory.get())) {
         const std::string_view name = entry->d_name;
         if (name != "." && name != "..") {
             names.emplace_back(name);
         }
+        errno = 0;
     }
-    return names;
+    return errno == 0 ? std::optional(std::move(names)) : std::nullopt;
 }
 
 bool lock_and_wait(int fd) {

@@ -107,7 +107,7 @@ bool replace_file(const std::string& path, std::string_view text, const FileRigh
 bool replace_checked_file(const std::string& path, std::string_view text, const FileRights& rights);
 
 /// The entries of a directory in the directory's own order, without "." and "..".
-/// Nothing when it cannot be opened.
+/// Nothing when it cannot be opened, or read to its end; errno says why.
 std::optional<std::vector<std::string>> directory_entries(const char* path);
 
 enum class LockResult { locked, held_by_other, failed };

@@ -60,12 +60,16 @@ Code write_user_file(const std::string& path, const Lines& lines) {
     return has_no_room ? Code::ftp_user_file_unwritten : Code::ftp_user_file_unopened;
 }
 
-void remove_user_file(std::string_view user) {
+/// Takes a user from the FTP server. With its file the user would go on reaching the share: one
+/// that stays is Code::ftp_user_file_unwritten.
+Code remove_user_file(std::string_view user) {
     merge_user('d', user);
     const std::string path = ftp_user_path(user);
-    if (::unlink(path.c_str()) == 0) {
-        ignore(sync_directory_of(path));
+    if (::unlink(path.c_str()) != 0) {
+        const bool is_gone = errno == ENOENT;
+        return is_gone ? Code::ok : fail_with_errno(Code::ftp_user_file_unwritten);
     }
+    return sync_directory_of(path) ? Code::ok : fail_with_errno(Code::ftp_user_file_unwritten);
 }
 
 } // namespace
@@ -137,6 +141,11 @@ Code check_ftp_user(std::string_view user, AccountLock& accounts) {
     return accounts.take() ? Code::ok : Code::lines_unread; // last: it makes the lock's file
 }
 
+Code check_bound_user(AccountLock& accounts) {
+    const auto lines = read_file_lines(passwd_path);
+    return !lines ? lines.code() : accounts.take() ? Code::ok : Code::lines_unread;
+}
+
 Code ftp_user_set(const share_info& share) {
     const auto defaults = read_file_lines(ftp_user_path(default_ftp_user).c_str());
     if (!defaults) {
@@ -160,9 +169,9 @@ Code ftp_user_remove(const share_info& share, AccountLock& accounts) {
     if (!is_ftp_user_name(user) || failed(rewrite_home(user, own_home(user), accounts))) {
         return log_return(Code::home_not_rewritten);
     }
-    remove_user_file(user);
+    const Code removed = remove_user_file(user);
     ignore(conf_save(ftp_user_list));
-    return Code::ok;
+    return removed;
 }
 
 Code ftp_bind(const share_info& share, AccountLock& accounts) {
@@ -189,7 +198,9 @@ Code ftp_mod(const share_info& share, std::string_view old_user) {
         if (!can_be_freed || failed(rewrite_home(old_user, own_home(old_user), accounts))) {
             return log_return(Code::share_not_edited, LogSite::numbered(679));
         }
-        remove_user_file(old_user);
+        if (failed(remove_user_file(old_user))) {
+            return log_return(Code::share_not_edited);
+        }
     }
     if (const Code result = ftp_bind(share, accounts); failed(result)) {
         log_failure(result);
