@@ -86,22 +86,18 @@ bool finish_replacement(const char* path) {
         }
         return true;
     }
-    const JournalEntry& entry = entries->front();
-    const auto content = read_file(path);
+    const FileContent content = read_file(path);
     if (!content && errno != ENOENT) {
         return false;
     }
-    if (!is_unfinished(entry, content)) {
-        log_error("the change of %s that was cut short is dropped: it was changed since", path);
+    const bool is_finished =
+        finish_files({&entries->front(), 1}, {&content, 1}, [path](auto, const std::string& text) {
+            return is_durable(path, text) || replace_file(path, text, rights_of_journal(path));
+        });
+    if (is_finished) {
         remove_traces(path);
-        return true;
     }
-    if (!is_durable(path, entry.text) && !replace_file(path, entry.text, rights_of_journal(path))) {
-        return false;
-    }
-    remove_traces(path);
-    log_error("finished the change of %s that was cut short", path);
-    return true;
+    return is_finished;
 }
 
 Replacement replace_by_command(const char* path, std::string_view text,
