@@ -207,6 +207,17 @@ TEST_F(InterruptedChange, IsNotTakenBackOnceItWasComplete) {
     EXPECT_EQ(machine.read(smb_recycle), recycled_pub("anna"));
 }
 
+TEST_F(InterruptedChange, IsWhatAListingReadsOfTargets) {
+    const std::string target =
+        target_of("pub.20240502140305", "/dev/data/pub", "\tIncomingUser anna secret\n");
+    machine.file(share_register, register_section({.service = "iscsi", .path = "/dev/data/pub"}));
+    machine.file(change_journal, journal_text({{{targets, target, ""}}}));
+    for (const std::size_t written : {0U, 40U, 100U}) {
+        machine.file(targets, target.substr(0, written));
+        EXPECT_EQ(listed(), "pub|iSCSI|anna\n") << written;
+    }
+}
+
 TEST_F(InterruptedChange, IsNotWhatAListingReadsOfAFileThatWasChangedSince) {
     cut_short(0);
     machine.file(share_register, register_section({.service = "nfs", .comment = "by hand"}));
