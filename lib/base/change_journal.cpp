@@ -3,6 +3,7 @@
 
 #include "base/file.h"
 #include "base/log.h"
+#include "base/shared_sync.h"
 #include "base/text.h"
 
 #include <algorithm>
@@ -356,7 +357,7 @@ void remove_journal(std::string_view path) {
     const bool was_back = ::unlink(back_path(path).c_str()) == 0;
     if (was_there || was_back) {
         // Else it could be there again after a power cut, when the files have changed since.
-        [[maybe_unused]] const bool is_durable = sync_directory_of(std::string(path));
+        [[maybe_unused]] const bool is_durable = sync_names_beside(std::string(path));
     }
 }
 

@@ -118,7 +118,7 @@ FileRights rights_of_journal(std::string_view path);
 /// room. False when that cannot be made durable.
 bool turn_journal_back(std::string_view path);
 
-/// Removes the journal of `path`, for good.
+/// Removes the journal of `path`, for good when the operation ends: see SharedSync.
 void remove_journal(std::string_view path);
 
 } // namespace zav

@@ -37,8 +37,9 @@ bool is_directory(const char* path) {
 std::optional<std::vector<std::string>> ftp_users() {
     auto names = directory_entries(ftp_users_directory);
     if (names) {
-        std::erase_if(
-            *names, [](const std::string& name) { return !is_regular_file(ftp_user_path(name)); });
+        std::erase_if(*names, [](const std::string& name) {
+            return NewFile::is_name(name) || !is_regular_file(ftp_user_path(name));
+        });
     }
     return names;
 }
@@ -128,7 +129,8 @@ Result<std::string> user_of_share(std::string_view share) {
             return Code::lines_unread;
         }
         const auto root = file ? local_root(*file) : std::nullopt;
-        if (root && name != default_ftp_user && last_component(*root) == share) {
+        const bool is_user = name != default_ftp_user && !NewFile::is_name(name);
+        if (root && is_user && last_component(*root) == share) {
             user = name; // of several the one that a list of shares shows
         }
     }

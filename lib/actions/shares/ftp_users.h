@@ -57,8 +57,8 @@ Code ftp_mod(const share_info& share, std::string_view old_user);
 /// The home of the users that are bound to shares.
 inline constexpr std::string_view ftp_home = "/home/ftpuser";
 
-/// Binds the share's user, unless it is the default one: its home first. Code::ok or the code of
-/// the step that failed.
+/// Binds the share's user, unless it is the default one: its home first, once its file is written
+/// and waits for its place. Code::ok or the code of the step that failed.
 Code ftp_bind(const share_info& share, AccountLock& accounts);
 
 } // namespace zav

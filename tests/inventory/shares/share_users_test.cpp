@@ -166,6 +166,16 @@ TEST_F(ShareUsers, FtpUsersAreTheRegularFiles) {
     EXPECT_TRUE(run.has_returned);
 }
 
+// The run that wrote it was killed.
+TEST_F(ShareUsers, FileThatIsNotInItsPlaceIsNoUsers) {
+    machine.file("/etc/vsftpd/.anna.new", "local_root=/home/ftpuser/a\n");
+    machine.operation([] {
+        EXPECT_THAT(*get_user(24, 31), ElementsAre("ftpuser"));
+        return 0;
+    });
+    EXPECT_EQ(user_of("a"), "");
+}
+
 TEST_F(ShareUsers, FtpUsersComeInTheDirectorysOrderUntilTheSlotsAreFull) {
     for (int number = 0; number < 50; ++number) {
         machine.file("/etc/vsftpd/user" + std::to_string(number * 7919 % 1000), "");
