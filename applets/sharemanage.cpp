@@ -12,6 +12,8 @@
 #include "applets/tables.h"
 #include "base/checks.h"
 #include "base/codes.h"
+#include "base/log.h"
+#include "base/shared_sync.h"
 #include "base/text.h"
 #include "inventory/share_checks.h"
 #include "inventory/shares.h"
@@ -200,12 +202,21 @@ Code repair_share_arg_check(const Arguments& arguments) {
     return !failed(result) ? Code::ok : log_return(result);
 }
 
+/// The end of an action: what it has done is on the disk, or it has failed.
+Code end_on_disk(SharedSync& sync, Code result, Code failure) {
+    const bool has_worked =
+        !failed(result) || result == Code::share_listed || result == Code::share_not_listed;
+    return sync.finish() || !has_worked ? result : fail_with_errno(failure);
+}
+
 int create(const Arguments& arguments) {
     share_info share;
     if (const Code result = create_share_arg_check(arguments, share); failed(result)) {
         return refuse(result);
     }
-    return end(create_share(share, arguments.group, standard_output()));
+    SharedSync sync;
+    const Code result = create_share(share, arguments.group, standard_output());
+    return end(end_on_disk(sync, result, Code::share_not_created));
 }
 
 /// Removes all shares but the one of that name. False when there is none.
@@ -239,7 +250,9 @@ int delete_named(const Arguments& arguments) {
     if (const Code result = delete_share_arg_check(arguments); failed(result)) {
         return refuse(result);
     }
-    return end(delete_share(arguments.name, standard_output()));
+    SharedSync sync;
+    const Code result = delete_share(arguments.name, standard_output());
+    return end(end_on_disk(sync, result, Code::share_not_deleted));
 }
 
 int edit(const Arguments& arguments) {
@@ -252,7 +265,9 @@ int edit(const Arguments& arguments) {
         return fail(Code::bad_state, 2017); // support knows the number
     }
     const bool in_use = state == "1" || is_on_device(share);
-    const Code result = edit_share(share, in_use ? 1 : 0, standard_output());
+    SharedSync sync;
+    const Code edited = edit_share(share, in_use ? 1 : 0, standard_output());
+    const Code result = end_on_disk(sync, edited, Code::share_not_edited);
     return result == Code::share_not_listed ? number_of(result) : end(result);
 }
 
@@ -264,7 +279,9 @@ int repair(const Arguments& arguments) {
     if (!has_file_system(*find_service(type))) {
         return 0; // a device has no file system of ours
     }
-    return end(repair_share(arguments.name, type, arguments.group, standard_output()));
+    SharedSync sync;
+    const Code result = repair_share(arguments.name, type, arguments.group, standard_output());
+    return end(end_on_disk(sync, result, Code::share_not_repaired));
 }
 
 int restore(const Arguments& arguments) {
@@ -272,7 +289,9 @@ int restore(const Arguments& arguments) {
     if (const Code result = restore_share_arg_check(arguments, share); failed(result)) {
         return refuse(result);
     }
-    const Code result = restore_share(share, arguments.group);
+    SharedSync sync;
+    const Code restored = restore_share(share, arguments.group);
+    const Code result = end_on_disk(sync, restored, Code::share_not_restored);
     return result == Code::share_listed ? number_of(result) : end(result);
 }
 

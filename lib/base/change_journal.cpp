@@ -3,6 +3,7 @@
 
 #include "base/file.h"
 #include "base/log.h"
+#include "base/shared_sync.h"
 #include "base/text.h"
 
 #include <algorithm>
@@ -11,6 +12,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <iterator>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -174,7 +176,78 @@ std::optional<ChangeFailure> change_under_journal(std::string_view owner,
     return std::nullopt;
 }
 
+/// How many bytes are only in one of two texts, between what they share in front and at the end.
+std::size_t distance(std::string_view text, std::string_view other) {
+    const auto [front, other_front] =
+        std::mismatch(text.begin(), text.end(), other.begin(), other.end());
+    const auto rest = std::make_reverse_iterator(front);
+    const auto other_rest = std::make_reverse_iterator(other_front);
+    const auto [back, other_back] = std::mismatch(text.rbegin(), rest, other.rbegin(), other_rest);
+    return static_cast<std::size_t>((rest - back) + (other_rest - other_back));
+}
+
+bool is_made_from_old(const JournalEntry& entry, std::string_view content) {
+    return distance(content, entry.before) < distance(content, entry.text);
+}
+
+/// What a journal says about a file, whose content is known.
+FileContent settled_text(const std::vector<JournalEntry>& entries, std::string_view path,
+                         const FileContent& content) {
+    std::vector<FileContent> contents;
+    for (const JournalEntry& entry : entries) {
+        contents.push_back(entry.path == path ? content : read_file(entry.path.c_str()));
+    }
+    const auto texts = settled_texts(entries, contents);
+    const auto entry = std::ranges::find(entries, path, &JournalEntry::path);
+    return entry != entries.end() ? texts[static_cast<std::size_t>(entry - entries.begin())]
+                                  : std::nullopt;
+}
+
 } // namespace
+
+std::vector<FileContent> settled_texts(std::span<const JournalEntry> entries,
+                                       std::span<const FileContent> contents) {
+    bool is_whole = true;
+    bool is_edited_old = false;
+    std::vector<bool> is_ours;
+    for (std::size_t place = 0; place < entries.size(); ++place) {
+        is_ours.push_back(is_unfinished(entries[place], contents[place]));
+        if (is_ours.back()) {
+            is_whole = is_whole && contents[place] == entries[place].text;
+        } else {
+            is_edited_old = is_edited_old || is_made_from_old(entries[place], *contents[place]);
+        }
+    }
+    const bool is_taken_back = is_edited_old && !is_whole;
+    std::vector<FileContent> texts;
+    for (std::size_t place = 0; place < entries.size(); ++place) {
+        const JournalEntry& entry = entries[place];
+        texts.push_back(!is_ours[place] ? std::nullopt
+                        : is_taken_back ? FileContent(entry.before)
+                                        : FileContent(entry.text));
+    }
+    return texts;
+}
+
+bool finish_files(std::span<const JournalEntry> entries, std::span<const FileContent> contents,
+                  const std::function<bool(std::size_t place, const std::string& text)>& write) {
+    const auto texts = settled_texts(entries, contents);
+    for (std::size_t place = 0; place < entries.size(); ++place) {
+        const JournalEntry& entry = entries[place];
+        const char* path = entry.path.c_str();
+        if (!texts[place]) {
+            log_error("the change of %s that was cut short is dropped: it was changed since", path);
+            continue;
+        }
+        if (!write(place, *texts[place])) {
+            return false;
+        }
+        const bool is_new = *texts[place] == entry.text;
+        log_error("%s the change of %s that was cut short", is_new ? "finished" : "took back",
+                  path);
+    }
+    return true;
+}
 
 bool is_unfinished(const JournalEntry& entry, const std::optional<std::string>& content) {
     if (!content) {
@@ -284,7 +357,7 @@ void remove_journal(std::string_view path) {
     const bool was_back = ::unlink(back_path(path).c_str()) == 0;
     if (was_there || was_back) {
         // Else it could be there again after a power cut, when the files have changed since.
-        [[maybe_unused]] const bool is_durable = sync_directory_of(std::string(path));
+        [[maybe_unused]] const bool is_durable = sync_names_beside(std::string(path));
     }
 }
 
@@ -322,28 +395,33 @@ void forget_prepared_change(std::string_view owner) {
     ::unlink(room_path(owner).c_str());
 }
 
-std::optional<std::string> read_settled(const char* path, std::string_view owner) {
+std::optional<std::string> read_settled(const char* path, std::string_view owner,
+                                        bool* was_opened) {
     // The journal is looked for after the file is open: who replaces the file keeps it until the
     // new one is whole, and who rewrites it, in place, waits for this lock first.
     constexpr int attempts = 3;
     for (int attempt = 0; attempt < attempts; ++attempt) {
         const FileDescriptor fd = FileDescriptor::open_regular(path, O_RDONLY);
         const int error = errno;
+        if (was_opened != nullptr) {
+            *was_opened = bool(fd);
+        }
         if (fd && !lock_for_reading(fd.get())) {
             return std::nullopt;
         }
         // Whoever may not read the journal reads what there is.
         const auto entries = read_journal(owner).value_or(std::vector<JournalEntry>());
-        const auto entry = std::ranges::find(entries, path, &JournalEntry::path);
         auto content = fd ? read_rest(fd.get()) : std::nullopt;
-        const bool is_known = content || (!fd && error == ENOENT);
-        if (entry != entries.end() && is_known && is_unfinished(*entry, content)) {
-            return entry->text;
+        const int read_error = fd ? errno : error;
+        if (content || (!fd && error == ENOENT)) {
+            if (auto text = settled_text(entries, path, content)) {
+                return text;
+            }
         }
+        errno = read_error;
         if (fd) {
             return content;
         }
-        errno = error;
     }
     return std::nullopt;
 }

@@ -11,6 +11,7 @@
 
 #include "base/file.h"
 
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -29,6 +30,22 @@ struct JournalEntry {
 /// short has left of it: each byte is the new one, the old one, or a zero of room that was not
 /// filled yet. Else somebody has changed it since, and it stays as it is.
 bool is_unfinished(const JournalEntry& entry, const std::optional<std::string>& content);
+
+/// What a file holds; nothing when it is missing.
+using FileContent = std::optional<std::string>;
+
+/// What each file of a change that was cut short is to hold; nothing for one that stays as it is,
+/// since somebody has changed it. The others are finished, or all are taken back: of a share that
+/// moves from one file to another, the one without the other would lose the users, or serve it for
+/// ever. The edited file tells which, as it was made from the old text or from the new one. What
+/// was whole in all others is never taken back.
+std::vector<FileContent> settled_texts(std::span<const JournalEntry> entries,
+                                       std::span<const FileContent> contents);
+
+/// Finishes a change that was cut short: `write` gives the file at a place its text. What becomes
+/// of each file is logged. False when one cannot be written; the journal is left to the caller.
+bool finish_files(std::span<const JournalEntry> entries, std::span<const FileContent> contents,
+                  const std::function<bool(std::size_t place, const std::string& text)>& write);
 
 /// A file that is to be changed, open for writing and locked against other writers.
 struct FileChange {
@@ -83,8 +100,10 @@ std::optional<std::vector<JournalEntry>> read_journal(std::string_view path);
 /// The whole of a file whose changes go through the journal of `owner`, as it was before a change
 /// or as it is after it. Waits for a change that is under way, at most for longest_wait; after one
 /// that was cut short it is what the file is to become. Whoever may not read the journal gets the
-/// file as it is. Nothing when it cannot be read; errno says why.
-std::optional<std::string> read_settled(const char* path, std::string_view owner);
+/// file as it is. Nothing when it cannot be read; errno says why, and `was_opened` whether the file
+/// could be opened.
+std::optional<std::string> read_settled(const char* path, std::string_view owner,
+                                        bool* was_opened = nullptr);
 
 /// Writes and syncs the journal of `path`; readable by its owner alone, unless the one file in it
 /// is, too, for others: some hold secrets. False when it cannot be written; there is none then.
@@ -99,7 +118,7 @@ FileRights rights_of_journal(std::string_view path);
 /// room. False when that cannot be made durable.
 bool turn_journal_back(std::string_view path);
 
-/// Removes the journal of `path`, for good.
+/// Removes the journal of `path`, for good when the operation ends: see SharedSync.
 void remove_journal(std::string_view path);
 
 } // namespace zav

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "base/file.h"
 
+#include "base/shared_sync.h"
 #include "base/signals.h"
 
 #include <algorithm>
@@ -112,36 +113,13 @@ void unlink_quietly(const std::string& path) {
     errno = error;
 }
 
-/// Writes the new content of a file beside it. Nothing when that fails; errno says why.
-FileDescriptor write_beside(const std::string& path, std::string_view text,
-                            const FileRights& rights) {
-    const std::string beside = path_beside(path);
-    ::unlink(beside.c_str()); // of a run that was killed
+/// Writes a new file, which gets its rights last: nobody else reads it before, and a write would
+/// take some of them away.
+bool write_new(int fd, std::string_view text, const FileRights& rights) {
     const bool is_given_away = rights.owner && rights.group;
-    const mode_t first_mode = is_given_away ? S_IRUSR | S_IWUSR : rights.mode;
-    FileDescriptor fd =
-        FileDescriptor::open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL, first_mode);
-    if (!fd) {
-        return {};
-    }
-    const bool has_rights =
-        !is_given_away || (::fchown(fd.get(), *rights.owner, *rights.group) == 0 &&
-                           ::fchmod(fd.get(), rights.mode) == 0);
-    if (!has_rights || !write_all(fd.get(), text)) {
-        unlink_quietly(beside);
-        return {};
-    }
-    return fd;
-}
-
-/// Puts what was written beside a file into its place when it is ready, else removes it.
-bool move_into_place(const std::string& path, bool is_ready) {
-    const std::string beside = path_beside(path);
-    if (is_ready && ::rename(beside.c_str(), path.c_str()) == 0) {
-        return true;
-    }
-    unlink_quietly(beside);
-    return false;
+    return write_all(fd, text) &&
+           (!is_given_away ||
+            (::fchown(fd, *rights.owner, *rights.group) == 0 && ::fchmod(fd, rights.mode) == 0));
 }
 
 } // namespace
@@ -260,10 +238,14 @@ bool sync_with_name(int fd) {
     return ::syncfs(fd) == 0;
 }
 
-bool sync_directory_of(const std::string& path) {
+std::string directory_of(const std::string& path) {
     const std::string directory = path.substr(0, path.rfind('/') + 1);
+    return directory.empty() ? "." : directory;
+}
+
+bool sync_directory_of(const std::string& path) {
     const FileDescriptor fd =
-        FileDescriptor::open(directory.empty() ? "." : directory.c_str(), O_RDONLY | O_DIRECTORY);
+        FileDescriptor::open(directory_of(path).c_str(), O_RDONLY | O_DIRECTORY);
     return fd && ::fsync(fd.get()) == 0;
 }
 
@@ -274,18 +256,61 @@ FileRights rights_of(int fd) {
                : FileRights{};
 }
 
+NewFile::NewFile(const std::string& path, std::string_view text, const FileRights& rights)
+    : path_(path) {
+    remove_new_file(path);
+    const mode_t mode = rights.owner && rights.group ? S_IRUSR | S_IWUSR : rights.mode;
+    std::string beside = path_beside(path);
+    fd_ = FileDescriptor::open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL, mode);
+    if (fd_) {
+        beside_ = std::move(beside); // which takes no memory that may run out
+    }
+    if (fd_ && !write_new(fd_.get(), text, rights)) {
+        *this = NewFile();
+    }
+}
+
+NewFile& NewFile::operator=(NewFile&& other) noexcept {
+    std::swap(path_, other.path_);
+    std::swap(beside_, other.beside_);
+    std::swap(fd_, other.fd_);
+    return *this;
+}
+
+NewFile::~NewFile() {
+    if (!beside_.empty()) {
+        unlink_quietly(beside_);
+    }
+}
+
+bool NewFile::is_name(std::string_view name) {
+    return name.starts_with('.') && name.ends_with(".new");
+}
+
+bool NewFile::take_place() {
+    const bool is_renamed = ::rename(beside_.c_str(), path_.c_str()) == 0;
+    if (is_renamed) {
+        beside_.clear();
+    }
+    return is_renamed;
+}
+
+void remove_new_file(const std::string& path) {
+    ::unlink(path_beside(path).c_str());
+}
+
 bool replace_file(const std::string& path, std::string_view text, const FileRights& rights) {
-    const FileDescriptor fd = write_beside(path, text, rights);
-    return fd && move_into_place(path, ::fsync(fd.get()) == 0) && sync_directory_of(path);
+    NewFile file(path, text, rights);
+    return file && ::fsync(file.get()) == 0 && file.take_place() && sync_names_beside(path);
 }
 
 bool replace_checked_file(const std::string& path, std::string_view text,
                           const FileRights& rights) {
-    const FileDescriptor fd = write_beside(path, text, rights);
-    if (!fd || !move_into_place(path, true)) {
+    NewFile file(path, text, rights);
+    if (!file || !file.take_place()) {
         return false;
     }
-    const bool is_durable = sync_with_name(fd.get());
+    const bool is_durable = sync_with_name(file.get());
     if (!is_durable) {
         unlink_quietly(path);
     }
@@ -306,13 +331,15 @@ std::optional<std::vector<std::string>> directory_entries(const char* path) {
         return std::nullopt;
     }
     std::vector<std::string> names;
+    errno = 0; // which is all that tells an error from the end
     while (const dirent* entry = ::readdir(directory.get())) {
         const std::string_view name = entry->d_name;
         if (name != "." && name != "..") {
             names.emplace_back(name);
         }
+        errno = 0;
     }
-    return names;
+    return errno == 0 ? std::optional(std::move(names)) : std::nullopt;
 }
 
 bool lock_and_wait(int fd) {

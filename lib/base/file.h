@@ -88,7 +88,10 @@ bool sync_files(std::span<const int> fds);
 /// Makes a file that was just made, or renamed, durable together with its name, by one call.
 bool sync_with_name(int fd);
 
-/// Makes the names in the directory of `path` durable.
+/// The directory of a path.
+std::string directory_of(const std::string& path);
+
+/// Makes the names in the directory of `path` durable, now.
 bool sync_directory_of(const std::string& path);
 
 /// Who owns a file, and who may do what with it.
@@ -101,9 +104,42 @@ struct FileRights {
 /// Those of an open file.
 FileRights rights_of(int fd);
 
-/// Puts a new file in the place of `path` in one step: written and synced beside it as ".NAME.new",
-/// then renamed. False on any failure; errno says why. The old file is untouched then, unless only
-/// the sync of the directory failed: the new one is in its place, and a power cut may undo that.
+/// What a file is to become, beside it as ".NAME.new" until it takes its place in one step. Removed
+/// unless it does.
+class NewFile {
+  public:
+    NewFile() = default;
+    /// Writes it, in the place of what a run that was killed has left. None when that fails; errno
+    /// says why.
+    NewFile(const std::string& path, std::string_view text, const FileRights& rights);
+    NewFile(NewFile&& other) noexcept
+        : path_(std::move(other.path_)), beside_(std::exchange(other.beside_, "")),
+          fd_(std::move(other.fd_)) {}
+    NewFile& operator=(NewFile&& other) noexcept;
+    ~NewFile();
+
+    explicit operator bool() const { return bool(fd_); }
+    [[nodiscard]] int get() const { return fd_.get(); }
+
+    /// Whether `name` is one of a file that is not in its place.
+    static bool is_name(std::string_view name);
+
+    /// Puts it into the place of the old file. Once its content is on the disk: else a power cut
+    /// may leave none.
+    bool take_place();
+
+  private:
+    std::string path_;
+    std::string beside_; ///< empty once it is in its place
+    FileDescriptor fd_;
+};
+
+/// Removes what a run that was killed has left beside a file. Nobody else may be writing it.
+void remove_new_file(const std::string& path);
+
+/// Puts a new file in the place of `path` in one step: written and synced beside it, then renamed.
+/// False on any failure; errno says why. The old file is untouched then, unless only the sync of
+/// the directory failed: the new one is in its place, and a power cut may undo that.
 bool replace_file(const std::string& path, std::string_view text, const FileRights& rights);
 
 /// The same with one call to the disk in place of two: the name may be on it before the content.
@@ -111,7 +147,7 @@ bool replace_file(const std::string& path, std::string_view text, const FileRigh
 bool replace_checked_file(const std::string& path, std::string_view text, const FileRights& rights);
 
 /// The entries of a directory in the directory's own order, without "." and "..".
-/// Nothing when it cannot be opened.
+/// Nothing when it cannot be opened, or read to its end; errno says why.
 std::optional<std::vector<std::string>> directory_entries(const char* path);
 
 enum class LockResult { locked, held_by_other, failed };

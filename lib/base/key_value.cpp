@@ -136,12 +136,10 @@ FileCode code_of_open(FileCode otherwise) {
 
 /// The file's text between two changes; a code when it cannot be opened or read.
 FileCode read_text(const char* path, std::string& text) {
-    if (const FileDescriptor fd = FileDescriptor::open_regular(path, O_RDONLY); !fd) {
-        return code_of_open(FileCode::not_opened);
-    }
-    auto content = read_settled(path, path);
+    bool was_opened = false;
+    auto content = read_settled(path, path, &was_opened);
     if (!content) {
-        return FileCode::unread;
+        return was_opened ? FileCode::unread : code_of_open(FileCode::not_opened);
     }
     text = std::move(*content);
     return FileCode::ok;
@@ -199,15 +197,16 @@ bool finish_change(const char* path, Change& change) {
         return entries.has_value();
     }
     const int fd = change.fd.get();
-    const std::string& text = entries->front().text;
-    if (is_unfinished(entries->front(), change.text)) {
-        if (!rewrite(fd, text) || !sync_files({&fd, 1})) {
-            return false;
-        }
-        change.text = text;
+    const FileContent content = change.text;
+    const bool is_finished =
+        finish_files({&entries->front(), 1}, {&content, 1}, [&](auto, const std::string& text) {
+            change.text = text;
+            return rewrite(fd, text) && sync_files({&fd, 1});
+        });
+    if (is_finished) {
+        remove_journal(path);
     }
-    remove_journal(path);
-    return true;
+    return is_finished;
 }
 
 FileCode open_to_change(const char* path, Change& change) {

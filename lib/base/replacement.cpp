@@ -4,6 +4,7 @@
 #include "base/change_journal.h"
 #include "base/file.h"
 #include "base/log.h"
+#include "base/shared_sync.h"
 
 #include <array>
 #include <cerrno>
@@ -41,6 +42,7 @@ bool put_back(const char* path, std::string_view text, const FileRights& rights)
 /// Ends a replacement: the file is whole.
 void remove_traces(const char* path) {
     ::unlink(old_path(path).c_str());
+    remove_new_file(path);
     remove_journal(path);
 }
 
@@ -55,15 +57,23 @@ void take_back(const char* path, std::string_view before, const FileRights& righ
     }
 }
 
+/// Makes durable what the command has left, which is the new content: by `copy`, which is on the
+/// disk already, where there is one.
+bool make_durable(const char* path, std::string_view text, NewFile& copy) {
+    return copy && copy.take_place() ? sync_names_beside(path) : is_durable(path, text);
+}
+
 /// Runs the command. When that fails, or the file does not get the content, puts the old one back.
 Replacement run_or_put_back(const char* path, std::string_view text, std::string_view before,
-                            const FileRights& rights, const std::function<WaitStatus()>& run) {
+                            const FileRights& rights, NewFile& copy,
+                            const std::function<WaitStatus()>& run) {
     const bool has_worked = !failed(run());
-    if (has_worked && is_durable(path, text)) {
+    const bool is_new = has_worked && read_file(path) == text;
+    if (is_new && make_durable(path, text, copy)) {
         remove_traces(path);
         return Replacement::done;
     }
-    if (has_worked) {
+    if (has_worked && !is_new) {
         log_error("%s does not hold what was moved there: it stays as it was", path);
     }
     take_back(path, before, rights);
@@ -84,24 +94,21 @@ bool finish_replacement(const char* path) {
         if (!is_lost || ::rename(old_path(path).c_str(), path) != 0) {
             ::unlink(old_path(path).c_str());
         }
+        remove_new_file(path);
         return true;
     }
-    const JournalEntry& entry = entries->front();
-    const auto content = read_file(path);
+    const FileContent content = read_file(path);
     if (!content && errno != ENOENT) {
         return false;
     }
-    if (!is_unfinished(entry, content)) {
-        log_error("the change of %s that was cut short is dropped: it was changed since", path);
+    const bool is_finished =
+        finish_files({&entries->front(), 1}, {&content, 1}, [path](auto, const std::string& text) {
+            return is_durable(path, text) || replace_file(path, text, rights_of_journal(path));
+        });
+    if (is_finished) {
         remove_traces(path);
-        return true;
     }
-    if (!is_durable(path, entry.text) && !replace_file(path, entry.text, rights_of_journal(path))) {
-        return false;
-    }
-    remove_traces(path);
-    log_error("finished the change of %s that was cut short", path);
-    return true;
+    return is_finished;
 }
 
 Replacement replace_by_command(const char* path, std::string_view text,
@@ -111,13 +118,18 @@ Replacement replace_by_command(const char* path, std::string_view text,
     const std::array<JournalEntry, 1> entries = {
         {{.path = path, .text = std::string(text), .before = before.value_or("")}}};
     const FileRights rights = rights_of(old.get());
+    if (!before) {
+        return Replacement::not_begun;
+    }
+    // The journal's sync is that of the copy as well; without one the command's file is synced.
+    NewFile copy(path, text, rights);
     // On a read-only file system nothing can be lost.
-    if (!before || !(write_journal(path, entries, rights) || errno == EROFS)) {
+    if (!(write_journal(path, entries, rights) || errno == EROFS)) {
         return Replacement::not_begun;
     }
     // Without it the old content is written anew if need be.
     [[maybe_unused]] const bool is_kept = ::link(path, old_path(path).c_str()) == 0;
-    return run_or_put_back(path, text, *before, rights, run);
+    return run_or_put_back(path, text, *before, rights, copy, run);
 }
 
 } // namespace zav

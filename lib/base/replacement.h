@@ -2,9 +2,10 @@
 /// \file
 /// Files whose new content a command moves into their place. The command may be cut short, and
 /// where it has to copy there is a time without the file: the journal of the file has the new
-/// content until it is verified, and the old file stays beside it as ".NAME.zav.old". Whoever
-/// replaces a file needs a lock that keeps others from doing the same: the one on the file goes
-/// with the old inode.
+/// content until it is verified, and the old file stays beside it as ".NAME.zav.old". What the
+/// command has written then gives way to a copy that was synced with the journal. Whoever replaces
+/// a file needs a lock that keeps others from doing the same: the one on the file goes with the old
+/// inode.
 #pragma once
 
 #include "base/command.h"

@@ -23,10 +23,6 @@ namespace {
 
 constexpr std::size_t most_lines = 301;
 
-// For the look-up of a path's user.
-constexpr std::size_t looked_up_users = 24;
-constexpr std::size_t looked_up_length = 31;
-
 bool is_regular_file(const std::string& path) {
     struct stat status = {};
     return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
@@ -37,12 +33,13 @@ bool is_directory(const char* path) {
     return ::stat(path, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-/// The names of the regular files in the FTP server's directory; nothing when it cannot be opened.
+/// The names of the regular files in the FTP server's directory; nothing when it cannot be read.
 std::optional<std::vector<std::string>> ftp_users() {
     auto names = directory_entries(ftp_users_directory);
     if (names) {
-        std::erase_if(
-            *names, [](const std::string& name) { return !is_regular_file(ftp_user_path(name)); });
+        std::erase_if(*names, [](const std::string& name) {
+            return NewFile::is_name(name) || !is_regular_file(ftp_user_path(name));
+        });
     }
     return names;
 }
@@ -119,15 +116,25 @@ Presence check_user_from_vsftpd(std::string_view user) {
     return presence(std::ranges::find(*names, user) != names->end());
 }
 
-std::optional<std::string> user_of_path(std::string_view path) {
-    for (const std::string& name :
-         get_user(looked_up_users, looked_up_length).value_or(std::vector<std::string>())) {
-        const std::string file = read_file(ftp_user_path(name).c_str()).value_or("");
-        if (local_root(file) == path) {
-            return name;
+Result<std::string> user_of_share(std::string_view share) {
+    const auto names = directory_entries(ftp_users_directory);
+    if (!names && errno != ENOENT && errno != ENOTDIR) {
+        return Code::lines_unread;
+    }
+    std::string user;
+    for (const std::string& name : names.value_or(std::vector<std::string>())) {
+        const auto file = read_file(ftp_user_path(name).c_str());
+        const bool is_none = !file && (errno == ENOENT || errno == EISDIR || errno == EINVAL);
+        if (!file && !is_none) {
+            return Code::lines_unread;
+        }
+        const auto root = file ? local_root(*file) : std::nullopt;
+        const bool is_user = name != default_ftp_user && !NewFile::is_name(name);
+        if (root && is_user && last_component(*root) == share) {
+            user = name; // of several the one that a list of shares shows
         }
     }
-    return std::nullopt;
+    return user;
 }
 
 } // namespace zav

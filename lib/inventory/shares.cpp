@@ -82,6 +82,7 @@ struct ShareTexts {
     FileText registered{can_be_read ? read_unless_absent(share_register_path) : std::nullopt};
     FileText samba{can_be_read ? read_unless_absent(samba_path) : std::nullopt};
     FileText exports{can_be_read ? read_share_file(exports_path) : std::nullopt};
+    FileText targets{can_be_read ? read_share_file(targets_path) : std::nullopt};
 
     ShareTexts() { lock.close(); }
 };
@@ -199,16 +200,20 @@ Code get_shareinfo_from_iSCSI(share_list& list) {
     return Code::ok;
 }
 
-Code get_shareinfo_from_ietd(share_list& list) {
+/// The command tells whether there is a file of targets. It may copy half a change: what counts is
+/// the file as it was when the others were read.
+Code get_shareinfo_from_ietd(const FileText& file, share_list& list) {
     const Capture capture(iscsi_capture);
     if (failed(capture.run_and_log(format_text(targets_command, capture.path())))) {
         return fail_with_errno(Code::command_failed);
     }
-    const auto output = capture.read();
-    if (!output) {
+    if (!capture.read()) {
         return fail_with_errno(Code::targets_unread);
     }
-    scan_iscsi_targets(*output, list);
+    if (!file.text) {
+        return file.fail(Code::targets_unread);
+    }
+    scan_iscsi_targets(*file.text, list);
     return Code::ok;
 }
 
@@ -283,7 +288,7 @@ Code collect_shares(share_list& list) {
     }
     measure_shares(list);
     const Code result = get_shareinfo_from_iSCSI(list);
-    return failed(result) ? result : get_shareinfo_from_ietd(list);
+    return failed(result) ? result : get_shareinfo_from_ietd(files.targets, list);
 }
 
 void merge_forbidden_shares(share_list& list) {

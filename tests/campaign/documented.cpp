@@ -95,6 +95,7 @@ const std::vector<FailureRow> failures = {
     {"sharemanage-forbid-ftp",   "mv /tmp/passwd.",                     -502,  -502},
     {"sharemanage-use-ftp",      "umount ",                             -602,  -602},
     {"sharemanage-use-ftp",      "rm -rf ",                                0,     0, true},
+    {"sharemanage-use-ftp-from", "mv /tmp/mdfstab.",                    -507,  -507},
     {"sharemanage-use",          "mv /tmp/mdfstab.",                       0,     0, true},
     {"sharemanage-use",          "mkdir ",                              -601,     0},
     {"sharemanage-use",          "mount ",                              -601,  -601},

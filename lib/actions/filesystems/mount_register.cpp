@@ -79,9 +79,7 @@ struct LockedRegister {
 
 /// Writes the whole register anew, and makes it durable.
 bool rewrite_register(const LockedRegister& mounts, const std::string& text) {
-    const int fd = mounts.fd.get();
-    const FileChange change = {mounts.path, fd, mounts.text, text};
-    return !change_files(mounts.path, {&change, 1}, rights_of(fd));
+    return replace_file(mounts.path, text, rights_of(mounts.fd.get()));
 }
 
 /// The text with a line at its end.

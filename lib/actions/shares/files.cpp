@@ -108,29 +108,12 @@ Code open_and_lock(const char* path, FileDescriptor& fd, bool& was_made, Code un
     return Code::file_locked;
 }
 
-/// Writes what a journal's entry says, unless somebody has changed the file since.
-bool finish_one(const JournalEntry& entry, int fd) {
-    const char* path = entry.path.c_str();
-    const auto content = ::lseek(fd, 0, SEEK_SET) == 0 ? read_rest(fd) : std::nullopt;
-    if (!content) {
-        return false;
-    }
-    if (!is_unfinished(entry, content)) {
-        log_error("the change of %s that was cut short is dropped: it was changed since", path);
-        return true;
-    }
-    const bool is_finished = rewrite(fd, entry.text);
-    if (is_finished) {
-        log_error("finished the change of %s that was cut short", path);
-    }
-    return is_finished;
-}
-
 /// Writes what the entries of a journal say. Code::ok, Code::file_locked,
 /// Code::service_file_unopened or Code::share_register_unwritten.
 Code finish(const std::vector<JournalEntry>& entries, const FileDescriptor& register_fd) {
     std::list<FileDescriptor> opened;
     std::vector<int> fds;
+    std::vector<FileContent> contents;
     for (const JournalEntry& entry : entries) {
         const bool is_the_register = entry.path == share_register_path;
         FileDescriptor fd;
@@ -147,13 +130,17 @@ Code finish(const std::vector<JournalEntry>& entries, const FileDescriptor& regi
         if (!lock_for_rewriting(fds.back())) {
             return Code::file_locked;
         }
-    }
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        if (!finish_one(entries[i], fds[i])) {
+        contents.push_back(::lseek(fds.back(), 0, SEEK_SET) == 0 ? read_rest(fds.back())
+                                                                 : std::nullopt);
+        if (!contents.back()) {
             return Code::share_register_unwritten;
         }
     }
-    return sync_files(fds) ? Code::ok : Code::share_register_unwritten;
+    const bool is_finished =
+        finish_files(entries, contents, [&fds](std::size_t place, const std::string& text) {
+            return rewrite(fds[place], text);
+        });
+    return is_finished && sync_files(fds) ? Code::ok : Code::share_register_unwritten;
 }
 
 /// Finishes the change that a run of this program began and could not end.
@@ -264,9 +251,9 @@ Code ShareFiles::open(const std::vector<const ShareFile*>& files) {
     return Code::ok;
 }
 
-Code ShareFiles::unwritten_code(const std::list<Rewrite>& rewrites, std::size_t place) {
+Code ShareFiles::code_of_failure(const std::list<Rewrite>& rewrites, std::size_t place) {
     const auto file = std::next(rewrites.begin(), static_cast<std::ptrdiff_t>(place));
-    return zav::unwritten_code(*file->file->file);
+    return unwritten_code(*file->file->file);
 }
 
 std::vector<FileChange> ShareFiles::changes_of(const std::list<Rewrite>& rewrites) {
@@ -291,7 +278,7 @@ Code ShareFiles::rewrite_all(const std::list<Rewrite>& rewrites) {
     if (!failure) {
         return Code::ok;
     }
-    return failure->is_locked ? Code::file_locked : unwritten_code(rewrites, failure->file);
+    return failure->is_locked ? Code::file_locked : code_of_failure(rewrites, failure->file);
 }
 
 Code ShareFiles::make_rewrites(const std::vector<const ShareFile*>& files,
@@ -349,7 +336,7 @@ Code ShareFiles::prepare(const std::vector<const ShareFile*>& files) {
     if (!full) {
         return Code::ok;
     }
-    const Code unwritten = unwritten_code(prepared_, *full);
+    const Code unwritten = code_of_failure(prepared_, *full);
     prepared_.clear();
     return unwritten;
 }

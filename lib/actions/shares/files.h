@@ -81,7 +81,7 @@ class ShareFiles {
     Code open_one(const ShareFile& file);
     Code make_rewrites(const std::vector<const ShareFile*>& files, std::list<Rewrite>& rewrites);
     static std::vector<FileChange> changes_of(const std::list<Rewrite>& rewrites);
-    static Code unwritten_code(const std::list<Rewrite>& rewrites, std::size_t place);
+    static Code code_of_failure(const std::list<Rewrite>& rewrites, std::size_t place);
     Code carry_out(std::list<Rewrite>& rewrites);
     Code rewrite_all(const std::list<Rewrite>& rewrites);
 

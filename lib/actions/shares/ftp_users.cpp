@@ -7,6 +7,7 @@
 #include "base/file.h"
 #include "base/log.h"
 #include "base/replacement.h"
+#include "base/shared_sync.h"
 #include "base/text.h"
 #include "inventory/share_users.h"
 #include "platform/conf_save.h"
@@ -19,7 +20,7 @@
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <vector>
+#include <utility>
 
 namespace zav {
 
@@ -38,11 +39,26 @@ void merge_user(char action, std::string_view user) {
     ignore(run_and_log(format_text(merge_user_command, action, ftp_user_path(user).c_str())));
 }
 
-Code write_user_file(const std::string& path, const Lines& lines) {
+Code code_of_unwritten_file() {
+    const bool has_no_room = errno == ENOSPC || errno == EDQUOT || errno == EFBIG || errno == EIO;
+    return has_no_room ? Code::ftp_user_file_unwritten : Code::ftp_user_file_unopened;
+}
+
+/// The file of the share's user, not yet in its place: a user whose file is cut short would see
+/// every share.
+Result<NewFile> make_user_file(const share_info& share) {
+    const auto defaults = read_file_lines(ftp_user_path(default_ftp_user).c_str());
+    if (!defaults) {
+        return defaults.code();
+    }
+    if (!is_ftp_user_name(share.users)) {
+        return Code::ftp_user_file_unopened;
+    }
     std::string text;
-    for (const std::string& line : lines) {
+    for (const std::string& line : ftp_user_lines(*defaults, share)) {
         text += line;
     }
+    const std::string path = ftp_user_path(share.users);
     struct stat status = {};
     const bool is_there = ::lstat(path.c_str(), &status) == 0;
     if (is_there && !S_ISREG(status.st_mode)) {
@@ -52,20 +68,38 @@ Code write_user_file(const std::string& path, const Lines& lines) {
     if (is_there) {
         rights = {status.st_mode & ftp_user_file_mode, status.st_uid, status.st_gid};
     }
-    // A user whose file is cut short would see every share.
-    if (replace_file(path, text, rights)) {
-        return Code::ok;
-    }
-    const bool has_no_room = errno == ENOSPC || errno == EDQUOT || errno == EFBIG || errno == EIO;
-    return has_no_room ? Code::ftp_user_file_unwritten : Code::ftp_user_file_unopened;
+    NewFile file(path, text, rights);
+    return file ? Result<NewFile>(std::move(file)) : code_of_unwritten_file();
 }
 
-void remove_user_file(std::string_view user) {
+/// Puts the user's file, which is on the disk, into its place, and hands it to the FTP server.
+Code put_user_file(std::string_view user, NewFile& file) {
+    if (!file.take_place() || !sync_names_beside(ftp_user_path(user))) {
+        return code_of_unwritten_file();
+    }
+    merge_user('a', user);
+    ignore(conf_save(ftp_user_list));
+    return Code::ok;
+}
+
+/// Whether what is written to the file is synced whenever that is done for the other's journal.
+bool is_synced_with(const NewFile& file, const char* path) {
+    struct stat own = {};
+    struct stat other = {};
+    return ::fstat(file.get(), &own) == 0 && ::stat(directory_of(path).c_str(), &other) == 0 &&
+           own.st_dev == other.st_dev;
+}
+
+/// Takes a user from the FTP server. With its file the user would go on reaching the share: one
+/// that stays is Code::ftp_user_file_unwritten.
+Code remove_user_file(std::string_view user) {
     merge_user('d', user);
     const std::string path = ftp_user_path(user);
-    if (::unlink(path.c_str()) == 0) {
-        ignore(sync_directory_of(path));
+    if (::unlink(path.c_str()) != 0) {
+        const bool is_gone = errno == ENOENT;
+        return is_gone ? Code::ok : fail_with_errno(Code::ftp_user_file_unwritten);
     }
+    return sync_names_beside(path) ? Code::ok : fail_with_errno(Code::ftp_user_file_unwritten);
 }
 
 } // namespace
@@ -137,22 +171,17 @@ Code check_ftp_user(std::string_view user, AccountLock& accounts) {
     return accounts.take() ? Code::ok : Code::lines_unread; // last: it makes the lock's file
 }
 
+Code check_bound_user(AccountLock& accounts) {
+    const auto lines = read_file_lines(passwd_path);
+    return !lines ? lines.code() : accounts.take() ? Code::ok : Code::lines_unread;
+}
+
 Code ftp_user_set(const share_info& share) {
-    const auto defaults = read_file_lines(ftp_user_path(default_ftp_user).c_str());
-    if (!defaults) {
-        return defaults.code();
+    auto file = make_user_file(share);
+    if (!file) {
+        return file.code();
     }
-    if (!is_ftp_user_name(share.users)) {
-        return Code::ftp_user_file_unopened;
-    }
-    const Code result =
-        write_user_file(ftp_user_path(share.users), ftp_user_lines(*defaults, share));
-    if (failed(result)) {
-        return result;
-    }
-    merge_user('a', share.users);
-    ignore(conf_save(ftp_user_list));
-    return Code::ok;
+    return ::fsync(file->get()) == 0 ? put_user_file(share.users, *file) : code_of_unwritten_file();
 }
 
 Code ftp_user_remove(const share_info& share, AccountLock& accounts) {
@@ -160,9 +189,9 @@ Code ftp_user_remove(const share_info& share, AccountLock& accounts) {
     if (!is_ftp_user_name(user) || failed(rewrite_home(user, own_home(user), accounts))) {
         return log_return(Code::home_not_rewritten);
     }
-    remove_user_file(user);
+    const Code removed = remove_user_file(user);
     ignore(conf_save(ftp_user_list));
-    return Code::ok;
+    return removed;
 }
 
 Code ftp_bind(const share_info& share, AccountLock& accounts) {
@@ -172,8 +201,17 @@ Code ftp_bind(const share_info& share, AccountLock& accounts) {
     if (!is_ftp_user_name(share.users)) {
         return Code::ftp_user_file_unopened;
     }
+    auto file = make_user_file(share);
+    if (!file) {
+        return file.code();
+    }
     const Code result = rewrite_home(share.users, ftp_home, accounts);
-    return failed(result) ? result : ftp_user_set(share);
+    if (failed(result)) {
+        return result;
+    }
+    return is_synced_with(*file, passwd_path) || ::fsync(file->get()) == 0
+               ? put_user_file(share.users, *file)
+               : code_of_unwritten_file();
 }
 
 Code ftp_mod(const share_info& share, std::string_view old_user) {
@@ -189,7 +227,9 @@ Code ftp_mod(const share_info& share, std::string_view old_user) {
         if (!can_be_freed || failed(rewrite_home(old_user, own_home(old_user), accounts))) {
             return log_return(Code::share_not_edited, LogSite::numbered(679));
         }
-        remove_user_file(old_user);
+        if (failed(remove_user_file(old_user))) {
+            return log_return(Code::share_not_edited);
+        }
     }
     if (const Code result = ftp_bind(share, accounts); failed(result)) {
         log_failure(result);

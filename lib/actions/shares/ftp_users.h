@@ -38,13 +38,17 @@ void finish_account_change();
 Code ftp_user_set(const share_info& share);
 
 /// Takes the share's user from the FTP server and gives it its own home again. Runs mv, fxml.
-/// Code::ok or Code::home_not_rewritten.
+/// Code::ok, Code::home_not_rewritten, or Code::ftp_user_file_unwritten when its file stays.
 Code ftp_user_remove(const share_info& share, AccountLock& accounts);
 
 /// Whether a user can be bound, before anything is changed for it: reads /etc/passwd and the
 /// default user's file, and takes the lock. Nothing is asked for the default user. Code::ok; a code
 /// of read_file_lines(), also without the lock; Code::ftp_user_file_unopened.
 Code check_ftp_user(std::string_view user, AccountLock& accounts);
+
+/// Whether a user can be given its own home again, before anything is changed for it: reads
+/// /etc/passwd and takes the lock. Code::ok, or a code of read_file_lines(), also without the lock.
+Code check_bound_user(AccountLock& accounts);
 
 /// Binds the share's user, new homes first, instead of `old_user`. Code::ok or
 /// Code::share_not_edited.
@@ -53,8 +57,8 @@ Code ftp_mod(const share_info& share, std::string_view old_user);
 /// The home of the users that are bound to shares.
 inline constexpr std::string_view ftp_home = "/home/ftpuser";
 
-/// Binds the share's user, unless it is the default one: its home first. Code::ok or the code of
-/// the step that failed.
+/// Binds the share's user, unless it is the default one: its home first, once its file is written
+/// and waits for its place. Code::ok or the code of the step that failed.
 Code ftp_bind(const share_info& share, AccountLock& accounts);
 
 } // namespace zav

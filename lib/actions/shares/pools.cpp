@@ -5,6 +5,7 @@
 #include "actions/filesystems/mount_register.h"
 #include "actions/pools/pools.h"
 #include "actions/shares/ftp_users.h"
+#include "base/change_journal.h"
 #include "base/codes.h"
 #include "base/command.h"
 #include "base/log.h"
@@ -14,8 +15,11 @@
 #include "platform/models.h"
 #include "platform/services.h"
 #include "sources/fs_repair.h"
+#include "sources/fstab.h"
+#include "sources/mdfstab.h"
 
 #include <algorithm>
+#include <cerrno>
 
 namespace zav {
 
@@ -70,13 +74,15 @@ std::string share_path(std::string_view type, const char* group, const char* nam
 
 Result<GroupName> find_pool_group(const char* pool, Sink& out) {
     pool_list pools;
-    if (const Code result = pool_list_get(pools, out); result == Code::pool_output_unread) {
-        return result;
+    const Code listed = pool_list_get(pools, out);
+    if (listed == Code::pool_output_unread) {
+        return listed;
     }
     const auto found = std::ranges::find_if(
         pools, [pool](const pool_info& record) { return last_component(record.name) == pool; });
     if (found == pools.end()) {
-        return GroupName();
+        // Without LVM no pool is listed, and what is not known to be gone is not forgotten.
+        return failed(listed) ? Result<GroupName>(listed) : GroupName();
     }
     if (!is_plain_name(found->vgname.view())) {
         log_error("no command takes the group '%s' of pool '%s'", found->vgname.c_str(), pool);
@@ -117,18 +123,26 @@ void unregister_mount(const share_info& share, const GroupName& group) {
     ignore(mntdir_remove(path.c_str()));
 }
 
+Code unregister_mount_point(const std::string& mntpoint) {
+    const Code result = mdfstab_remove(mntpoint.c_str());
+    if (!failed(result)) {
+        return Code::ok;
+    }
+    const auto text = read_settled(mdfstab_path, mdfstab_path);
+    const bool is_registered = text ? register_has(*text, mntpoint.c_str()) : errno != ENOENT;
+    return is_registered ? result : Code::ok;
+}
+
 Code remove_share_pool(const share_info& share, const GroupName& group, Sink& out) {
     if (group.empty()) {
         return Code::ok;
     }
     const char* name = share.name.c_str();
     const Code result = pool_remove(name, group.c_str(), out);
-    if (result == Code::no_such_pool) {
-        return Code::ok;
-    }
-    if (result != Code::command_failed) {
+    if (result != Code::no_such_pool && result != Code::command_failed) {
         return result;
     }
+    // Without LVM no pool is listed, either: only a list that could be made tells that it is gone.
     return check_lvname(name, out) == Presence::absent ? Code::ok : Code::pool_not_removed;
 }
 

@@ -17,7 +17,8 @@ namespace zav {
 std::string share_path(std::string_view type, const char* group, const char* name);
 
 /// The group of a pool, by the pool list; empty when there is no such pool, or when the group's
-/// name can be in no command, which is logged. Code::pool_output_unread.
+/// name can be in no command, which is logged. Code::pool_output_unread; Code::pool_tool_failed
+/// when the tool failed without listing the pool.
 Result<GroupName> find_pool_group(const char* pool, Sink& out);
 
 /// Makes the mount point, mounts the pool there and registers it. Code::ok; Code::fs_not_mounted,
@@ -36,8 +37,13 @@ Code mount_again(const share_info& share, const char* group);
 /// except for an FTP share, whose mount point needs none.
 void unregister_mount(const share_info& share, const GroupName& group);
 
+/// Takes a mount point out of the register. Code::ok, or a code of mdfstab_remove(); a failure
+/// counts unless the register is known not to have the mount point.
+Code unregister_mount_point(const std::string& mntpoint);
+
 /// Removes the pool; nothing without a group. Code::ok, also when there was none;
-/// Code::pool_not_removed, or pool_check()'s code.
+/// Code::pool_not_removed, also for one that is only missing in the list of a tool that failed; or
+/// pool_check()'s code.
 Code remove_share_pool(const share_info& share, const GroupName& group, Sink& out);
 
 /// Repairs the file system on a share's pool. A failure is only logged.

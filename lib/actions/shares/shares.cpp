@@ -66,16 +66,27 @@ Code put_in_use(ShareFiles& files, share_info& share, LogSite operation) {
                : fail(result, Code::share_not_edited, operation);
 }
 
-/// Takes the user from a forbidden FTP share that an attempt to forbid it could not free.
-Code free_left_user(const share_info& share) {
-    const auto user = user_of_path(share_path(share_type::ftp, "", share.name.c_str()));
-    if (!user || *user == default_ftp_user) {
+/// Makes sure of the user of an FTP share, and that it can be freed, before anything is changed: in
+/// a list a file that could not be read is no user.
+Code check_own_user(share_info& share, AccountLock& accounts) {
+    if (!has_ftp_account(share)) {
         return Code::ok;
     }
+    const auto user = user_of_share(share.name.view());
+    if (!user) {
+        return user.code();
+    }
+    if (!user->empty()) {
+        share.users = *user;
+    }
+    return has_own_ftp_user(share) ? check_bound_user(accounts) : Code::ok;
+}
+
+/// Whether a share can be taken out of all files, and its user freed.
+Code check_removal(ShareFiles& files, share_info& share) {
     AccountLock accounts;
-    share_info bound;
-    bound.users = *user;
-    return ftp_user_remove(bound, accounts);
+    const Code result = check_own_user(share, accounts);
+    return failed(result) ? result : prepare_removal(files, share);
 }
 
 /// Whether the share could be added now: a repair may take hours, in which the files are not
@@ -151,7 +162,7 @@ Code delete_share(const char* name, Sink& out) {
         return log_return(result);
     }
     // A share that cannot be taken out of its files keeps its pool as well.
-    if (const Code result = failed(opened) ? opened : prepare_removal(files, share);
+    if (const Code result = failed(opened) ? opened : check_removal(files, share);
         failed(result) && result != Code::share_not_listed) {
         return fail(result, Code::share_not_deleted);
     }
@@ -255,21 +266,20 @@ Code forbid_use_share(ShareFiles& files, Code opened, share_info& share,
             !failed(result) || result == Code::share_listed || result == Code::share_not_listed;
         return is_done ? Code::ok : fail(result, Code::share_not_forbidden);
     }
-    const bool has_own_user = !current.users.empty() && current.users != default_ftp_user;
     AccountLock accounts;
-    if (has_own_user && !accounts.take()) {
-        return fail(Code::lines_unread, Code::share_not_forbidden);
+    share_info bound = share;
+    bound.users = current.users.view();
+    if (const Code result = check_own_user(bound, accounts); failed(result)) {
+        return fail(result, Code::share_not_forbidden);
     }
     const Code result =
         unmount_and_unregister(files, share, share_path(share_type::ftp, "", share.name.c_str()));
     if (failed(result) && result != Code::share_not_listed) {
         return fail(result, Code::share_not_forbidden);
     }
-    if (!has_own_user) {
+    if (!has_own_ftp_user(bound)) {
         return Code::ok;
     }
-    share_info bound;
-    bound.users = current.users.view();
     const Code unbound = ftp_user_remove(bound, accounts);
     return !failed(unbound) ? Code::ok : fail(unbound, Code::share_not_forbidden);
 }
@@ -281,7 +291,13 @@ Code mod_use_share(ShareFiles& files, Code opened, const share_info& share,
         return fail(opened, Code::share_not_used);
     }
     if (has_ftp_account(share)) {
-        if (const Code result = ftp_mod(share, current_user); failed(result)) {
+        const auto bound_user = user_of_share(share.name.view());
+        if (!bound_user) {
+            return fail(bound_user.code(), Code::share_not_edited,
+                        {"edit_share", __builtin_LINE()});
+        }
+        const std::string_view old_user = bound_user->empty() ? current_user : *bound_user;
+        if (const Code result = ftp_mod(share, old_user); failed(result)) {
             return log_return(result, {"edit_share", __builtin_LINE()});
         }
     }
@@ -292,10 +308,13 @@ Code mod_use_share(ShareFiles& files, Code opened, const share_info& share,
 
 // Spelled so on purpose: support searches logs for it.
 Code mod_forbiden_share(ShareFiles& files, Code opened, share_info& share) {
-    const bool is_ftp = has_ftp_account(share);
-    Code result = failed(opened) ? opened : edit_forbidden_share(files, share);
-    if (is_ftp && (!failed(result) || result == Code::share_not_listed)) {
-        const Code freed = free_left_user(share);
+    AccountLock accounts;
+    share_info left = share; // with a user that an attempt to forbid it could not free
+    left.users.clear();
+    Code result = failed(opened) ? opened : check_own_user(left, accounts);
+    result = failed(result) ? result : edit_forbidden_share(files, share);
+    if (has_own_ftp_user(left) && (!failed(result) || result == Code::share_not_listed)) {
+        const Code freed = ftp_user_remove(left, accounts);
         result = failed(freed) ? freed : result;
     }
     return !failed(result) || result == Code::share_not_listed
@@ -321,9 +340,12 @@ Code set_to_ftp(ShareFiles& files, Code opened, share_info& share, Sink& out) {
     const std::string old_path = share_path(share_type::samba, group.c_str(), name);
     const std::string new_path = share_path(share_type::ftp, group.c_str(), name);
     ignore(mntdir_remove(old_path.c_str()));
-    ignore(mdfstab_remove(old_path.c_str()));
+    Code freed = unregister_mount_point(old_path);
     if (share.path != old_path && share.path != new_path && is_plain_path(share.path)) {
-        ignore(mdfstab_remove(share.path.c_str())); // or the pool would stand in two lines
+        freed = failed(freed) ? freed : unregister_mount_point(share.path.c_str());
+    }
+    if (failed(freed)) {
+        return fail(freed, Code::share_not_edited); // else the pool would stand in two lines
     }
     share.path = new_path;
     if (const Code result = mount_share(share, group.c_str()); result == Code::fs_not_mounted) {
@@ -344,7 +366,12 @@ Code set_to_smbnfs(ShareFiles& files, Code opened, share_info& share, Sink& out)
     if (const Code result = failed(opened) ? opened : open_to_use(files, share); failed(result)) {
         return fail(result, Code::share_not_edited);
     }
+    // Also for iSCSI: the device has the share's file system on it, which a client that wrote to it
+    // beside this mount would destroy. The daemon takes no directory: nobody gets at the files.
     share.path = share_path(share_type::samba, group.c_str(), name);
+    if (is_on_device(share)) {
+        log_error("share '%s' has a file system: its target cannot be used", name);
+    }
     if (const Code result = mount_missing_share(share, group.c_str());
         result == Code::fs_not_mounted) {
         return log_return(result);

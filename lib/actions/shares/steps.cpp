@@ -2,17 +2,14 @@
 #include "actions/shares/steps.h"
 
 #include "actions/filesystems/filesystems.h"
-#include "base/change_journal.h"
+#include "actions/shares/pools.h"
 #include "base/codes.h"
 #include "base/log.h"
 #include "base/text.h"
 #include "inventory/mounts.h"
 #include "platform/services.h"
-#include "sources/fstab.h"
-#include "sources/mdfstab.h"
 #include "sources/smb_conf.h"
 
-#include <cerrno>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -163,13 +160,6 @@ bool apply(const share_info& share, share_list& list, const std::vector<share_in
         }
     }
     return true;
-}
-
-/// Whether the register of mounts has the mount point, which is mounted at the next start then;
-/// also when that cannot be told.
-bool is_mounted_at_start(const std::string& mntpoint) {
-    const auto text = read_settled(mdfstab_path, mdfstab_path);
-    return text ? register_has(*text, mntpoint.c_str()) : errno != ENOENT;
 }
 
 void apply_to_register(ShareFiles& files, const share_info& share) {
@@ -373,8 +363,7 @@ Code unmount_and_unregister(ShareFiles& files, share_info& share, const std::str
         }
     }
     ignore(mntdir_remove(mntpoint.c_str()));
-    if (const Code result = mdfstab_remove(mntpoint.c_str());
-        failed(result) && is_mounted_at_start(mntpoint)) {
+    if (const Code result = unregister_mount_point(mntpoint); failed(result)) {
         return result; // or users would reach it again after a restart
     }
     share.type.clear();

@@ -2,19 +2,15 @@
 // The FTP server's configuration while it is replaced: whatever fails or is cut short, the old or
 // the new one is whole.
 #include "base/system_lock.h"
+#include "fixtures/deny_syncs.h"
 #include "fixtures/status_root.h"
 #include "zav/ftp_limits.h"
 
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <cstddef>
 #include <fcntl.h>
 #include <filesystem>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
-#include <sys/prctl.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace zav::test {
@@ -144,20 +140,6 @@ TEST_F(ReplacedLimits, AreReadWholeWhileTheyAreReplaced) {
     root.remove("/var/cut");
     EXPECT_EQ(run.wait().returned, 0);
     EXPECT_THAT(reader.wait().returned, testing::AnyOf(8, 2));
-}
-
-// From now on nothing can be made durable.
-void deny_syncs() {
-    sock_filter steps[] = {
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_fsync, 1, 0),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_syncfs, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EIO),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-    };
-    const sock_fprog program = {static_cast<unsigned short>(std::size(steps)), steps};
-    EXPECT_EQ(::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), 0);
-    EXPECT_EQ(::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program), 0);
 }
 
 TEST_F(ReplacedLimits, AreNotSetUnlessTheyAreDurable) {

@@ -300,6 +300,22 @@ TEST_F(DeleteShare, StopsWhenTheToolThatListsThePoolsFailsAfterwards) {
     }
 }
 
+// What is not known to be gone is not forgotten.
+TEST_F(DeleteShare, StopsWithoutLvm) {
+    const std::string pool = "  /dev/data/pub:data:3:1:-1:0:4194304:512:-1:0:-1:254:0\n";
+    for (const char* service : {"samba", "iscsi"}) {
+        has_share(service);
+        machine.tool(pool_tool::lvdisplay).on("/sbin/lvdisplay -c").exits(5);
+        const Result result = remove();
+        EXPECT_EQ(result.returned, -1051) << service;
+        EXPECT_THAT(changes(result), IsEmpty());
+        EXPECT_NE(machine.read(share_register), "");
+        // From then on: the pool is in no list, but not known to be gone.
+        machine.tool(pool_tool::lvdisplay).on("/sbin/lvdisplay -c").prints(pool).then().exits(5);
+        EXPECT_EQ(remove().returned, -324) << service;
+    }
+}
+
 TEST_F(DeleteShare, StopsWhereTheFtpUserCannotBeFreed) {
     has_share("ftp", "anna");
     fails(pool_tool::mv, "mv /tmp/passwd");

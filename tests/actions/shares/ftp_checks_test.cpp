@@ -37,9 +37,9 @@ class FtpChecks : public ShareOperation {
         without("/etc/vsftpd/carla");
         EXPECT_EQ(result_of(operation), 0) << "a retry does the whole work";
     }
-    static Function edit(int state) {
-        return [state] {
-            share_info share = share_of("ftp", "carla");
+    static Function edit(int state, const char* user = "carla") {
+        return [=] {
+            share_info share = share_of("ftp", user);
             return edit_share(share, state, printed());
         };
     }
@@ -60,6 +60,55 @@ TEST_F(FtpChecks, ComeBeforeAnotherUserIsBound) {
     has_share("ftp", "anna");
     expect_each_needed(-507, edit(1));
     EXPECT_FALSE(machine.exists("/etc/vsftpd/anna"));
+}
+
+// A user that is left out would keep the share.
+TEST_F(FtpChecks, AreNotPassedWhenTheUserOfTheShareCannotBeRead) {
+    const Function remove = [] { return delete_share("pub", printed()); };
+    has_share("ftp", "anna");
+    machine.bind("/proc/self/mem", "/etc/vsftpd/dora", true); // its beginning cannot be read
+    expect_refused(-502, edit(0));
+    expect_refused(-507, edit(1));
+    expect_refused(-507, edit(1, "ftpuser"));
+    expect_refused(-504, remove);
+    machine.shares({{"pub", "", ftp_directory}});
+    expect_refused(-507, edit(0)); // its user may still have it
+    EXPECT_TRUE(machine.exists("/etc/vsftpd/anna"));
+}
+
+TEST_F(FtpChecks, ComeBeforeAShareIsForbiddenOrDeleted) {
+    const Function remove = [] { return delete_share("pub", printed()); };
+    has_share("ftp", "anna");
+    const std::string users = machine.read(passwd);
+    {
+        const LockedFile other(machine.host_path(passwd));
+        expect_refused(-502, edit(0));
+        expect_refused(-504, remove);
+    }
+    machine.remove(passwd).directory(passwd);
+    expect_refused(-502, edit(0));
+    expect_refused(-504, remove);
+    machine.remove(passwd).file(passwd, users);
+    EXPECT_EQ(result_of(edit(0)), 0) << "a retry does the whole work";
+    EXPECT_FALSE(machine.exists("/etc/vsftpd/anna"));
+}
+
+// The server would go on taking its user to the share.
+TEST_F(FtpChecks, AUsersFileThatStaysIsAFailure) {
+    machine.file("/var/users", "local_root=/home/ftpuser/pub\n");
+    const auto has_busy_user = [this] {
+        has_share("ftp", "anna");
+        machine.bind(machine.host_path("/var/users"), "/etc/vsftpd/anna");
+    };
+    has_busy_user();
+    EXPECT_EQ(result_of(edit(1)), -507);
+    EXPECT_FALSE(machine.exists("/etc/vsftpd/carla"));
+    EXPECT_EQ(result_of(edit(0)), -502);
+    EXPECT_EQ(machine.read(share_register), register_section({"pub", "", ftp_directory}));
+    EXPECT_EQ(result_of(edit(0)), -507) << "as long as it is there";
+    has_busy_user();
+    EXPECT_EQ(result_of([] { return delete_share("pub", printed()); }), -504);
+    EXPECT_THAT(machine.logged(), testing::Contains(testing::HasSubstr("-512")));
 }
 
 } // namespace

@@ -18,6 +18,9 @@ constexpr auto change_journal = "/etc/.sharefolder.conf.zav";
 std::string finished(const std::string& path) {
     return "finished the change of " + path + " that was cut short";
 }
+std::string taken_back(const std::string& path) {
+    return "took back the change of " + path + " that was cut short";
+}
 std::string dropped(const std::string& path) {
     return "the change of " + path + " that was cut short is dropped: it was changed since";
 }
@@ -148,17 +151,71 @@ TEST_F(InterruptedChange, IsWhatAListingReadsHoweverMuchWasWritten) {
     }
 }
 
-TEST_F(InterruptedChange, LeavesAFileAloneThatWasChangedSince) {
-    const std::string edited = old_samba + "# edited by hand\n";
+// It had failed, and the old texts were not all back.
+TEST_F(InterruptedChange, IsTakenBackByTheNextActionWhenItHadFailed) {
+    for (std::size_t written = 0; written <= entries.size(); ++written) {
+        cut_short(written, true);
+        machine.file(std::string(change_journal) + ".back", journal_text(entries));
+        machine.remove(change_journal);
+        EXPECT_EQ(listed(), "pub|samba|anna\n") << written;
+        EXPECT_EQ(act().returned, 0) << written;
+        EXPECT_EQ(machine.read(share_register), register_section({}) + second_section);
+        EXPECT_EQ(machine.read(smb_conf), old_samba);
+        EXPECT_EQ(machine.read(smb_recycle), "");
+        EXPECT_FALSE(machine.exists(std::string(change_journal) + ".back"));
+    }
+}
+
+// The share would be in use without its users, or forbidden and served for ever.
+TEST_F(InterruptedChange, IsTakenBackWhenAnOldFileWasEditedSince) {
+    for (std::size_t written = 0; written < 2; ++written) {
+        cut_short(written, true);
+        const std::string edited = old_samba + "# edited by hand\n";
+        machine.file(smb_conf, edited);
+        EXPECT_EQ(listed(), "pub|samba|anna\n");
+        EXPECT_EQ(act().returned, 0);
+        EXPECT_EQ(machine.read(smb_conf), edited);
+        EXPECT_EQ(machine.read(share_register), register_section({}) + second_section);
+        EXPECT_EQ(machine.read(smb_recycle), "");
+        EXPECT_FALSE(machine.exists(change_journal));
+        EXPECT_THAT(machine.logged(), ElementsAre(taken_back(share_register), dropped(smb_conf),
+                                                  taken_back(smb_recycle)));
+    }
+}
+
+TEST_F(InterruptedChange, IsFinishedWhenANewFileWasEditedSince) {
+    cut_short(2);
+    const std::string edited = std::string(samba_global) + "# edited by hand\n";
     machine.file(smb_conf, edited);
+    EXPECT_EQ(listed(), "pub||anna\n");
     EXPECT_EQ(act().returned, 0);
     EXPECT_EQ(machine.read(smb_conf), edited);
-    EXPECT_EQ(machine.read(share_register), forbidden_section() + second_section)
-        << "the others are finished";
+    EXPECT_EQ(machine.read(share_register), forbidden_section() + second_section);
     EXPECT_EQ(machine.read(smb_recycle), recycled_pub("anna"));
     EXPECT_FALSE(machine.exists(change_journal));
     EXPECT_THAT(machine.logged(),
                 ElementsAre(finished(share_register), dropped(smb_conf), finished(smb_recycle)));
+}
+
+// Its command may have ended with 0.
+TEST_F(InterruptedChange, IsNotTakenBackOnceItWasComplete) {
+    cut_short(entries.size());
+    machine.file(smb_conf, old_samba + "# put back by hand\n");
+    EXPECT_EQ(listed(), "pub||anna\n");
+    EXPECT_EQ(act().returned, 0);
+    EXPECT_EQ(machine.read(share_register), forbidden_section() + second_section);
+    EXPECT_EQ(machine.read(smb_recycle), recycled_pub("anna"));
+}
+
+TEST_F(InterruptedChange, IsWhatAListingReadsOfTargets) {
+    const std::string target =
+        target_of("pub.20240502140305", "/dev/data/pub", "\tIncomingUser anna secret\n");
+    machine.file(share_register, register_section({.service = "iscsi", .path = "/dev/data/pub"}));
+    machine.file(change_journal, journal_text({{{targets, target, ""}}}));
+    for (const std::size_t written : {0U, 40U, 100U}) {
+        machine.file(targets, target.substr(0, written));
+        EXPECT_EQ(listed(), "pub|iSCSI|anna\n") << written;
+    }
 }
 
 TEST_F(InterruptedChange, IsNotWhatAListingReadsOfAFileThatWasChangedSince) {

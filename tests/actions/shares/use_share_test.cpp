@@ -181,6 +181,9 @@ TEST_F(UseSambaShare, MountsThereForEveryServiceButExactlyFtp) {
         EXPECT_EQ(machine.read(mdfstab), mdfstab_line(directory));
         EXPECT_THAT(machine.read(share_register), HasSubstr("path = /mnt/data/pub\n"));
     }
+    EXPECT_THAT(machine.read(targets), HasSubstr("Path=/mnt/data/pub,")) << "never what is mounted";
+    EXPECT_THAT(machine.logged(),
+                ElementsAre("share 'pub' has a file system: its target cannot be used"));
 }
 
 TEST_F(UseFtpShare, MovesTheMountAndBindsItsUser) {
@@ -235,6 +238,25 @@ TEST_F(UseFtpShare, StopsAtWhatStaysMounted) {
     EXPECT_THAT(changes(result), ElementsAre(unmounting(directory)));
     EXPECT_THAT(machine.logged(), Contains(testing::MatchesRegex("set_to_ftp.*")));
     EXPECT_EQ(machine.read(share_register), forbidden_section());
+}
+
+// The pool would be mounted twice at the next start.
+TEST_F(UseFtpShare, StopsWhereTheOldMountStaysRegistered) {
+    has_forbidden_share(smb_recycle, recycled_pub());
+    machine.file(mdfstab, mdfstab_line(directory));
+    fails(pool_tool::mv, "mv /tmp/mdfstab");
+    const Result result = use(share_of("ftp", "anna"));
+    EXPECT_EQ(result.returned, -507);
+    EXPECT_EQ(changes(result).back(), replacing_mdfstab);
+    EXPECT_THAT(machine.logged().back(), returned("set_to_ftp", -11000));
+    EXPECT_EQ(machine.read(mdfstab), mdfstab_line(directory));
+    EXPECT_EQ(machine.read(share_register), forbidden_section());
+    machine.shares({{.service = "", .path = "/mnt/old/pub"}});
+    machine.file(mdfstab, mdfstab_line("/mnt/old/pub"));
+    EXPECT_EQ(use(share_of("ftp", "anna")).returned, -507) << "where it was registered before";
+    EXPECT_EQ(machine.read(mdfstab), mdfstab_line("/mnt/old/pub"));
+    machine.remove(mdfstab);
+    EXPECT_EQ(use(share_of("ftp", "anna")).returned, 0) << "nothing stands there";
 }
 
 TEST_F(UseFtpShare, StopsAtTheMount) {

@@ -30,6 +30,16 @@ TEST_P(InterruptedChange, IsFinishedByAnyCommand) {
     EXPECT_FALSE(machine.exists(journal_path(path)));
 }
 
+// The command that made the file had failed, and the power went before the old one was back.
+TEST_P(InterruptedChange, IsTakenBackByAnyCommandWhenItHadFailed) {
+    const std::string back = journal_path(path) + ".back";
+    machine.file(back, machine.read(journal_path(path)), 0640).remove(journal_path(path));
+    machine.file(path, "new\n");
+    EXPECT_EQ(machine.run({"vgmanage", "--display"}).exit_status, 0);
+    EXPECT_EQ(machine.read(path), "old\n");
+    EXPECT_FALSE(machine.exists(back));
+}
+
 // It may be the file of a change that is under way.
 TEST_P(InterruptedChange, IsLeftToWhoeverHasTheLock) {
     const bool is_passwd = path == "/etc/passwd";

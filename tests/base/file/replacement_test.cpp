@@ -2,6 +2,7 @@
 // Files that a command replaces: verified, else put back; finished after a run that was cut short.
 #include "base/change_journal.h"
 #include "base/replacement.h"
+#include "fixtures/deny_syncs.h"
 #include "fixtures/library.h"
 #include "private_root.h"
 
@@ -11,6 +12,7 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace zav::test {
@@ -110,6 +112,56 @@ TEST_F(ReplacedFile, IsLeftAloneWhenItWasChangedSinceTheRunThatWasKilled) {
     root.file(replaced_path, "old\nadded\n", 0640);
     EXPECT_EQ(root.call([] { return finish_replacement(replaced_path); }).returned, 1);
     EXPECT_EQ(root.read(replaced_path), "old\nadded\n");
+    EXPECT_THAT(root.list("/etc"), ElementsAre("accounts"));
+}
+
+ino_t inode_of(const char* file) {
+    struct stat status = {};
+    return ::stat(file, &status) == 0 ? status.st_ino : 0;
+}
+
+// What the command has written waits for no disk.
+TEST_F(ReplacedFile, IsACopyThatWasOnTheDiskBefore) {
+    root.call([] {
+        ino_t copy = 0;
+        EXPECT_EQ(replace_by_command(replaced_path, "new\n",
+                                     [&copy] {
+                                         copy = inode_of("/etc/.accounts.new");
+                                         std::ofstream(replaced_path) << "new\n";
+                                         return WaitStatus::success;
+                                     }),
+                  Replacement::done);
+        EXPECT_NE(copy, 0U);
+        EXPECT_EQ(inode_of(replaced_path), copy);
+        return 0;
+    });
+    EXPECT_EQ(root.read(replaced_path), "new\n");
+    EXPECT_EQ(root.mode(replaced_path), 0640U);
+    EXPECT_THAT(root.list("/etc"), ElementsAre("accounts"));
+}
+
+TEST_F(ReplacedFile, IsThatOfTheCommandWithoutACopy) {
+    root.directory("/etc/.accounts.new");
+    EXPECT_EQ(root.call(replacing("new\n", "new\n", WaitStatus::success)).returned, done);
+    EXPECT_EQ(root.read(replaced_path), "new\n");
+}
+
+TEST_F(ReplacedFile, IsTheOldOneWhenTheNewCannotBeMadeDurable) {
+    const Result run = root.call([] {
+        return replace_by_command(replaced_path, "new\n", [] {
+            std::filesystem::remove(replaced_path);
+            std::ofstream(replaced_path) << "new\n";
+            deny_syncs();
+            return WaitStatus::success;
+        });
+    });
+    EXPECT_EQ(run.returned, not_done);
+    EXPECT_EQ(root.read(replaced_path), "old\n");
+}
+
+TEST_F(ReplacedFile, LosesTheCopyOfARunThatWasKilled) {
+    root.file("/etc/.accounts.new", "new\n");
+    EXPECT_EQ(root.call([] { return finish_replacement(replaced_path); }).returned, 1);
     EXPECT_THAT(root.list("/etc"), ElementsAre("accounts"));
 }
 

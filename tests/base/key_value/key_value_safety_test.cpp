@@ -2,16 +2,12 @@
 // Sectioned key/value files under contention, and after a change that was cut short.
 #include "base/change_journal.h"
 #include "base/key_value.h"
+#include "fixtures/deny_syncs.h"
 #include "fixtures/library.h"
 #include "private_root.h"
 
 #include <cerrno>
-#include <cstddef>
 #include <gmock/gmock.h>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
-#include <sys/prctl.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace zav::test {
@@ -81,20 +77,6 @@ TEST_F(KeyValueSafety, AChangeOfSomebodyElseIsNone) {
     EXPECT_EQ(root.call([] { return key_value_set(path, "s", "x", "3"); }).returned, 0);
     EXPECT_EQ(root.read(path), "[s]\n\tk = 1\n\tx = 3\n");
     expect_alone();
-}
-
-// From now on nothing can be made durable.
-void deny_syncs() {
-    sock_filter steps[] = {
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_fsync, 1, 0),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_syncfs, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EIO),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-    };
-    const sock_fprog program = {static_cast<unsigned short>(std::size(steps)), steps};
-    EXPECT_EQ(::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), 0);
-    EXPECT_EQ(::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program), 0);
 }
 
 TEST_F(KeyValueSafety, AChangeThatIsNotDurableFails) {

@@ -39,15 +39,16 @@ class ShareUsers : public testing::Test {
         }
         return {run.returned, lines};
     }
-    // The FTP user of a path; empty when there is none.
-    std::string user_of(const std::string& path) {
-        const Result run = machine.operation([=] {
-            const auto user = user_of_path(path);
-            std::fputs(user.value_or("").c_str(), stdout);
-            return user ? 0 : -1;
-        });
-        EXPECT_TRUE(run.has_returned);
-        EXPECT_EQ(run.returned, run.out.empty() ? -1 : 0);
+    // The FTP user of a share; empty when there is none.
+    std::string user_of(const std::string& share, const RunOptions& options = {}) {
+        const Result run = machine.operation(
+            [=] {
+                const auto user = user_of_share(share);
+                std::fputs(user ? user->c_str() : "unknown", stdout);
+                return number_of(user.code());
+            },
+            options);
+        EXPECT_EQ(run.returned, run.out == "unknown" ? -1 : 0);
         return run.out;
     }
     // The names of the FTP server's files in the directory's order.
@@ -165,6 +166,16 @@ TEST_F(ShareUsers, FtpUsersAreTheRegularFiles) {
     EXPECT_TRUE(run.has_returned);
 }
 
+// The run that wrote it was killed.
+TEST_F(ShareUsers, FileThatIsNotInItsPlaceIsNoUsers) {
+    machine.file("/etc/vsftpd/.anna.new", "local_root=/home/ftpuser/a\n");
+    machine.operation([] {
+        EXPECT_THAT(*get_user(24, 31), ElementsAre("ftpuser"));
+        return 0;
+    });
+    EXPECT_EQ(user_of("a"), "");
+}
+
 TEST_F(ShareUsers, FtpUsersComeInTheDirectorysOrderUntilTheSlotsAreFull) {
     for (int number = 0; number < 50; ++number) {
         machine.file("/etc/vsftpd/user" + std::to_string(number * 7919 % 1000), "");
@@ -228,70 +239,56 @@ TEST_F(ShareUsers, FtpUserInADirectoryThatCannotBeListedIsUnknown) {
     EXPECT_THAT(machine.logged(), ElementsAre("check_user_from_vsftpd[133]: return with -2"));
 }
 
-TEST_F(ShareUsers, UserOfAPathHasItAsItsRoot) {
-    machine.file("/etc/vsftpd/anna", "x=1\nlocal_root=/mnt/a\n");
-    machine.file("/etc/vsftpd/bert", "local_root=/mnt/b\n");
-    EXPECT_EQ(user_of("/mnt/a"), "anna");
-    EXPECT_EQ(user_of("/mnt/b"), "bert");
-    EXPECT_EQ(user_of("/mnt"), "");
-    EXPECT_EQ(user_of("/mnt/a/"), "");
-    EXPECT_EQ(user_of("/mnt/ab"), "");
+TEST_F(ShareUsers, UserOfAShareIsTakenToADirectoryOfItsName) {
+    machine.file("/etc/vsftpd/anna", "x=1\nlocal_root=/home/ftpuser/a\n");
+    machine.file("/etc/vsftpd/bert", "  local_root = x=/elsewhere/b  \r\nlocal_root=/c\n");
+    machine.file("/etc/vsftpd/carla", "#local_root=/d\nxlocal_root=/d\nlocal_roots=/d\n");
+    machine.file(ftp_template, "local_root=/home/ftpuser/e\n");
+    EXPECT_EQ(user_of("a"), "anna");
+    EXPECT_EQ(user_of("b"), "bert");
+    for (const char* none : {"", "ab", "c", "d", "ftpuser"}) {
+        EXPECT_EQ(user_of(none), "") << none;
+    }
+    EXPECT_EQ(user_of("e"), "") << "the default user has no share of its own";
 }
 
-TEST_F(ShareUsers, UserOfAPathHasItAfterTheLastEqualsSign) {
-    machine.file("/etc/vsftpd/anna", "  local_root = x=/mnt/a  \r\n");
-    EXPECT_EQ(user_of("/mnt/a"), "anna");
-    machine.file("/etc/vsftpd/anna", "local_root = /mnt/a\n");
-    EXPECT_EQ(user_of("/mnt/a"), "") << "a blank is part of the value";
-    EXPECT_EQ(user_of(" /mnt/a"), "anna");
-}
-
-TEST_F(ShareUsers, UserOfAPathIsKnownByItsFirstRoot) {
-    machine.file("/etc/vsftpd/anna", "local_root=/mnt/a\nlocal_root=/mnt/b\n");
-    machine.file("/etc/vsftpd/bert",
-                 "#local_root=/mnt/c\nxlocal_root=/mnt/c\nlocal_roots=/mnt/c\n");
-    EXPECT_EQ(user_of("/mnt/b"), "");
-    EXPECT_EQ(user_of("/mnt/c"), "");
-}
-
-TEST_F(ShareUsers, UserOfAPathIsTheFirstOfTheDirectory) {
+TEST_F(ShareUsers, UserOfAShareIsTheLastOfTheDirectory) {
     for (const char* user : {"anna", "bert", "carla", "dora"}) {
-        machine.file(std::string("/etc/vsftpd/") + user, "local_root=/mnt/a\n");
+        machine.file(std::string("/etc/vsftpd/") + user, "local_root=/home/ftpuser/a\n");
     }
     Texts order = in_directory_order();
     std::erase(order, "ftpuser");
-    EXPECT_EQ(user_of("/mnt/a"), order.front());
+    EXPECT_EQ(user_of("a"), order.back());
 }
 
-TEST_F(ShareUsers, UserOfAPathIsLookedForAmong24Files) {
+TEST_F(ShareUsers, UserOfAShareIsLookedForAmongAllFiles) {
+    const std::string last(60, 'u');
     for (int number = 0; number < 40; ++number) {
-        const std::string user = "user" + std::to_string(number);
-        machine.file("/etc/vsftpd/" + user, "local_root=/mnt/" + user + "\n");
+        const std::string user = last.substr(0, 20U + static_cast<unsigned>(number));
+        machine.file("/etc/vsftpd/" + user, "local_root=/x/" + std::to_string(number) + "\n");
     }
-    const Texts order = in_directory_order();
-    int found = 0;
-    for (std::size_t place : {0U, 1U, 22U, 23U, 24U, 25U, 40U}) {
-        if (order.at(place) != "ftpuser") {
-            EXPECT_EQ(user_of("/mnt/" + order.at(place)), place < 24 ? order.at(place) : "");
-            ++found;
-        }
+    for (int number = 0; number < 40; ++number) {
+        EXPECT_EQ(user_of(std::to_string(number)).size(), 20U + static_cast<unsigned>(number));
     }
-    EXPECT_GE(found, 6);
 }
 
-TEST_F(ShareUsers, UserOfAPathIsMissingWithoutFiles) {
-    machine.remove(ftp_template);
-    EXPECT_EQ(user_of("/mnt/a"), "");
-    EXPECT_EQ(user_of(""), "");
+TEST_F(ShareUsers, UserOfAShareIsMissingWithoutFiles) {
+    machine.directory("/etc/vsftpd/directory").fifo("/etc/vsftpd/fifo");
+    machine.symlink("missing", "/etc/vsftpd/dangling");
+    EXPECT_EQ(user_of("a"), "");
     machine.remove("/etc/vsftpd");
-    EXPECT_EQ(user_of("/mnt/a"), "");
+    EXPECT_EQ(user_of("a"), "");
+    machine.file("/etc/vsftpd", "");
+    EXPECT_EQ(user_of("a"), "");
 }
 
-TEST_F(ShareUsers, UserOfAPathIsNotOneWithALongerNameThanItsSlot) {
-    machine.file("/etc/vsftpd/" + std::string(32, 'u'), "local_root=/mnt/a\n");
-    EXPECT_EQ(user_of("/mnt/a"), "");
-    machine.file("/etc/vsftpd/" + std::string(31, 'v'), "local_root=/mnt/b\n");
-    EXPECT_EQ(user_of("/mnt/b"), std::string(31, 'v'));
+TEST_F(ShareUsers, UserOfAShareIsUnknownWhenAFileCannotBeRead) {
+    machine.file("/etc/vsftpd/bert", "", 0600);
+    EXPECT_EQ(user_of("a", {.uid = 65534}), "unknown");
+    machine.remove("/etc/vsftpd/bert").directory("/etc/vsftpd", 0700);
+    EXPECT_EQ(user_of("a", {.uid = 65534}), "unknown");
+    machine.bind("/proc/self/mem", "/etc/vsftpd/bert", true);
+    EXPECT_EQ(user_of("a"), "unknown") << "its beginning cannot be read";
 }
 
 } // namespace
