@@ -88,9 +88,11 @@ bool finish_replacement(const char* path) {
         return false;
     }
     if (entries->empty()) {
-        // A journal that tells nothing: the old file may be the only copy.
+        // A journal that tells nothing: the old file may be the only copy. Without a journal the
+        // change had ended, and the new file may well be empty.
+        const bool may_be_cut = has_journal(path);
         const auto content = read_file(path);
-        const bool is_lost = content ? content->empty() : errno == ENOENT;
+        const bool is_lost = content ? content->empty() && may_be_cut : errno == ENOENT;
         if (!is_lost || ::rename(old_path(path).c_str(), path) != 0) {
             ::unlink(old_path(path).c_str());
         }

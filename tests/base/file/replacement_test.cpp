@@ -193,6 +193,18 @@ TEST_F(ReplacedFile, KeepsItsOldContentWhenTheJournalTellsNothing) {
     EXPECT_TRUE(root.exists(old));
 }
 
+// The removal of the second name had failed.
+TEST_F(ReplacedFile, MayBeEmptyAfterwards) {
+    constexpr auto old = "/etc/.accounts.zav.old";
+    root.file(replaced_path, "").file(old, "old\n");
+    EXPECT_EQ(root.call([] { return finish_replacement(replaced_path); }).returned, 1);
+    EXPECT_EQ(root.read(replaced_path), "");
+    EXPECT_FALSE(root.exists(old));
+    root.remove(replaced_path).file(old, "old\n");
+    EXPECT_EQ(root.call([] { return finish_replacement(replaced_path); }).returned, 1);
+    EXPECT_EQ(root.read(replaced_path), "old\n") << "a file that is gone is";
+}
+
 TEST_F(ReplacedFile, HasNothingToFinishWithoutAJournal) {
     EXPECT_EQ(root.call([] { return finish_replacement(replaced_path); }).returned, 1);
     EXPECT_EQ(root.read(replaced_path), "old\n");
