@@ -48,6 +48,7 @@ class Interruption {
     const Recording& recording_;
     const Disturbance& how_;
     TracedAppliance appliance_;
+    bool is_done_ = false; // by the disturbed run, all of it
     test::Texts wrong_;
 };
 
