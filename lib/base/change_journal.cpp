@@ -194,6 +194,7 @@ bool is_made_from_old(const JournalEntry& entry, std::string_view content) {
 FileContent settled_text(const std::vector<JournalEntry>& entries, std::string_view path,
                          const FileContent& content) {
     std::vector<FileContent> contents;
+    contents.reserve(entries.size());
     for (const JournalEntry& entry : entries) {
         contents.push_back(entry.path == path ? content : read_file(entry.path.c_str()));
     }
