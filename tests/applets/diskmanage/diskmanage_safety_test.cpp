@@ -140,15 +140,15 @@ TEST_F(HotspareSafety, RefusesADiskThatAToolStillClears) {
     machine.tool(diskformat_tool)
         .any()
         .does("if mkdir /var/clearing 2>/dev/null; then "
-              "while ! [ -e /var/go ]; do sleep 0.01; done; fi");
+              "while ! [ -e /var/go ]; do sleep 0.2; done; fi");
     machine.file("/script",
                  "#!/.harness/busybox sh\n"
                  "zavbox diskmanage -H -a 3 & killed=$!\n"
-                 "while ! [ -e /var/clearing ]; do sleep 0.01; done\n"
+                 "while ! [ -e /var/clearing ]; do sleep 0.2; done\n"
                  "kill -9 $killed; wait $killed\n"
                  "zavbox diskmanage -H -a 3 >/dev/null; echo while $?\n"
                  "echo >/var/go\n"
-                 "until zavbox diskmanage -H -a 3 >/dev/null; do sleep 0.01; done\n",
+                 "until zavbox diskmanage -H -a 3 >/dev/null; do sleep 0.2; done\n",
                  0755);
     const Result run = machine.run({}, {.argv0 = "script", .program = "/script"});
     EXPECT_EQ(run.out, "while 55\n");
