@@ -163,7 +163,7 @@ void PrivateRoot::make_tree() {
         fs::create_symlink("/.harness/applet", root_ / "bin" / applet);
     }
     fs::create_symlink(std::string(places::proc) + "/self", root_ / "proc/self");
-    for (pid_t pid = 1; pid < 100; ++pid) {
+    for (pid_t pid = 1; pid < 300; ++pid) {
         show_process(pid);
     }
 }
