@@ -65,8 +65,9 @@ class LockedFile {
     }
 
   private:
-    // The flags that a descriptor was opened with: "02102001". A run begins as a copy of the test,
-    // whose descriptor it holds as well; nobody else opens with the flags of the test.
+    // The flags that a descriptor was opened with: "02102001"; empty when it is closed by now. A
+    // run begins as a copy of the test, whose descriptor it holds as well; nobody else opens with
+    // the flags of the test.
     static std::string flags_of(const std::string& process, const std::string& fd) {
         std::ifstream info(process + "/fdinfo/" + fd);
         std::string word;
@@ -87,10 +88,13 @@ class LockedFile {
                 continue;
             }
             for (const auto& fd : fs::directory_iterator(fds, error)) {
+                // The flags first: a copy that is closed between the two looks is not taken for
+                // somebody else's descriptor.
+                const std::string flags = flags_of(process.path(), fd.path().filename());
                 struct stat status = {};
-                if (::stat(fd.path().c_str(), &status) == 0 && status.st_ino == inode_ &&
-                    status.st_dev == device_ &&
-                    flags_of(process.path(), fd.path().filename()) != own_flags) {
+                if (!flags.empty() && flags != own_flags &&
+                    ::stat(fd.path().c_str(), &status) == 0 && status.st_ino == inode_ &&
+                    status.st_dev == device_) {
                     return true;
                 }
             }
