@@ -3,13 +3,7 @@
 #include "fixtures/pool_machine.h"
 #include "sources/mount.h"
 
-#include <cerrno>
-#include <csignal>
 #include <gtest/gtest.h>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
-#include <sys/prctl.h>
-#include <sys/syscall.h>
 
 namespace zav::test {
 namespace {

@@ -5,11 +5,11 @@
 #include "actions/filesystems/mount_register.h"
 #include "actions/pools/pools.h"
 #include "actions/shares/ftp_users.h"
-#include "base/change_journal.h"
 #include "base/codes.h"
 #include "base/command.h"
 #include "base/log.h"
 #include "base/text.h"
+#include "inventory/filesystems.h"
 #include "inventory/mounts.h"
 #include "inventory/pools.h"
 #include "platform/models.h"
@@ -19,7 +19,6 @@
 #include "sources/mdfstab.h"
 
 #include <algorithm>
-#include <cerrno>
 
 namespace zav {
 
@@ -128,9 +127,9 @@ Code unregister_mount_point(const std::string& mntpoint) {
     if (!failed(result)) {
         return Code::ok;
     }
-    const auto text = read_settled(mdfstab_path, mdfstab_path);
-    const bool is_registered = text ? register_has(*text, mntpoint.c_str()) : errno != ENOENT;
-    return is_registered ? result : Code::ok;
+    const bool is_gone = is_register_missing(mdfstab_path) ||
+                         register_has_mount_point(mdfstab_path, mntpoint) == Presence::absent;
+    return is_gone ? Code::ok : result;
 }
 
 Code remove_share_pool(const share_info& share, const GroupName& group, Sink& out) {
@@ -138,8 +137,8 @@ Code remove_share_pool(const share_info& share, const GroupName& group, Sink& ou
         return Code::ok;
     }
     const char* name = share.name.c_str();
-    const Code result = pool_remove(name, group.c_str(), out);
-    if (result != Code::no_such_pool && result != Code::command_failed) {
+    const Code result = pool_remove_if_any(name, group.c_str(), out);
+    if (result != Code::command_failed) {
         return result;
     }
     // Without LVM no pool is listed, either: only a list that could be made tells that it is gone.

@@ -4,17 +4,14 @@
 #include "fixtures/array_machine.h"
 #include "fixtures/held_lock.h"
 #include "fixtures/library.h"
+#include "fixtures/refused_calls.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <cstddef>
 #include <fcntl.h>
 #include <filesystem>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -336,19 +333,8 @@ TEST_F(Reservations, GiveUpAfterFiveTriesWhenAnotherProcessReads) {
     EXPECT_EQ(machine.operation([] { return add_in_four_seconds("md1"); }).returned, -405);
 }
 
-// From now on this process gets no locks (ENOLCK).
 void deny_locks() {
-    sock_filter steps[] = {
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_fcntl, 0, 3),
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[1])),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, F_OFD_SETLK, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOLCK),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-    };
-    const sock_fprog program = {static_cast<unsigned short>(std::size(steps)), steps};
-    EXPECT_EQ(::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), 0);
-    EXPECT_EQ(::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program), 0);
+    refuse_calls({{SYS_fcntl, ENOLCK, F_OFD_SETLK}});
 }
 
 TEST_F(Reservations, GiveUpAfterFiveTriesWhenTheLockCannotBeSet) {

@@ -4,14 +4,12 @@
 #include "base/lists.h"
 #include "fixtures/library.h"
 #include "fixtures/pool_machine.h"
+#include "fixtures/refused_calls.h"
 
 #include <cerrno>
 #include <csignal>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
-#include <sys/prctl.h>
 #include <sys/syscall.h>
 
 namespace zav::test {
@@ -210,23 +208,10 @@ TEST_F(Mounting, FailsWithChmod) {
                                                      "normal with exit(1)")));
 }
 
-// From now on uname(2) fails.
-void refuse_uname() {
-    sock_filter steps[] = {
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_uname, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EFAULT),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-    };
-    const sock_fprog program = {static_cast<unsigned short>(std::size(steps)), steps};
-    EXPECT_EQ(::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), 0);
-    EXPECT_EQ(::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program), 0);
-}
-
 TEST_F(Mounting, NeedsTheKernelsReleaseForEveryType) {
     for (const char* type : {"xfs", "reiserfs"}) {
         const Result result = machine.operation([type] {
-            refuse_uname();
+            refuse_calls({{SYS_uname, EFAULT}});
             return fs_mount_typed("/mnt/data/pool", "data", "pool", type);
         });
         EXPECT_EQ(result.returned, -11000);

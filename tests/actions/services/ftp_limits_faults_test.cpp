@@ -2,7 +2,7 @@
 // The FTP server's configuration while it is replaced: whatever fails or is cut short, the old or
 // the new one is whole.
 #include "base/system_lock.h"
-#include "fixtures/deny_syncs.h"
+#include "fixtures/refused_calls.h"
 #include "fixtures/status_root.h"
 #include "zav/ftp_limits.h"
 

@@ -28,6 +28,13 @@ class DeleteShare : public ShareOperation {
         return operate([name] { return delete_share(name, printed()); });
     }
     int code() { return remove().returned; }
+    // The pool is found, and found again when it is removed; what comes next is the caller's.
+    Rule lists_the_pool_twice() {
+        const std::string pool = "  /dev/data/pub:data:3:1:-1:0:4194304:512:-1:0:-1:254:0\n";
+        Rule rule = machine.tool(pool_tool::lvdisplay).on("/sbin/lvdisplay -c");
+        rule.prints(pool).then().prints(pool);
+        return rule;
+    }
     // What is left if the last steps of a deletion fail.
     void expect_kept() {
         EXPECT_EQ(machine.read(share_register), register_section({}));
@@ -271,30 +278,16 @@ TEST_F(DeleteShare, StopsWhereThePoolStays) {
 
 TEST_F(DeleteShare, StopsWhenItIsUnknownWhetherThePoolIsGone) {
     has_share("samba");
-    const std::string pool = "  /dev/data/pub:data:3:1:-1:0:4194304:512:-1:0:-1:254:0\n";
-    machine.tool(pool_tool::lvdisplay)
-        .on("/sbin/lvdisplay -c")
-        .prints(pool)
-        .then()
-        .prints(pool)
-        .then()
-        .does("rm -f /tmp/lvdisplay.*");
+    lists_the_pool_twice().then().does("rm -f /tmp/lvdisplay.*");
     fails(pool_tool::lvremove, "/sbin/lvremove", 5);
     EXPECT_EQ(code(), -324);
 }
 
 // Without LVM no pool is listed.
 TEST_F(DeleteShare, StopsWhenTheToolThatListsThePoolsFailsAfterwards) {
-    const std::string pool = "  /dev/data/pub:data:3:1:-1:0:4194304:512:-1:0:-1:254:0\n";
     for (const char* service : {"samba", "iscsi"}) {
         has_share(service);
-        machine.tool(pool_tool::lvdisplay)
-            .on("/sbin/lvdisplay -c")
-            .prints(pool)
-            .then()
-            .prints(pool)
-            .then()
-            .exits(5);
+        lists_the_pool_twice().then().exits(5);
         fails(pool_tool::lvremove, "/sbin/lvremove", 5);
         EXPECT_EQ(code(), -324) << service;
     }

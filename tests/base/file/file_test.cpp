@@ -3,17 +3,13 @@
 #include "base/codes.h"
 #include "base/file.h"
 #include "fixtures/library.h"
+#include "fixtures/refused_calls.h"
 #include "private_root.h"
 
-#include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstddef>
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -371,24 +367,11 @@ TEST(Rewriting, ThatDoesNotFitLeavesTheFileAsItWas) {
               std::pair(false, std::string("old\n")));
 }
 
-// The errno of fallocate(2) on file systems that cannot reserve space.
-bool refuse_fallocate() {
-    std::array<sock_filter, 4> filter = {{
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_fallocate, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EOPNOTSUPP),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-    }};
-    const sock_fprog program = {filter.size(), filter.data()};
-    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
-           ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
-}
-
 TEST(Rewriting, WorksOnAFileSystemThatCannotReserveSpace) {
     PrivateRoot root;
     root.file(path, std::string(9000, 'o'));
     const test::Result result = root.call([] {
-        EXPECT_TRUE(refuse_fallocate());
+        test::refuse_calls({{SYS_fallocate, EOPNOTSUPP}});
         const FileDescriptor fd = FileDescriptor::open(path, O_RDWR);
         return rewrite(fd.get(), std::string(20000, 'n')) ? 1 : 0;
     });

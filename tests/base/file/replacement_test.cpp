@@ -2,8 +2,8 @@
 // Files that a command replaces: verified, else put back; finished after a run that was cut short.
 #include "base/change_journal.h"
 #include "base/replacement.h"
-#include "fixtures/deny_syncs.h"
 #include "fixtures/library.h"
+#include "fixtures/refused_calls.h"
 #include "private_root.h"
 
 #include <csignal>

@@ -2,7 +2,7 @@
 // The sync that the steps of an operation share: left for its end, and not forgotten there.
 #include "base/file.h"
 #include "base/shared_sync.h"
-#include "fixtures/deny_syncs.h"
+#include "fixtures/refused_calls.h"
 #include "private_root.h"
 
 #include <gmock/gmock.h>

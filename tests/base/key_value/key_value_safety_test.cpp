@@ -2,8 +2,8 @@
 // Sectioned key/value files under contention, and after a change that was cut short.
 #include "base/change_journal.h"
 #include "base/key_value.h"
-#include "fixtures/deny_syncs.h"
 #include "fixtures/library.h"
+#include "fixtures/refused_calls.h"
 #include "private_root.h"
 
 #include <cerrno>

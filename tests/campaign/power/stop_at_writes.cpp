@@ -26,7 +26,6 @@
 #include <sys/prctl.h>
 #include <sys/ptrace.h>
 #include <sys/syscall.h>
-#include <sys/uio.h>
 #include <sys/user.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -96,20 +95,14 @@ std::string link_text(const std::string& path) {
     return length > 0 ? std::string(text.data(), static_cast<std::size_t>(length)) : "";
 }
 
+/// A read ends where the process has no further page, which is behind the end of the text.
 std::string text_at(pid_t process, unsigned long long address) {
     std::array<char, 512> text = {};
-    const iovec here = {text.data(), text.size() - 1};
-    // Not beyond the page that is sure to be there.
-    constexpr unsigned long long page = 4096;
-    for (const std::size_t size : {text.size() - 1, std::size_t(page - address % page)}) {
-        iovec there = {};
-        there.iov_base = reinterpret_cast<void*>(address); // NOLINT(performance-no-int-to-ptr)
-        there.iov_len = size < here.iov_len ? size : here.iov_len;
-        if (::process_vm_readv(process, &here, 1, &there, 1, 0) > 0) {
-            return text.data();
-        }
-    }
-    return "?";
+    const std::string memory = "/proc/" + std::to_string(process) + "/mem";
+    const int fd = ::open(memory.c_str(), O_RDONLY | O_CLOEXEC);
+    const ssize_t length = ::pread(fd, text.data(), text.size() - 1, static_cast<off_t>(address));
+    ::close(fd);
+    return length > 0 ? text.data() : "?";
 }
 
 /// Only what may reach a disk matters: no pipes, devices and files of the kernel.
