@@ -127,12 +127,17 @@ Code run_create_group(const vginfo& group, Sink& out) {
     return run_or_fail(command);
 }
 
-/// Releases a volume. Code::ok or Code::command_failed.
-Code remove_volume(const pvinfo& volume, const disk_list& disks, Sink& out) {
+/// What LVM calls a volume of a group, which may be listed by its channel.
+std::string name_of_volume(const pvinfo& volume, const disk_list& disks) {
     std::string name = volume.name.c_str();
     if (is_channel_list(name)) {
         ch_to_disks(disks, name, volume.device, 1);
     }
+    return name;
+}
+
+/// Releases a volume. Code::ok or Code::command_failed.
+Code remove_volume(const std::string& name, Sink& out) {
     const Code result = run_or_fail({name}, format_text(remove_volume_command, name.c_str()));
     if (failed(result)) {
         out.print("cannot del %s\n", name.c_str());
@@ -265,10 +270,18 @@ Code remove_group(const vginfo& group, Sink& out) {
     if (!is_plain_name(group.name)) {
         return refuse(command, not_plain_reason(group.name));
     }
-    Code result = run_or_fail(command);
+    DiskClaims claims; // else another group could take the volumes before they are released
+    std::vector<std::string> names;
     for (const pvinfo& volume : group.physical_volumes) {
+        names.push_back(name_of_volume(volume, disks));
+        if (!claims.add(names.back())) {
+            return Code::volume_used;
+        }
+    }
+    Code result = run_or_fail(command);
+    for (const std::string& name : names) {
         // The last result counts: a group that is gone all the same is a success.
-        result = remove_volume(volume, disks, out);
+        result = remove_volume(name, out);
         if (failed(result)) {
             return result;
         }

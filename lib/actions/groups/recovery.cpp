@@ -2,6 +2,7 @@
 #include "actions/groups/recovery.h"
 
 #include "actions/arrays/changes.h"
+#include "actions/disks/claims.h"
 #include "base/checks.h"
 #include "base/codes.h"
 #include "base/command.h"
@@ -25,7 +26,7 @@ namespace zav {
 
 namespace {
 
-constexpr std::string_view ram_prefix = "ram";
+const std::string ram_prefix = "ram";
 
 /// Which of the sixteen RAM disks carry a physical volume.
 class RamDisks {
@@ -41,14 +42,17 @@ class RamDisks {
             }
         }
     }
-    /// The first two are not for volumes.
-    [[nodiscard]] std::optional<int> lowest_free() const {
-        constexpr std::ptrdiff_t first = 2;
-        const auto* free = std::find(used_.begin() + first, used_.end(), false);
-        return free != used_.end() ? std::optional(static_cast<int>(free - used_.begin()))
-                                   : std::nullopt;
+    /// The number of the lowest one that is free, also for other commands; it is not from then on.
+    std::optional<int> take(DiskClaims& claims) {
+        constexpr std::size_t first = 2; // the first two are not for volumes
+        for (std::size_t number = first; number < used_.size(); ++number) {
+            if (!used_.at(number) && claims.add(ram_prefix + std::to_string(number))) {
+                used_.at(number) = true;
+                return static_cast<int>(number);
+            }
+        }
+        return std::nullopt;
     }
-    void take(int number) { used_.at(static_cast<std::size_t>(number)) = true; }
 
   private:
     std::array<bool, 16> used_ = {};
@@ -73,8 +77,8 @@ void give_up_array(const mdinfo& array) {
 }
 
 /// Makes a physical volume of that UUID on a RAM disk. Code::no_substitute.
-Code substitute(const backup_pv& volume, RamDisks& ram_disks) {
-    const auto number = ram_disks.lowest_free();
+Code substitute(const backup_pv& volume, RamDisks& ram_disks, DiskClaims& claims) {
+    const auto number = ram_disks.take(claims);
     if (!number) {
         return Code::no_substitute;
     }
@@ -82,7 +86,6 @@ Code substitute(const backup_pv& volume, RamDisks& ram_disks) {
     if (failed(run_with_name(volume.id, command, FailureWording::no_blanks_around_for))) {
         return Code::no_substitute;
     }
-    ram_disks.take(*number);
     return Code::ok;
 }
 
@@ -105,6 +108,13 @@ bool may_be_there(std::string_view device, std::string_view type, bool is_live_s
                                   : !is_live_sure && may_have_disk(disk);
 }
 
+/// Whether a volume is on an array that does not run, which is given up then.
+bool is_on_inactive_array(const backup_pv& volume, const live_pv_list& live, mdinfo_list& arrays) {
+    const mdinfo* array = find_array(arrays, volume.device);
+    return array != nullptr && array->status == inactive_state &&
+           pv_state(volume, live) == PvState::on_array;
+}
+
 /// Whether an array under a volume would be given up, or the volume replaced, though nothing says
 /// that it is lost but a tool that failed or is silent.
 bool is_in_doubt(const backup_pv& volume, const live_pv_list& live, bool is_live_sure,
@@ -113,8 +123,7 @@ bool is_in_doubt(const backup_pv& volume, const live_pv_list& live, bool is_live
     const std::string_view type = array != nullptr ? array->type.view() : "";
     switch (pv_state(volume, live)) {
     case PvState::on_array:
-        return array != nullptr && array->status == inactive_state &&
-               !may_be_given_up(volume.device, type);
+        return is_on_inactive_array(volume, live, arrays) && !may_be_given_up(volume.device, type);
     case PvState::missing:
         return std::ranges::find(live, volume.id, &live_pv::uuid) == live.end() &&
                may_be_there(volume.device, type, is_live_sure);
@@ -123,10 +132,14 @@ bool is_in_doubt(const backup_pv& volume, const live_pv_list& live, bool is_live
     }
 }
 
-/// Code::ok, or Code::volume_gone with a message: nothing is touched then.
+/// Claims the arrays that are to be given up, then looks once more. Code::ok, or Code::volume_gone
+/// with a message: nothing is touched then.
 Code check_doubts(const backup_pv_list& volumes, const live_pv_list& live, bool is_live_sure,
-                  mdinfo_list& arrays) {
+                  mdinfo_list& arrays, DiskClaims& claims) {
     for (const backup_pv& volume : volumes) {
+        if (is_on_inactive_array(volume, live, arrays) && !claims.add(volume.device)) {
+            return Code::volume_gone;
+        }
         if (is_in_doubt(volume, live, is_live_sure, arrays)) {
             log_error("'%s' is not known to be lost: it is not given up", volume.device.c_str());
             return Code::volume_gone;
@@ -138,7 +151,7 @@ Code check_doubts(const backup_pv_list& volumes, const live_pv_list& live, bool 
 /// Brings one volume back. Code::volume_gone or Code::no_substitute; `restored` becomes true when
 /// something took its place.
 Code restore_volume(const backup_pv& volume, const live_pv_list& live, mdinfo_list& arrays,
-                    RamDisks& ram_disks, bool& restored) {
+                    RamDisks& ram_disks, DiskClaims& claims, bool& restored) {
     const PvState state = pv_state(volume, live);
     if (state == PvState::moved) {
         return Code::volume_gone;
@@ -154,7 +167,7 @@ Code restore_volume(const backup_pv& volume, const live_pv_list& live, mdinfo_li
         give_up_array(*array);
     }
     // One that is present on a plain device gets a substitute too: the whole set is restored.
-    const Code result = substitute(volume, ram_disks);
+    const Code result = substitute(volume, ram_disks, claims);
     restored = restored || !failed(result);
     return result;
 }
@@ -212,13 +225,15 @@ Code raid_restore(std::string_view backup, const char* group, Sink& out) {
         log_failure(live_result);
         result = Code::live_volumes_unread;
     }
-    if (const Code doubt = check_doubts(volumes, live, is_live_sure, arrays); failed(doubt)) {
+    DiskClaims claims;
+    if (const Code doubt = check_doubts(volumes, live, is_live_sure, arrays, claims);
+        failed(doubt)) {
         return failed(result) ? result : doubt;
     }
     RamDisks ram_disks(live);
     bool restored = false;
     for (const backup_pv& volume : volumes) {
-        const Code stopped = restore_volume(volume, live, arrays, ram_disks, restored);
+        const Code stopped = restore_volume(volume, live, arrays, ram_disks, claims, restored);
         if (failed(stopped)) {
             // Metadata restored onto half of the volumes would do more harm.
             return stopped;

@@ -26,7 +26,8 @@ Code vg_raid_resume(const char* group, Sink& out);
 /// restored. Runs pvdisplay; for an array that broke mdadm -f and dd; pvcreate and vgcfgrestore.
 /// Code::live_volumes_unread; Code::volume_gone when a volume has moved, its array is gone, or
 /// the group's name can be in no command; the same, before any command, when an array would be
-/// given up that the kernel does not show as lost; Code::no_substitute when there is no RAM disk.
+/// given up that the kernel does not show as lost, or that another command uses;
+/// Code::no_substitute when there is no RAM disk.
 Code raid_restore(std::string_view backup, const char* group, Sink& out);
 
 } // namespace zav

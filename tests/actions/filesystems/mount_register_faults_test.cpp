@@ -6,6 +6,7 @@
 #include "base/file_locks.h"
 #include "fixtures/library.h"
 #include "fixtures/pool_machine.h"
+#include "fixtures/refused_calls.h"
 
 #include <csignal>
 #include <filesystem>
@@ -171,6 +172,21 @@ TEST_F(RegisterFault, AFullDiskLeavesTheRegisterAsItWas) {
         EXPECT_EQ(machine.read(mdfstab), content);
     }
     EXPECT_EQ(remove(with_largest_file(200)).returned, 0);
+}
+
+TEST_F(RegisterFault, ADiskThatTakesNoSyncLeavesTheRegisterAsItWas) {
+    const Result added = machine.operation([] {
+        deny_syncs();
+        return mdfstab_add("/mnt/new", "data", "new");
+    });
+    EXPECT_EQ(added.returned, -1066);
+    EXPECT_EQ(machine.read(mdfstab), content);
+    const Result removed = machine.operation([] {
+        deny_syncs();
+        return mdfstab_remove("/mnt/data/pool");
+    });
+    EXPECT_EQ(removed.returned, -1066);
+    EXPECT_EQ(machine.read(mdfstab), content);
 }
 
 TEST(FaultyRegister, IsNamedWhereLinesAreRemovedOnly) {

@@ -2,10 +2,12 @@
 // Restoring a group gives up no array, and replaces no volume on one, that the kernel does not show
 // as lost: a tool that fails is no proof.
 #include "fixtures/group_recovery.h"
+#include "fixtures/held_lock.h"
 
 namespace zav::test {
 namespace {
 
+using testing::AllOf;
 using testing::Contains;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -135,6 +137,33 @@ TEST_F(DoubtfulArray, IsKeptWhenARecordedArrayRuns) {
     machine.recorded_array("raid5_one_of_three_inactive"); // it runs without one of its members
     machine.tool(RecoveryMachine::mdadm).on("/sbin/mdadm --detail /dev/md1").exits(1);
     expect_stopped();
+}
+
+// Another command may just be bringing it back.
+TEST_F(DoubtfulArray, IsKeptWhileAnotherCommandUsesIt) {
+    array("raid5", {{"sdc"}, {"sdd", "faulty"}, {"sde", "faulty"}}, "inactive");
+    const HeldLock other(machine, claim_on("md1"));
+    restore();
+    EXPECT_EQ(run.returned, -2);
+    EXPECT_THAT(actions(run), IsEmpty());
+    EXPECT_THAT(machine.logged(), Contains("'md1' is used by another command"));
+}
+
+TEST_F(DoubtfulArray, IsClaimedUntilItsGroupIsRestored) {
+    array("raid5", {{"sdc"}, {"sdd", "faulty"}, {"sde", "faulty"}}, "inactive");
+    machine.tool(RecoveryMachine::vgcfgrestore).any().does("ls /run/zavbox");
+    expect_given_up();
+    EXPECT_EQ(run.out, "vg restore: yes\ndisk-md1\ndisk-ram2\ndisk-ram3\n");
+    EXPECT_FALSE(machine.exists("/run/zavbox"));
+}
+
+TEST_F(DoubtfulVolume, IsReplacedByNoRamDiskThatAnotherCommandUses) {
+    array("raid5", {{"sdc"}, {"sdd", "faulty"}, {"sde", "faulty"}}, "inactive");
+    const HeldLock other(machine, claim_on("ram2"));
+    restore();
+    EXPECT_EQ(run.returned, 0);
+    EXPECT_THAT(actions(run), AllOf(Contains("/sbin/pvcreate -u b /dev/ram3"),
+                                    Contains("/sbin/pvcreate -u a /dev/ram4")));
 }
 
 TEST_F(DoubtfulArray, IsGivenUpWhenARecordedArrayFailed) {

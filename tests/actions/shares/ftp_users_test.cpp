@@ -3,6 +3,7 @@
 #include "actions/shares/ftp_users.h"
 #include "base/file_locks.h"
 #include "fixtures/library.h"
+#include "fixtures/refused_calls.h"
 #include "fixtures/share_machine.h"
 
 #include <csignal>
@@ -93,6 +94,23 @@ TEST_F(FtpUsers, HomeIsRewrittenInPasswd) {
     EXPECT_EQ(machine.read(passwd), passwd_with("/home/ftpuser"));
     EXPECT_THAT(outside(run), ElementsAre(move_command, save_passwd));
     EXPECT_THAT(machine.log(), IsEmpty());
+}
+
+TEST_F(FtpUsers, AreNotBoundUnlessItIsDurable) {
+    const Result rehomed = machine.operation([] {
+        AccountLock accounts;
+        deny_syncs();
+        return rewrite_home("anna", "/home/ftpuser", accounts);
+    });
+    EXPECT_LT(rehomed.returned, 0);
+    EXPECT_EQ(machine.read(passwd), passwd_with());
+    EXPECT_THAT(rehomed.commands, IsEmpty());
+    const Result set = machine.operation([] {
+        deny_syncs();
+        return ftp_user_set(share_of("anna"));
+    });
+    EXPECT_LT(set.returned, 0);
+    EXPECT_FALSE(machine.exists("/etc/vsftpd/anna"));
 }
 
 TEST_F(FtpUsers, HomeOfALongerNameStays) {

@@ -3,6 +3,7 @@
 // leave.
 #include "actions/shares/steps.h"
 #include "fixtures/library.h"
+#include "fixtures/refused_calls.h"
 #include "fixtures/share_operation.h"
 
 namespace zav::test {
@@ -193,6 +194,22 @@ TEST_F(ShareStepWriting, AFullDiskGivesTheCodeOfTheFirstFileAndChangesNothing) {
                   : step.name == "add"       ? -2065
                                              : -2064)
             << step.name;
+    }
+}
+
+TEST_F(ShareStepWriting, ADiskThatTakesNoSyncGivesTheSameCodes) {
+    machine.file(share_register, register_section({})).file(smb_conf, samba_section("pub", "/p"));
+    for (const Step& step : steps()) {
+        const bool starts_with_a_service_file =
+            step.name == "remove forbidden" || step.name == "use" || step.name == "add";
+        const Function run_step = step.run;
+        const Result result = operate([run_step] {
+            deny_syncs();
+            return run_step();
+        });
+        EXPECT_EQ(result.returned, starts_with_a_service_file ? -2065 : -2064) << step.name;
+        EXPECT_EQ(machine.read(share_register), register_section({})) << step.name;
+        EXPECT_EQ(machine.read(smb_conf), samba_section("pub", "/p")) << step.name;
     }
 }
 

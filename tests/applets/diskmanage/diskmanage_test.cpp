@@ -2,6 +2,7 @@
 // diskmanage: the disk listing, hot spares, clearing a disk.
 #include "actions/disks/management.h"
 #include "fixtures/disk_machine.h"
+#include "fixtures/held_lock.h"
 #include "fixtures/library.h"
 
 #include <csignal>
@@ -335,6 +336,13 @@ TEST_F(DiskManageInit, ShowsTheDiskAndFormatsIt) {
         EXPECT_THAT(changes(run), ElementsAre("/usr/local/bin/diskformat /dev/sdd"));
     }
     EXPECT_THAT(machine.messages(), IsEmpty());
+}
+
+TEST_F(DiskManageInit, RefusesADiskThatAnotherCommandUses) {
+    const HeldLock other(machine, claim_on("sdd"));
+    EXPECT_EQ(diskmanage({"-I", "-n", "4"}), 55); // -201
+    EXPECT_THAT(changes(run), IsEmpty());
+    EXPECT_THAT(machine.messages(), Contains("'sdd' is used by another command"));
 }
 
 TEST_F(DiskManageInit, TakesTheFirstNumberOfAList) {

@@ -2,10 +2,12 @@
 // vgmanage --delete: the group is restored as far as LVM needs, then removed, and its volumes are
 // released.
 #include "fixtures/group_machine.h"
+#include "fixtures/held_lock.h"
 
 namespace zav::test {
 namespace {
 
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -58,6 +60,25 @@ TEST_F(VgDelete, LooksAtTheBackupThenRemovesTheGroupAndItsVolumes) {
     EXPECT_EQ(run.out, "vg restore: no\n");
     EXPECT_EQ(run.err, "");
     EXPECT_THAT(machine.log(), IsEmpty());
+}
+
+TEST_F(VgDelete, RemovesNothingWhileAnotherCommandUsesAVolume) {
+    machine.only_on("data", {"/dev/md0", "/dev/sde"});
+    for (const char* volume : {"md0", "sde"}) {
+        const HeldLock other(machine, claim_on(volume));
+        expect_refused(-2045, no_backup);
+        EXPECT_THAT(logged(machine),
+                    Contains(std::string("'") + volume + "' is used by another command"));
+    }
+}
+
+// Another group could take a volume that is free and not yet released.
+TEST_F(VgDelete, ClaimsTheVolumesUntilTheLastIsReleased) {
+    machine.only_on("data", {"/dev/md0", "/dev/sde"});
+    machine.tool(group_tool::pvremove).any().does("ls /run/zavbox >>/var/claims");
+    EXPECT_EQ(remove(), 0);
+    EXPECT_EQ(machine.read("/var/claims"), "disk-md0\ndisk-sde\ndisk-md0\ndisk-sde\n");
+    EXPECT_FALSE(machine.exists("/run/zavbox"));
 }
 
 TEST_F(VgDelete, TakesTheLongName) {
