@@ -15,7 +15,8 @@ struct Size {
     static constexpr std::uint64_t unit = Bytes;
     Number count = 0;
 
-    constexpr auto operator<=>(const Size&) const = default;
+    // clang-tidy 14 takes what it compares for a pointer.
+    constexpr auto operator<=>(const Size&) const = default; // NOLINT(modernize-use-nullptr)
 };
 
 using Sectors = Size<512>;

@@ -73,7 +73,7 @@ std::string find_user_link(const std::string& path) {
     }
     for (std::size_t end = home.size(); end != std::string::npos;) {
         end = path.find('/', end + 1);
-        const std::string part = path.substr(0, end);
+        std::string part = path.substr(0, end);
         struct stat status = {};
         if (::lstat(part.c_str(), &status) == 0 && S_ISLNK(status.st_mode)) {
             return part;
