@@ -65,11 +65,18 @@ bool is_kept(const std::string& action, const std::string& path) {
 // What a failure changes without a failure status, as each action's last steps are ignored; the log
 // tells of it.
 bool is_untold(const std::string& action, const std::string& path) {
-    // An entry that a deletion leaves, and a mount point that stays, are no failure.
-    const bool is_kept_entry = action.find("-delete") != std::string::npos &&
-                               (path == "/etc/mdfstab" || path == "/etc/netfstab");
+    // An entry that a deletion leaves, one that a share lacks which is mounted all the same, and a
+    // mount point that stays, are no failure.
+    constexpr std::array mounting = {"sharemanage-use", "sharemanage-restore",
+                                     "sharemanage-repair"};
+    const bool is_register = path == "/etc/mdfstab" || path == "/etc/netfstab";
+    const bool is_untold_entry =
+        is_register && (action.find("-delete") != std::string::npos ||
+                        std::any_of(mounting.begin(), mounting.end(), [&action](const char* name) {
+                            return action.starts_with(name);
+                        }));
     const bool is_of_mounts =
-        is_kept_entry || path.starts_with("/mnt/") || path.starts_with("/home/ftpuser/");
+        is_untold_entry || path.starts_with("/mnt/") || path.starts_with("/home/ftpuser/");
     // A disk is initialised whether or not its array lets it go.
     const bool is_of_init = action == "diskmanage-init-member" && path == "/proc/mdstat";
     // A list of hot spares that the tool did not change is told by the log alone; a group that was
