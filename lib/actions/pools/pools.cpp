@@ -96,7 +96,7 @@ Code check_name_known_free(const char* pool, const char* group, bool& is_sure, S
 
 /// Locks the name of a new pool: it belongs to one creation at a time. What is in no command needs
 /// no lock. False, logged, when it cannot be had.
-bool lock_name(const char* pool, const char* group, SystemLock& lock) {
+bool lock_pool_name(const char* pool, const char* group, SystemLock& lock) {
     if (!is_plain_name(pool) || !is_plain_name(group)) {
         return true;
     }
@@ -160,7 +160,7 @@ Code vg_space_check(const char* group, Gib size, Sink& out) {
 
 Code pool_create(const char* pool, const char* group, Gib size, Sink& out) {
     SystemLock name;
-    if (!lock_name(pool, group, name)) {
+    if (!lock_pool_name(pool, group, name)) {
         return Code::pool_not_created;
     }
     Code result = vg_space_check(group, size, out);
@@ -172,7 +172,7 @@ Code pool_create(const char* pool, const char* group, Gib size, Sink& out) {
 
 Code pool_create_to_format(const char* pool, const char* group, Gib size, SystemLock& name,
                            Sink& out) {
-    if (!lock_name(pool, group, name)) {
+    if (!lock_pool_name(pool, group, name)) {
         return Code::pool_not_created; // the new file system could not be mounted either
     }
     bool was_free = false;
