@@ -142,7 +142,7 @@ int delete_named(const Arguments& arguments) {
         if (registered == Presence::unknown && !is_register_missing(mdfstab_path)) {
             return fail(Code::register_unread); // the pool may be registered
         }
-        log_failure(static_cast<Code>(registered), {"fsmanage_main", __builtin_LINE()});
+        log_failure(static_cast<Code>(registered), LogSite::here("fsmanage_main"));
         return 0;
     }
     const std::string mntpoint = mount_point(arguments);

@@ -80,7 +80,7 @@ int delete_labelled(const Arguments& arguments) {
         if (registered == Presence::unknown && !is_register_missing(netfstab_path)) {
             return fail(Code::register_unread); // the disk may be registered
         }
-        log_failure(static_cast<Code>(registered), {"netmanage_main", __builtin_LINE()});
+        log_failure(static_cast<Code>(registered), LogSite::here("netmanage_main"));
         return 0;
     }
     return end(delete_netfs(arguments.label, standard_output()));

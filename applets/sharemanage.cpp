@@ -291,8 +291,7 @@ int restore(const Arguments& arguments) {
     }
     SharedSync sync;
     const Code restored = restore_share(share, arguments.group);
-    const Code result = end_on_disk(sync, restored, Code::share_not_restored);
-    return result == Code::share_listed ? number_of(result) : end(result);
+    return end(end_on_disk(sync, restored, Code::share_not_restored));
 }
 
 constexpr Action<Arguments> actions[] = {

@@ -87,7 +87,7 @@ const std::vector<FailureRow> failures = {
     {"sharemanage-delete-restored", "/sbin/pvcreate -u ",               -421,  -421},
     {"sharemanage-delete",       "umount ",                             -602,  -602},
     {"sharemanage-delete",       "rm -rf ",                                0,     0, true},
-    {"sharemanage-delete",       "mv /tmp/mdfstab.",                       0,     0, true},
+    {"sharemanage-delete",       "mv /tmp/mdfstab.",                    -504,  -504},
     {"sharemanage-delete",       "mv /tmp/passwd.",                     -504,  -504},
     {"sharemanage-delete",       "/sbin/lvremove ",                     -324,     0},
     {"sharemanage-edit-ftp",     "mv /tmp/passwd.",                     -507,  -507},

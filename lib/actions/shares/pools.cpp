@@ -3,6 +3,7 @@
 
 #include "actions/filesystems/filesystems.h"
 #include "actions/filesystems/mount_register.h"
+#include "actions/groups/recovery.h"
 #include "actions/pools/pools.h"
 #include "actions/shares/ftp_users.h"
 #include "base/codes.h"
@@ -12,6 +13,7 @@
 #include "inventory/filesystems.h"
 #include "inventory/mounts.h"
 #include "inventory/pools.h"
+#include "inventory/shares.h"
 #include "platform/models.h"
 #include "platform/services.h"
 #include "sources/fs_repair.h"
@@ -19,6 +21,7 @@
 #include "sources/mdfstab.h"
 
 #include <algorithm>
+#include <vector>
 
 namespace zav {
 
@@ -40,6 +43,10 @@ std::string path_of(const share_info& share, const char* group) {
     return share_path(share.type, group, share.name.c_str());
 }
 
+std::string ftp_path(const char* name) {
+    return share_path(share_type::ftp, "", name);
+}
+
 bool is_mounted(const share_info& share) {
     const auto mounts = read_mounts();
     return mounts && find_mount_named(*mounts, share.name) != nullptr;
@@ -59,6 +66,60 @@ Code mount_at(const std::string& mntpoint, const char* group, const char* pool) 
                                                             : Code::fs_not_mounted;
 }
 
+void add_new(std::vector<GroupName>& groups, const std::vector<GroupName>& others) {
+    for (const GroupName& other : others) {
+        if (std::ranges::find(groups, other.view(), &GroupName::view) == groups.end()) {
+            groups.push_back(other);
+        }
+    }
+}
+
+/// A group that commands take; else none, which is logged.
+GroupName plain_group(const GroupName& group, const char* what, const char* name) {
+    if (!group.empty() && !is_plain_name(group.view())) {
+        log_error("no command takes the group '%s' of %s '%s'", group.c_str(), what, name);
+        return GroupName();
+    }
+    return group;
+}
+
+/// The group of the file system that is registered at one of the mount points.
+std::string registered_group(std::string_view path, const std::string& other_path) {
+    fs_list list;
+    if (is_register_missing(mdfstab_path) || failed(mdfstab_read(list))) {
+        return "";
+    }
+    const auto found = std::ranges::find_if(
+        list, [&](const fs_info& fs) { return fs.mntpoint == path || fs.mntpoint == other_path; });
+    return found != list.end() ? std::string(found->ownername.view()) : "";
+}
+
+/// Of several groups that have a pool of the share's name the share's own: the one in the path that
+/// it is registered with, else the one that is registered to be mounted there, or at its place
+/// below the home of the FTP users. Code::no_such_group, which is logged with all, when neither
+/// tells: any other pool is somebody else's.
+Result<GroupName> choose_group(std::vector<GroupName> groups, const char* pool,
+                               std::string_view path) {
+    std::string names;
+    std::ranges::sort(groups, {}, &GroupName::view);
+    for (const GroupName& group : groups) {
+        const char* name = group.c_str();
+        if (is_plain_name(name) && (path == share_path(share_type::samba, name, pool) ||
+                                    path == share_path(share_type::iscsi, name, pool))) {
+            return group;
+        }
+        names.append(names.empty() ? "'" : ", '").append(name).append("'");
+    }
+    const std::string registered = registered_group(path, ftp_path(pool));
+    const auto own = std::ranges::find(groups, registered, &GroupName::view);
+    if (own != groups.end() && is_plain_name(registered)) {
+        return *own;
+    }
+    log_error("the groups %s have a pool '%s': nothing tells which is the share's", names.c_str(),
+              pool);
+    return Code::no_such_group;
+}
+
 } // namespace
 
 std::string share_path(std::string_view type, const char* group, const char* name) {
@@ -74,23 +135,53 @@ std::string share_path(std::string_view type, const char* group, const char* nam
     return format_text("/mnt/%s/%s", group, name);
 }
 
-Result<GroupName> find_pool_group(const char* pool, Sink& out) {
+Result<GroupName> find_pool_group(const char* pool, std::string_view path, Sink& out) {
     pool_list pools;
     const Code listed = pool_list_get(pools, out);
     if (listed == Code::pool_output_unread) {
         return listed;
     }
-    const auto found = std::ranges::find_if(
-        pools, [pool](const pool_info& record) { return last_component(record.name) == pool; });
-    if (found == pools.end()) {
+    std::vector<GroupName> groups;
+    for (const pool_info& record : pools) {
+        if (last_component(record.name) == pool) {
+            add_new(groups, {GroupName(record.vgname.view())});
+        }
+    }
+    if (groups.empty()) {
         // Without LVM no pool is listed, and what is not known to be gone is not forgotten.
         return failed(listed) ? Result<GroupName>(listed) : GroupName();
     }
-    if (!is_plain_name(found->vgname.view())) {
-        log_error("no command takes the group '%s' of pool '%s'", found->vgname.c_str(), pool);
-        return GroupName();
+    return groups.size() == 1 ? plain_group(groups.front(), "pool", pool)
+                              : choose_group(groups, pool, path);
+}
+
+Result<GroupName> find_group_to_mount(const char* pool, std::string_view path, Sink& out) {
+    std::vector<GroupName> groups = groups_of_pool(pool);
+    GroupName group;
+    if (groups.empty()) {
+        vgname_from_backup(pool, group, out);
+    } else {
+        group = groups.front();
     }
-    return GroupName(found->vgname.view());
+    add_new(groups, groups_of_pool_in_backups(pool));
+    return groups.size() > 1 ? choose_group(groups, pool, path) : plain_group(group, "share", pool);
+}
+
+Result<GroupName> bring_back_group(const char* pool, std::string_view path, Sink& out) {
+    std::vector<GroupName> groups = groups_of_pool_in_backups(pool);
+    if (!groups.empty()) {
+        add_new(groups, groups_of_pool(pool));
+    }
+    if (groups.size() > 1) {
+        const auto own = choose_group(groups, pool, path);
+        const Code result = own ? vg_raid_resume(own->c_str(), out) : own.code();
+        return failed(result) ? Result<GroupName>(result) : own;
+    }
+    GroupName group;
+    const Code result = handle_abnorm_raid(pool, group, out);
+    return failed(result)  ? Result<GroupName>(result)
+           : group.empty() ? find_pool_group(pool, path, out)
+                           : group;
 }
 
 Code mount_share(const share_info& share, const char* group) {
@@ -115,14 +206,17 @@ Code mount_again(const share_info& share, const char* group) {
     return register_mount(mntpoint, group, share.name.c_str());
 }
 
-void unregister_mount(const share_info& share, const GroupName& group) {
+Code unregister_mount(const share_info& share, const GroupName& group) {
     if (group.empty() && !has_ftp_account(share)) {
         log_error("share '%s' has no group: its mount point stays", share.name.c_str());
-        return;
+        return Code::ok;
     }
     const std::string path = path_of(share, group.c_str());
-    ignore(mdfstab_remove(path.c_str()));
-    ignore(mntdir_remove(path.c_str()));
+    const Code result = unregister_mount_point(path);
+    if (!failed(result)) {
+        ignore(mntdir_remove(path.c_str()));
+    }
+    return result;
 }
 
 Code unregister_mount_point(const std::string& mntpoint) {
@@ -133,6 +227,34 @@ Code unregister_mount_point(const std::string& mntpoint) {
     const bool is_gone = is_register_missing(mdfstab_path) ||
                          register_has_mount_point(mdfstab_path, mntpoint) == Presence::absent;
     return is_gone ? Code::ok : result;
+}
+
+Code give_up_mount_point(const std::string& mntpoint) {
+    if (const Code result = fs_umount(mntpoint.c_str()); failed(result)) {
+        const auto mounts = read_mounts();
+        if (!mounts || is_mount_point(*mounts, mntpoint)) {
+            return result; // what is still mounted must not be removed
+        }
+    }
+    ignore(mntdir_remove(mntpoint.c_str()));
+    return unregister_mount_point(mntpoint);
+}
+
+Code leave_ftp_directory(const char* name) {
+    const std::string mntpoint = ftp_path(name);
+    const auto mounts = read_mounts();
+    if (!mounts) {
+        return Code::mounts_unread;
+    }
+    if (is_mount_point(*mounts, mntpoint)) {
+        return give_up_mount_point(mntpoint);
+    }
+    if (is_register_missing(mdfstab_path) ||
+        register_has_mount_point(mdfstab_path, mntpoint) == Presence::absent) {
+        return Code::ok;
+    }
+    ignore(mntdir_remove(mntpoint.c_str()));
+    return unregister_mount_point(mntpoint);
 }
 
 Code remove_share_pool(const share_info& share, const GroupName& group, Sink& out) {

@@ -214,6 +214,30 @@ TEST(FilesOfOneChange, StayWhenSomebodyKeepsReadingOne) {
     EXPECT_THAT(root.list("/etc"), testing::ElementsAre("other", "register"));
 }
 
+// An editor puts a new file in the place of the old one, and knows no lock.
+TEST(FilesOfOneChange, StayWhenSomebodyHasReplacedOne) {
+    for (const bool is_prepared : {false, true}) {
+        PrivateRoot root;
+        root.file(path, "old\n").file("/etc/other", "other\n").file("/etc/edited", "edited\n");
+        root.call([is_prepared] {
+            const auto fd = FileDescriptor::open(path, O_RDWR);
+            const auto other = FileDescriptor::open("/etc/other", O_RDWR);
+            const std::vector<FileChange> changes = {change_of(path, fd, "new\n"),
+                                                     change_of("/etc/other", other, "new\n")};
+            EXPECT_FALSE(is_prepared && prepare_change(path, changes));
+            EXPECT_EQ(::rename("/etc/edited", "/etc/other"), 0);
+            const auto failure =
+                is_prepared ? change_prepared_files(path, changes) : change_files(path, changes);
+            EXPECT_TRUE(failure && failure->file == 1 && failure->is_locked);
+            forget_prepared_change(path);
+            return 0;
+        });
+        EXPECT_EQ(root.read(path), "old\n");
+        EXPECT_EQ(root.read("/etc/other"), "edited\n");
+        EXPECT_THAT(root.list("/etc"), testing::ElementsAre("other", "register"));
+    }
+}
+
 TEST(Journal, OfSomebodyElseIsNone) {
     PrivateRoot root;
     root.file(path, "old\n").file(journal, journal_text(two_files()));
