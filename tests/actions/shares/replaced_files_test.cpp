@@ -46,8 +46,7 @@ TEST_F(ReplacedShareFiles, TheRegisterIsOneOfThem) {
     is_edited_at(pool_tool::umount, share_register, "");
     EXPECT_EQ(forbid(), -502);
     EXPECT_THAT(machine.logged(), Contains(returned("forbid_use_share", -2062)));
-    EXPECT_EQ(machine.read(share_register),
-              register_section({"pub", "ftp", ftp_directory}) + "\n");
+    EXPECT_EQ(machine.read(share_register), register_section({"pub", "ftp", ftp_directory}) + "\n");
     machine.tool(pool_tool::umount).any().exits(0);
     EXPECT_EQ(forbid(), 0);
     EXPECT_THAT(machine.read(share_register), testing::HasSubstr("ftp = 0\n"));
