@@ -94,6 +94,17 @@ std::string registered_group(std::string_view path, const std::string& other_pat
     return found != list.end() ? std::string(found->ownername.view()) : "";
 }
 
+/// Whether the path that a share is registered with is that of its pool in this group.
+bool is_in_path(const char* group, const char* pool, std::string_view path) {
+    return is_plain_name(group) && (path == share_path(share_type::samba, group, pool) ||
+                                    path == share_path(share_type::iscsi, group, pool));
+}
+
+/// Whether the share's path, or what is registered to be mounted, names this group.
+bool is_own_group(const char* group, const char* pool, std::string_view path) {
+    return is_in_path(group, pool, path) || registered_group(path, ftp_path(pool)) == group;
+}
+
 /// Of several groups that have a pool of the share's name the share's own: the one in the path that
 /// it is registered with, else the one that is registered to be mounted there, or at its place
 /// below the home of the FTP users. Code::no_such_group, which is logged with all, when neither
@@ -104,8 +115,7 @@ Result<GroupName> choose_group(std::vector<GroupName> groups, const char* pool,
     std::ranges::sort(groups, {}, &GroupName::view);
     for (const GroupName& group : groups) {
         const char* name = group.c_str();
-        if (is_plain_name(name) && (path == share_path(share_type::samba, name, pool) ||
-                                    path == share_path(share_type::iscsi, name, pool))) {
+        if (is_in_path(name, pool, path)) {
             return group;
         }
         names.append(names.empty() ? "'" : ", '").append(name).append("'");
@@ -169,8 +179,8 @@ Result<GroupName> find_group_to_mount(const char* pool, std::string_view path, S
 
 Result<GroupName> bring_back_group(const char* pool, std::string_view path, Sink& out) {
     std::vector<GroupName> groups = groups_of_pool_in_backups(pool);
-    if (!groups.empty()) {
-        add_new(groups, groups_of_pool(pool));
+    if (!groups.empty() && !is_own_group(groups.front().c_str(), pool, path)) {
+        add_new(groups, groups_of_pool(pool)); // else LVM need not be asked
     }
     if (groups.size() > 1) {
         const auto own = choose_group(groups, pool, path);
