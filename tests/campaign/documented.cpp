@@ -190,7 +190,7 @@ struct CommandCode {
 };
 
 constexpr CommandCode codes[] = {
-#define ZAV_CODE(name, number, meaning, where) {number, where},
+#define ZAV_CODE(name, number, meaning, where, left, next) {number, where},
 #include "base/codes.def"
 #undef ZAV_CODE
 };
