@@ -83,7 +83,7 @@ Where a code is not the same for all commands, the entry says it for each.
 Each entry gives the number, the name in the library, and the exit status of a command
 that ends with it; then what it means and who returns it, what is left behind, and what
 to do next.
-"The log" means that no command ends with it.
+A code that nobody returns is the reason of another one, and stands above it in the log.
 """
 
 ERRORS_TAIL = r""".SH SEE ALSO
