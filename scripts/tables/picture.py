@@ -5,7 +5,7 @@ import json
 
 LINE, COLUMN = 17, 8.1  # pixels
 MARGIN = 12
-LONGEST_PAUSE = 1.2  # seconds; the recorded ones may be minutes
+LONGEST_PAUSE = 0.7  # seconds; the recorded ones may be minutes
 SHORTEST_STEP = 0.12
 HOLD = 6.0  # seconds that the end is shown
 
@@ -57,7 +57,7 @@ text {{ font: 13px monospace; fill: #d8dee9; white-space: pre }}
 </style>
 <rect width="100%" height="100%" rx="8" fill="#242933"/>
 <svg x="{MARGIN}" y="{MARGIN}" width="{width:.0f}" height="{height}">
-<g id="lines">
+<g id="lines" xml:space="preserve">
 {rows}
 <rect id="below" width="100%" height="{len(lines) * LINE}" fill="#242933"/>
 </g>
