@@ -61,8 +61,8 @@ struct OptionRow {
     const char* name = nullptr; ///< the long one, if it has one
     Argument argument = Argument::none;
     Role role = Role::detail;
-    std::string_view needs = "";       ///< letters: one of these options must be given too
-    std::string_view refuses = "";     ///< letters: it may not come after any of these options
+    std::string_view needs{};          ///< letters: one of these options must be given too
+    std::string_view refuses{};        ///< letters: it may not come after any of these options
     Argument operand = Argument::none; ///< what a mode takes behind the options
     Way ways[3] = {};                  ///< its lines in the first part of the usage
     const char* help = nullptr;        ///< its line below "Options:"

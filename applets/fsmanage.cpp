@@ -70,10 +70,10 @@ std::string mount_point(const Arguments& arguments) {
     return format_text("/mnt/%s/%s", arguments.group, arguments.name);
 }
 
-/// Makes the pool. Code::ok or the code that the command fails with.
-Code create_pool(const Arguments& arguments) {
-    const Code result = pool_create_to_format(arguments.name, arguments.group,
-                                              Gib{decimal(arguments.size)}, standard_output());
+/// Makes the pool under the lock of its name. Code::ok or the code that the command fails with.
+Code create_pool(const Arguments& arguments, SystemLock& name) {
+    const Code result = pool_create_to_format(
+        arguments.name, arguments.group, Gib{decimal(arguments.size)}, name, standard_output());
     if (result != Code::command_failed) {
         return result;
     }
@@ -102,7 +102,8 @@ int create(const Arguments& arguments) {
     if (is_name_taken(arguments)) {
         return fail(Code::pool_name_taken);
     }
-    if (const Code result = create_pool(arguments); failed(result)) {
+    SystemLock name;
+    if (const Code result = create_pool(arguments, name); failed(result)) {
         return fail(result);
     }
     if (failed(fs_make(arguments.name, arguments.group))) {

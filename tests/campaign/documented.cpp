@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "documented.h"
 
+#include "base/codes.h"
+
 #include <algorithm>
 
 namespace zav::test {
@@ -184,17 +186,6 @@ constexpr SilentStatus silent_statuses[] = {{"mdmanage-create", 1},
                                             {"sharemanage-edit", 237},
                                             {"sharemanage-use", 237}};
 
-struct CommandCode {
-    int number;
-    std::string_view commands;
-};
-
-constexpr CommandCode codes[] = {
-#define ZAV_CODE(name, number, meaning, where, left, next) {number, where},
-#include "base/codes.def"
-#undef ZAV_CODE
-};
-
 // What destroys, or gives away, what is on a disk, an array or a pool.
 constexpr std::string_view destructive[] = {to_disks,
                                             "/sbin/mdadm -C ",
@@ -242,9 +233,17 @@ bool may_be_left(const Action& action, const std::string& path) {
     });
 }
 
+bool is_code_again(const Action& action, int code) {
+    return code == action.again ||
+           std::any_of(failures.begin(), failures.end(), [&](const FailureRow& row) {
+               return row.again != 0 && row.again == code && action.name.starts_with(row.action);
+           });
+}
+
 bool is_code_of(const std::string& command, int code) {
-    return std::any_of(std::begin(codes), std::end(codes), [&](const CommandCode& row) {
-        return row.number == code && row.commands.find(command) != std::string_view::npos;
+    return std::ranges::any_of(code_table(), [&](const CodeRow& row) {
+        return number_of(row.code) == code &&
+               std::string_view(row.used_by).find(command) != std::string_view::npos;
     });
 }
 

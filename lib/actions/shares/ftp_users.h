@@ -29,8 +29,8 @@ class AccountLock {
 /// that fails. Code::ok; a code of read_file_lines(), also without the lock; Code::command_failed.
 Code rewrite_home(std::string_view user, std::string_view home, AccountLock& accounts);
 
-/// Finishes a change of /etc/passwd that was cut short, which nobody on this machine can log in
-/// without, unless the accounts are locked: then it is under way.
+/// Finishes a change of /etc/passwd that was cut short, unless the accounts are locked: then it is
+/// under way. Without the file nobody can log in.
 void finish_account_change();
 
 /// Writes the file of the share's user and hands it to the FTP server. Runs fxml. Code::ok; a code

@@ -51,7 +51,10 @@ Code register_mount(const std::string& mntpoint, const char* group, const char* 
 }
 
 Code mount_at(const std::string& mntpoint, const char* group, const char* pool) {
-    ignore(mntdir_create(mntpoint.c_str())); // protected from here on, also from being replaced
+    // From here on it is protected, also from being replaced.
+    if (const Code made = mntdir_create(mntpoint.c_str()); made == Code::fs_not_mounted) {
+        return made;
+    }
     return !failed(fs_mount(mntpoint.c_str(), group, pool)) ? register_mount(mntpoint, group, pool)
                                                             : Code::fs_not_mounted;
 }

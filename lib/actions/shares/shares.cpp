@@ -27,11 +27,11 @@ Code fail(Code cause, Code code, LogSite site = LogSite::here()) {
     return code;
 }
 
-/// Makes the pool. A failed command is a success when the pool, known to be new, is there all the
-/// same.
-Code create_pool(const share_info& share, const char* group, Sink& out) {
+/// Makes the pool under the lock of its name. A failed command is a success when the pool, known to
+/// be new, is there all the same.
+Code create_pool(const share_info& share, const char* group, SystemLock& lock, Sink& out) {
     const char* name = share.name.c_str();
-    const Code result = pool_create_to_format(name, group, unsigned_size(share.size), out);
+    const Code result = pool_create_to_format(name, group, unsigned_size(share.size), lock, out);
     if (result != Code::command_failed) {
         return result;
     }
@@ -129,7 +129,8 @@ Code create_share(const share_info& share, const char* group, Sink& out) {
     if (const Code result = register_new(share, accounts); failed(result)) {
         return result;
     }
-    if (const Code result = create_pool(share, group, out); failed(result)) {
+    SystemLock pool_name;
+    if (const Code result = create_pool(share, group, pool_name, out); failed(result)) {
         return log_return(result);
     }
     if (has_own_ftp_user(share)) {
