@@ -194,5 +194,6 @@ int fsmanage_main(int argc, char** argv) {
 } // namespace
 
 constexpr Applet fsmanage_applet = applet_of<table>();
+constexpr AppletTable fsmanage_table = table;
 
 } // namespace zav

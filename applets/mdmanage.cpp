@@ -37,6 +37,7 @@ constexpr OptionRow options[] = {
     {.letter = 'C',
      .name = "create",
      .role = Role::mode,
+     .operand = Argument::channels,
      .ways = {{"[--fg-init] -n raidname -l raidlevel -d dev channels",
                "create a raid with 'raidname' 'raidlevel' and 'channels' in 'device'"}}},
     {.letter = 'S',
@@ -61,11 +62,13 @@ constexpr OptionRow options[] = {
      .argument = Argument::channel,
      .role = Role::open_mode,
      .refuses = "r",
+     .operand = Argument::array,
      .ways = {{"channel raidname", "remove disk with 'channel' form the raid 'raidname'"}},
      .help = "add disk to raid"},
     {.letter = 'r',
      .argument = Argument::channel,
      .role = Role::open_mode,
+     .operand = Argument::array,
      .ways = {{"channel raidname", "add disk with 'channel' to the raid 'raidname'"}},
      .help = "remove disk to raid"},
     // The front end's documentation quotes this line, although there is no such option.
@@ -343,5 +346,6 @@ int mdinfo_list_destroy(mdinfo_list* list) {
 }
 
 constexpr Applet mdmanage_applet = applet_of<table>();
+constexpr AppletTable mdmanage_table = table;
 
 } // namespace zav

@@ -35,7 +35,7 @@ constexpr OptionRow options[] = {
      .name = "repair",
      .role = Role::mode,
      .ways = {{"-n label", "repair file system"}}},
-    {.letter = 'n', .argument = Argument::text, .help = "specify a label"},
+    {.letter = 'n', .argument = Argument::label, .help = "specify a label"},
     {.letter = 'g', .argument = Argument::disk, .help = "specify the name of device"},
 };
 
@@ -118,5 +118,6 @@ int netmanage_main(int argc, char** argv) {
 } // namespace
 
 constexpr Applet netmanage_applet = applet_of<table>();
+constexpr AppletTable netmanage_table = table;
 
 } // namespace zav
