@@ -93,7 +93,7 @@ const std::vector<FailureRow> failures = {
     {"sharemanage-edit-ftp",     "mv /tmp/passwd.",                     -507,  -507},
     {"sharemanage-forbid-ftp",   "umount ",                             -502,  -502},
     {"sharemanage-forbid-ftp",   "rm -rf ",                                0,     0, true},
-    {"sharemanage-forbid-ftp",   "mv /tmp/mdfstab.",                       0,     0, true},
+    {"sharemanage-forbid-ftp",   "mv /tmp/mdfstab.",                    -502,  -502},
     {"sharemanage-forbid-ftp",   "mv /tmp/passwd.",                     -502,  -502},
     {"sharemanage-use-ftp",      "umount ",                             -602,  -602},
     {"sharemanage-use-ftp",      "rm -rf ",                                0,     0, true},

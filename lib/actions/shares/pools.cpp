@@ -66,9 +66,13 @@ Code mount_at(const std::string& mntpoint, const char* group, const char* pool) 
                                                             : Code::fs_not_mounted;
 }
 
+bool contains(const std::vector<GroupName>& groups, std::string_view group) {
+    return std::ranges::find(groups, group, &GroupName::view) != groups.end();
+}
+
 void add_new(std::vector<GroupName>& groups, const std::vector<GroupName>& others) {
     for (const GroupName& other : others) {
-        if (std::ranges::find(groups, other.view(), &GroupName::view) == groups.end()) {
+        if (!contains(groups, other.view())) {
             groups.push_back(other);
         }
     }
@@ -94,15 +98,23 @@ std::string registered_group(std::string_view path, const std::string& other_pat
     return found != list.end() ? std::string(found->ownername.view()) : "";
 }
 
-/// Whether the path that a share is registered with is that of its pool in this group.
-bool is_in_path(const char* group, const char* pool, std::string_view path) {
-    return is_plain_name(group) && (path == share_path(share_type::samba, group, pool) ||
-                                    path == share_path(share_type::iscsi, group, pool));
+/// The group that the path of a share's pool names; empty for a path of another form, which an FTP
+/// share has.
+GroupName group_in_path(const char* pool, std::string_view path) {
+    for (const std::string_view top : {"/mnt/", "/dev/"}) {
+        const std::string_view rest = path.starts_with(top) ? path.substr(top.size()) : "";
+        const std::string_view group = rest.substr(0, rest.find('/'));
+        if (is_plain_name(group) && rest.substr(group.size()) == std::string("/") + pool) {
+            return GroupName(group);
+        }
+    }
+    return GroupName();
 }
 
 /// Whether the share's path, or what is registered to be mounted, names this group.
-bool is_own_group(const char* group, const char* pool, std::string_view path) {
-    return is_in_path(group, pool, path) || registered_group(path, ftp_path(pool)) == group;
+bool is_own_group(const GroupName& group, const char* pool, std::string_view path) {
+    return group_in_path(pool, path) == group ||
+           registered_group(path, ftp_path(pool)) == group.view();
 }
 
 /// Of several groups that have a pool of the share's name the share's own: the one in the path that
@@ -114,20 +126,27 @@ Result<GroupName> choose_group(std::vector<GroupName> groups, const char* pool,
     std::string names;
     std::ranges::sort(groups, {}, &GroupName::view);
     for (const GroupName& group : groups) {
-        const char* name = group.c_str();
-        if (is_in_path(name, pool, path)) {
-            return group;
-        }
-        names.append(names.empty() ? "'" : ", '").append(name).append("'");
+        names.append(names.empty() ? "'" : ", '").append(group.view()).append("'");
+    }
+    const GroupName named = group_in_path(pool, path);
+    if (!named.empty() && contains(groups, named.view())) {
+        return named;
     }
     const std::string registered = registered_group(path, ftp_path(pool));
-    const auto own = std::ranges::find(groups, registered, &GroupName::view);
-    if (own != groups.end() && is_plain_name(registered)) {
-        return *own;
+    if (contains(groups, registered) && is_plain_name(registered)) {
+        return GroupName(registered);
     }
     log_error("the groups %s have a pool '%s': nothing tells which is the share's", names.c_str(),
               pool);
     return Code::no_such_group;
+}
+
+/// Whether the path that a share is registered with names another group than the only one that has
+/// a pool of its name: the share's own is gone, maybe by a deletion that was cut short, and this
+/// one is somebody else's.
+bool is_of_others(const GroupName& group, const char* pool, std::string_view path) {
+    const GroupName named = group_in_path(pool, path);
+    return !named.empty() && named != group && is_plain_name(group.view());
 }
 
 } // namespace
@@ -161,8 +180,15 @@ Result<GroupName> find_pool_group(const char* pool, std::string_view path, Sink&
         // Without LVM no pool is listed, and what is not known to be gone is not forgotten.
         return failed(listed) ? Result<GroupName>(listed) : GroupName();
     }
-    return groups.size() == 1 ? plain_group(groups.front(), "pool", pool)
-                              : choose_group(groups, pool, path);
+    if (groups.size() > 1) {
+        return choose_group(groups, pool, path);
+    }
+    if (is_of_others(groups.front(), pool, path)) {
+        log_error("the pool '%s' of group '%s' is not that of the share at '%s', which is gone",
+                  pool, groups.front().c_str(), std::string(path).c_str());
+        return GroupName();
+    }
+    return plain_group(groups.front(), "pool", pool);
 }
 
 Result<GroupName> find_group_to_mount(const char* pool, std::string_view path, Sink& out) {
@@ -179,13 +205,16 @@ Result<GroupName> find_group_to_mount(const char* pool, std::string_view path, S
 
 Result<GroupName> bring_back_group(const char* pool, std::string_view path, Sink& out) {
     std::vector<GroupName> groups = groups_of_pool_in_backups(pool);
-    if (!groups.empty() && !is_own_group(groups.front().c_str(), pool, path)) {
+    if (!groups.empty() && !is_own_group(groups.front(), pool, path)) {
         add_new(groups, groups_of_pool(pool)); // else LVM need not be asked
     }
     if (groups.size() > 1) {
         const auto own = choose_group(groups, pool, path);
         const Code result = own ? vg_raid_resume(own->c_str(), out) : own.code();
         return failed(result) ? Result<GroupName>(result) : own;
+    }
+    if (!groups.empty() && is_of_others(groups.front(), pool, path)) {
+        return find_pool_group(pool, path, out);
     }
     GroupName group;
     const Code result = handle_abnorm_raid(pool, group, out);
@@ -265,6 +294,14 @@ Code leave_ftp_directory(const char* name) {
     }
     ignore(mntdir_remove(mntpoint.c_str()));
     return unregister_mount_point(mntpoint);
+}
+
+bool is_in_ftp_directory(const char* name) {
+    const std::string mntpoint = ftp_path(name);
+    const auto mounts = read_mounts();
+    return (mounts && is_mount_point(*mounts, mntpoint)) ||
+           (!is_register_missing(mdfstab_path) &&
+            register_has_mount_point(mdfstab_path, mntpoint) == Presence::present);
 }
 
 Code remove_share_pool(const share_info& share, const GroupName& group, Sink& out) {

@@ -94,6 +94,19 @@ Code free_users(const std::vector<std::string>& users, std::string_view kept,
     return Code::ok;
 }
 
+/// Takes back what a failed attempt to put a forbidden share in use with FTP has left, or to forbid
+/// one: a mount that users reach, and users that are bound to it.
+Code leave_ftp(const share_info& share) {
+    share_info forbidden = share;
+    if (!has_ftp_account(share)) {
+        forbidden.type.clear();
+    }
+    AccountLock accounts;
+    const auto users = find_bound_users(forbidden, accounts);
+    const Code left = users ? leave_ftp_directory(share.name.c_str()) : users.code();
+    return failed(left) ? left : free_users(*users, "", accounts);
+}
+
 /// Whether a share can be taken out of all files, and its users freed.
 Code check_removal(ShareFiles& files, const share_info& share) {
     AccountLock accounts;
@@ -326,20 +339,9 @@ Code mod_use_share(ShareFiles& files, const share_info& share) {
 
 // Spelled so on purpose: support searches logs for it.
 Code mod_forbiden_share(ShareFiles& files, share_info& share) {
-    AccountLock accounts;
-    share_info left = share; // with the users and the mount that a failed attempt has left
-    if (!has_ftp_account(share)) {
-        left.type.clear();
-    }
     Code result = open_files_of(files, share);
-    const auto users = find_bound_users(left, accounts);
-    result = failed(result) ? result : users.code();
-    result = failed(result) ? result : leave_ftp_directory(share.name.c_str());
+    result = failed(result) ? result : leave_ftp(share);
     result = failed(result) ? result : edit_forbidden_share(files, share);
-    if (!failed(result) || result == Code::share_not_listed) {
-        const Code freed = free_users(*users, "", accounts);
-        result = failed(freed) ? freed : result;
-    }
     return !failed(result) || result == Code::share_not_listed
                ? result
                : fail(result, Code::share_not_edited);
@@ -380,7 +382,11 @@ Code set_to_smbnfs(ShareFiles& files, share_info& share, Sink& out) {
     if (!group || group->empty()) {
         return log_return(Code::no_such_group);
     }
-    if (const Code result = open_to_use(files, share); failed(result)) {
+    Code result = open_to_use(files, share);
+    if (!failed(result) && is_in_ftp_directory(name)) {
+        result = leave_ftp(share);
+    }
+    if (failed(result)) {
         return fail(result, Code::share_not_edited);
     }
     // Also for iSCSI: the device has the share's file system on it, which a client that wrote to it

@@ -22,6 +22,12 @@ class ForbiddenFtpShare : public ShareOperation {
             return edit_share(share, 0, printed());
         });
     }
+    Result use(const std::string& type) {
+        return operate([type] {
+            share_info share = share_of(type.c_str());
+            return edit_share(share, 1, printed());
+        });
+    }
     // An attempt to put it in use ended behind the mount.
     void is_mounted_there() {
         has_forbidden_share();
@@ -94,6 +100,35 @@ TEST_F(ForbiddenFtpShare, KeepsItsMountWhenItCannotBeChanged) {
     const Result result = forbid();
     EXPECT_EQ(result.returned, -507);
     EXPECT_THAT(changes(result), IsEmpty());
+}
+
+// A share that another service is to serve leaves the users' home, and its own mount point is used.
+TEST_F(ForbiddenFtpShare, IsTakenFromTheUsersBeforeAnotherServiceHasIt) {
+    for (const char* type : {"samba", "nfs"}) {
+        is_mounted_there();
+        machine.file("/etc/vsftpd/anna", "local_root=/home/ftpuser/pub\n");
+        machine.tool(pool_tool::umount).any().does(": >/proc/mounts");
+        const Result result = use(type);
+        EXPECT_EQ(result.returned, 0) << type;
+        EXPECT_THAT(changes(result), Contains(unmounting(ftp_directory))) << type;
+        EXPECT_THAT(changes(result), Contains(unbinding("anna").back())) << type;
+        EXPECT_THAT(changes(result), Contains(xfs_mount("/dev/data/pub", directory))) << type;
+        EXPECT_EQ(machine.read(mdfstab), mdfstab_line(directory)) << type;
+        is_mounted_there();
+        machine.mounts({});
+        EXPECT_EQ(use(type).returned, 0) << type;
+        EXPECT_EQ(machine.read(mdfstab), mdfstab_line(directory)) << type << ", or only registered";
+    }
+}
+
+TEST_F(ForbiddenFtpShare, IsNotServedWhileTheUsersReachIt) {
+    is_mounted_there();
+    machine.file(mdfstab, "");
+    fails(pool_tool::umount, "umount ");
+    const Result result = use("samba");
+    EXPECT_EQ(result.returned, -507);
+    EXPECT_THAT(changes(result), ElementsAre(unmounting(ftp_directory)));
+    EXPECT_EQ(machine.read(smb_conf), samba_global);
 }
 
 TEST_F(ForbiddenFtpShare, NeedsNoRegisterOfMounts) {

@@ -80,6 +80,26 @@ TEST_F(PoolNamesakes, ABackupOfItsOwnGroupIsRestored) {
     EXPECT_THAT(result.commands, Not(Contains(HasSubstr("lvremove -f archive"))));
 }
 
+// As after a kill behind lvremove.
+TEST_F(PoolNamesakes, OneAloneIsNotDeletedForAPoolThatIsGone) {
+    for (const char* service : {"samba", "nfs", "iscsi"}) {
+        for (const bool is_in_backup : {false, true}) {
+            has_share(service);
+            machine.pools({"/dev/archive/pub"});
+            machine.remove("/etc/lvm/backup/archive");
+            if (is_in_backup) {
+                machine.backup("archive", {"pub"});
+            }
+            const Result result = remove();
+            EXPECT_EQ(result.returned, 0) << service;
+            EXPECT_THAT(result.commands, Not(Contains(HasSubstr("lvremove")))) << service;
+            EXPECT_THAT(machine.logged(),
+                        Contains(HasSubstr("the pool 'pub' of group 'archive' is not that")));
+            EXPECT_THAT(machine.read(share_register), Not(HasSubstr("pub"))) << service;
+        }
+    }
+}
+
 TEST_F(PoolNamesakes, NoneIsDeletedWhenNothingTells) {
     has_share("ftp");
     machine.file(mdfstab, "/dev/archive/pub\t/mnt/archive/pub\txfs\tdefaults\t0 0\n");

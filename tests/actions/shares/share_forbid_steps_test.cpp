@@ -12,13 +12,6 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 
-// Takes the share out of its files; a forbidden one has no type.
-Code remove_forbidden_from_files(ShareFiles& files, const share_info& share) {
-    const Code prepared = prepare_removal(files, share);
-    const Code written = finish_removal(files);
-    return failed(written) ? written : prepared;
-}
-
 class RecycleSteps : public ShareOperation {
   protected:
     // Also prints the record's service afterwards, which must be empty.
@@ -248,7 +241,7 @@ TEST_F(RemoveForbiddenStep, TakesTheShareOutOfAllThreeFiles) {
     machine.file(exports_recycle, export_of("/mnt/data/a") + export_of(directory));
     const Result result = operate([] {
         ShareFiles files;
-        return remove_forbidden_from_files(files, share_of(""));
+        return remove_from_files(files, share_of(""));
     });
     EXPECT_EQ(result.returned, 0);
     EXPECT_EQ(machine.read(share_register), register_section({.name = "a"}));
@@ -261,7 +254,7 @@ TEST_F(RemoveForbiddenStep, TakesTheShareOutOfAllThreeFiles) {
 TEST_F(RemoveForbiddenStep, NeedsTheShareInOneFileOnly) {
     const auto remove = [] {
         ShareFiles files;
-        return remove_forbidden_from_files(files, share_of(""));
+        return remove_from_files(files, share_of(""));
     };
     machine.shares({{.service = ""}});
     EXPECT_EQ(result_of(remove), 0);
