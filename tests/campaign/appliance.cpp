@@ -114,6 +114,7 @@ Appliance::Appliance(const std::string& model) : ShareMachine(model) {
         file(path, "");
     }
     file(hotspares_file, "Global hotspare disk:\n");
+    file("/etc/.pwd.lock", ""); // there since the first account was made
     directory("/etc/lvm/backup");
     directory("/mnt");
     declare_lvm();

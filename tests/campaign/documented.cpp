@@ -91,7 +91,7 @@ const std::vector<FailureRow> failures = {
     {"sharemanage-delete",       "mv /tmp/passwd.",                     -504,  -504},
     {"sharemanage-delete",       "/sbin/lvremove ",                     -324,     0},
     {"sharemanage-edit-ftp",     "mv /tmp/passwd.",                     -507,  -507},
-    {"sharemanage-forbid-ftp",   "umount ",                             -502,  -502},
+    {"sharemanage-forbid-ftp",   "umount ",                             -502,     0},
     {"sharemanage-forbid-ftp",   "rm -rf ",                                0,     0, true},
     {"sharemanage-forbid-ftp",   "mv /tmp/mdfstab.",                    -502,  -502},
     {"sharemanage-forbid-ftp",   "mv /tmp/passwd.",                     -502,  -502},
