@@ -234,7 +234,9 @@ bool may_be_left(const Action& action, const std::string& path) {
 }
 
 bool is_code_again(const Action& action, int code) {
-    return code == action.again ||
+    // A disk that was mounted, but could not be registered, is in use now.
+    const bool is_mounted_disk = action.name.starts_with("netmanage-create") && code == -603;
+    return code == action.again || is_mounted_disk ||
            std::any_of(failures.begin(), failures.end(), [&](const FailureRow& row) {
                return row.again != 0 && row.again == code && action.name.starts_with(row.action);
            });

@@ -27,8 +27,11 @@ struct Limit {
 std::vector<Limit> descriptor_limits() {
     std::vector<Limit> limits;
     for (rlim_t count = 3; count <= 20; ++count) {
-        limits.push_back(
-            {std::to_string(count) + " descriptors", {.limits = {{RLIMIT_NOFILE, count}}}});
+        const bool is_all_taken = count == 3; // the loader can open no library
+        limits.push_back({std::to_string(count) + " descriptors",
+                          {.limits = {{RLIMIT_NOFILE, count}}},
+                          false,
+                          is_all_taken});
     }
     return limits;
 }

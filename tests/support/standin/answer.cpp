@@ -108,6 +108,7 @@ int run_snippet(const std::string& snippet, char** argv) {
     signal(SIGCHLD, SIG_DFL);
     const pid_t child = fork();
     if (child == 0) {
+        lift_limits(); // no tool stops half-way because its stand-in is a script that writes files
         execv(places::busybox, arguments.data());
         _exit(126);
     }

@@ -29,6 +29,11 @@ LiftedLimits::~LiftedLimits() {
     setrlimit(RLIMIT_FSIZE, &file_size_);
 }
 
+void lift_limits() {
+    raise_soft_limit(RLIMIT_NOFILE);
+    raise_soft_limit(RLIMIT_FSIZE);
+}
+
 bool write_all(int descriptor, std::string_view bytes) {
     while (!bytes.empty()) {
         const ssize_t written = write(descriptor, bytes.data(), bytes.size());

@@ -23,6 +23,9 @@ class LiftedLimits {
     rlimit file_size_{};
 };
 
+// Raises both for good.
+void lift_limits();
+
 bool write_all(int descriptor, std::string_view bytes);
 // The first `most` bytes; empty when the file cannot be read.
 std::string read_file(const char* path, size_t most = static_cast<size_t>(-1));
