@@ -157,7 +157,8 @@ void Appliance::declare_lvm() {
         .optional();
     tool("/sbin/pvcreate")
         .on_prefix("/sbin/pvcreate -u ")
-        .does("echo \"  $3:data:209715200:-1:8:8:-1:4096:25600:25600:0:$2\" >> /state/volumes")
+        .does("grep -q \"^  /dev/.*:$2$\" /state/volumes && exit 5\n" // it is on another device
+              "echo \"  $3:data:209715200:-1:8:8:-1:4096:25600:25600:0:$2\" >> /state/volumes")
         .optional();
     tool("/sbin/vgcfgrestore").any().optional();
 }

@@ -168,6 +168,12 @@ Code check_doubts(const backup_pv_list& volumes, const live_pv_list& live, bool 
     return Code::ok;
 }
 
+/// Whether a volume is on a RAM disk, where an attempt that was cut short has put it.
+bool has_substitute(const backup_pv& volume, const live_pv_list& live) {
+    const auto found = std::ranges::find(live, volume.id, &live_pv::uuid);
+    return found != live.end() && found->pvname.view().starts_with(ram_prefix);
+}
+
 /// Brings one volume back. Code::volume_gone or Code::no_substitute; `restored` becomes true when
 /// something took its place.
 Code restore_volume(const backup_pv& volume, const live_pv_list& live, mdinfo_list& arrays,
@@ -184,8 +190,9 @@ Code restore_volume(const backup_pv& volume, const live_pv_list& live, mdinfo_li
     }
     // One that is present on a plain device gets a substitute too: the whole set is restored.
     const Code result = substitute(volume, ram_disks, claims);
-    restored = restored || !failed(result);
-    return result;
+    const bool is_there = !failed(result) || has_substitute(volume, live);
+    restored = restored || is_there;
+    return is_there ? Code::ok : result; // LVM may refuse a second one of the same UUID
 }
 
 } // namespace

@@ -137,6 +137,21 @@ TEST_F(RestoreGroup, GivesAVolumeOnARamDiskAnotherOne) {
     expect_restored({on_ram("DBc3C1-Rr0K-05dv-AasZ-5VQX-Ntqc-LdXVSd", 3), restore_vg1});
 }
 
+// As after a restoration that was cut short: LVM knows the UUID already.
+TEST_F(RestoreGroup, ContinuesWithAVolumeOnARamDiskThatLvmMakesOnlyOnce) {
+    machine.tool(RecoveryMachine::pvcreate).on(on_ram("a", 3)).exits(5);
+    machine.sees(live("a", "/dev/ram2"));
+    restore({{"a", "md1"}, {"b", "md2"}});
+    expect_restored({on_ram("a", 3), on_ram("b", 4), restore_vg1});
+}
+
+TEST_F(RestoreGroup, StopsWhereAVolumeOnADiskIsMadeAgain) {
+    machine.tool(RecoveryMachine::pvcreate).on(on_ram("a", 2)).exits(5);
+    machine.sees(live("a", "/dev/sdf"));
+    restore({{"a", "sdf"}});
+    expect_stopped(-3, {on_ram("a", 2)});
+}
+
 TEST_F(RestoreGroup, TakesTheVolumesInTheBackupsOrder) {
     machine.sees(live("c", "/dev/sdf") + live("b", "/dev/md0") + live("a", "/dev/md1"));
     restore({{"c", "sdf"}, {"x", "sdy"}, {"b", "md0"}, {"a", "md1"}});
