@@ -44,6 +44,10 @@ std::optional<std::vector<std::string>> ftp_users() {
     return names;
 }
 
+std::string_view without_last_slashes(std::string_view path) {
+    return path.substr(0, path.find_last_not_of('/') + 1);
+}
+
 } // namespace
 
 Result<std::string> get_user_secret(std::string_view user) {
@@ -116,8 +120,7 @@ Presence check_user_from_vsftpd(std::string_view user) {
     return presence(std::ranges::find(*names, user) != names->end());
 }
 
-Result<std::vector<std::string>> users_of_share(std::string_view share,
-                                                std::string_view directory) {
+Result<std::vector<std::string>> users_of_directory(std::string_view directory) {
     const auto names = directory_entries(ftp_users_directory);
     if (!names && errno != ENOENT && errno != ENOTDIR) {
         return Code::lines_unread;
@@ -131,8 +134,7 @@ Result<std::vector<std::string>> users_of_share(std::string_view share,
         }
         const auto root = file ? local_root(*file) : std::nullopt;
         const bool is_user = name != default_ftp_user && !NewFile::is_name(name);
-        if (root && is_user && last_component(*root) == share &&
-            (directory.empty() || *root == directory)) {
+        if (root && is_user && without_last_slashes(*root) == directory) {
             users.push_back(name);
         }
     }

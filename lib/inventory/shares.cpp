@@ -218,16 +218,21 @@ Code get_shareinfo_from_ietd(const FileText& file, share_list& list) {
 }
 
 /// What lvdisplay tells of all pools, for `reader`; Code::share_pools_unread.
-Result<std::string> read_pools(LogSite reader) {
+Result<std::string> read_pools(LogSite reader, WaitStatus& status) {
     const Capture capture(lvdisplay_template);
-    const WaitStatus status =
-        capture.run_and_log(format_text(lvdisplay_plain_command, capture.path()));
+    status = capture.run_and_log(format_text(lvdisplay_plain_command, capture.path()));
     auto output = capture.read();
     if (!output) {
         log_errno(failed(status) ? Code::pool_tool_failed : Code::ok, reader);
         return Code::share_pools_unread;
     }
     return std::move(*output);
+}
+
+/// The same, whatever the tool's status.
+Result<std::string> read_pools(LogSite reader) {
+    WaitStatus status = WaitStatus::success;
+    return read_pools(reader, status);
 }
 
 /// What a group lies on: an array's name, or that of a disk, which the group lists by its channel.
@@ -344,15 +349,17 @@ Code check_share(const char* name) {
     }
 }
 
-std::vector<GroupName> groups_of_pool(const char* pool) {
-    const auto output = read_pools(LogSite::numbered(192, "get_vgname_from_lvdisplay"));
-    std::vector<GroupName> groups;
-    if (output) {
-        for (const std::string_view group : groups_with_pool(*output, pool)) {
-            groups.emplace_back(group);
-        }
+Result<std::vector<GroupName>> groups_of_pool(const char* pool) {
+    WaitStatus status = WaitStatus::success;
+    const auto output = read_pools(LogSite::numbered(192, "get_vgname_from_lvdisplay"), status);
+    if (!output) {
+        return output.code();
     }
-    return groups;
+    std::vector<GroupName> groups;
+    for (const std::string_view group : groups_with_pool(*output, pool)) {
+        groups.emplace_back(group);
+    }
+    return failed(status) ? Result<std::vector<GroupName>>(Code::share_pools_unread) : groups;
 }
 
 Result<GroupName> get_vgname_from_lvdisplay(const char* share) {

@@ -34,9 +34,9 @@ Code find_share(const char* name, share_info& share);
 /// Code::ok when there is no share of that name, Code::share_exists or Code::no_share_list.
 Code check_share(const char* name);
 
-/// The groups that have a pool of that name, by lvdisplay -c, in its order; none when what that
-/// printed cannot be read, which is logged.
-std::vector<GroupName> groups_of_pool(const char* pool);
+/// The groups that have a pool of that name, by lvdisplay -c, in its order.
+/// Code::share_pools_unread when it fails or what it printed cannot be read, which is logged.
+Result<std::vector<GroupName>> groups_of_pool(const char* pool);
 
 /// The group of the pool that a share lies on, the first by lvdisplay -c; Code::share_pools_unread
 /// or Code::no_such_group.

@@ -140,6 +140,20 @@ bool may_be_in_use(const backup_pv& volume, const live_pv_list& live, mdinfo_lis
             whole_disk_name(volume.device).starts_with("md"));
 }
 
+/// Whether an array would be given up for nothing: recovery stops at a volume on an array that
+/// nothing is known of.
+bool stops_behind_an_array(const backup_pv_list& volumes, const live_pv_list& live,
+                           mdinfo_list& arrays) {
+    const auto gives_up = [&](const backup_pv& volume) {
+        return is_on_inactive_array(volume, live, arrays);
+    };
+    const auto stops_at = [&](const backup_pv& volume) {
+        return pv_state(volume, live) == PvState::on_array &&
+               find_array(arrays, volume.device) == nullptr;
+    };
+    return std::ranges::any_of(volumes, gives_up) && std::ranges::any_of(volumes, stops_at);
+}
+
 /// Whether a volume is on another device than the backup says, which is logged.
 bool has_moved(const backup_pv& volume, const live_pv_list& live) {
     if (pv_state(volume, live) != PvState::moved) {
@@ -155,6 +169,10 @@ bool has_moved(const backup_pv& volume, const live_pv_list& live) {
 /// Code::ok, or Code::volume_gone with a message: nothing is touched then.
 Code check_doubts(const backup_pv_list& volumes, const live_pv_list& live, bool is_live_sure,
                   mdinfo_list& arrays, DiskClaims& claims) {
+    if (stops_behind_an_array(volumes, live, arrays)) {
+        log_error("a volume is on an array that is not there: nothing is restored");
+        return Code::volume_gone;
+    }
     for (const backup_pv& volume : volumes) {
         if (has_moved(volume, live) ||
             (may_be_in_use(volume, live, arrays) && !claims.add(volume.device))) {

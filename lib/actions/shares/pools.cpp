@@ -87,15 +87,16 @@ GroupName plain_group(const GroupName& group, const char* what, const char* name
     return group;
 }
 
-/// The group of the file system that is registered at one of the mount points.
-std::string registered_group(std::string_view path, const std::string& other_path) {
+/// The group of the file system that is registered at a mount point; empty for none.
+GroupName registered_group(std::string_view mntpoint) {
     fs_list list;
     if (is_register_missing(mdfstab_path) || failed(mdfstab_read(list))) {
-        return "";
+        return GroupName();
     }
-    const auto found = std::ranges::find_if(
-        list, [&](const fs_info& fs) { return fs.mntpoint == path || fs.mntpoint == other_path; });
-    return found != list.end() ? std::string(found->ownername.view()) : "";
+    const auto found =
+        std::ranges::find(list, mntpoint, [](const fs_info& fs) { return fs.mntpoint.view(); });
+    const bool is_plain = found != list.end() && is_plain_name(found->ownername.view());
+    return is_plain ? found->ownername : GroupName();
 }
 
 /// The group that the path of a share's pool names; empty for a path of another form, which an FTP
@@ -111,42 +112,75 @@ GroupName group_in_path(const char* pool, std::string_view path) {
     return GroupName();
 }
 
-/// Whether the share's path, or what is registered to be mounted, names this group.
-bool is_own_group(const GroupName& group, const char* pool, std::string_view path) {
-    return group_in_path(pool, path) == group ||
-           registered_group(path, ftp_path(pool)) == group.view();
+/// The group of the share's own pool: the one that the path names that the share is registered
+/// with, if it is one of `groups`; the one that is registered to be mounted there; else the named
+/// one, or the one that is registered at its place below the home of the FTP users. Empty when
+/// nothing tells.
+GroupName own_group(const char* pool, std::string_view path, const std::vector<GroupName>& groups) {
+    const GroupName named = group_in_path(pool, path);
+    if (contains(groups, named.view())) {
+        return named;
+    }
+    const GroupName registered = registered_group(path);
+    return !registered.empty() ? registered
+           : !named.empty()    ? named
+                               : registered_group(ftp_path(pool));
 }
 
-/// Of several groups that have a pool of the share's name the share's own: the one in the path that
-/// it is registered with, else the one that is registered to be mounted there, or at its place
-/// below the home of the FTP users. Code::no_such_group, which is logged with all, when neither
-/// tells: any other pool is somebody else's.
-Result<GroupName> choose_group(std::vector<GroupName> groups, const char* pool,
-                               std::string_view path) {
+std::string names_of(std::vector<GroupName> groups) {
     std::string names;
     std::ranges::sort(groups, {}, &GroupName::view);
     for (const GroupName& group : groups) {
         names.append(names.empty() ? "'" : ", '").append(group.view()).append("'");
     }
-    const GroupName named = group_in_path(pool, path);
-    if (!named.empty() && contains(groups, named.view())) {
-        return named;
-    }
-    const std::string registered = registered_group(path, ftp_path(pool));
-    if (contains(groups, registered) && is_plain_name(registered)) {
-        return GroupName(registered);
-    }
-    log_error("the groups %s have a pool '%s': nothing tells which is the share's", names.c_str(),
-              pool);
-    return Code::no_such_group;
+    return names;
 }
 
-/// Whether the path that a share is registered with names another group than the only one that has
-/// a pool of its name: the share's own is gone, maybe by a deletion that was cut short, and this
-/// one is somebody else's.
-bool is_of_others(const GroupName& group, const char* pool, std::string_view path) {
-    const GroupName named = group_in_path(pool, path);
-    return !named.empty() && named != group && is_plain_name(group.view());
+/// Whether the register of mounts has the only pool of a share's name, whose path names no group,
+/// for another mount point than the share's: it is a file system of its own. That is logged.
+bool is_of_others(const share_info& share, const GroupName& group, std::string_view path) {
+    const char* pool = share.name.c_str();
+    if (group.empty() || !group_in_path(pool, path).empty()) {
+        return false;
+    }
+    const std::string device = pool_path(group.c_str(), pool);
+    const std::string own_path = share_path(share.type, group.c_str(), pool);
+    fs_list list;
+    if (is_register_missing(mdfstab_path) || failed(mdfstab_read(list))) {
+        return false;
+    }
+    const auto found = std::ranges::find_if(list, [&](const fs_info& fs) {
+        return fs.name == device && fs.mntpoint != path && fs.mntpoint != own_path;
+    });
+    if (found == list.end()) {
+        return false;
+    }
+    log_error("'%s' is mounted on '%s', which is not the share's", device.c_str(),
+              found->mntpoint.c_str());
+    return true;
+}
+
+/// Of the groups that have a pool of the share's name the one that has its own; empty, which is
+/// logged, when its own pool is gone, maybe by a deletion that was cut short: the others are
+/// somebody else's. Code::no_such_group, also logged, when nothing tells.
+Result<GroupName> choose_group(const std::vector<GroupName>& groups, const char* pool,
+                               std::string_view path) {
+    const GroupName own = own_group(pool, path, groups);
+    const bool is_only = groups.size() == 1;
+    if (contains(groups, own.view()) || (is_only && !is_plain_name(groups.front().view()))) {
+        return is_only ? groups.front() : own;
+    }
+    if (!own.empty()) {
+        log_error("the pool '%s' of '%s' is gone: that of %s is not the share's", pool, own.c_str(),
+                  names_of(groups).c_str());
+        return GroupName();
+    }
+    if (is_only) {
+        return groups.front();
+    }
+    log_error("the groups %s have a pool '%s': nothing tells which is the share's",
+              names_of(groups).c_str(), pool);
+    return Code::no_such_group;
 }
 
 } // namespace
@@ -162,6 +196,11 @@ std::string share_path(std::string_view type, const char* group, const char* nam
         break;
     }
     return format_text("/mnt/%s/%s", group, name);
+}
+
+bool is_path_of_other_group(const char* pool, std::string_view path, std::string_view group) {
+    const GroupName named = group_in_path(pool, path);
+    return !named.empty() && named != group;
 }
 
 Result<GroupName> find_pool_group(const char* pool, std::string_view path, Sink& out) {
@@ -180,47 +219,55 @@ Result<GroupName> find_pool_group(const char* pool, std::string_view path, Sink&
         // Without LVM no pool is listed, and what is not known to be gone is not forgotten.
         return failed(listed) ? Result<GroupName>(listed) : GroupName();
     }
-    if (groups.size() > 1) {
-        return choose_group(groups, pool, path);
+    const auto chosen = choose_group(groups, pool, path);
+    if (failed(listed) && chosen && chosen->empty()) {
+        return listed; // its own may be in the part that is missing
     }
-    if (is_of_others(groups.front(), pool, path)) {
-        log_error("the pool '%s' of group '%s' is not that of the share at '%s', which is gone",
-                  pool, groups.front().c_str(), std::string(path).c_str());
-        return GroupName();
-    }
-    return plain_group(groups.front(), "pool", pool);
+    return chosen && !chosen->empty() ? plain_group(*chosen, "pool", pool) : chosen;
 }
 
 Result<GroupName> find_group_to_mount(const char* pool, std::string_view path, Sink& out) {
-    std::vector<GroupName> groups = groups_of_pool(pool);
-    GroupName group;
-    if (groups.empty()) {
+    const auto listed = groups_of_pool(pool);
+    std::vector<GroupName> groups = listed ? *listed : std::vector<GroupName>();
+    if (GroupName group; groups.empty()) {
         vgname_from_backup(pool, group, out);
-    } else {
-        group = groups.front();
+        add_new(groups, {group});
     }
     add_new(groups, groups_of_pool_in_backups(pool));
-    return groups.size() > 1 ? choose_group(groups, pool, path) : plain_group(group, "share", pool);
+    std::erase(groups, GroupName());
+    if (groups.empty()) {
+        return GroupName();
+    }
+    const auto chosen = choose_group(groups, pool, path);
+    return chosen ? plain_group(*chosen, "share", pool) : chosen;
 }
 
-Result<GroupName> bring_back_group(const char* pool, std::string_view path, Sink& out) {
+Result<GroupName> bring_back_group(const share_info& share, std::string_view path, Sink& out) {
+    const char* pool = share.name.c_str();
     std::vector<GroupName> groups = groups_of_pool_in_backups(pool);
-    if (!groups.empty() && !is_own_group(groups.front(), pool, path)) {
-        add_new(groups, groups_of_pool(pool)); // else LVM need not be asked
-    }
-    if (groups.size() > 1) {
-        const auto own = choose_group(groups, pool, path);
-        const Code result = own ? vg_raid_resume(own->c_str(), out) : own.code();
+    const GroupName own = groups.empty() ? GroupName() : own_group(pool, path, groups);
+    if (!groups.empty() && own.empty()) {
+        const auto listed = groups_of_pool(pool);
+        if (!listed) {
+            return listed.code();
+        }
+        add_new(groups, *listed);
+        const auto chosen = choose_group(groups, pool, path);
+        if (!chosen || is_of_others(share, *chosen, path)) {
+            return Code::no_such_group;
+        }
+    } else if (groups.size() > 1 && contains(groups, own.view())) {
+        const Code result = vg_raid_resume(own.c_str(), out);
         return failed(result) ? Result<GroupName>(result) : own;
     }
-    if (!groups.empty() && is_of_others(groups.front(), pool, path)) {
-        return find_pool_group(pool, path, out);
-    }
+    const bool is_own = own.empty() || contains(groups, own.view());
     GroupName group;
-    const Code result = handle_abnorm_raid(pool, group, out);
-    return failed(result)  ? Result<GroupName>(result)
-           : group.empty() ? find_pool_group(pool, path, out)
-                           : group;
+    const Code result = is_own ? handle_abnorm_raid(pool, group, out) : Code::ok;
+    if (failed(result) || !group.empty()) {
+        return failed(result) ? Result<GroupName>(result) : group;
+    }
+    const auto found = find_pool_group(pool, path, out);
+    return found && is_of_others(share, *found, path) ? Code::no_such_group : found;
 }
 
 Code mount_share(const share_info& share, const char* group) {
@@ -296,12 +343,13 @@ Code leave_ftp_directory(const char* name) {
     return unregister_mount_point(mntpoint);
 }
 
-bool is_in_ftp_directory(const char* name) {
+Code leave_ftp_directory_if_any(const char* name) {
     const std::string mntpoint = ftp_path(name);
     const auto mounts = read_mounts();
-    return (mounts && is_mount_point(*mounts, mntpoint)) ||
-           (!is_register_missing(mdfstab_path) &&
-            register_has_mount_point(mdfstab_path, mntpoint) == Presence::present);
+    const bool is_any = (mounts && is_mount_point(*mounts, mntpoint)) ||
+                        (!is_register_missing(mdfstab_path) &&
+                         register_has_mount_point(mdfstab_path, mntpoint) == Presence::present);
+    return is_any ? leave_ftp_directory(name) : Code::ok;
 }
 
 Code remove_share_pool(const share_info& share, const GroupName& group, Sink& out) {

@@ -17,22 +17,26 @@ namespace zav {
 /// Where a share of that service is mounted; for iSCSI the device that it exports.
 std::string share_path(std::string_view type, const char* group, const char* name);
 
-/// The group of a share's pool, by the pool list; empty when there is no such pool, when the only
-/// one is in another group than `path`, which the share is registered with, names, or when the
-/// group's name can be in no command; the last two are logged. Of several groups with a pool of
-/// that name it is the one that `path` names, else the one that the register of mounts has for that
-/// path or the share's place below the home of the FTP users. Code::no_such_group, logged with the
-/// groups, when neither tells; Code::pool_output_unread; Code::pool_tool_failed when the tool
-/// failed without listing the pool.
+/// Whether the path that a share is registered with is that of its pool in another group.
+bool is_path_of_other_group(const char* pool, std::string_view path, std::string_view group);
+
+/// The group of a share's pool, by the pool list. A share's own pool is in the group that the
+/// register of mounts has for `path`, which the share is registered with; else in the one that
+/// `path` names, or that the register of mounts has for the share's place below the home of the FTP
+/// users; when nothing tells, in the only group that has a pool of that name. Empty when there is no such pool, when only other groups
+/// have one, or when the group's name can be in no command; the last two are logged.
+/// Code::no_such_group, logged with the groups, when several have one and nothing tells;
+/// Code::pool_output_unread; Code::pool_tool_failed when the tool failed without listing the pool.
 Result<GroupName> find_pool_group(const char* pool, std::string_view path, Sink& out);
 
-/// The same by LVM's list and its backups together, for a pool that is to be mounted; the only one
-/// is taken whatever the path. Code::no_such_group.
+/// The same by LVM's list and its backups together, for a pool that is to be mounted. A list that
+/// fails counts as empty. Code::no_such_group.
 Result<GroupName> find_group_to_mount(const char* pool, std::string_view path, Sink& out);
 
-/// The same for a pool that is to be deleted, whose group is brought back as far as that takes. Of
-/// a single group the backups tell first. Also Code::array_inactive.
-Result<GroupName> bring_back_group(const char* pool, std::string_view path, Sink& out);
+/// The same for a share whose pool is to be deleted, and whose group is brought back as far as that
+/// takes. Also Code::no_such_group when nothing tells, and the register of mounts has the only pool
+/// of the name for another mount point; Code::share_pools_unread; Code::array_inactive.
+Result<GroupName> bring_back_group(const share_info& share, std::string_view path, Sink& out);
 
 /// Makes the mount point, mounts the pool there and registers it. Code::ok; Code::fs_not_mounted,
 /// also when a part of the path below the users' home is a link; or Code::register_unopened.
@@ -63,8 +67,8 @@ Code give_up_mount_point(const std::string& mntpoint);
 /// there: a forbidden one is within nobody's reach. Also Code::mounts_unread.
 Code leave_ftp_directory(const char* name);
 
-/// Whether a share of that name is known to be mounted or registered there.
-bool is_in_ftp_directory(const char* name);
+/// The same, only when a share of that name is known to be mounted or registered there.
+Code leave_ftp_directory_if_any(const char* name);
 
 /// Removes the pool; nothing without a group. Code::ok, also when there was none;
 /// Code::pool_not_removed, also for one that is only missing in the list of a tool that failed; or

@@ -52,9 +52,10 @@ std::string registered_path(ShareFiles& files, const char* name) {
     return registered != nullptr ? std::string(registered->path.view()) : "";
 }
 
-bool is_registered_forbidden(ShareFiles& files, const share_info& share) {
+/// The service that a share is registered with, whatever is given; empty for a forbidden one.
+std::string_view own_type(ShareFiles& files, const share_info& share) {
     const share_info* registered = find_same(files.registered(), share);
-    return registered != nullptr && registered->type.empty();
+    return registered != nullptr ? registered->type.view() : share.type.view();
 }
 
 /// The end of each way to put a share in use: no longer in a recycle file, but in its service's.
@@ -65,19 +66,19 @@ Code put_in_use(ShareFiles& files, share_info& share, LogSite operation) {
                : fail(result, Code::share_not_edited, operation);
 }
 
+/// The users whose files lead to the share's place below the home of the FTP users.
+Result<std::vector<std::string>> bound_users(const share_info& share) {
+    return users_of_directory(share_path(share_type::ftp, "", share.name.c_str()));
+}
+
 /// The users that are bound to an FTP share, or that an attempt to forbid one has left; makes sure
 /// that they can be freed, before anything is changed. A file that cannot be read is a failure: in
 /// a list of shares it is no user.
 Result<std::vector<std::string>> find_bound_users(const share_info& share, AccountLock& accounts) {
-    const bool is_forbidden = share.type.empty();
-    const std::string name(share.name.view());
-    if (!is_forbidden && !has_ftp_account(share)) {
+    if (!share.type.empty() && !has_ftp_account(share)) {
         return std::vector<std::string>();
     }
-    // Others may have a directory of that name.
-    const std::string directory =
-        is_forbidden ? share_path(share_type::ftp, "", name.c_str()) : std::string();
-    auto users = users_of_share(name, directory);
+    auto users = bound_users(share);
     const bool is_any = users && !users->empty();
     const Code usable = is_any ? check_bound_user(accounts) : Code::ok;
     return failed(usable) ? usable : std::move(users);
@@ -95,15 +96,15 @@ Code free_users(const std::vector<std::string>& users, std::string_view kept,
 }
 
 /// Takes back what a failed attempt to put a forbidden share in use with FTP has left, or to forbid
-/// one: a mount that users reach, and users that are bound to it.
-Code leave_ftp(const share_info& share) {
+/// one: users that are bound to it, and first, with `leave`, a mount that they reach.
+Code leave_ftp(const share_info& share, Code (*leave)(const char* name)) {
     share_info forbidden = share;
     if (!has_ftp_account(share)) {
         forbidden.type.clear();
     }
     AccountLock accounts;
     const auto users = find_bound_users(forbidden, accounts);
-    const Code left = users ? leave_ftp_directory(share.name.c_str()) : users.code();
+    const Code left = users ? leave(share.name.c_str()) : users.code();
     return failed(left) ? left : free_users(*users, "", accounts);
 }
 
@@ -121,7 +122,7 @@ Code delete_mounted(ShareFiles& files, const share_info& share, const GroupName&
         return fail(result, Code::fs_not_unmounted, operation);
     }
     Code result = unregister_mount(share, group);
-    if (!failed(result) && share.type.empty()) {
+    if (!failed(result) && !has_ftp_account(share)) {
         result = leave_ftp_directory(share.name.c_str());
     }
     if (failed(result)) { // else it would be mounted at the next start, when another has its name
@@ -157,11 +158,23 @@ Code leave_old_path(const share_info& share, const char* group) {
     return failed(result) || !is_elsewhere ? result : unregister_mount_point(share.path.c_str());
 }
 
+/// Whether a share's pool may be in the group: not when the share is registered with another one's
+/// path, which is logged.
+Code check_group(ShareFiles& files, const char* name, const char* group) {
+    const std::string path = registered_path(files, name);
+    if (!is_path_of_other_group(name, path, group)) {
+        return Code::ok;
+    }
+    log_error("share '%s' is at '%s', not in group '%s'", name, path.c_str(), group);
+    return Code::no_such_group;
+}
+
 /// Whether the share could be added now: a repair may take hours, in which the files are not
 /// locked.
-Code check_files(const share_info& share) {
+Code check_files(const share_info& share, const char* group) {
     ShareFiles files;
-    return open_to_use(files, share);
+    const Code result = open_to_use(files, share);
+    return failed(result) ? result : check_group(files, share.name.c_str(), group);
 }
 
 /// Registers a share before it exists: whoever asks for the name meanwhile is refused.
@@ -236,7 +249,7 @@ Code delete_share(const char* name, Sink& out) {
         failed(result) && result != Code::share_not_listed) {
         return fail(result, Code::share_not_deleted);
     }
-    const auto group = bring_back_group(name, path, out);
+    const auto group = bring_back_group(share, path, out);
     if (!group) {
         return log_return(group.code());
     }
@@ -278,7 +291,9 @@ Code edit_share(share_info& share, int state, Sink& out) {
         return log_return(result);
     }
     share.size = current.size;
-    share.path = current.path.view();
+    // What is mounted on a directory of its name may be somebody else's.
+    const std::string path = registered_path(files, share.name.c_str());
+    share.path = is_plain_path(path) ? std::string_view(path) : current.path.view();
     const bool is_in_use = !current.type.empty();
     if (is_in_use && !is_served_by(current, share.type)) {
         // Another service would leave this one serving it.
@@ -300,7 +315,8 @@ Code forbid_use_share(ShareFiles& files, share_info& share, const share_info& cu
         return fail(result, Code::share_not_forbidden);
     }
     if (!has_ftp_account(share)) {
-        const Code result = forbid_share(files, share, current.type);
+        Code result = leave_ftp_directory_if_any(share.name.c_str());
+        result = failed(result) ? result : forbid_share(files, share, current.type);
         const bool is_done =
             !failed(result) || result == Code::share_listed || result == Code::share_not_listed;
         return is_done ? Code::ok : fail(result, Code::share_not_forbidden);
@@ -324,7 +340,7 @@ Code mod_use_share(ShareFiles& files, const share_info& share) {
         return fail(result, Code::share_not_used);
     }
     if (has_ftp_account(share)) {
-        const auto users = users_of_share(share.name.view());
+        const auto users = bound_users(share);
         if (!users) {
             return fail(users.code(), Code::share_not_edited, LogSite::here("edit_share"));
         }
@@ -340,7 +356,7 @@ Code mod_use_share(ShareFiles& files, const share_info& share) {
 // Spelled so on purpose: support searches logs for it.
 Code mod_forbiden_share(ShareFiles& files, share_info& share) {
     Code result = open_files_of(files, share);
-    result = failed(result) ? result : leave_ftp(share);
+    result = failed(result) ? result : leave_ftp(share, leave_ftp_directory);
     result = failed(result) ? result : edit_forbidden_share(files, share);
     return !failed(result) || result == Code::share_not_listed
                ? result
@@ -383,9 +399,7 @@ Code set_to_smbnfs(ShareFiles& files, share_info& share, Sink& out) {
         return log_return(Code::no_such_group);
     }
     Code result = open_to_use(files, share);
-    if (!failed(result) && is_in_ftp_directory(name)) {
-        result = leave_ftp(share);
-    }
+    result = failed(result) ? result : leave_ftp(share, leave_ftp_directory_if_any);
     if (failed(result)) {
         return fail(result, Code::share_not_edited);
     }
@@ -406,16 +420,18 @@ Code restore_share(share_info& share, const char* group) {
         share.users = default_ftp_user;
     }
     ShareFiles files;
-    const Code added = add_lost_share(files, share);
+    const Code usable = open_to_use(files, share);
+    const Code checked = failed(usable) ? usable : check_group(files, share.name.c_str(), group);
+    const Code added = failed(checked) ? checked : add_lost_share(files, share);
     if (failed(added) && added != Code::share_listed) {
         return fail(added, Code::share_not_restored);
     }
-    if (is_on_device(share)) {
+    share_info mounted = share;
+    mounted.type = own_type(files, share);
+    if (is_on_device(share) || is_on_device(mounted)) {
         return Code::ok;
     }
-    share_info mounted = share;
-    if (is_registered_forbidden(files, share)) {
-        mounted.type.clear();
+    if (mounted.type.empty()) {
         if (const Code result = leave_ftp_directory(share.name.c_str()); failed(result)) {
             return fail(result, Code::share_not_restored);
         }
@@ -442,7 +458,7 @@ Code repair_share(const char* name, std::string_view type, const char* group, Si
     if (has_ftp_account(share)) {
         share.users = default_ftp_user;
     }
-    if (const Code result = check_files(share); failed(result)) {
+    if (const Code result = check_files(share, group); failed(result)) {
         return fail(result, Code::share_not_repaired);
     }
     if (const Code result = check_umount(name, out); failed(result)) {

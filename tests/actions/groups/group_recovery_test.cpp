@@ -243,6 +243,12 @@ TEST_F(RestoreGroup, LeavesTheMetadataAloneWhenItStopsLater) {
     expect_stopped(-2, {on_ram("a", 2)});
 }
 
+TEST_F(RestoreGroup, GivesUpNoArrayBeforeAVolumeThatStopsIt) {
+    machine.sees(live("a", "/dev/md1") + live("b", "/dev/md7"));
+    restore({{"a", "md1"}, {"b", "md7"}});
+    expect_stopped(-2);
+}
+
 // RAM disks.
 
 std::vector<Volume> missing_volumes(int count) {

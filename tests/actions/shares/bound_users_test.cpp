@@ -98,11 +98,15 @@ TEST_F(BoundUsers, NothingIsMountedForOneWhoCannotBeFreed) {
     EXPECT_TRUE(machine.exists("/etc/vsftpd/anna"));
 }
 
-TEST_F(BoundUsers, OfAnotherDirectoryOfTheNameAreNotThoseOfAForbiddenShare) {
-    has_forbidden_share();
-    machine.file("/etc/vsftpd/anna", "local_root=/srv/pub\n");
-    EXPECT_EQ(remove().returned, 0);
-    EXPECT_TRUE(machine.exists("/etc/vsftpd/anna"));
+TEST_F(BoundUsers, OfAnotherDirectoryOfTheNameAreNotThoseOfTheShare) {
+    for (const int state : {0, 1, 2, 3, 4}) {
+        const bool is_in_use = state < 3;
+        is_in_use ? has_share("ftp") : has_forbidden_share();
+        machine.file("/etc/vsftpd/bert", "local_root=/srv/pub\n");
+        const bool is_deleted = state == 2 || state == 4;
+        EXPECT_EQ((is_deleted ? remove() : edit(is_in_use ? state : 0)).returned, 0) << state;
+        EXPECT_TRUE(machine.exists("/etc/vsftpd/bert")) << state;
+    }
 }
 
 // The users make their directories themselves.

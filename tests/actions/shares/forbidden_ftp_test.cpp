@@ -131,6 +131,16 @@ TEST_F(ForbiddenFtpShare, IsNotServedWhileTheUsersReachIt) {
     EXPECT_EQ(machine.read(smb_conf), samba_global);
 }
 
+// They were left bound by an attempt to forbid it that failed behind the mount.
+TEST_F(ForbiddenFtpShare, FreesItsUsersBeforeAnotherServiceHasIt) {
+    has_forbidden_share();
+    machine.file("/etc/vsftpd/anna", "local_root=/home/ftpuser/pub\n");
+    const Result result = use("samba");
+    EXPECT_EQ(result.returned, 0);
+    EXPECT_THAT(changes(result), Contains(unbinding("anna").back()));
+    EXPECT_FALSE(machine.exists("/etc/vsftpd/anna"));
+}
+
 TEST_F(ForbiddenFtpShare, NeedsNoRegisterOfMounts) {
     has_forbidden_share();
     machine.remove(mdfstab);
@@ -153,6 +163,31 @@ TEST_F(ForbiddenFtpShare, IsRepairedWhereItsGroupIs) {
     is_mounted_there();
     fails(pool_tool::mv, "mv /tmp/mdfstab.");
     EXPECT_EQ(operate(repair).returned, -509) << "users would reach it after a restart";
+}
+
+TEST_F(ForbiddenFtpShare, OfAnotherServiceLeavesTheUsersHomeWithIt) {
+    for (const bool is_deleted : {false, true}) {
+        has_share("samba", "anna");
+        machine.mounts({"/dev/data/pub " + ftp_directory});
+        machine.file(mdfstab, mdfstab_line(directory) + mdfstab_line(ftp_directory));
+        const Result result =
+            is_deleted ? operate([] { return delete_share("pub", printed()); }) : forbid("samba");
+        EXPECT_EQ(result.returned, 0) << is_deleted;
+        EXPECT_THAT(changes(result), Contains(unmounting(ftp_directory))) << is_deleted;
+        EXPECT_THAT(machine.read(mdfstab), Not(HasSubstr("/home/"))) << is_deleted;
+    }
+}
+
+TEST_F(ForbiddenFtpShare, OfAnotherServiceIsNotRestoredBelowTheUsersHome) {
+    has_share("samba", "anna");
+    machine.mounts({});
+    const Result result = operate([] {
+        share_info share = share_of("ftp");
+        return restore_share(share, "data");
+    });
+    EXPECT_EQ(result.returned, 0);
+    EXPECT_THAT(changes(result), Contains(xfs_mount("/dev/data/pub", directory)));
+    EXPECT_THAT(result.commands, Not(Contains(HasSubstr(ftp_directory))));
 }
 
 TEST_F(ForbiddenFtpShare, IsRestoredWhereItsGroupIs) {

@@ -94,10 +94,71 @@ TEST_F(PoolNamesakes, OneAloneIsNotDeletedForAPoolThatIsGone) {
             EXPECT_EQ(result.returned, 0) << service;
             EXPECT_THAT(result.commands, Not(Contains(HasSubstr("lvremove")))) << service;
             EXPECT_THAT(machine.logged(),
-                        Contains(HasSubstr("the pool 'pub' of group 'archive' is not that")));
+                        Contains(HasSubstr("the pool 'pub' of 'data' is gone: that of 'archive'")));
             EXPECT_THAT(machine.read(share_register), Not(HasSubstr("pub"))) << service;
         }
     }
+}
+
+TEST_F(PoolNamesakes, OfAnFtpShareIsKeptWhenItsOwnPoolIsGone) {
+    has_share("ftp");
+    machine.mounts({}).pools({"/dev/archive/pub"});
+    const Result result = remove();
+    EXPECT_EQ(result.returned, 0);
+    EXPECT_THAT(result.commands, Not(Contains(HasSubstr("archive/pub"))));
+}
+
+// Its line has gone in the first attempt, which ended with -504 behind lvremove.
+TEST_F(PoolNamesakes, OfAnFtpShareIsKeptWhereTheRegisterOfMountsHasItElsewhere) {
+    has_share("ftp", "anna");
+    machine.mounts({}).pools({"/dev/archive/pub"});
+    machine.file(mdfstab, "/dev/archive/pub\t/mnt/archive/pub\txfs\tdefaults\t0 0\n");
+    Result result = remove();
+    EXPECT_EQ(result.returned, -303);
+    EXPECT_THAT(changes(result), IsEmpty());
+    EXPECT_THAT(machine.logged(), Contains("'/dev/archive/pub' is mounted on '/mnt/archive/pub', "
+                                           "which is not the share's"));
+    machine.backup("archive", {"pub"});
+    result = remove();
+    EXPECT_EQ(result.returned, -303) << "also when the backups know it";
+    EXPECT_THAT(changes(result), IsEmpty());
+}
+
+TEST_F(PoolNamesakes, AListThatFailsLeavesNoOtherGroupToABackup) {
+    has_share("ftp");
+    machine.backup("archive", {"pub"});
+    has_namesake();
+    machine.tool(pool_tool::lvdisplay)
+        .on("/sbin/lvdisplay -c")
+        .does("if [ -e /first ]; then "
+              "echo '  /dev/archive/pub:archive:3:1:-1:0:4194304:512:-1:0:-1:254:0'; "
+              "echo '  /dev/data/pub:data:3:1:-1:0:4194304:512:-1:0:-1:254:0'; "
+              "else : >/first; exit 5; fi");
+    const Result result = remove();
+    EXPECT_THAT(result.commands, Not(Contains(HasSubstr("lvremove -f archive"))));
+    has_share("ftp");
+    machine.file(mdfstab, "").remove("/first");
+    EXPECT_THAT(changes(remove()), IsEmpty()) << "nothing else tells";
+}
+
+TEST_F(PoolNamesakes, SeveralAreKeptWhenTheShareIsRegisteredElsewhere) {
+    has_share("samba");
+    machine.mounts({}).pools({"/dev/archive/pub", "/dev/more/pub"});
+    machine.file(mdfstab, "/dev/archive/pub\t/home/ftpuser/pub\txfs\tdefaults\t0 0\n");
+    const Result result = remove();
+    EXPECT_EQ(result.returned, 0);
+    EXPECT_THAT(result.commands, Not(Contains(HasSubstr("lvremove"))));
+}
+
+TEST_F(PoolNamesakes, AListThatFailedHalfWayDoesNotSayThatTheOwnIsGone) {
+    has_share("samba");
+    machine.tool(pool_tool::lvdisplay)
+        .on("/sbin/lvdisplay -c")
+        .prints("  /dev/archive/pub:archive:3:1:-1:0:4194304:512:-1:0:-1:254:0\n")
+        .exits(5);
+    const Result result = remove();
+    EXPECT_NE(result.returned, 0);
+    EXPECT_THAT(changes(result), IsEmpty());
 }
 
 TEST_F(PoolNamesakes, NoneIsDeletedWhenNothingTells) {
@@ -106,7 +167,7 @@ TEST_F(PoolNamesakes, NoneIsDeletedWhenNothingTells) {
     has_namesake();
     expect_refused(remove(), "delete_share");
     has_forbidden_share();
-    machine.shares({{.service = "", .path = "/mnt/more/pub"}});
+    machine.shares({{.service = "", .path = "/srv/pub"}});
     has_namesake();
     expect_refused(remove(), "delete_share");
     machine.backup("archive", {"pub"});
@@ -125,6 +186,52 @@ TEST_F(PoolNamesakes, TheRegisteredPathTellsWhichOneIsMounted) {
         EXPECT_THAT(machine.read(mdfstab), testing::StartsWith("/dev/data/pub\t")) << type;
         EXPECT_THAT(changes(result), Not(Contains(HasSubstr("archive")))) << type;
     }
+}
+
+TEST_F(PoolNamesakes, OneAloneIsNotMountedForAPoolThatIsGone) {
+    for (const bool is_listed : {true, false}) {
+        for (const char* type : {"samba", "nfs", "ftp"}) {
+            has_forbidden_share();
+            machine.mounts({}).file(mdfstab, "");
+            machine.backup("archive", {"pub"});
+            machine.pools({"/dev/archive/pub"});
+            if (!is_listed) {
+                machine.tool(pool_tool::lvdisplay).on("/sbin/lvdisplay -c").exits(5);
+            }
+            const Result result = use(type, type == std::string("ftp") ? "ftpuser" : "");
+            EXPECT_EQ(result.returned, -303) << type;
+            EXPECT_THAT(changes(result), IsEmpty()) << type;
+        }
+    }
+}
+
+TEST_F(PoolNamesakes, MountLendsNoPathToAShareThatItsFileHasLost) {
+    for (const char* service : {"samba", "nfs"}) {
+        has_share(service);
+        machine.file(smb_conf, samba_global).file(exports, "");
+        machine.mounts({"/dev/data/pub /mnt/data/pub", "/dev/archive/pub /mnt/archive/pub"});
+        EXPECT_EQ(use(service).returned, -2067) << service;
+        const std::string served = machine.read(smb_conf) + machine.read(exports);
+        EXPECT_THAT(served, HasSubstr("/mnt/data/pub")) << service;
+        EXPECT_THAT(served, Not(HasSubstr("/mnt/archive/pub"))) << service;
+    }
+}
+
+TEST_F(PoolNamesakes, IsNotRepairedOrMountedForTheShare) {
+    has_share("samba", "anna");
+    has_namesake();
+    const Result repaired =
+        operate([] { return repair_share("pub", "samba", "archive", printed()); });
+    EXPECT_EQ(repaired.returned, -509);
+    EXPECT_THAT(changes(repaired), IsEmpty());
+    const Result restored = operate([] {
+        share_info share = share_of("samba");
+        return restore_share(share, "archive");
+    });
+    EXPECT_EQ(restored.returned, -508);
+    EXPECT_THAT(changes(restored), IsEmpty());
+    EXPECT_THAT(machine.logged(),
+                Contains("share 'pub' is at '/mnt/data/pub', not in group 'archive'"));
 }
 
 TEST_F(PoolNamesakes, NoneIsMountedWhenNothingTells) {

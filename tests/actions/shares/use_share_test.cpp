@@ -251,10 +251,10 @@ TEST_F(UseFtpShare, StopsWhereTheOldMountStaysRegistered) {
     EXPECT_THAT(machine.logged().back(), returned("set_to_ftp", -11000));
     EXPECT_EQ(machine.read(mdfstab), mdfstab_line(directory));
     EXPECT_EQ(machine.read(share_register), forbidden_section());
-    machine.shares({{.service = "", .path = "/mnt/old/pub"}});
-    machine.file(mdfstab, mdfstab_line("/mnt/old/pub"));
+    machine.shares({{.service = "", .path = "/srv/pub"}});
+    machine.file(mdfstab, mdfstab_line("/srv/pub"));
     EXPECT_EQ(use(share_of("ftp", "anna")).returned, -507) << "where it was registered before";
-    EXPECT_EQ(machine.read(mdfstab), mdfstab_line("/mnt/old/pub"));
+    EXPECT_EQ(machine.read(mdfstab), mdfstab_line("/srv/pub"));
     machine.remove(mdfstab);
     EXPECT_EQ(use(share_of("ftp", "anna")).returned, 0) << "nothing stands there";
 }

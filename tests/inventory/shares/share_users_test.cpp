@@ -44,7 +44,7 @@ class ShareUsers : public testing::Test {
     std::string users_of(const std::string& share, const RunOptions& options = {}) {
         const Result run = machine.operation(
             [=] {
-                const auto users = users_of_share(share);
+                const auto users = users_of_directory("/home/ftpuser/" + share);
                 const char* separator = "";
                 for (const std::string& user : users ? *users : Texts{"unknown"}) {
                     std::printf("%s%s", std::exchange(separator, " "), user.c_str());
@@ -243,10 +243,11 @@ TEST_F(ShareUsers, FtpUserInADirectoryThatCannotBeListedIsUnknown) {
     EXPECT_THAT(machine.logged(), ElementsAre("check_user_from_vsftpd[133]: return with -2"));
 }
 
-TEST_F(ShareUsers, UsersOfAShareAreTakenToADirectoryOfItsName) {
+TEST_F(ShareUsers, UsersOfAShareAreTakenToItsDirectory) {
     machine.file("/etc/vsftpd/anna", "x=1\nlocal_root=/home/ftpuser/a\n");
-    machine.file("/etc/vsftpd/bert", "  local_root = x=/elsewhere/b  \r\nlocal_root=/c\n");
+    machine.file("/etc/vsftpd/bert", "  local_root = x=/home/ftpuser/b/  \r\nlocal_root=/c\n");
     machine.file("/etc/vsftpd/carla", "#local_root=/d\nxlocal_root=/d\nlocal_roots=/d\n");
+    machine.file("/etc/vsftpd/dora", "local_root=/srv/a\n");
     machine.file(ftp_template, "local_root=/home/ftpuser/e\n");
     EXPECT_EQ(users_of("a"), "anna");
     EXPECT_EQ(users_of("b"), "bert");
@@ -269,7 +270,7 @@ TEST_F(ShareUsers, UsersOfAShareAreLookedForAmongAllFiles) {
     const std::string last(60, 'u');
     for (int number = 0; number < 40; ++number) {
         const std::string user = last.substr(0, 20U + static_cast<unsigned>(number));
-        machine.file("/etc/vsftpd/" + user, "local_root=/x/" + std::to_string(number) + "\n");
+        machine.file("/etc/vsftpd/" + user, "local_root=/home/ftpuser/" + std::to_string(number) + "\n");
     }
     for (int number = 0; number < 40; ++number) {
         EXPECT_EQ(users_of(std::to_string(number)).size(), 20U + static_cast<unsigned>(number));
