@@ -23,10 +23,11 @@ bool is_path_of_other_group(const char* pool, std::string_view path, std::string
 /// The group of a share's pool, by the pool list. A share's own pool is in the group that the
 /// register of mounts has for `path`, which the share is registered with; else in the one that
 /// `path` names, or that the register of mounts has for the share's place below the home of the FTP
-/// users; when nothing tells, in the only group that has a pool of that name. Empty when there is no such pool, when only other groups
-/// have one, or when the group's name can be in no command; the last two are logged.
-/// Code::no_such_group, logged with the groups, when several have one and nothing tells;
-/// Code::pool_output_unread; Code::pool_tool_failed when the tool failed without listing the pool.
+/// users; when nothing tells, in the only group that has a pool of that name. Empty when there is
+/// no such pool, when only other groups have one, or when the group's name can be in no command;
+/// the last two are logged. Code::no_such_group, logged with the groups, when several have one and
+/// nothing tells; Code::pool_output_unread; Code::pool_tool_failed when the tool failed without
+/// listing the pool.
 Result<GroupName> find_pool_group(const char* pool, std::string_view path, Sink& out);
 
 /// The same by LVM's list and its backups together, for a pool that is to be mounted. A list that

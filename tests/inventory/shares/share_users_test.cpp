@@ -270,7 +270,8 @@ TEST_F(ShareUsers, UsersOfAShareAreLookedForAmongAllFiles) {
     const std::string last(60, 'u');
     for (int number = 0; number < 40; ++number) {
         const std::string user = last.substr(0, 20U + static_cast<unsigned>(number));
-        machine.file("/etc/vsftpd/" + user, "local_root=/home/ftpuser/" + std::to_string(number) + "\n");
+        machine.file("/etc/vsftpd/" + user,
+                     "local_root=/home/ftpuser/" + std::to_string(number) + "\n");
     }
     for (int number = 0; number < 40; ++number) {
         EXPECT_EQ(users_of(std::to_string(number)).size(), 20U + static_cast<unsigned>(number));
