@@ -19,11 +19,6 @@ namespace {
 
 constexpr std::string_view missing_member = "*";
 
-template <std::uint64_t Unit>
-std::uint64_t in_bytes(Size<Unit> size) {
-    return size.count * Unit;
-}
-
 /// The kernel's size, or the record's where it gives none.
 std::uint64_t best_size(std::string_view device, Gib listed) {
     const std::uint64_t exact = kernel_size(device);

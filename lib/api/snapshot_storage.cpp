@@ -16,11 +16,6 @@ namespace zav {
 
 namespace {
 
-template <std::uint64_t Unit>
-std::uint64_t in_bytes(Size<Unit> size) {
-    return size.count * Unit;
-}
-
 zav_volume volume_of(SnapshotWork& work, const pvinfo& volume) {
     const std::string_view device = whole_disk_name(volume.name);
     zav_volume shown = {work.keep(volume.name), find(work.arrays, device), ZAV_NONE,

@@ -16,7 +16,7 @@ namespace zav {
 
 namespace {
 
-constinit thread_local SessionHooks* session = nullptr;
+constinit thread_local SessionHooks* thread_session = nullptr;
 
 /// What a tool may write to standard error in all: a file in memory has no end of its own.
 constexpr off_t error_room = 65536;
@@ -63,13 +63,14 @@ bool write_answer(const char* path, const std::string& output) {
 } // namespace
 
 SessionHooks* current_session() {
-    return session;
+    return thread_session;
 }
 
-SessionScope::SessionScope(SessionHooks& entered) : before_(std::exchange(session, &entered)) {}
+SessionScope::SessionScope(SessionHooks& entered)
+    : before_(std::exchange(thread_session, &entered)) {}
 
 SessionScope::~SessionScope() {
-    session = before_;
+    thread_session = before_;
 }
 
 bool Session::take_line(const char* level, const std::string& text) {

@@ -39,7 +39,7 @@ TEST(Threads, WithAContextEachTakeSnapshotsAtOnce) {
     EXPECT_EQ(run.err, "");
     EXPECT_EQ(run.out, line + line);
     EXPECT_EQ(run.exit_status, 0);
-    EXPECT_EQ(root.log().size(), 10U);
+    EXPECT_EQ(root.log().size(), 4U);
 }
 
 } // namespace

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int rounds = 5;
+constexpr int rounds = 2;
 
 struct Counted {
     std::thread::id owner;
