@@ -67,8 +67,9 @@ struct SnapshotWork {
     Index places = {}; ///< disks by place_key()
     Index arrays = {};
     Index groups = {};
-    Index pools = {};   ///< by their paths
-    Index devices = {}; ///< pools by the kernel's names of their devices
+    Index pools = {};        ///< by their paths
+    Index devices = {};      ///< pools by the kernel's names of their devices
+    Index mount_points = {}; ///< registered file systems by where they are mounted
     MountTable mounts = {};
 
     [[nodiscard]] bool wants(unsigned part) const { return (what & part) != 0; }

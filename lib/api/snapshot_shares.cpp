@@ -14,7 +14,9 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <memory>
+#include <optional>
 #include <set>
+#include <unordered_map>
 #include <unordered_set>
 
 namespace zav {
@@ -104,68 +106,69 @@ zav_share_state state_of(const share_info& share, bool is_registered, const Serv
                                       : ZAV_SHARE_NOT_SERVED;
 }
 
-/// The pool that a share without a registered file system lies on: its path is the pool's device,
-/// or is where that is mounted.
-std::int32_t pool_of(const SnapshotWork& work, const share_info& share) {
-    const std::string path(share.path.view());
-    if (path.starts_with(device_directory)) {
-        const std::int32_t pool = find(work.pools, path);
-        return pool != ZAV_NONE ? pool : find(work.devices, kernel_name(path.c_str()));
+/// The look-ups of shares' places, each made once.
+struct Places {
+    std::unordered_map<std::string_view, std::string_view>
+        devices;                                                  ///< by mount point, the last one
+    std::unordered_map<std::string_view, std::int32_t> namesakes; ///< pools; ZAV_NONE for several
+    std::vector<std::optional<zav_links>> disks;                  ///< of the groups
+
+    explicit Places(const SnapshotWork& work) : disks(work.snapshot.groups.size()) {
+        for (const Mount& mount : work.mounts) {
+            devices.insert_or_assign(mount.directory, mount.device);
+        }
+        for (std::size_t at = 0; at < work.snapshot.pools.size(); ++at) {
+            const auto [place, is_first] =
+                namesakes.emplace(work.snapshot.pools[at].name, static_cast<std::int32_t>(at));
+            place->second = is_first ? place->second : ZAV_NONE;
+        }
     }
-    const auto mount =
-        std::find_if(work.mounts.rbegin(), work.mounts.rend(),
-                     [&path](const Mount& candidate) { return candidate.directory == path; });
-    if (mount == work.mounts.rend()) {
-        return ZAV_NONE;
-    }
-    const std::int32_t pool = find(work.pools, mount->device);
-    return pool != ZAV_NONE ? pool : find(work.devices, kernel_name(mount->device.c_str()));
+};
+
+std::int32_t pool_of_device(const SnapshotWork& work, std::string_view device) {
+    const std::int32_t pool = find(work.pools, device);
+    return pool != ZAV_NONE ? pool : find(work.devices, kernel_name(std::string(device).c_str()));
 }
 
-/// Whether a folder is a directory or lies below it.
-bool is_below(std::string_view folder, std::string_view directory) {
-    return !directory.empty() && folder.starts_with(directory) &&
-           (folder.size() == directory.size() || folder[directory.size()] == '/');
+/// The pool that a share without a registered file system lies on: its path is the pool's device,
+/// or is where that is mounted, or it is the only pool that is named like the share.
+std::int32_t pool_of(const SnapshotWork& work, const Places& places, const share_info& share) {
+    const std::string_view path = share.path;
+    std::int32_t pool = ZAV_NONE;
+    if (path.starts_with(device_directory)) {
+        pool = pool_of_device(work, path);
+    } else if (const auto mount = places.devices.find(path); mount != places.devices.end()) {
+        pool = pool_of_device(work, mount->second);
+    }
+    const auto namesake = places.namesakes.find(share.name);
+    return pool == ZAV_NONE && namesake != places.namesakes.end() ? namesake->second : pool;
 }
 
 /// The file system whose mount point is the nearest above a folder.
 std::int32_t filesystem_of(const SnapshotWork& work, std::string_view folder) {
-    std::int32_t nearest = ZAV_NONE;
-    std::size_t longest = 0;
-    for (std::size_t at = 0; at < work.snapshot.filesystems.size(); ++at) {
-        const std::string_view directory = work.snapshot.filesystems[at].mount_point;
-        if (directory.size() > longest && is_below(folder, directory)) {
-            longest = directory.size();
-            nearest = static_cast<std::int32_t>(at);
-        }
-    }
-    return nearest;
-}
-
-/// The pool that alone has a share's name: a share and its pool are named alike.
-std::int32_t namesake_pool(const SnapshotWork& work, std::string_view name) {
     std::int32_t found = ZAV_NONE;
-    for (std::size_t at = 0; at < work.snapshot.pools.size(); ++at) {
-        if (name == work.snapshot.pools[at].name) {
-            if (found != ZAV_NONE) {
-                return ZAV_NONE;
-            }
-            found = static_cast<std::int32_t>(at);
-        }
+    while (folder.size() > 1 && found == ZAV_NONE) {
+        found = find(work.mount_points, folder);
+        const std::size_t slash = folder.rfind('/');
+        folder = folder.substr(0, slash != std::string_view::npos ? slash : 0);
     }
     return found;
 }
 
-void find_place(const SnapshotWork& work, const share_info& share, zav_share& shown) {
+void find_place(const SnapshotWork& work, const Places& places, const share_info& share,
+                zav_share& shown) {
+    shown.pool = ZAV_NONE;
     shown.filesystem = filesystem_of(work, share.path);
-    shown.pool = shown.filesystem != ZAV_NONE
-                     ? work.snapshot.filesystems[static_cast<std::size_t>(shown.filesystem)].pool
-                     : pool_of(work, share);
-    const bool is_on_netdisk =
-        shown.filesystem != ZAV_NONE &&
-        work.snapshot.filesystems[static_cast<std::size_t>(shown.filesystem)].is_netdisk != 0;
-    if (shown.pool == ZAV_NONE && !is_on_netdisk) {
-        shown.pool = namesake_pool(work, share.name);
+    const zav_filesystem* filesystem =
+        shown.filesystem != ZAV_NONE
+            ? &work.snapshot.filesystems[static_cast<std::size_t>(shown.filesystem)]
+            : nullptr;
+    if (filesystem != nullptr && filesystem->is_netdisk != 0) {
+        return;
+    }
+    shown.pool = filesystem != nullptr ? filesystem->pool : ZAV_NONE;
+    if (shown.pool == ZAV_NONE) {
+        shown.pool = pool_of(work, places, share);
     }
     if (shown.pool != ZAV_NONE && shown.filesystem == ZAV_NONE) {
         shown.filesystem = work.snapshot.pools[static_cast<std::size_t>(shown.pool)].filesystem;
@@ -191,20 +194,25 @@ void add_volume(const SnapshotWork& work, const zav_volume& volume,
 }
 
 /// The disks below a pool: which of its group's volumes it lies on is not told, so those of all.
-Links disks_of(const SnapshotWork& work, std::int32_t pool) {
-    std::set<std::uint32_t> disks;
+zav_links disks_of(SnapshotWork& work, Places& places, std::int32_t pool) {
     const std::int32_t group =
         pool != ZAV_NONE ? work.snapshot.pools[static_cast<std::size_t>(pool)].group : ZAV_NONE;
-    if (group != ZAV_NONE) {
+    if (group == ZAV_NONE) {
+        return {nullptr, 0};
+    }
+    auto& known = places.disks[static_cast<std::size_t>(group)];
+    if (!known) {
+        std::set<std::uint32_t> disks;
         const zav_group& below = work.snapshot.groups[static_cast<std::size_t>(group)];
         for (std::size_t at = 0; at < below.volume_count; ++at) {
             add_volume(work, below.volumes[at], disks);
         }
+        known = work.keep(Links(disks.begin(), disks.end()));
     }
-    return {disks.begin(), disks.end()};
+    return *known;
 }
 
-void add_share(SnapshotWork& work, const share_info& share, zav_share_state state,
+void add_share(SnapshotWork& work, Places& places, const share_info& share, zav_share_state state,
                const share_info* registered) {
     const bool is_unmounted = share.comment == unmounted_comment;
     zav_share shown = {};
@@ -219,13 +227,13 @@ void add_share(SnapshotWork& work, const share_info& share, zav_share_state stat
     shown.users = work.keep(share.users);
     shown.is_read_only = share.write == 0 ? 1 : 0;
     shown.is_mounted = is_unmounted ? 0 : 1;
-    find_place(work, share, shown);
-    shown.disks = work.keep(disks_of(work, shown.pool));
+    find_place(work, places, share, shown);
+    shown.disks = disks_of(work, places, shown.pool);
     work.snapshot.shares.push_back(shown);
 }
 
 /// The entries of the services' files that the list of shares lacks, as they are not registered.
-void add_unregistered(SnapshotWork& work, share_list& list, ServedShares& served) {
+void add_unregistered(SnapshotWork& work, Places& places, share_list& list, ServedShares& served) {
     const ShareIndex known = first_shares(
         list, [](const share_info&) { return true; }, name_of);
     share_list unregistered;
@@ -236,7 +244,7 @@ void add_unregistered(SnapshotWork& work, share_list& list, ServedShares& served
     }
     scan_mounts(work.mounts, unregistered);
     for (share_info& entry : unregistered) {
-        add_share(work, entry, ZAV_SHARE_NOT_REGISTERED, nullptr);
+        add_share(work, places, entry, ZAV_SHARE_NOT_REGISTERED, nullptr);
     }
 }
 
@@ -255,13 +263,14 @@ void add_shares(SnapshotWork& work) {
     ServedShares served;
     const Code served_result = read_served(served);
     result = failed(result) ? result : served_result;
+    Places places(work);
     const ShareIndex by_name = first_shares(
         registered, [](const share_info&) { return true; }, name_of);
     for (const share_info& share : list) {
         const share_info* entry = find(by_name, share.name);
-        add_share(work, share, state_of(share, entry != nullptr, served), entry);
+        add_share(work, places, share, state_of(share, entry != nullptr, served), entry);
     }
-    add_unregistered(work, list, served);
+    add_unregistered(work, places, list, served);
     work.end_part("shares", result);
 }
 

@@ -103,6 +103,7 @@ void add_filesystem(SnapshotWork& work, const fs_info& fs, bool is_netdisk) {
         shown.size_bytes = shown.size_bytes != 0 ? shown.size_bytes : pool.size_bytes;
     }
     work.snapshot.filesystems.push_back(shown);
+    work.mount_points.emplace(fs.mntpoint.view(), index);
 }
 
 } // namespace

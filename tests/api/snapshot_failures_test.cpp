@@ -42,6 +42,7 @@ TEST_F(FailingSources, AreLoggedOnce) {
     });
     EXPECT_THAT(logged, ElementsAre(StartsWith("system(\"/usr/local/bin/hotspare --list > /tmp/")));
     EXPECT_THAT(picture.messages, StartsWith("0 system(\"/usr/local/bin/hotspare --list > /tmp/"));
+    EXPECT_EQ(picture.messages.find("hotspare", picture.messages.find("for '")), std::string::npos);
 }
 
 TEST_F(FailingSources, LeaveTheOtherArrays) {
@@ -62,6 +63,16 @@ TEST_F(FailingSources, OfPoolsLeaveGroupsAndShares) {
     EXPECT_THAT(picture.lines("group"), SizeIs(2));
     EXPECT_THAT(picture.lines("filesystem"), SizeIs(3));
     EXPECT_THAT(picture.lines("share"), SizeIs(5));
+}
+
+// The line in the log has no code.
+TEST_F(FailingSources, HaveTheCodeOfTheirPart) {
+    machine.remove("/proc/scsi/mvSata");
+    const Picture picture = machine.picture(ZAV_DISKS | ZAV_GROUPS);
+    EXPECT_THAT(picture.failures(),
+                Contains("disks||-1021|the SATA controller's directory cannot be listed"));
+    EXPECT_THAT(picture.failures(), testing::Not(Contains(HasSubstr("|0|"))));
+    EXPECT_THAT(picture.lines("group"), SizeIs(2));
 }
 
 TEST_F(FailingSources, MayBeFiles) {

@@ -196,8 +196,43 @@ TEST_F(Snapshots, TellUnregisteredAndUnservedShares) {
     EXPECT_THAT(picture.failures(), IsEmpty());
 }
 
+TEST_F(Snapshots, FindAShareWhereItIsMounted) {
+    machine.pools({"/dev/data/films", "/dev/data/block", "/dev/more/music", "/dev/more/other"});
+    machine.file(targets, "");
+    machine.shares({{.name = "films", .path = "/mnt/data/films/below/it"},
+                    {.name = "target", .service = "iscsi", .path = "/dev/mapper/data-block"},
+                    {.name = "music", .service = "", .path = ""},
+                    {.name = "guest", .service = "ftp", .path = "/home/ftpuser/guest"},
+                    {.name = "stick", .path = "/mnt/netdisk/usb/stick"}});
+    for (const char* path : {"/dev/mapper/data-block", "/dev/data/block"}) {
+        machine.symlink("../dm-4", path);
+    }
+    for (const char* path : {"/dev/mapper/more-other", "/dev/more/other"}) {
+        machine.symlink("../dm-5", path);
+    }
+    machine.file("/dev/dm-4", "").file("/dev/dm-5", "");
+    machine.mounts({"/dev/mapper/more-other /home/ftpuser/guest"});
+    Texts places;
+    for (const std::string& share :
+         machine.picture(ZAV_POOLS | ZAV_FILESYSTEMS | ZAV_NETDISKS | ZAV_SHARES).lines("share")) {
+        const auto fields = split(share, "|");
+        places.push_back(std::string(fields.front()) + " " +
+                         std::string(fields[fields.size() - 3]) + " " +
+                         std::string(fields[fields.size() - 2]));
+    }
+    EXPECT_THAT(places,
+                ElementsAre("films 0 0", "target -1 1", "music 1 2", "guest -1 3", "stick 2 -1"));
+}
+
+TEST_F(Snapshots, TellADiskThatIsMounted) {
+    machine.mounts({"/dev/sdg1 /mnt/netdisk/usb"});
+    EXPECT_THAT(
+        machine.picture(ZAV_DISKS).lines("disk"),
+        Contains(testing::StartsWith("sdg|7|0|2000398934016|DISK-2000|offline|offline|1|1|-1|")));
+}
+
 TEST_F(Snapshots, TellAFileSystemThatCannotBeUsed) {
-    machine.pools({"/dev/data/films"});
+    machine.pools({"/dev/data/films"}).directory("/mnt/more/music");
     machine.mounts({"/dev/mapper/data-films /mnt/data/films", "/dev/sdh /mnt/more/music"});
     const Picture picture = machine.picture(ZAV_FILESYSTEMS);
     EXPECT_THAT(picture.lines("filesystem"),
