@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// What a code, or the exit status that it becomes, means.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zavinfo {
+
+/// Something to do next that differs for a command.
+struct CommandAdvice {
+    std::string command;
+    std::string next;
+};
+
+struct CodeInfo {
+    int number = 0;
+    std::string name = {};
+    std::string sentence = {};
+    std::string left = {};
+    std::string next = {};
+    std::vector<CommandAdvice> by_command = {};
+};
+
+/// All codes that the library knows.
+std::vector<CodeInfo> known_codes();
+
+/// What a command that fails with the code ends with.
+int status_of(int code);
+
+/// About "-411", "411", the status "101", or the name "array_details_unread". A number up to 255 may
+/// be both a code and a status: all candidates are told. Empty when there is none.
+std::string explain(std::string_view what, const std::vector<CodeInfo>& codes);
+
+} // namespace zavinfo
