@@ -30,8 +30,8 @@ void add_branches(std::string& out, const Branch& parent, const std::string& ind
     const Strokes& strokes = strokes_of(look);
     for (const Branch& branch : parent.branches) {
         const bool is_last = &branch == &parent.branches.back();
-        out.append(coloured(indent + (is_last ? strokes.last : strokes.branch), Colour::faint,
-                            look));
+        out.append(
+            coloured(indent + (is_last ? strokes.last : strokes.branch), Colour::faint, look));
         out.append(branch.text).append("\n");
         add_branches(out, branch, indent + (is_last ? strokes.below_last : strokes.beside), look);
     }

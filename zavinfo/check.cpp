@@ -104,8 +104,7 @@ std::vector<std::string> performance_data(const zav::View& view, const Limits& l
 } // namespace
 
 CheckResult check(const zav::View& view, const Limits& limits) {
-    constexpr std::array<const char*, 4> words_of_status = {"OK", "WARNING", "CRITICAL",
-                                                            "UNKNOWN"};
+    constexpr std::array<const char*, 4> words_of_status = {"OK", "WARNING", "CRITICAL", "UNKNOWN"};
     const std::vector<Finding> findings = findings_of(view, limits);
     const int status = plugin_status(worst_of(findings));
     return {status, std::string("ZAV ") + words_of_status[static_cast<std::size_t>(status)] +

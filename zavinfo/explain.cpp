@@ -16,8 +16,8 @@ namespace {
 
 constexpr int statuses = 256;
 
-constexpr std::array<const char*, 8> commands = {"diskmanage", "disksmart", "mdmanage",
-                                                 "vgmanage",   "lvmanage",  "fsmanage",
+constexpr std::array<const char*, 8> commands = {"diskmanage", "disksmart",  "mdmanage",
+                                                 "vgmanage",   "lvmanage",   "fsmanage",
                                                  "netmanage",  "sharemanage"};
 
 CodeInfo code_info(int number) {

@@ -30,8 +30,8 @@ std::vector<CodeInfo> known_codes();
 /// What a command that fails with the code ends with.
 int status_of(int code);
 
-/// About "-411", "411", the status "101", or the name "array_details_unread". A number up to 255 may
-/// be both a code and a status: all candidates are told. Empty when there is none.
+/// About "-411", "411", the status "101", or the name "array_details_unread". A number up to 255
+/// may be both a code and a status: all candidates are told. Empty when there is none.
 std::string explain(std::string_view what, const std::vector<CodeInfo>& codes);
 
 } // namespace zavinfo

@@ -158,9 +158,9 @@ void judge_hotspares(Judgement& judgement) {
         const std::string name = "hot spare " + id_of(disk);
         const zav_member_state state = state_in_array(view, disk);
         if (state == ZAV_MEMBER_ACTIVE || state == ZAV_MEMBER_FAULTY) {
-            judgement.add(Severity::warning, name + " cannot help: it is a member of array " +
-                                                 view.arrays[static_cast<std::size_t>(disk.array)]
-                                                     .name);
+            judgement.add(Severity::warning,
+                          name + " cannot help: it is a member of array " +
+                              view.arrays[static_cast<std::size_t>(disk.array)].name);
         } else if (state == ZAV_MEMBER_UNKNOWN && judgement.is_read("arrays")) {
             const std::string trouble = trouble_of(view, disk);
             if (!trouble.empty()) {
@@ -182,9 +182,8 @@ void judge_pools(Judgement& judgement) {
 
 void judge_filesystems(Judgement& judgement) {
     for (const zav_filesystem& filesystem : judgement.view.filesystems) {
-        const std::string name =
-            (filesystem.is_netdisk != 0 ? "network disk " : "file system ") +
-            std::string(filesystem.name);
+        const std::string name = (filesystem.is_netdisk != 0 ? "network disk " : "file system ") +
+                                 std::string(filesystem.name);
         const double percent = percent_of(filesystem.used_bytes, filesystem.size_bytes);
         const std::string use = rounded_text(percent, 0) + " % full";
         if (filesystem.state == ZAV_FILESYSTEM_UNUSABLE) {

@@ -24,9 +24,8 @@ void add_states(MetricFamily& family, const Labels& labels, const std::array<Sta
 }
 
 Labels labels_of(const zav_disk& disk) {
-    return {{"disk", id_of(disk)},
-            {"device", disk.device},
-            {"channel", std::to_string(disk.channel)}};
+    return {
+        {"disk", id_of(disk)}, {"device", disk.device}, {"channel", std::to_string(disk.channel)}};
 }
 
 Labels labels_of(const zav_filesystem& filesystem) {
@@ -118,9 +117,8 @@ void add_array_states(std::string& out, const zav::View& view) {
 }
 
 void add_array_members(std::string& out, const zav::View& view) {
-    constexpr std::array states = {ZAV_MEMBER_UNKNOWN,    ZAV_MEMBER_ACTIVE,
-                                   ZAV_MEMBER_FAULTY,     ZAV_MEMBER_SPARE,
-                                   ZAV_MEMBER_REBUILDING, ZAV_MEMBER_MISSING};
+    constexpr std::array states = {ZAV_MEMBER_UNKNOWN, ZAV_MEMBER_ACTIVE,     ZAV_MEMBER_FAULTY,
+                                   ZAV_MEMBER_SPARE,   ZAV_MEMBER_REBUILDING, ZAV_MEMBER_MISSING};
     MetricFamily family(out, "zav_array_members", "", "Members of the array that are in a state.");
     for (const zav_array& array : view.arrays) {
         std::map<zav_member_state, std::uint64_t> counts;

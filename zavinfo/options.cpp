@@ -25,20 +25,19 @@ enum Key {
 };
 
 // An output that is added gets its key, its row, a case in take(), and one in main.cpp.
-constexpr std::array<option, 12> long_options = {{{"json", no_argument, nullptr, key_json},
-                                                  {"check", no_argument, nullptr, key_check},
-                                                  {"metrics", no_argument, nullptr, key_metrics},
-                                                  {"explain", required_argument, nullptr,
-                                                   key_explain},
-                                                  {"watch", optional_argument, nullptr, key_watch},
-                                                  {"no-smart", no_argument, nullptr, key_no_smart},
-                                                  {"timeout", required_argument, nullptr,
-                                                   key_timeout},
-                                                  {"warning", required_argument, nullptr, 'w'},
-                                                  {"critical", required_argument, nullptr, 'c'},
-                                                  {"help", no_argument, nullptr, 'h'},
-                                                  {"version", no_argument, nullptr, key_version},
-                                                  {}}};
+constexpr std::array<option, 12> long_options = {
+    {{"json", no_argument, nullptr, key_json},
+     {"check", no_argument, nullptr, key_check},
+     {"metrics", no_argument, nullptr, key_metrics},
+     {"explain", required_argument, nullptr, key_explain},
+     {"watch", optional_argument, nullptr, key_watch},
+     {"no-smart", no_argument, nullptr, key_no_smart},
+     {"timeout", required_argument, nullptr, key_timeout},
+     {"warning", required_argument, nullptr, 'w'},
+     {"critical", required_argument, nullptr, 'c'},
+     {"help", no_argument, nullptr, 'h'},
+     {"version", no_argument, nullptr, key_version},
+     {}}};
 
 constexpr int longest_time = 86400;
 
@@ -46,8 +45,7 @@ std::optional<int> number_up_to(int most, std::string_view text) {
     int number = 0;
     const char* end = text.data() + text.size();
     const auto read = std::from_chars(text.data(), end, number);
-    const bool is_good =
-        read.ec == std::errc() && read.ptr == end && number >= 0 && number <= most;
+    const bool is_good = read.ec == std::errc() && read.ptr == end && number >= 0 && number <= most;
     return is_good ? std::optional(number) : std::nullopt;
 }
 

@@ -22,7 +22,7 @@ struct Options {
     bool asks_disks = true; ///< for their health
     std::chrono::seconds interval{2};
     std::chrono::seconds time_limit{30}; ///< of each outside command
-    std::string fault = {};              ///< what is wrong with the arguments; empty when nothing is
+    std::string fault = {}; ///< what is wrong with the arguments; empty when nothing is
 };
 
 Options parse_options(int count, char* const* arguments);

@@ -24,10 +24,7 @@ Character first_character(std::string_view text) {
     if (lead < 0x80) {
         return {lead, 1};
     }
-    const std::size_t length = lead >= 0xf0   ? 4
-                               : lead >= 0xe0 ? 3
-                               : lead >= 0xc2 ? 2
-                                              : 0;
+    const std::size_t length = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : lead >= 0xc2 ? 2 : 0;
     if (length == 0 || lead > 0xf4) {
         return {0, 0};
     }

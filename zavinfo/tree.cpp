@@ -190,13 +190,12 @@ Branch filesystem_branch(const Tree& tree, const zav_filesystem& filesystem) {
 }
 
 Branch pool_branch(const Tree& tree, const zav_pool& pool) {
-    Branch branch{Line()
-                      .add(head(tree, "pool", pool.name))
-                      .add(size_text(pool.size_bytes))
-                      .add(pool.is_available != 0
-                               ? ""
-                               : coloured("switched off", Colour::bad, tree.look))
-                      .text()};
+    Branch branch{
+        Line()
+            .add(head(tree, "pool", pool.name))
+            .add(size_text(pool.size_bytes))
+            .add(pool.is_available != 0 ? "" : coloured("switched off", Colour::bad, tree.look))
+            .text()};
     const zav_filesystem* filesystem = zav::follow(tree.view.filesystems, pool.filesystem);
     if (filesystem != nullptr) {
         branch.branches.push_back(filesystem_branch(tree, *filesystem));
@@ -211,13 +210,13 @@ Branch pool_branch(const Tree& tree, const zav_pool& pool) {
 }
 
 Branch group_branch(const Tree& tree, const zav_group& group) {
-    Branch branch{Line()
-                      .add(head(tree, "group", group.name))
-                      .add(size_text(group.size_bytes))
-                      .add(size_text(group.size_bytes - std::min(group.used_bytes,
-                                                                 group.size_bytes)) +
-                           " free")
-                      .text()};
+    Branch branch{
+        Line()
+            .add(head(tree, "group", group.name))
+            .add(size_text(group.size_bytes))
+            .add(size_text(group.size_bytes - std::min(group.used_bytes, group.size_bytes)) +
+                 " free")
+            .text()};
     for (const std::uint32_t index : zav::items(group.pools)) {
         branch.branches.push_back(pool_branch(tree, tree.view.pools[index]));
     }

@@ -69,8 +69,8 @@ class Context {
 
     /// Messages go to the targets, a combination of zav_log_target without ZAV_LOG_CALLBACK.
     void log_to(unsigned targets) {
-        require(zav_ctx_set_log(ctx_.get(), targets & ~unsigned{ZAV_LOG_CALLBACK}, nullptr,
-                                nullptr));
+        require(
+            zav_ctx_set_log(ctx_.get(), targets & ~unsigned{ZAV_LOG_CALLBACK}, nullptr, nullptr));
         callbacks_->log = nullptr;
     }
     /// The same, and to a function. An exception of it is lost.
@@ -83,8 +83,7 @@ class Context {
     void report_progress_to(Progress progress) {
         callbacks_->progress = std::move(progress);
         const bool is_heard = static_cast<bool>(callbacks_->progress);
-        require(zav_ctx_set_progress(ctx_.get(), is_heard ? pass_step : nullptr,
-                                     callbacks_.get()));
+        require(zav_ctx_set_progress(ctx_.get(), is_heard ? pass_step : nullptr, callbacks_.get()));
     }
     /// How long each outside command may take; 0 for as long as it takes.
     void limit_commands_to(std::chrono::milliseconds limit) {
@@ -195,9 +194,9 @@ class Snapshot {
     };
 
     template <class Record>
-    static std::span<const Record>
-    span_of(const zav_snapshot* snapshot,
-            const Record* (*getter)(const zav_snapshot*, std::size_t*)) {
+    static std::span<const Record> span_of(const zav_snapshot* snapshot,
+                                           const Record* (*getter)(const zav_snapshot*,
+                                                                   std::size_t*)) {
         std::size_t count = 0;
         const Record* records = getter(snapshot, &count);
         return {records, count};
