@@ -9,6 +9,8 @@
 #include "zavinfo/text.h"
 #include "zavinfo/tree.h"
 
+#include <array>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -59,7 +61,41 @@ Look look_of_terminal() {
     return {isatty(STDOUT_FILENO) == 1 && !is_dumb && !is_set("NO_COLOR"), has_unicode()};
 }
 
+volatile std::sig_atomic_t interruption = 0; // the signal that has come
+
+/// While the library runs a command it holds interrupts back, and then passes on what is handled
+/// alone. What has come takes effect at the end of this, when nothing is left in /tmp.
+class LateInterrupts {
+  public:
+    LateInterrupts() {
+        struct sigaction note = {};
+        note.sa_handler = [](int number) { interruption = number; };
+        note.sa_flags = SA_RESTART;
+        for (std::size_t at = 0; at < numbers.size(); ++at) {
+            ::sigaction(numbers[at], nullptr, &before_[at]);
+            if (before_[at].sa_handler == SIG_DFL) {
+                ::sigaction(numbers[at], &note, nullptr);
+            }
+        }
+    }
+    LateInterrupts(const LateInterrupts&) = delete;
+    LateInterrupts& operator=(const LateInterrupts&) = delete;
+    ~LateInterrupts() {
+        for (std::size_t at = 0; at < numbers.size(); ++at) {
+            ::sigaction(numbers[at], &before_[at], nullptr);
+        }
+        if (interruption != 0) {
+            std::raise(interruption);
+        }
+    }
+
+  private:
+    static constexpr std::array<int, 4> numbers = {SIGINT, SIGQUIT, SIGTERM, SIGHUP};
+    std::array<struct sigaction, numbers.size()> before_ = {};
+};
+
 zav::Snapshot take_snapshot(const Options& options) {
+    const LateInterrupts interrupts;
     zav::Context context;
     // What could not be read is told; a reader that comes every minute must not fill the log.
     context.log_to(ZAV_LOG_NOWHERE);

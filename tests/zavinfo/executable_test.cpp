@@ -167,6 +167,20 @@ TEST_F(Zavinfo, Watches) {
     EXPECT_THAT(result.commands, Each(Not(HasSubstr("smartctl"))));
 }
 
+TEST_F(Zavinfo, EndsWhenItIsInterruptedWhileACommandRuns) {
+    machine.tool("/usr/bin/vmstat").any().does("touch /var/started; sleep 1");
+    for (const int signal : {SIGINT, SIGTERM}) {
+        auto reading = machine.start({}, with_program({.ends_by_signal = true}));
+        ASSERT_TRUE(machine.appears("/var/started"));
+        reading.signal(signal);
+        const Result result = reading.wait();
+        EXPECT_EQ(result.signal, signal);
+        EXPECT_EQ(result.out, "");
+        EXPECT_THAT(machine.tmp(), IsEmpty());
+        machine.remove("/var/started");
+    }
+}
+
 TEST_F(Zavinfo, Explains) {
     const Result result = run({"--explain", "-411"});
     EXPECT_EQ(result.exit_status, 0);
