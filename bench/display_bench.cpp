@@ -314,7 +314,8 @@ double add_share_ms(int count) {
         std::clock_t best = 0;
         for (int round = 0; round < rounds; ++round) {
             const std::clock_t start = std::clock();
-            if (add_share(share) != Code::share_listed) {
+            ShareFiles files;
+            if (add_share(files, share) != Code::share_listed) {
                 return EXIT_FAILURE;
             }
             const std::clock_t spent = std::clock() - start;

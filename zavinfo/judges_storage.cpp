@@ -164,7 +164,7 @@ void judge_hotspares(Judgement& judgement) {
         } else if (state == ZAV_MEMBER_UNKNOWN && judgement.is_read("arrays")) {
             const std::string trouble = trouble_of(view, disk);
             if (!trouble.empty()) {
-                judgement.add(Severity::warning, name + " cannot help: " + trouble);
+                judgement.add(Severity::warning, joined({name, "cannot help:", trouble}, " "));
             }
         }
     }
@@ -185,15 +185,15 @@ void judge_filesystems(Judgement& judgement) {
         const std::string name = (filesystem.is_netdisk != 0 ? "network disk " : "file system ") +
                                  std::string(filesystem.name);
         const double percent = percent_of(filesystem.used_bytes, filesystem.size_bytes);
-        const std::string use = rounded_text(percent, 0) + " % full";
+        const std::string full = joined({name, "is", rounded_text(percent, 0), "% full"}, " ");
         if (filesystem.state == ZAV_FILESYSTEM_UNUSABLE) {
             judgement.add(Severity::critical, name + " cannot be used");
         } else if (filesystem.state == ZAV_FILESYSTEM_UNMOUNTED) {
             judgement.add(Severity::warning, name + " is not mounted");
         } else if (percent >= judgement.limits.critical) {
-            judgement.add(Severity::critical, name + " is " + use);
+            judgement.add(Severity::critical, full);
         } else if (percent >= judgement.limits.warning) {
-            judgement.add(Severity::warning, name + " is " + use);
+            judgement.add(Severity::warning, full);
         }
     }
 }
