@@ -49,6 +49,15 @@ TEST(JsonOutput, HasFiguresAsNumbersAndStatesAsTexts) {
     EXPECT_EQ(json["health"]["memory_percent"], 50);
 }
 
+TEST(JsonOutput, HasNullForWhatIsNotKnown) {
+    Records records = every_state();
+    const Json json = json_of(records);
+    EXPECT_EQ(json["services"][2], Json({{"name", "ftp"}, {"running", nullptr}}));
+    EXPECT_EQ(json["disks"][3]["temperature_celsius"], nullptr);
+    EXPECT_EQ(json["health"]["memory_percent"], nullptr);
+    EXPECT_EQ(json["health"]["host_name"], nullptr);
+}
+
 TEST(JsonOutput, TellsARebuild) {
     Records records;
     records.arrays[0].rebuild = {1, 0.126, 7650};
