@@ -15,7 +15,8 @@ enum class Severity { ok, unknown, warning, critical };
 
 struct Finding {
     Severity severity;
-    std::string text; ///< without a line feed
+    std::string text;        ///< without a line feed
+    std::string advice = {}; ///< what to do, for a person; a sentence or two
 };
 
 /// From which use in percent a file system counts as too full.

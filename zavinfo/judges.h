@@ -16,7 +16,8 @@ struct Judgement {
     Limits limits;
     std::vector<Finding> findings;
 
-    void add(Severity severity, std::string_view text);
+    /// The advice is our own, the text may have names in it.
+    void add(Severity severity, std::string_view text, std::string_view advice);
     /// Whether nothing of the part failed to be read: what is missing in it is really missing.
     [[nodiscard]] bool is_read(std::string_view part) const;
 };

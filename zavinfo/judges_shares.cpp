@@ -38,14 +38,16 @@ void judge_mount_points(Judgement& judgement) {
     }
     for (const std::string& mount_point : repeated(mount_points)) {
         judgement.add(Severity::warning,
-                      "the mount point " + mount_point + " is registered more than once");
+                      "the mount point " + mount_point + " is registered more than once",
+                      "Leave the line that is right in /etc/mdfstab or /etc/netfstab, and take "
+                      "the others out: which of them is mounted is chance.");
     }
 }
 
 } // namespace
 
-void Judgement::add(Severity severity, std::string_view text) {
-    findings.push_back({severity, plain(text)});
+void Judgement::add(Severity severity, std::string_view text, std::string_view advice) {
+    findings.push_back({severity, plain(text), std::string(advice)});
 }
 
 bool Judgement::is_read(std::string_view part) const {
@@ -57,16 +59,24 @@ void judge_shares(Judgement& judgement) {
     for (const zav_share& share : judgement.view.shares) {
         const std::string name = "share " + std::string(share.name);
         if (is_offered(share) && share.is_mounted == 0) {
-            judgement.add(Severity::critical, "the file system of " + name + " is not mounted");
+            judgement.add(Severity::critical, "the file system of " + name + " is not mounted",
+                          "Clients find nothing there. Mount the file system or network disk; "
+                          "only if that fails, repair it.");
         }
         if (share.state == ZAV_SHARE_NOT_SERVED) {
-            judgement.add(Severity::critical, name + " is registered, but " +
-                                                  joined(services_of(share), ", ") +
-                                                  " does not serve it");
+            judgement.add(
+                Severity::critical,
+                name + " is registered, but " + joined(services_of(share), ", ") +
+                    " does not serve it",
+                "Clients cannot reach it. `sharemanage --edit -b 1` puts it in use again; "
+                "give its users with `-u`, or it may come back open to everybody.");
         } else if (share.state == ZAV_SHARE_NOT_REGISTERED) {
-            judgement.add(Severity::warning, name + " is served by " +
-                                                 joined(services_of(share), ", ") +
-                                                 ", but not registered");
+            judgement.add(Severity::warning,
+                          name + " is served by " + joined(services_of(share), ", ") +
+                              ", but not registered",
+                          "Clients reach it, and no list of shares has it. Take it out of the "
+                          "service's file, or, if its pool is there, register it with `sharemanage "
+                          "--restore`.");
         }
     }
 }
@@ -82,11 +92,15 @@ void judge_services(Judgement& judgement) {
         const std::string name = "service " + std::string(service.name);
         const int count = shares[service.kind];
         if (service.running == ZAV_STOPPED && count != 0) {
-            judgement.add(Severity::critical, name + " is stopped, and has " +
-                                                  std::to_string(count) +
-                                                  (count == 1 ? " share" : " shares"));
+            judgement.add(
+                Severity::critical,
+                name + " is stopped, and has " + std::to_string(count) +
+                    (count == 1 ? " share" : " shares"),
+                "Clients cannot reach what it serves. Start its script in /etc/init.d; if "
+                "it stops again, its own log says why.");
         } else if (service.running == ZAV_RUNNING_UNKNOWN && count != 0) {
-            judgement.add(Severity::unknown, "whether " + name + " runs is not known");
+            judgement.add(Severity::unknown, "whether " + name + " runs is not known",
+                          "`zavinfo --preflight` says whether what tells it is there.");
         }
     }
 }
@@ -96,25 +110,34 @@ void judge_registers(Judgement& judgement) {
     const bool are_pools_told = judgement.is_read("pools") && judgement.is_read("groups");
     for (const zav_filesystem& filesystem : judgement.view.filesystems) {
         if (are_pools_told && filesystem.is_netdisk == 0 && filesystem.pool == ZAV_NONE) {
-            judgement.add(Severity::warning, "file system " + std::string(filesystem.name) +
-                                                 " is registered, but there is no such pool");
+            judgement.add(
+                Severity::warning,
+                "file system " + std::string(filesystem.name) +
+                    " is registered, but there is no such pool",
+                "Find out where the pool has gone. As long as its array or group may come "
+                "back, delete nothing; afterwards `fsmanage --delete` removes the entry.");
         }
     }
     judge_mount_points(judgement);
     for (const zav_share& share : judgement.view.shares) {
         if (has_no_place(judgement, share)) {
-            judgement.add(Severity::warning, "share " + std::string(share.name) +
-                                                 " is registered, but is on no pool and no "
-                                                 "registered file system");
+            judgement.add(
+                Severity::warning,
+                "share " + std::string(share.name) +
+                    " is registered, but is on no pool and no "
+                    "registered file system",
+                "Find out where its pool has gone. As long as its array or group may come "
+                "back, delete nothing.");
         }
     }
 }
 
 void judge_failures(Judgement& judgement) {
     for (const zav_failure& failure : judgement.view.failures) {
-        judgement.add(Severity::unknown, std::string(failure.part) +
-                                             " not read: " + failure.sentence + " (" +
-                                             std::to_string(failure.code) + ")");
+        judgement.add(Severity::unknown,
+                      std::string(failure.part) + " not read: " + failure.sentence + " (" +
+                          std::to_string(failure.code) + ")",
+                      zav_error_advice(failure.code));
     }
 }
 

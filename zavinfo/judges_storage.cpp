@@ -117,19 +117,26 @@ void judge_arrays(Judgement& judgement) {
         const std::string name = "array " + std::string(array.name);
         switch (array.state) {
         case ZAV_ARRAY_INACTIVE:
-            judgement.add(Severity::critical, name + " is lost" + losses_of(array));
+            judgement.add(Severity::critical, name + " is lost" + losses_of(array),
+                          "Do not write to its disks and do not create it anew. See whether a disk "
+                          "has only lost its connection; then `mdmanage --recover`, after its "
+                          "warnings have been read, or a backup.");
             break;
         case ZAV_ARRAY_DEGRADED:
-            judgement.add(Severity::critical, name + " is degraded" + losses_of(array));
+            judgement.add(Severity::critical, name + " is degraded" + losses_of(array),
+                          "Back up what is not backed up. Replace the disk that has failed and add "
+                          "the new one with `mdmanage -a`; a hot spare takes its place by itself.");
             break;
         case ZAV_ARRAY_REBUILDING:
             judgement.add(Severity::warning,
-                          name + " is being rebuilt" + rebuild_text(array.rebuild));
+                          name + " is being rebuilt" + rebuild_text(array.rebuild),
+                          "Wait until it is done, and pull no disk meanwhile.");
             break;
         case ZAV_ARRAY_CLEAN:
             break;
         default:
-            judgement.add(Severity::unknown, "the state of " + name + " is not known");
+            judgement.add(Severity::unknown, "the state of " + name + " is not known",
+                          "Look at /proc/mdstat, and at what `mdadm --detail` says of it.");
         }
     }
 }
@@ -138,13 +145,18 @@ void judge_disks(Judgement& judgement) {
     for (const zav_disk& disk : judgement.view.disks) {
         const std::string name = "disk " + id_of(disk);
         if (disk.smart == ZAV_VERDICT_FAILED) {
-            judgement.add(Severity::critical, name + " expects to fail (SMART)");
+            judgement.add(Severity::critical, name + " expects to fail (SMART)",
+                          "Replace it soon: back up, and rebuild onto another disk while this one "
+                          "still works.");
         } else if (has_failing_attribute(disk)) {
-            judgement.add(Severity::warning, name + " has an attribute below its threshold");
+            judgement.add(Severity::warning, name + " has an attribute below its threshold",
+                          "`disksmart` shows which one. Have a replacement ready.");
         }
         if (disk.state == ZAV_DISK_OFFLINE && disk.is_hotspare == 0) {
             judgement.add(disk.is_used != 0 ? Severity::critical : Severity::warning,
-                          name + " is offline");
+                          name + " is offline",
+                          "See whether it sits firmly in its slot. If it does, it has failed: "
+                          "replace it.");
         }
     }
 }
@@ -160,11 +172,15 @@ void judge_hotspares(Judgement& judgement) {
         if (state == ZAV_MEMBER_ACTIVE || state == ZAV_MEMBER_FAULTY) {
             judgement.add(Severity::warning,
                           name + " cannot help: it is a member of array " +
-                              view.arrays[static_cast<std::size_t>(disk.array)].name);
+                              view.arrays[static_cast<std::size_t>(disk.array)].name,
+                          "Take it off the list with `diskmanage --hotspare -r`, and make another "
+                          "disk the spare.");
         } else if (state == ZAV_MEMBER_UNKNOWN && judgement.is_read("arrays")) {
             const std::string trouble = trouble_of(view, disk);
             if (!trouble.empty()) {
-                judgement.add(Severity::warning, joined({name, "cannot help:", trouble}, " "));
+                judgement.add(Severity::warning, joined({name, "cannot help:", trouble}, " "),
+                              "Nothing will take the place of a disk that fails. Put in a disk "
+                              "that can, and make it a hot spare with `diskmanage --hotspare -a`.");
             }
         }
     }
@@ -174,8 +190,9 @@ void judge_pools(Judgement& judgement) {
     for (const zav_pool& pool : judgement.view.pools) {
         const bool is_needed = pool.shares.count != 0 || pool.filesystem != ZAV_NONE;
         if (pool.is_available == 0 && is_needed) {
-            judgement.add(Severity::critical,
-                          "pool " + std::string(pool.path) + " is switched off");
+            judgement.add(Severity::critical, "pool " + std::string(pool.path) + " is switched off",
+                          "`vgchange -ay` and the name of its group switch it on; if that fails, a "
+                          "volume of the group is missing.");
         }
     }
 }
@@ -186,14 +203,20 @@ void judge_filesystems(Judgement& judgement) {
                                  std::string(filesystem.name);
         const double percent = percent_of(filesystem.used_bytes, filesystem.size_bytes);
         const std::string full = joined({name, "is", rounded_text(percent, 0), "% full"}, " ");
+        const char* advice = "Delete what is no longer needed, or move it; a file system that is "
+                             "full refuses every write.";
         if (filesystem.state == ZAV_FILESYSTEM_UNUSABLE) {
-            judgement.add(Severity::critical, name + " cannot be used");
+            judgement.add(Severity::critical, name + " cannot be used",
+                          "See whether its array runs. Unmount it and mount it again; only if that "
+                          "fails, repair it: a repair may throw away files.");
         } else if (filesystem.state == ZAV_FILESYSTEM_UNMOUNTED) {
-            judgement.add(Severity::warning, name + " is not mounted");
+            judgement.add(Severity::warning, name + " is not mounted",
+                          "Mount it. Only if that fails, repair it with `fsmanage --repair` or "
+                          "`netmanage --repair`, which may throw away files.");
         } else if (percent >= judgement.limits.critical) {
-            judgement.add(Severity::critical, full);
+            judgement.add(Severity::critical, full, advice);
         } else if (percent >= judgement.limits.warning) {
-            judgement.add(Severity::warning, full);
+            judgement.add(Severity::warning, full, advice);
         }
     }
 }
