@@ -6,8 +6,11 @@
 #include "zavinfo/json.h"
 #include "zavinfo/metrics.h"
 #include "zavinfo/options.h"
+#include "zavinfo/page.h"
+#include "zavinfo/preflight.h"
 #include "zavinfo/text.h"
 #include "zavinfo/tree.h"
+#include "zavinfo/whole_file.h"
 
 #include <array>
 #include <csignal>
@@ -24,7 +27,7 @@ namespace zavinfo {
 
 namespace {
 
-// Statuses, but of --check, whose are those of plug-ins.
+// Statuses, but of --check and --preflight, whose are those of plug-ins.
 constexpr int complete = 0;
 constexpr int failed = 1; // nothing was told
 constexpr int misused = 2;
@@ -121,7 +124,11 @@ int show(const Options& options) {
         const CheckResult result = check(view, options.limits);
         return print(result.line) ? result.status : plugin_unknown;
     }
-    if (!print(text_of(view, options))) {
+    if (options.output == Output::page) {
+        constexpr std::size_t most_errors = 10;
+        write_whole_file(options.path, page_text(view, {options.limits, std::time(nullptr),
+                                                        last_errors(read_log_end(), most_errors)}));
+    } else if (!print(text_of(view, options))) {
         return failed;
     }
     return view.failures.empty() ? complete : incomplete;
@@ -150,6 +157,18 @@ int explain_code(const Options& options) {
     return print(text) ? complete : failed;
 }
 
+int tell_needs(const Options& options) {
+    std::string model;
+    {
+        const LateInterrupts interrupts;
+        model = product_model(options.time_limit);
+    }
+    const std::vector<NeedState> states = check_needs(model);
+    const std::string text = options.is_json ? preflight_json(states, model, std::time(nullptr))
+                                             : preflight_text(states, model);
+    return print(text) ? preflight_status(states) : plugin_unknown;
+}
+
 int run(const Options& options) {
     switch (options.output) {
     case Output::help:
@@ -158,6 +177,8 @@ int run(const Options& options) {
         return print(std::string("zavinfo ") + zav_version() + "\n") ? complete : failed;
     case Output::explain:
         return explain_code(options);
+    case Output::preflight:
+        return tell_needs(options);
     default:
         return options.is_watching ? watch(options) : show(options);
     }
@@ -170,7 +191,7 @@ int fail(const Options& options, const std::string& reason, int status) {
         return plugin_unknown;
     }
     std::fprintf(stderr, "zavinfo: %s\n", plain(reason).c_str());
-    return status;
+    return options.output == Output::preflight ? plugin_unknown : status;
 }
 
 int main_of(int count, char* const* arguments) {

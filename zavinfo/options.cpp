@@ -6,7 +6,9 @@
 #include <charconv>
 #include <getopt.h>
 #include <optional>
+#include <set>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace zavinfo {
@@ -17,6 +19,8 @@ enum Key {
     key_json = 256,
     key_check,
     key_metrics,
+    key_page,
+    key_preflight,
     key_explain,
     key_watch,
     key_no_smart,
@@ -25,10 +29,12 @@ enum Key {
 };
 
 // An output that is added gets its key, its row, a case in take(), and one in main.cpp.
-constexpr std::array<option, 12> long_options = {
+constexpr std::array<option, 14> long_options = {
     {{"json", no_argument, nullptr, key_json},
      {"check", no_argument, nullptr, key_check},
      {"metrics", no_argument, nullptr, key_metrics},
+     {"page", required_argument, nullptr, key_page},
+     {"preflight", no_argument, nullptr, key_preflight},
      {"explain", required_argument, nullptr, key_explain},
      {"watch", optional_argument, nullptr, key_watch},
      {"no-smart", no_argument, nullptr, key_no_smart},
@@ -70,13 +76,20 @@ void take_seconds(std::chrono::seconds& time, int least, const char* text, Optio
 void take(int key, Options& options) {
     switch (key) {
     case key_json:
-        options.output = Output::json;
+        options.is_json = true;
         return;
     case key_check:
         options.output = Output::check;
         return;
     case key_metrics:
         options.output = Output::metrics;
+        return;
+    case key_page:
+        options.output = Output::page;
+        options.path = optarg;
+        return;
+    case key_preflight:
+        options.output = Output::preflight;
         return;
     case key_explain:
         options.output = Output::explain;
@@ -126,35 +139,56 @@ void take_parts(int count, char* const* arguments, Options& options) {
     }
 }
 
+bool go_together(const std::set<int>& outputs, const Options& options) {
+    const bool is_told_as_json =
+        options.output == Output::json || options.output == Output::preflight;
+    return outputs.size() <= 1 && (!options.is_watching || options.output == Output::tree) &&
+           (!options.is_json || is_told_as_json);
+}
+
+/// A fault is told with the statuses of what was asked for, wherever in the line the fault is.
+void keep_statuses(const std::vector<std::string_view>& words, Options& options) {
+    for (const auto& [word, output] :
+         {std::pair("--check", Output::check), std::pair("--preflight", Output::preflight)}) {
+        if (std::ranges::find(words, word) != words.end()) {
+            options.output = output;
+        }
+    }
+}
+
 } // namespace
 
 Options parse_options(int count, char* const* arguments) {
     Options options;
     opterr = 0; // the fault is told by whoever asked
     optind = 0; // anew
-    int outputs = 0;
+    std::set<int> outputs;
     while (options.fault.empty()) {
         const int key = getopt_long(count, arguments, "w:c:h", long_options.data(), nullptr);
         if (key == -1) {
             break;
         }
-        outputs += key >= key_json && key <= key_explain ? 1 : 0;
+        if (key > key_json && key <= key_explain) {
+            outputs.insert(key);
+        }
         const bool ends = key == 'h' || key == key_version;
         take(key, options);
         if (ends) {
             return options;
         }
     }
+    // As JSON there are the parts and what --preflight finds.
+    if (options.is_json && options.output == Output::tree) {
+        options.output = Output::json;
+    }
     if (options.fault.empty()) {
         take_parts(count - optind, arguments + optind, options);
     }
-    const bool is_tree = options.output == Output::tree;
-    if (options.fault.empty() && (outputs > 1 || (options.is_watching && !is_tree))) {
+    if (options.fault.empty() && !go_together(outputs, options)) {
         options.fault = "these options do not go together";
     }
-    const std::vector<std::string_view> words(arguments, arguments + count);
-    if (!options.fault.empty() && std::ranges::find(words, "--check") != words.end()) {
-        options.output = Output::check; // whoever reads it must hear of the fault
+    if (!options.fault.empty()) {
+        keep_statuses({arguments, arguments + count}, options);
     }
     return options;
 }
@@ -162,6 +196,8 @@ Options parse_options(int count, char* const* arguments) {
 std::string usage_text() {
     return "Usage: zavinfo [OPTION]...\n"
            "       zavinfo --json [PART]...\n"
+           "       zavinfo --page FILE\n"
+           "       zavinfo --preflight [--json]\n"
            "       zavinfo --explain CODE|STATUS|NAME\n"
            "Tells what the appliance's storage consists of and how it is. Changes nothing.\n"
            "\n"
@@ -169,6 +205,9 @@ std::string usage_text() {
            "                         netdisks, shares, services or health alone\n"
            "      --check            as a monitoring plug-in: one line, status 0, 1, 2 or 3\n"
            "      --metrics          as OpenMetrics text\n"
+           "      --page FILE        as a page for people: one HTML file, which replaces FILE\n"
+           "      --preflight        what the commands need here, what of it is missing, and the\n"
+           "                         remedy; also as JSON\n"
            "      --explain CODE     what a code, the exit status it becomes, or its name means\n"
            "      --watch[=SECONDS]  the tree again and again, every 2 seconds; without SMART\n"
            "      --no-smart         ask no disk for its health: disks that sleep go on sleeping\n"

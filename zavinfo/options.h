@@ -11,12 +11,14 @@
 
 namespace zavinfo {
 
-enum class Output { tree, json, check, metrics, explain, help, version };
+enum class Output { tree, json, check, metrics, page, preflight, explain, help, version };
 
 struct Options {
     Output output = Output::tree;
     Parts parts = all_parts();
     std::string code = {}; ///< of --explain
+    std::string path = {}; ///< of --page
+    bool is_json = false;  ///< of --preflight
     Limits limits = {};
     bool is_watching = false;
     bool asks_disks = true; ///< for their health

@@ -37,6 +37,11 @@ TEST(Options, NameAnOutput) {
     EXPECT_THAT(parse({"--json", "shares", "disks"}).parts, ElementsAre(Part::disks, Part::shares));
     EXPECT_THAT(parse({"shares", "--json"}).parts, ElementsAre(Part::shares));
     EXPECT_EQ(parse({"--json"}).parts, all_parts());
+    EXPECT_EQ(parse({"--page", "x.html"}).path, "x.html");
+    EXPECT_EQ(parse({"--preflight"}).output, Output::preflight);
+    EXPECT_FALSE(parse({"--preflight"}).is_json);
+    EXPECT_TRUE(parse({"--json", "--preflight"}).is_json);
+    EXPECT_EQ(parse({"--preflight", "--json"}).output, Output::preflight);
 }
 
 TEST(Options, SetLimits) {
@@ -60,6 +65,8 @@ TEST(Options, AreRefusedWhenTheyAreNotUnderstood) {
     EXPECT_THAT(parse({"disks"}).fault, HasSubstr("'disks' belongs to no option"));
     EXPECT_THAT(parse({"--json", "flowers"}).fault, HasSubstr("no part 'flowers'"));
     EXPECT_THAT(parse({"--json", "--check"}).fault, HasSubstr("do not go together"));
+    EXPECT_THAT(parse({"--page", "x", "--json"}).fault, HasSubstr("do not go together"));
+    EXPECT_THAT(parse({"--preflight", "--check"}).fault, HasSubstr("do not go together"));
     EXPECT_THAT(parse({"--json", "--watch"}).fault, HasSubstr("do not go together"));
     for (const char* percent : {"101", "-1", "9x", ""}) {
         EXPECT_THAT(parse({"-w", percent}).fault, HasSubstr("no percentage")) << percent;
