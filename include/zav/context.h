@@ -14,6 +14,7 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+#pragma GCC visibility push(default)
 
 /**
  * The version of the library that the program runs with, such as "0.1.0". Compare with ZAV_VERSION.
@@ -126,6 +127,7 @@ typedef void (*zav_progress_callback)(void* user, const char* step, unsigned ste
  *  ZAV_OK, or ZAV_E_INVALID_ARGUMENT for a null context. */
 int zav_ctx_set_progress(zav_ctx* ctx, zav_progress_callback callback, void* user);
 
+#pragma GCC visibility pop
 #ifdef __cplusplus
 }
 #endif
