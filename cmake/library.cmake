@@ -45,7 +45,10 @@ if(ZAV_SHARED)
     set(map ${PROJECT_SOURCE_DIR}/cmake/libzav.map)
     set_target_properties(libzav_shared PROPERTIES
         VERSION ${PROJECT_VERSION} SOVERSION 0 LINK_DEPENDS ${map})
-    target_link_options(libzav_shared PRIVATE -Wl,--version-script=${map} -Wl,-z,defs)
+    target_link_options(libzav_shared PRIVATE -Wl,--version-script=${map})
+    if(NOT ZAV_SANITIZERS) # whose functions are the program's
+        target_link_options(libzav_shared PRIVATE -Wl,-z,defs)
+    endif()
 endif()
 
 # Both files find the rest from where they are, so that the tree can be moved.
