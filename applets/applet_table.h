@@ -24,6 +24,7 @@ namespace zav {
 enum class Argument : std::uint8_t {
     none, ///< it takes no argument
     channel,
+    channels, ///< separated by commas
     array,
     volumes, ///< arrays or channels, separated by commas
     group,
@@ -36,7 +37,9 @@ enum class Argument : std::uint8_t {
     level,
     access,
     state,
-    text
+    label,
+    users, ///< or for NFS hosts
+    comment
 };
 
 /// What an option is to its command.
@@ -58,10 +61,11 @@ struct OptionRow {
     const char* name = nullptr; ///< the long one, if it has one
     Argument argument = Argument::none;
     Role role = Role::detail;
-    std::string_view needs = "";   ///< letters: one of these options must be given too
-    std::string_view refuses = ""; ///< letters: it may not come after any of these options
-    Way ways[3] = {};              ///< its lines in the first part of the usage
-    const char* help = nullptr;    ///< its line below "Options:"
+    std::string_view needs{};          ///< letters: one of these options must be given too
+    std::string_view refuses{};        ///< letters: it may not come after any of these options
+    Argument operand = Argument::none; ///< what a mode takes behind the options
+    Way ways[3] = {};                  ///< its lines in the first part of the usage
+    const char* help = nullptr;        ///< its line below "Options:"
 };
 
 /// A command. The options stand in the order of their bits, the first has bit 0; each part of the
@@ -75,6 +79,17 @@ struct AppletTable {
     std::string_view summary;
     std::string_view help_order; ///< letters, as the usage shows them below "Options:"
 };
+
+// Those of the commands, for the program that writes manuals and completions from them. What makes
+// a command out of its table does not need them: they are not in the executable.
+extern const AppletTable diskmanage_table;
+extern const AppletTable disksmart_table;
+extern const AppletTable fsmanage_table;
+extern const AppletTable lvmanage_table;
+extern const AppletTable mdmanage_table;
+extern const AppletTable netmanage_table;
+extern const AppletTable sharemanage_table;
+extern const AppletTable vgmanage_table;
 
 constexpr bool is_option(const OptionRow& row) {
     return row.role != Role::only_shown;

@@ -163,5 +163,6 @@ int display_disk_list_destroy(display_disk_list* list) {
 }
 
 constexpr Applet diskmanage_applet = applet_of<table>();
+constexpr AppletTable diskmanage_table = table;
 
 } // namespace zav

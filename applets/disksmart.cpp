@@ -130,5 +130,6 @@ void disk_show(const disk_info& disk) {
 }
 
 constexpr Applet disksmart_applet = applet_of<table>();
+constexpr AppletTable disksmart_table = table;
 
 } // namespace zav

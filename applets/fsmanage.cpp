@@ -70,10 +70,10 @@ std::string mount_point(const Arguments& arguments) {
     return format_text("/mnt/%s/%s", arguments.group, arguments.name);
 }
 
-/// Makes the pool. Code::ok or the code that the command fails with.
-Code create_pool(const Arguments& arguments) {
-    const Code result = pool_create_to_format(arguments.name, arguments.group,
-                                              Gib{decimal(arguments.size)}, standard_output());
+/// Makes the pool under the lock of its name. Code::ok or the code that the command fails with.
+Code create_pool(const Arguments& arguments, SystemLock& name) {
+    const Code result = pool_create_to_format(
+        arguments.name, arguments.group, Gib{decimal(arguments.size)}, name, standard_output());
     if (result != Code::command_failed) {
         return result;
     }
@@ -102,7 +102,8 @@ int create(const Arguments& arguments) {
     if (is_name_taken(arguments)) {
         return fail(Code::pool_name_taken);
     }
-    if (const Code result = create_pool(arguments); failed(result)) {
+    SystemLock name;
+    if (const Code result = create_pool(arguments, name); failed(result)) {
         return fail(result);
     }
     if (failed(fs_make(arguments.name, arguments.group))) {
@@ -141,7 +142,7 @@ int delete_named(const Arguments& arguments) {
         if (registered == Presence::unknown && !is_register_missing(mdfstab_path)) {
             return fail(Code::register_unread); // the pool may be registered
         }
-        log_failure(static_cast<Code>(registered), {"fsmanage_main", __builtin_LINE()});
+        log_failure(static_cast<Code>(registered), LogSite::here("fsmanage_main"));
         return 0;
     }
     const std::string mntpoint = mount_point(arguments);
@@ -193,5 +194,6 @@ int fsmanage_main(int argc, char** argv) {
 } // namespace
 
 constexpr Applet fsmanage_applet = applet_of<table>();
+constexpr AppletTable fsmanage_table = table;
 
 } // namespace zav

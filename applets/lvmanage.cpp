@@ -26,6 +26,7 @@ constexpr OptionRow options[] = {
     {.letter = 'C',
      .name = "create",
      .role = Role::mode,
+     .operand = Argument::group,
      .ways = {{"-L lvsize -n lvname vgname", "create a lv with 'lvname' and 'lvsize' on vgname"}}},
     {.letter = 'S',
      .name = "display",
@@ -35,6 +36,7 @@ constexpr OptionRow options[] = {
     {.letter = 'D',
      .name = "delete",
      .role = Role::mode,
+     .operand = Argument::group,
      .ways = {{"-n lvname vgname", "delete the lv specified by 'lvname' on 'vgname'"}}},
     {.letter = 'n', .argument = Argument::pool, .help = "specify lvname"},
     {.letter = 'L', .argument = Argument::size, .help = "specify lvsize"},
@@ -161,5 +163,6 @@ int pool_list_destroy(pool_list* list) {
 }
 
 constexpr Applet lvmanage_applet = applet_of<table>();
+constexpr AppletTable lvmanage_table = table;
 
 } // namespace zav

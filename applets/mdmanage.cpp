@@ -37,6 +37,7 @@ constexpr OptionRow options[] = {
     {.letter = 'C',
      .name = "create",
      .role = Role::mode,
+     .operand = Argument::channels,
      .ways = {{"[--fg-init] -n raidname -l raidlevel -d dev channels",
                "create a raid with 'raidname' 'raidlevel' and 'channels' in 'device'"}}},
     {.letter = 'S',
@@ -61,11 +62,13 @@ constexpr OptionRow options[] = {
      .argument = Argument::channel,
      .role = Role::open_mode,
      .refuses = "r",
+     .operand = Argument::array,
      .ways = {{"channel raidname", "remove disk with 'channel' form the raid 'raidname'"}},
      .help = "add disk to raid"},
     {.letter = 'r',
      .argument = Argument::channel,
      .role = Role::open_mode,
+     .operand = Argument::array,
      .ways = {{"channel raidname", "add disk with 'channel' to the raid 'raidname'"}},
      .help = "remove disk to raid"},
     // The front end's documentation quotes this line, although there is no such option.
@@ -97,16 +100,20 @@ struct Arguments {
 constexpr Fail fail("mdmanage_main");
 constexpr End end(fail);
 
-/// Whether /proc/mdstat lists the array; false when it cannot be read.
-bool is_listed(const char* name) {
+/// Whether /proc/mdstat lists the array. That of a kernel is never empty: then, and when it cannot
+/// be captured, nothing is known.
+Presence listing(const char* name) {
     const Capture capture("/tmp/mdstat.XXXXXX");
-    ignore(capture.run_and_log(format_text(mdstat_command, capture.path())));
+    const WaitStatus status = capture.run_and_log(format_text(mdstat_command, capture.path()));
     const auto mdstat = capture.read();
     if (!mdstat) {
         std::printf("cannot open %s\n", capture.path());
-        return false;
+        return Presence::unknown;
     }
-    return mdstat_lists(*mdstat, name);
+    if (mdstat_lists(*mdstat, name)) {
+        return Presence::present;
+    }
+    return failed(status) || mdstat->empty() ? Presence::unknown : Presence::absent;
 }
 
 /// A reservation of a name, given back at the end.
@@ -143,7 +150,8 @@ int create_reserved(const Arguments& arguments, const std::string& type) {
     const Code result = create_array(array, standard_output());
     if (result == Code::command_failed) {
         // mdadm may have failed after the array was there.
-        return is_listed(arguments.name) ? created_with_error : fail(Code::array_not_created);
+        return listing(arguments.name) == Presence::present ? created_with_error
+                                                            : fail(Code::array_not_created);
     }
     return end(result);
 }
@@ -294,7 +302,7 @@ int remove_array(const Arguments& arguments) {
         // The tool that lists the groups failed: the array runs on.
         return fail(result == Code::command_failed ? Code::array_not_stopped : result);
     }
-    if (failed(stop_array(arguments.name)) && is_listed(arguments.name)) {
+    if (failed(stop_array(arguments.name)) && listing(arguments.name) != Presence::absent) {
         return fail(Code::array_not_stopped);
     }
     prepare_former_members(members);
@@ -338,5 +346,6 @@ int mdinfo_list_destroy(mdinfo_list* list) {
 }
 
 constexpr Applet mdmanage_applet = applet_of<table>();
+constexpr AppletTable mdmanage_table = table;
 
 } // namespace zav

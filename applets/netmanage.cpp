@@ -35,7 +35,7 @@ constexpr OptionRow options[] = {
      .name = "repair",
      .role = Role::mode,
      .ways = {{"-n label", "repair file system"}}},
-    {.letter = 'n', .argument = Argument::text, .help = "specify a label"},
+    {.letter = 'n', .argument = Argument::label, .help = "specify a label"},
     {.letter = 'g', .argument = Argument::disk, .help = "specify the name of device"},
 };
 
@@ -80,7 +80,7 @@ int delete_labelled(const Arguments& arguments) {
         if (registered == Presence::unknown && !is_register_missing(netfstab_path)) {
             return fail(Code::register_unread); // the disk may be registered
         }
-        log_failure(static_cast<Code>(registered), {"netmanage_main", __builtin_LINE()});
+        log_failure(static_cast<Code>(registered), LogSite::here("netmanage_main"));
         return 0;
     }
     return end(delete_netfs(arguments.label, standard_output()));
@@ -118,5 +118,6 @@ int netmanage_main(int argc, char** argv) {
 } // namespace
 
 constexpr Applet netmanage_applet = applet_of<table>();
+constexpr AppletTable netmanage_table = table;
 
 } // namespace zav

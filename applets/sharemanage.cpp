@@ -32,6 +32,7 @@ constexpr OptionRow options[] = {
     {.letter = 'C',
      .name = "create",
      .role = Role::mode,
+     .operand = Argument::group,
      .ways = {{"-n sharename -f flag -s size [-u user] [-x ro/rw] [-c commnet] vgname",
                "create a share with 'sharename' 'flag' 'user' and 'size' on 'vgname'"}}},
     {.letter = 'S',
@@ -51,18 +52,20 @@ constexpr OptionRow options[] = {
     {.letter = 'R',
      .name = "repair",
      .role = Role::mode,
+     .operand = Argument::group,
      .ways = {{"-n sharename -f flag vgname", " repair the share file system"}}},
     {.letter = 'Q',
      .name = "restore",
      .role = Role::mode,
+     .operand = Argument::group,
      .ways = {{"-n sharename -f flag -s size [-u user] [-x ro/rw] [-c comment] vgname",
                " restore the share 'sharename'"}}},
     {.letter = 'n', .argument = Argument::share, .help = "specify a sharename"},
     {.letter = 'f', .argument = Argument::service, .help = "specify share mode"},
     {.letter = 's', .argument = Argument::size, .help = "specify size"},
-    {.letter = 'u', .argument = Argument::text, .help = "specify user"},
+    {.letter = 'u', .argument = Argument::users, .help = "specify user"},
     {.letter = 'x', .argument = Argument::access, .help = "specify access"},
-    {.letter = 'c', .argument = Argument::text, .help = "specify comment"},
+    {.letter = 'c', .argument = Argument::comment, .help = "specify comment"},
     {.letter = 'b', .argument = Argument::state, .help = "specify share state"},
 };
 
@@ -291,8 +294,7 @@ int restore(const Arguments& arguments) {
     }
     SharedSync sync;
     const Code restored = restore_share(share, arguments.group);
-    const Code result = end_on_disk(sync, restored, Code::share_not_restored);
-    return result == Code::share_listed ? number_of(result) : end(result);
+    return end(end_on_disk(sync, restored, Code::share_not_restored));
 }
 
 constexpr Action<Arguments> actions[] = {
@@ -335,5 +337,6 @@ void share_table_show(const share_list& list) {
 }
 
 constexpr Applet sharemanage_applet = applet_of<table>();
+constexpr AppletTable sharemanage_table = table;
 
 } // namespace zav

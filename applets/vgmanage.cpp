@@ -173,5 +173,6 @@ int vgmanage_main(int argc, char** argv) {
 } // namespace
 
 constexpr Applet vgmanage_applet = applet_of<table>();
+constexpr AppletTable vgmanage_table = table;
 
 } // namespace zav

@@ -14,6 +14,7 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+#pragma GCC visibility push(default)
 
 /**
  * The version of the library that the program runs with, such as "0.1.0". Compare with ZAV_VERSION.
@@ -66,6 +67,14 @@ const char* zav_error_advice(int code);
 /** The same for a code that `command`, such as "sharemanage", returns: it tells several names of a
  *  number apart. A null or unknown command is as zav_error_advice(). */
 const char* zav_error_advice_for(int code, const char* command);
+
+/**
+ * All texts of a code that `command` returns, in an error as a call would fill it, without an
+ * outside command. A null or unknown command, or one that does not return the code, gets the texts
+ * of zav_strerror() and the others. ZAV_OK, or ZAV_E_INVALID_ARGUMENT for a null error. Runs
+ * nothing, needs no root.
+ */
+int zav_error_explain(int code, const char* command, zav_error* error);
 
 /* ---- Contexts ---- */
 
@@ -126,6 +135,7 @@ typedef void (*zav_progress_callback)(void* user, const char* step, unsigned ste
  *  ZAV_OK, or ZAV_E_INVALID_ARGUMENT for a null context. */
 int zav_ctx_set_progress(zav_ctx* ctx, zav_progress_callback callback, void* user);
 
+#pragma GCC visibility pop
 #ifdef __cplusplus
 }
 #endif

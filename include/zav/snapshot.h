@@ -24,6 +24,7 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+#pragma GCC visibility push(default)
 
 /** No such link. */
 #define ZAV_NONE (-1)
@@ -324,6 +325,7 @@ const char* zav_service_name(zav_service_kind kind);
 const char* zav_running_name(zav_running running);
 const char* zav_share_state_name(zav_share_state state);
 
+#pragma GCC visibility pop
 #ifdef __cplusplus
 }
 #endif

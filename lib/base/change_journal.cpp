@@ -159,10 +159,12 @@ template <class MakeJournal>
 std::optional<ChangeFailure> change_under_journal(std::string_view owner,
                                                   std::span<const FileChange> changes,
                                                   const MakeJournal& make_journal) {
-    const auto read = std::ranges::find_if_not(
-        changes, [](const FileChange& change) { return lock_for_rewriting(change.fd); });
-    if (read != changes.end()) {
-        return ChangeFailure{.file = static_cast<std::size_t>(read - changes.begin()),
+    const auto taken = std::ranges::find_if_not(changes, [](const FileChange& change) {
+        // Whoever edits a file without our locks puts another one in its place.
+        return lock_for_rewriting(change.fd) && names_open_file(change.path.c_str(), change.fd);
+    });
+    if (taken != changes.end()) {
+        return ChangeFailure{.file = static_cast<std::size_t>(taken - changes.begin()),
                              .is_locked = true};
     }
     if (!make_journal()) {

@@ -57,12 +57,14 @@ struct FileChange {
 
 struct ChangeFailure {
     std::size_t file = 0;   ///< the place among the changes
-    bool is_locked = false; ///< somebody keeps reading it
+    bool is_locked = false; ///< somebody keeps reading it, or has put another in its place
 };
 
 /// Rewrites files in their places, all or none, through the journal of `owner`, and makes that
 /// durable. Readers are kept out from then on, until the caller releases them. Nothing when it is
-/// done; else all files are as they were, or the next one that looks makes them so.
+/// done; else all files are as they were, or the next one that looks makes them so. Only when the
+/// disk takes neither the old texts nor another name for the journal does the next one finish the
+/// change that failed, which is logged.
 std::optional<ChangeFailure>
 change_files(std::string_view owner, std::span<const FileChange> changes,
              const FileRights& journal_rights = {.mode = 0600, .owner = {}, .group = {}});

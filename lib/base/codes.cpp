@@ -6,7 +6,7 @@ namespace zav {
 namespace {
 
 constexpr CodeRow rows[] = {
-#define ZAV_CODE(name, number, meaning, used_by) {Code::name, #name, meaning, used_by},
+#define ZAV_CODE(name, number, meaning, used_by, left, next) {Code::name, #name, meaning, used_by},
 #include "base/codes.def"
 #undef ZAV_CODE
 };

@@ -12,7 +12,7 @@ namespace zav {
 /// How a function of the library, or a command, ended: `ok`, or why it failed.
 enum class [[nodiscard]] Code : int{
     ok = 0,
-#define ZAV_CODE(name, number, meaning, used_by) name = (number),
+#define ZAV_CODE(name, number, meaning, used_by, left, next) name = (number),
 #include "base/codes.def"
 #undef ZAV_CODE
 };

@@ -209,17 +209,33 @@ bool finish_change(const char* path, Change& change) {
     return is_finished;
 }
 
+/// Opens the file, which is made when it is not there, and keeps all others from it.
+FileCode open_and_lock(const char* path, Change& change) {
+    constexpr int attempts = 100;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        change.was_made = false;
+        change.fd = FileDescriptor::open_regular(path, O_RDWR);
+        if (!change.fd && errno == ENOENT) {
+            change.fd = FileDescriptor::open_regular(path, O_RDWR | O_CREAT, 0644);
+            change.was_made = bool(change.fd);
+        }
+        if (!change.fd) {
+            return code_of_open(FileCode::not_created);
+        }
+        if (!lock_for_rewriting(change.fd.get())) {
+            return FileCode::not_created;
+        }
+        if (names_open_file(path, change.fd.get())) {
+            return FileCode::ok;
+        }
+        // Somebody has put another in its place before it was locked.
+    }
+    return FileCode::not_created;
+}
+
 FileCode open_to_change(const char* path, Change& change) {
-    change.fd = FileDescriptor::open_regular(path, O_RDWR);
-    if (!change.fd && errno == ENOENT) {
-        change.fd = FileDescriptor::open_regular(path, O_RDWR | O_CREAT, 0644);
-        change.was_made = bool(change.fd);
-    }
-    if (!change.fd) {
-        return code_of_open(FileCode::not_created);
-    }
-    if (!lock_for_rewriting(change.fd.get())) {
-        return FileCode::not_created;
+    if (const FileCode code = open_and_lock(path, change); failed(code)) {
+        return code;
     }
     auto text = read_rest(change.fd.get());
     if (!text) {
@@ -232,11 +248,12 @@ FileCode open_to_change(const char* path, Change& change) {
 /// Rewrites the file in its place; what cannot be written leaves the old one.
 FileCode write_change(const char* path, const Change& change, std::string text) {
     const FileChange rewriting = {path, change.fd.get(), change.text, std::move(text)};
-    if (!change_files(path, {&rewriting, 1})) {
+    const auto failure = change_files(path, {&rewriting, 1});
+    if (!failure) {
         return FileCode::ok;
     }
     const bool has_no_directory = errno == EROFS || errno == EACCES || errno == EPERM;
-    return has_no_directory ? FileCode::not_created : FileCode::unwritten;
+    return failure->is_locked || has_no_directory ? FileCode::not_created : FileCode::unwritten;
 }
 
 std::string without_element(std::string_view value, char separator, std::string_view dropped) {
@@ -310,7 +327,7 @@ FileCode key_value_set(const char* path, const char* section, const char* key, c
     } else if (code == FileCode::no_key || code == FileCode::ok) {
         code = write_change(path, change, replaced_text(change.text, found, key, value));
     }
-    if (failed(code) && change.was_made) {
+    if (failed(code) && change.was_made && names_open_file(path, change.fd.get())) {
         ::unlink(path);
     }
     return code;

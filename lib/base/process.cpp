@@ -295,6 +295,7 @@ Outcome run_behind_child(const Program& program, const HeldSignals& signals) {
         return {};
     }
     // Until it is known better: something was started, and must not be started again.
+    // cppcheck-suppress unreadVariable
     auto* const outcome = new (shared) Outcome{true, number_of(WaitStatus::not_started)};
     const auto pid = static_cast<pid_t>(::syscall(SYS_clone, 0, nullptr, nullptr, nullptr, 0));
     if (pid == 0) {

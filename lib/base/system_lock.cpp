@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "base/system_lock.h"
 
+#include "base/text.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -112,6 +114,10 @@ SystemLock SystemLock::take(std::string_view name, std::chrono::milliseconds wai
             return lock;
         }
     }
+}
+
+SystemLock SystemLock::take_for_file(std::string_view path, std::chrono::milliseconds wait) {
+    return take(last_component(path), wait);
 }
 
 bool SystemLock::was_left(std::string_view name) {

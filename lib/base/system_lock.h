@@ -24,6 +24,10 @@ class SystemLock {
     /// Takes the lock of that name, a plain one, waiting at most so long for another instance.
     static SystemLock take(std::string_view name, std::chrono::milliseconds wait = longest_wait);
 
+    /// The same for the lock that is held while the file of that path is replaced: on its name.
+    static SystemLock take_for_file(std::string_view path,
+                                    std::chrono::milliseconds wait = longest_wait);
+
     /// Whether the process that had the lock of that name ended without giving it back. Only
     /// whoever keeps all others from taking it can rely on the answer.
     static bool was_left(std::string_view name);

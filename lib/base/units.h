@@ -15,7 +15,8 @@ struct Size {
     static constexpr std::uint64_t unit = Bytes;
     Number count = 0;
 
-    constexpr auto operator<=>(const Size&) const = default;
+    // clang-tidy 14 takes what it compares for a pointer.
+    constexpr auto operator<=>(const Size&) const = default; // NOLINT(modernize-use-nullptr)
 };
 
 using Sectors = Size<512>;
@@ -43,9 +44,9 @@ template <class To, std::uint64_t Bytes>
 constexpr To rounded(Size<Bytes> size) {
     constexpr std::uint64_t ratio = To::unit / Bytes;
     constexpr std::uint64_t largest = std::numeric_limits<std::uint64_t>::max();
-    const std::uint64_t whole =
+    const std::uint64_t count =
         size.count > largest - ratio / 2 ? largest / ratio : (size.count + ratio / 2) / ratio;
-    return {static_cast<decltype(To::count)>(whole)};
+    return {static_cast<decltype(To::count)>(count)};
 }
 
 /// A size in a larger unit, rounded down.

@@ -52,6 +52,18 @@ Result<std::vector<GroupName>> get_vg_from_backup(std::size_t max, Sink& out) {
     return names;
 }
 
+std::vector<GroupName> groups_of_pool_in_backups(std::string_view pool) {
+    std::vector<GroupName> groups;
+    const auto entries = directory_entries(backup_directory);
+    for (const std::string& entry : entries.value_or(std::vector<std::string>())) {
+        const auto text = read_file(backup_path(entry).c_str());
+        if (text && backup_has_pool(*text, pool)) {
+            groups.emplace_back(entry);
+        }
+    }
+    return groups;
+}
+
 bool find_pool_in_backups(std::string_view pool, GroupName& group, std::string& backup,
                           LogSite reader, Sink& out) {
     const auto names = get_vg_from_backup(most_backups, out);

@@ -23,6 +23,10 @@ bool has_backup_directory(Sink& out);
 /// a printed message, when there is no such directory. Code::backup_directory_unread.
 Result<std::vector<GroupName>> get_vg_from_backup(std::size_t max, Sink& out);
 
+/// The groups whose backups have a logical volume of that name. Backups that cannot be read are
+/// passed over without a word.
+std::vector<GroupName> groups_of_pool_in_backups(std::string_view pool);
+
 /// Finds the backup, among the first 32, with a logical volume of that name: `group` gets its
 /// group, `backup` its text. False when there is none, which is logged for `reader` when there is
 /// no backup at all. A backup that cannot be opened is printed, logged and passed over.

@@ -82,7 +82,7 @@ Result<std::vector<std::string>> read_file_lines(const char* path) {
     }
     auto lines = content_lines(*text);
     if (lines.size() > most_lines) {
-        return log_return(Code::too_many_lines, {"read_file", __builtin_LINE()});
+        return log_return(Code::too_many_lines, LogSite::here("read_file"));
     }
     return lines;
 }
@@ -116,12 +116,13 @@ Presence check_user_from_vsftpd(std::string_view user) {
     return presence(std::ranges::find(*names, user) != names->end());
 }
 
-Result<std::string> user_of_share(std::string_view share) {
+Result<std::vector<std::string>> users_of_share(std::string_view share,
+                                                std::string_view directory) {
     const auto names = directory_entries(ftp_users_directory);
     if (!names && errno != ENOENT && errno != ENOTDIR) {
         return Code::lines_unread;
     }
-    std::string user;
+    std::vector<std::string> users;
     for (const std::string& name : names.value_or(std::vector<std::string>())) {
         const auto file = read_file(ftp_user_path(name).c_str());
         const bool is_none = !file && (errno == ENOENT || errno == EISDIR || errno == EINVAL);
@@ -130,11 +131,12 @@ Result<std::string> user_of_share(std::string_view share) {
         }
         const auto root = file ? local_root(*file) : std::nullopt;
         const bool is_user = name != default_ftp_user && !NewFile::is_name(name);
-        if (root && is_user && last_component(*root) == share) {
-            user = name; // of several the one that a list of shares shows
+        if (root && is_user && last_component(*root) == share &&
+            (directory.empty() || *root == directory)) {
+            users.push_back(name);
         }
     }
-    return user;
+    return users;
 }
 
 } // namespace zav

@@ -37,9 +37,11 @@ std::optional<std::vector<std::string>> get_user(std::size_t count, std::size_t 
 /// Whether an FTP user has a file; unknown, which is logged, when the directory cannot be listed.
 Presence check_user_from_vsftpd(std::string_view user);
 
-/// The FTP user, other than the default one, that the server takes to a directory of the share's
-/// name; empty when there is none. Code::lines_unread when a user's file, or the directory of them,
-/// is there and cannot be read: a user that is left out would keep what is to be taken from it.
-Result<std::string> user_of_share(std::string_view share);
+/// The FTP users, other than the default one, that the server takes to a directory of the share's
+/// name, in the directory's order; with `directory` only those that it takes to exactly that.
+/// Code::lines_unread when a user's file, or the directory of them, is there and cannot be read: a
+/// user that is left out would keep what is to be taken from it.
+Result<std::vector<std::string>> users_of_share(std::string_view share,
+                                                std::string_view directory = "");
 
 } // namespace zav

@@ -344,14 +344,24 @@ Code check_share(const char* name) {
     }
 }
 
+std::vector<GroupName> groups_of_pool(const char* pool) {
+    const auto output = read_pools(LogSite::numbered(192, "get_vgname_from_lvdisplay"));
+    std::vector<GroupName> groups;
+    if (output) {
+        for (const std::string_view group : groups_with_pool(*output, pool)) {
+            groups.emplace_back(group);
+        }
+    }
+    return groups;
+}
+
 Result<GroupName> get_vgname_from_lvdisplay(const char* share) {
     const auto output = read_pools(LogSite::numbered(192));
     if (!output) {
         return output.code();
     }
-    const GroupsByPool groups = groups_of_pools(*output);
-    const auto found = groups.find(share);
-    return found != groups.end() ? Result(GroupName(found->second)) : Code::no_such_group;
+    const auto groups = groups_with_pool(*output, share);
+    return !groups.empty() ? Result(GroupName(groups.front())) : Code::no_such_group;
 }
 
 void get_share_dev(share_list& list, Sink& out) {

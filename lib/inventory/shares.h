@@ -10,6 +10,7 @@
 #include "sources/mounts.h"
 
 #include <string_view>
+#include <vector>
 
 namespace zav {
 
@@ -33,8 +34,12 @@ Code find_share(const char* name, share_info& share);
 /// Code::ok when there is no share of that name, Code::share_exists or Code::no_share_list.
 Code check_share(const char* name);
 
-/// The group of the pool that a share lies on, by lvdisplay -c; Code::share_pools_unread or
-/// Code::no_such_group.
+/// The groups that have a pool of that name, by lvdisplay -c, in its order; none when what that
+/// printed cannot be read, which is logged.
+std::vector<GroupName> groups_of_pool(const char* pool);
+
+/// The group of the pool that a share lies on, the first by lvdisplay -c; Code::share_pools_unread
+/// or Code::no_such_group.
 Result<GroupName> get_vgname_from_lvdisplay(const char* share);
 
 /// Fills the device of each share with the array, or else the disk, that its group lies on. A share

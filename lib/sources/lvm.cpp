@@ -71,6 +71,19 @@ bool is_set(std::string_view integer) {
     return decimal(integer) != 0;
 }
 
+/// Calls `take` with the name and the group of each pool that lvdisplay -c lists.
+template <class Take>
+void for_each_pool(std::string_view output, const Take& take) {
+    LinePieces pieces(output);
+    std::string_view line;
+    while (pieces.next(line)) {
+        line = trim_left(line);
+        if (line.starts_with(device_directory)) {
+            take(last_component(cut_at(line, ":")), field(line, ":", 1));
+        }
+    }
+}
+
 } // namespace
 
 void parse_vgdisplay(std::string_view output, vginfo_list& list) {
@@ -187,14 +200,19 @@ bool has_pool_line(std::string_view output, std::string_view pool) {
 
 GroupsByPool groups_of_pools(std::string_view output) {
     GroupsByPool groups;
-    LinePieces pieces(output);
-    std::string_view line;
-    while (pieces.next(line)) {
-        line = trim_left(line);
-        if (line.starts_with(device_directory)) {
-            groups.emplace(last_component(cut_at(line, ":")), field(line, ":", 1));
+    for_each_pool(output, [&groups](std::string_view pool, std::string_view group) {
+        groups.emplace(pool, group);
+    });
+    return groups;
+}
+
+std::vector<std::string_view> groups_with_pool(std::string_view output, std::string_view pool) {
+    std::vector<std::string_view> groups;
+    for_each_pool(output, [&](std::string_view name, std::string_view group) {
+        if (name == pool) {
+            groups.push_back(group);
         }
-    }
+    });
     return groups;
 }
 

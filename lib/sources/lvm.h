@@ -79,4 +79,7 @@ using GroupsByPool = std::unordered_map<std::string_view, std::string_view>;
 /// result. Of namesakes the first one counts.
 GroupsByPool groups_of_pools(std::string_view output);
 
+/// The groups of all pools of that name, in their order.
+std::vector<std::string_view> groups_with_pool(std::string_view output, std::string_view pool);
+
 } // namespace zav

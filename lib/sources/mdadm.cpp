@@ -39,15 +39,19 @@ std::string_view device_of(std::string_view line) {
     return found != words.end() ? *found : "";
 }
 
+std::optional<std::size_t> number_in(const std::vector<std::string_view>& words, std::size_t at) {
+    const bool is_number = at < words.size() && std::ranges::all_of(words[at], is_digit);
+    return is_number ? std::optional<std::size_t>(decimal(words[at])) : std::nullopt;
+}
+
 /// What a line of the table says of its place.
 TableRow read_row(std::string_view line, std::string_view path) {
     constexpr std::size_t slot_word = 3;
     const auto words = split(line, blanks);
     TableRow row;
     row.path = path;
-    if (words.size() > slot_word && std::ranges::all_of(words[slot_word], is_digit)) {
-        row.slot = decimal(words[slot_word]);
-    }
+    row.number = number_in(words, 0);
+    row.slot = number_in(words, slot_word);
     row.has_data = std::ranges::find(words, "spare") == words.end();
     return row;
 }
@@ -164,16 +168,21 @@ std::size_t count_with_data(const MemberTable& table) {
 }
 
 bool is_in_slot_order(const MemberTable& table) {
-    std::size_t last = 0;
-    for (const std::string& path : table.members) {
-        const TableRow* row = find_row(table, path);
-        const std::size_t slot = row != nullptr ? row->slot.value_or(last) : last;
-        if (slot < last) {
+    std::size_t untold = 0;
+    bool are_numbered = true;
+    for (std::size_t place = 0; place < table.members.size(); ++place) {
+        const TableRow* row = find_row(table, table.members[place]);
+        if (row == nullptr) {
+            continue;
+        }
+        const bool is_told = row->slot && *row->slot < table.raid_devices;
+        if (is_told && *row->slot != place) {
             return false;
         }
-        last = slot;
+        untold += is_told ? 0 : 1;
+        are_numbered = are_numbered && (is_told || row->number == place);
     }
-    return true;
+    return untold <= 1 || are_numbered;
 }
 
 bool superblock_names_one_of(std::string_view examination,

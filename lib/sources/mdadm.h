@@ -69,8 +69,9 @@ bool is_rebuilding(std::string_view status);
 
 /// What a row of the device table says of its place in the array.
 struct TableRow {
-    std::string path;                ///< empty for a missing member
-    std::optional<std::size_t> slot; ///< RaidDevice, from 0, unless it is no number
+    std::string path;                  ///< empty for a missing member
+    std::optional<std::size_t> number; ///< Number, which members keep when they fail
+    std::optional<std::size_t> slot;   ///< RaidDevice, from 0, unless it is no number
     bool has_data = true; ///< not for a spare, or one that is being rebuilt; a faulty one had it
 };
 
@@ -94,8 +95,9 @@ void close_hole(MemberTable& table);
 /// table tells.
 std::size_t count_with_data(const MemberTable& table);
 
-/// Whether the members stand in the order of their slots, as far as the table tells: a member that
-/// replaced another one has its slot and a number of its own.
+/// Whether each member, with the gap filled, stands in its slot: a member that replaced another one
+/// has its slot and a number of its own. One member whose slot is not told has the slot that is
+/// left; of several each has to have its place as its number.
 bool is_in_slot_order(const MemberTable& table);
 
 /// Whether the device table of a disk's superblock has a path of the list.

@@ -14,6 +14,8 @@ inline constexpr const char* mounts_path = "/proc/mounts";
 struct Mount {
     std::string device; ///< as the kernel names it, such as /dev/sdf
     std::string directory;
+
+    bool operator==(const Mount&) const = default;
 };
 
 using MountTable = std::vector<Mount>;

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The codes of the C interface are those of the table.
+#include "base/code_advice.h"
 #include "base/codes.h"
 #include "zav/zav.h"
 
@@ -52,6 +53,55 @@ TEST(CodesOfTheInterface, HaveNamesAndSentences) {
     for (const CodeRow& row : code_table()) {
         EXPECT_STRNE(zav_strerror(number_of(row.code)), "") << row.name;
     }
+}
+
+// The texts behind a code that the commands end with.
+TEST(CodesOfTheInterface, SayWhatIsLeftAndWhatToDo) {
+    for (const CodeRow& row : code_table()) {
+        EXPECT_STREQ(zav_error_left(number_of(row.code)), code_left(number_of(row.code)));
+        EXPECT_STREQ(zav_error_advice(number_of(row.code)), code_next(number_of(row.code)));
+    }
+    EXPECT_STREQ(zav_error_left(ZAV_E_ALREADY_HOTSPARE), "Nothing has changed.");
+    EXPECT_STREQ(zav_error_advice(ZAV_E_ALREADY_HOTSPARE), "There is nothing left to do.");
+    EXPECT_STRNE(zav_error_advice(ZAV_E_NO_MEMORY), "");
+    EXPECT_STREQ(zav_error_left(ZAV_OK), "");
+    EXPECT_STREQ(zav_error_advice(ZAV_OK), "");
+    EXPECT_STREQ(zav_error_left(-99999), "");
+}
+
+TEST(CodesOfTheInterface, SayWhatToDoAfterACommand) {
+    EXPECT_STREQ(zav_error_advice_for(-601, "sharemanage"), code_next(-601, "sharemanage"));
+    EXPECT_STRNE(zav_error_advice_for(-601, "sharemanage"), zav_error_advice(-601));
+    EXPECT_STREQ(zav_error_advice_for(-601, "no such command"), zav_error_advice(-601));
+    EXPECT_STREQ(zav_error_advice_for(-601, nullptr), zav_error_advice(-601));
+    EXPECT_STREQ(zav_error_advice_for(ZAV_E_NO_MEMORY, "sharemanage"),
+                 zav_error_advice(ZAV_E_NO_MEMORY));
+    EXPECT_STREQ(zav_error_advice_for(ZAV_OK, "sharemanage"), "");
+}
+
+TEST(CodesOfTheInterface, AreExplainedAsACommandReturnsThem) {
+    zav_error error;
+    EXPECT_EQ(zav_error_explain(-509, "sharemanage", &error), ZAV_OK);
+    EXPECT_EQ(error.code, -509);
+    EXPECT_STREQ(error.name, "share_not_repaired");
+    EXPECT_STREQ(error.sentence, "the share could not be repaired");
+    EXPECT_STREQ(error.left, code_left(-509, "sharemanage"));
+    EXPECT_STREQ(error.next, code_next(-509, "sharemanage"));
+    EXPECT_STREQ(error.command, "");
+    EXPECT_EQ(zav_error_explain(-509, nullptr, &error), ZAV_OK);
+    EXPECT_STREQ(error.name, zav_error_name(-509));
+    EXPECT_STREQ(error.left, zav_error_left(-509));
+    EXPECT_EQ(zav_error_explain(-99999, "sharemanage", &error), ZAV_OK);
+    EXPECT_STREQ(error.name, "unknown");
+    EXPECT_EQ(zav_error_explain(-509, nullptr, nullptr), ZAV_E_INVALID_ARGUMENT);
+}
+
+TEST(ErrorsOfCalls, SayWhatIsLeftAndWhatToDo) {
+    zav_error error;
+    EXPECT_EQ(zav_snapshot_take(nullptr, ZAV_ALL, &error), nullptr);
+    EXPECT_EQ(error.code, ZAV_E_INVALID_ARGUMENT);
+    EXPECT_STREQ(error.left, "Nothing has changed.");
+    EXPECT_STREQ(error.next, zav_error_advice(ZAV_E_INVALID_ARGUMENT));
 }
 
 TEST(VersionOfTheInterface, IsThatOfTheLibrary) {

@@ -16,7 +16,11 @@ constexpr OptionRow options[] = {
     {.letter = 'v', .name = "verbose", .help = "say more"},
     {.letter = 'z', .role = Role::only_shown, .help = "nothing"},
     {.letter = 'B', .role = Role::mode, .needs = "nv", .ways = {{"this", "is B"}}},
-    {.letter = 'n', .name = "name", .argument = Argument::text, .refuses = "vA", .help = "a name"},
+    {.letter = 'n',
+     .name = "name",
+     .argument = Argument::comment,
+     .refuses = "vA",
+     .help = "a name"},
     {.letter = 'C', .role = Role::open_mode},
     {.letter = 'D', .role = Role::mode},
 };

@@ -82,13 +82,17 @@ const std::string make_group =
     "for device; do echo \"  $device:$name:209715200:-1:8:8:-1:4096:25600:25600:0:"
     "ID-$name-${device#/dev/}\" >> /state/volumes; done";
 
+// The kernel's table knows no limit: without room for it nothing is mounted or unmounted.
 const std::string mount_it = "device=; type=; while [ $# -gt 1 ]; do case $1 in\n"
                              "  -t) type=$2; shift ;; -o) shift ;;\n"
                              "  -L) device=$(sed -n \"s/^$2 //p\" /state/labels); shift ;;\n"
                              "  *) device=$1 ;; esac; shift; done\n"
                              "[ -d $1 ] && [ -n \"$device\" ] || exit 32\n"
                              "grep -q \" $1 \" /proc/mounts && exit 32\n"
-                             "echo \"$device $1 $type rw,relatime 0 0\" >> /proc/mounts";
+                             "all=$(cat /proc/mounts; echo \"$device $1 $type rw,relatime 0 0\")\n"
+                             "echo \"$all\" > /state/new\n"
+                             "[ \"$all\" = \"$(cat /state/new)\" ] && mv /state/new /proc/mounts"
+                             " || { rm -f /state/new; exit 32; }";
 
 const std::string make_labelled =
     "label=; while [ $# -gt 1 ]; do case $1 in -L) label=$2; shift ;; esac; shift; done\n"
@@ -110,6 +114,7 @@ Appliance::Appliance(const std::string& model) : ShareMachine(model) {
         file(path, "");
     }
     file(hotspares_file, "Global hotspare disk:\n");
+    file("/etc/.pwd.lock", ""); // there since the first account was made
     directory("/etc/lvm/backup");
     directory("/mnt");
     declare_lvm();
@@ -181,7 +186,6 @@ void Appliance::declare_file_systems() {
     tool(pool_tool::mount).any().does(mount_it).optional();
     tool(pool_tool::umount)
         .any()
-        // The kernel's table knows no limit: without room for it nothing is unmounted.
         .does("grep -q \" $1 \" /proc/mounts || exit 1\n"
               "left=$(sed \"\\\\| $1 |d\" /proc/mounts); echo \"$left\" > /state/new\n"
               "[ \"$left\" = \"$(cat /state/new)\" ] && mv /state/new /proc/mounts ||"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "documented.h"
 
+#include "base/codes.h"
+
 #include <algorithm>
 
 namespace zav::test {
@@ -85,13 +87,13 @@ const std::vector<FailureRow> failures = {
     {"sharemanage-delete-restored", "/sbin/pvcreate -u ",               -421,  -421},
     {"sharemanage-delete",       "umount ",                             -602,  -602},
     {"sharemanage-delete",       "rm -rf ",                                0,     0, true},
-    {"sharemanage-delete",       "mv /tmp/mdfstab.",                       0,     0, true},
+    {"sharemanage-delete",       "mv /tmp/mdfstab.",                    -504,  -504},
     {"sharemanage-delete",       "mv /tmp/passwd.",                     -504,  -504},
     {"sharemanage-delete",       "/sbin/lvremove ",                     -324,     0},
     {"sharemanage-edit-ftp",     "mv /tmp/passwd.",                     -507,  -507},
-    {"sharemanage-forbid-ftp",   "umount ",                             -502,  -502},
+    {"sharemanage-forbid-ftp",   "umount ",                             -502,     0},
     {"sharemanage-forbid-ftp",   "rm -rf ",                                0,     0, true},
-    {"sharemanage-forbid-ftp",   "mv /tmp/mdfstab.",                       0,     0, true},
+    {"sharemanage-forbid-ftp",   "mv /tmp/mdfstab.",                    -502,  -502},
     {"sharemanage-forbid-ftp",   "mv /tmp/passwd.",                     -502,  -502},
     {"sharemanage-use-ftp",      "umount ",                             -602,  -602},
     {"sharemanage-use-ftp",      "rm -rf ",                                0,     0, true},
@@ -184,17 +186,6 @@ constexpr SilentStatus silent_statuses[] = {{"mdmanage-create", 1},
                                             {"sharemanage-edit", 237},
                                             {"sharemanage-use", 237}};
 
-struct CommandCode {
-    int number;
-    std::string_view commands;
-};
-
-constexpr CommandCode codes[] = {
-#define ZAV_CODE(name, number, meaning, where) {number, where},
-#include "base/codes.def"
-#undef ZAV_CODE
-};
-
 // What destroys, or gives away, what is on a disk, an array or a pool.
 constexpr std::string_view destructive[] = {to_disks,
                                             "/sbin/mdadm -C ",
@@ -242,9 +233,17 @@ bool may_be_left(const Action& action, const std::string& path) {
     });
 }
 
+bool is_code_again(const Action& action, int code) {
+    return code == action.again ||
+           std::any_of(failures.begin(), failures.end(), [&](const FailureRow& row) {
+               return row.again != 0 && row.again == code && action.name.starts_with(row.action);
+           });
+}
+
 bool is_code_of(const std::string& command, int code) {
-    return std::any_of(std::begin(codes), std::end(codes), [&](const CommandCode& row) {
-        return row.number == code && row.commands.find(command) != std::string_view::npos;
+    return std::ranges::any_of(code_table(), [&](const CodeRow& row) {
+        return number_of(row.code) == code &&
+               std::string_view(row.used_by).find(command) != std::string_view::npos;
     });
 }
 

@@ -41,6 +41,9 @@ const std::vector<ProtectionRow>& protections();
 // it is one whose failure is only logged.
 bool may_be_left(const Action& action, const std::string& path);
 
+// Whether the action, given again when it was let down anywhere, may end with this code.
+bool is_code_again(const Action& action, int code);
+
 // Whether a command may print the code for the front end.
 bool is_code_of(const std::string& command, int code);
 

@@ -4,6 +4,7 @@
 #include "actions.h"
 #include "base/change_journal.h"
 #include "base/codes.h"
+#include "campaign/undisturbed.h"
 
 #include <algorithm>
 #include <array>
@@ -39,8 +40,9 @@ std::map<std::string, std::string> pending_texts(const TracedAppliance& applianc
     return pending;
 }
 
-// The exit statuses that say that there is, or is not, what an action is about.
-bool says_done(int status) {
+// Whether a code says that there is, or is not, what an action is about. Exit statuses do not tell:
+// several codes share one.
+bool says_done(int printed) {
     constexpr std::array codes = {Code::already_hotspare, Code::no_hotspare,    Code::disk_used,
                                   Code::array_name_used,  Code::no_such_array,  Code::unknown_array,
                                   Code::group_name_used,  Code::volume_used,    Code::unknown_group,
@@ -48,7 +50,7 @@ bool says_done(int status) {
                                   Code::share_exists,     Code::no_such_share,  Code::disk_in_use,
                                   Code::volume_disk_used};
     return std::any_of(codes.begin(), codes.end(),
-                       [status](Code code) { return (number_of(code) & 0xff) == status; });
+                       [printed](Code code) { return number_of(code) == printed; });
 }
 
 // What an action that was killed leaves as it is when it is given again, and why.
@@ -63,11 +65,18 @@ bool is_kept(const std::string& action, const std::string& path) {
 // What a failure changes without a failure status, as each action's last steps are ignored; the log
 // tells of it.
 bool is_untold(const std::string& action, const std::string& path) {
-    // An entry that a deletion leaves, and a mount point that stays, are no failure.
-    const bool is_kept_entry = action.find("-delete") != std::string::npos &&
-                               (path == "/etc/mdfstab" || path == "/etc/netfstab");
+    // An entry that a deletion leaves, one that a share lacks which is mounted all the same, and a
+    // mount point that stays, are no failure.
+    constexpr std::array mounting = {"sharemanage-use", "sharemanage-restore",
+                                     "sharemanage-repair"};
+    const bool is_register = path == "/etc/mdfstab" || path == "/etc/netfstab";
+    const bool is_untold_entry =
+        is_register && (action.find("-delete") != std::string::npos ||
+                        std::any_of(mounting.begin(), mounting.end(), [&action](const char* name) {
+                            return action.starts_with(name);
+                        }));
     const bool is_of_mounts =
-        is_kept_entry || path.starts_with("/mnt/") || path.starts_with("/home/ftpuser/");
+        is_untold_entry || path.starts_with("/mnt/") || path.starts_with("/home/ftpuser/");
     // A disk is initialised whether or not its array lets it go.
     const bool is_of_init = action == "diskmanage-init-member" && path == "/proc/mdstat";
     // A list of hot spares that the tool did not change is told by the log alone; a group that was
@@ -80,10 +89,8 @@ bool is_untold(const std::string& action, const std::string& path) {
 }
 
 // Refusals of what is there in part, each the documented one.
-bool is_refused_again(const Disturbance& how, const test::Result& second) {
-    const auto ends_with = [&second](Code code) {
-        return second.exit_status == (number_of(code) & 0xff);
-    };
+bool is_refused_again(const Disturbance& how, int printed) {
+    const auto ends_with = [printed](Code code) { return number_of(code) == printed; };
     // The array is stopped, and mdadm has not made it again: it is in no list.
     const bool is_stopped =
         how.action.starts_with("mdmanage-recover") && ends_with(Code::bad_array_name);
@@ -236,9 +243,12 @@ void Interruption::check_status(const test::Result& result) {
 }
 
 void Interruption::check_again(const test::Result& first, const test::Result& second) {
-    const bool is_good = second.exit_status == appliance_.status_again() ||
-                         (!is_done_ && second.exit_status == 0) ||
-                         (says_done(second.exit_status) || is_refused_again(how_, second));
+    const auto code = printed_code(second);
+    const bool has_succeeded = second.exit_status == 0 && !code;
+    const bool is_good = has_succeeded
+                             ? !is_done_ || appliance_.code_again() == 0
+                             : code && (*code == appliance_.code_again() || says_done(*code) ||
+                                        is_refused_again(how_, *code));
     if (!is_good) {
         note("first " + std::to_string(first.exit_status) + ", the same again " +
              std::to_string(second.exit_status) + ": " + second.out);

@@ -13,10 +13,10 @@
 
 namespace zav::campaign {
 
-// The recordings of all changing actions, of every fifth for a sample, or of those named.
+// The recordings of all changing actions, of some for a sample, or of those named.
 std::map<std::string, Recording> record_actions(const test::CampaignOptions& options);
 
-// Disturbs the actions in each of the ways, in about sixty for a sample.
+// Disturbs the actions in each of the ways, in some for a sample.
 test::Figure run_interruptions(const test::CampaignOptions& options, const std::string& part,
                                const std::string& what,
                                const std::map<std::string, Recording>& recordings,

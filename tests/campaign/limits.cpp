@@ -155,6 +155,31 @@ void check_run(const Limit& limit, const Undisturbed& base, const Result& run, c
     }
 }
 
+// The action given again, with nothing in its way.
+void check_retry(const Undisturbed& base, const Result& first, Appliance& appliance,
+                 Violations& found) {
+    const Action& action = *base.action;
+    const Result again = appliance.run(action.arguments);
+    check_end(action, again, found);
+    check_remains(appliance, found);
+    const State after = appliance.state();
+    check_files(base, after, found);
+    const int code = printed_code(again).value_or(0);
+    const bool is_good = code == 0 && again.exit_status == action.status;
+    if (!is_good && !is_code_again(action, code)) {
+        found.push_back("given again: code " + std::to_string(code) + ", status " +
+                        std::to_string(again.exit_status));
+    }
+    if (!is_good || action.is_listing() || first.exit_status == action.status) {
+        return;
+    }
+    for (const std::string& path : differences(base.after, after)) {
+        if (!may_be_left(action, path)) {
+            found.push_back("given again: " + path + " is not as it should be");
+        }
+    }
+}
+
 Violations run_case(const Undisturbed& base, const Limit& limit) {
     Violations found;
     const Action& action = *base.action;
@@ -167,10 +192,7 @@ Violations run_case(const Undisturbed& base, const Limit& limit) {
     check_remains(appliance, found);
     check_files(base, after, found);
     check_modes(modes, modes_of(appliance), found);
-    const Result again = appliance.run(action.arguments);
-    check_end(action, again, found);
-    check_remains(appliance, found);
-    check_files(base, appliance.state(), found);
+    check_retry(base, run, appliance, found);
     return found;
 }
 

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // campaign_system_calls [--sample] [--only ACTION]: each system call of every changing action
 // fails, one per run. Each file is the old or the new one, or its journal is there; nothing is left
-// over; 0 means that all is as without the failure; the same action succeeds afterwards.
+// over; 0 means that all is as without the failure, or that the log tells what the action does not;
+// the same action succeeds afterwards.
 #include "interruption.h"
 
 #include <cstdio>

@@ -204,13 +204,29 @@ TEST(MemberTable, TellsTheOrderOfItsSlots) {
     };
     const std::string first = "0 8 0 0 active sync /dev/sda\n";
     EXPECT_FALSE(is_in_slot_order(table("1 8 0 1 active /dev/sdb\n3 8 0 0 active /dev/sdd\n")));
-    EXPECT_TRUE(is_in_slot_order(table(first + "2 8 0 2 active /dev/sdb\n")));
+    EXPECT_FALSE(is_in_slot_order(table(first + "2 8 0 2 active /dev/sdb\n")));
     EXPECT_TRUE(is_in_slot_order(table("0 /dev/sda\n1 /dev/sdb\n"))) << "a table that tells none";
     MemberTable filled = table(first + "1 0 0 2 removed\n2 8 0 1 active sync /dev/sdc\n");
     filled.members.insert(filled.members.begin() + 1, "/dev/sdb");
     EXPECT_FALSE(is_in_slot_order(filled)) << "the hole is the last slot";
     filled.members = {"/dev/sda", "/dev/sdc", "/dev/sdb"};
     EXPECT_TRUE(is_in_slot_order(filled));
+}
+
+// With version 0.90 a member that failed has a number behind the others.
+TEST(MemberTable, TellsTheOrderOfMembersThatFailed) {
+    const auto is_in_order = [](const std::string& rows) {
+        return is_in_slot_order(*parse_member_table(details("3", rows)));
+    };
+    const std::string first = "0 8 0 0 active sync /dev/sda\n";
+    EXPECT_FALSE(is_in_order(first + "- 0 0 1 removed\n2 8 32 2 active sync /dev/sdc\n"
+                                     "3 8 16 - faulty /dev/sdb\n"));
+    EXPECT_TRUE(is_in_order(first + "1 8 16 1 active sync /dev/sdb\n- 0 0 2 removed\n"
+                                    "3 8 32 - faulty /dev/sdc\n"))
+        << "it can only be the last one";
+    EXPECT_TRUE(is_in_order(first + "1 8 16 - faulty /dev/sdb\n2 8 32 - faulty /dev/sdc\n"));
+    EXPECT_FALSE(is_in_order(first + "3 8 32 - faulty /dev/sdc\n4 8 16 - faulty /dev/sdb\n"))
+        << "nothing tells which was which";
 }
 
 TEST(Superblock, OfVersion090NamesTheOtherMembers) {

@@ -10,6 +10,7 @@
 #include "base/text.h"
 #include "inventory/filesystems.h"
 #include "inventory/mounts.h"
+#include "inventory/netdisks.h"
 #include "platform/models.h"
 #include "sources/file_tools.h"
 #include "sources/fs_repair.h"
@@ -64,16 +65,21 @@ SystemLock lock_mount_point(const std::string& mntpoint) {
     return SystemLock::take(name);
 }
 
+constexpr std::string_view user_homes = "/home/ftpuser";
+
+bool is_in_user_home(std::string_view path) {
+    return path.starts_with(user_homes) && path.substr(user_homes.size()).starts_with('/');
+}
+
 /// The first part of a path below the homes of FTP users that is a link; empty when there is none.
 /// Its owner could lead a mount anywhere.
 std::string find_user_link(const std::string& path) {
-    constexpr std::string_view home = "/home/ftpuser";
-    if (!path.starts_with(home) || path.size() == home.size() || path[home.size()] != '/') {
+    if (!is_in_user_home(path)) {
         return "";
     }
-    for (std::size_t end = home.size(); end != std::string::npos;) {
+    for (std::size_t end = user_homes.size(); end != std::string::npos;) {
         end = path.find('/', end + 1);
-        const std::string part = path.substr(0, end);
+        std::string part = path.substr(0, end);
         struct stat status = {};
         if (::lstat(part.c_str(), &status) == 0 && S_ISLNK(status.st_mode)) {
             return part;
@@ -86,6 +92,56 @@ std::string find_user_link(const std::string& path) {
 std::string reason_not_to_mount(const char* mntpoint) {
     const std::string link = find_user_link(mntpoint);
     return link.empty() ? "" : format_text("'%s' is a link", link.c_str());
+}
+
+/// How the kernel names a mount point in a user's home. What leads to the homes is root's alone,
+/// and may be a link.
+std::string kernel_path(std::string_view mntpoint) {
+    std::string path = real_path(std::string(user_homes));
+    for (const std::string_view part : split(mntpoint.substr(user_homes.size()), "/")) {
+        path.append("/").append(part);
+    }
+    return path;
+}
+
+/// What one of two mount tables has more than the other.
+MountTable mounts_beyond(MountTable table, const MountTable& other) {
+    for (const Mount& mount : other) {
+        if (const auto found = std::ranges::find(table, mount); found != table.end()) {
+            table.erase(found);
+        }
+    }
+    return table;
+}
+
+constexpr std::string_view by_label = "-L ";
+
+/// The device of what is mounted, under any of its names.
+std::string source_device(std::string_view source) {
+    return source.starts_with(by_label) ? labelled_device(source.substr(by_label.size()))
+                                        : std::string(source);
+}
+
+/// Looks where a mount in a user's home went, whose owner could exchange the directory for a link
+/// right before. One that is elsewhere is undone: Code::command_failed, logged. `before` is the
+/// table before the mount; one that has not changed since says nothing.
+Code check_where_mounted(const char* mntpoint, std::string_view source, const MountTable& before) {
+    const auto after = read_mounts();
+    if (!after || *after == before || is_mount_point(*after, kernel_path(mntpoint))) {
+        return Code::ok;
+    }
+    log_error("'%s' is not mounted on '%s': its directory was exchanged meanwhile",
+              std::string(source).c_str(), mntpoint);
+    // Others mount meanwhile, too.
+    const std::string device = real_path(source_device(source));
+    const MountTable added = mounts_beyond(*after, before);
+    for (const Mount& mount : added) {
+        if (added.size() == 1 || real_path(mount.device) == device) {
+            log_error("'%s' is unmounted from '%s'", mount.device.c_str(), mount.directory.c_str());
+            ignore(fs_umount(mount.directory.c_str()));
+        }
+    }
+    return Code::command_failed;
 }
 
 /// Why the lock of a mount point, just asked for, is not held; empty when it is.
@@ -121,7 +177,6 @@ std::string reason_to_keep(const std::string& mntpoint) {
 
 /// "/dev/data/pool" or "-L label".
 bool is_plain_source(std::string_view source) {
-    constexpr std::string_view by_label = "-L ";
     return source.starts_with(by_label) ? is_plain_name(source.substr(by_label.size()))
                                         : is_plain_path(source);
 }
@@ -173,7 +228,11 @@ Code mount_source(const char* mntpoint, const std::string& source, std::string_v
         ignore(refuse_command(command, reason));
         return Code::command_failed;
     }
-    const Code result = run_on_path_or_fail(mntpoint, command);
+    const auto before = is_in_user_home(mntpoint) ? read_mounts() : std::nullopt;
+    Code result = run_on_path_or_fail(mntpoint, command);
+    if (!failed(result) && before) {
+        result = check_where_mounted(mntpoint, source, *before);
+    }
     return failed(result)
                ? result
                : run_on_path_or_fail(mntpoint, format_text(open_to_all_command, mntpoint));
@@ -203,7 +262,7 @@ Code mntdir_create(const char* mntpoint) {
     const std::string command = format_text(make_directory_command, mntpoint);
     if (const std::string reason = reason_not_to_mount(mntpoint); !reason.empty()) {
         ignore(refuse_command(command, reason));
-        return Code::command_failed;
+        return Code::fs_not_mounted;
     }
     const Code result = run_on_path_or_fail(mntpoint, command);
     return failed(result)
@@ -266,10 +325,10 @@ Code check_mount_point(const char* mntpoint) {
 }
 
 Code mount_repaired(const char* name, const char* mntpoint, const std::function<Code()>& mount) {
-    ignore(mntdir_create(mntpoint));
+    const bool may_mount = mntdir_create(mntpoint) != Code::fs_not_mounted;
     const auto mounts = read_mounts();
     const bool is_mounted = mounts && find_mount_named(*mounts, name) != nullptr;
-    return is_mounted || !failed(mount()) ? Code::ok : Code::fs_not_mounted;
+    return is_mounted || (may_mount && !failed(mount())) ? Code::ok : Code::fs_not_mounted;
 }
 
 Code repair_kor_fs(const char* pool, const char* group, Sink& out) {

@@ -31,7 +31,8 @@ Code fs_mount_typed(const char* mntpoint, const char* group, const char* pool,
 
 /// What every mount does, on the running kernel. `source` is a path or "-L " and a label. Waits, at
 /// most for longest_wait, for the removal of the mount point by another instance; refused after
-/// that, and where a user's link would lead the mount elsewhere.
+/// that, and where a user's link would lead the mount elsewhere. One that a link led elsewhere all
+/// the same is unmounted there, and has failed.
 Code mount_source(const char* mntpoint, const std::string& source, std::string_view type,
                   const char* reiserfs_mount);
 
@@ -43,9 +44,9 @@ Code fs_umount(const char* mntpoint);
 /// Code::fs_not_unmounted for a directory that can be in no command.
 Code check_umount(const char* name, Sink& out);
 
-/// Makes a mount point that nobody can write to until something is mounted; not through a user's
-/// link. Runs mkdir, chattr.
-/// Code::ok or Code::command_failed.
+/// Makes a mount point that nobody can write to until something is mounted. Runs mkdir, chattr.
+/// Code::ok, Code::command_failed, or Code::fs_not_mounted when a user's link leads there: nothing
+/// is run, and nothing may be mounted there.
 Code mntdir_create(const char* mntpoint);
 
 /// Removes a mount point with all in it, unless something is mounted there or below. Runs chattr,

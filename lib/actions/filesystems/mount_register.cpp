@@ -43,7 +43,7 @@ FileDescriptor open_locked(const char* path, int flags) {
 /// the file is replaced, and the one on the file, which everybody knows.
 struct LockedRegister {
     const char* path;
-    SystemLock lock = SystemLock::take(last_component(path));
+    SystemLock lock = SystemLock::take_for_file(path);
     FileDescriptor fd = {};
     std::string text = {};
 
@@ -150,8 +150,7 @@ void finish_register_change(const char* path) {
     if (!has_journal(path)) {
         return;
     }
-    const SystemLock lock =
-        SystemLock::take(last_component(path), std::chrono::milliseconds::zero());
+    const SystemLock lock = SystemLock::take_for_file(path, std::chrono::milliseconds::zero());
     const FileDescriptor fd = lock ? FileDescriptor::open(path, O_RDWR) : FileDescriptor();
     if (lock && (!fd || try_lock(fd.get()) == LockResult::locked)) {
         ignore(finish_replacement(path)); // logged; the next change of the register needs it

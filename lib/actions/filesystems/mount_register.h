@@ -18,8 +18,9 @@ struct MountRegister {
     const char* copy_template; ///< of the file that takes its place, ending in "XXXXXX"
 };
 
-/// Finishes a change of a register that was cut short, unless somebody else has it: what mounts at
-/// the start of the system reads the file alone.
+/// Finishes a change of a register that was cut short, or of another file that is replaced under
+/// the lock of its name, unless somebody else has it: what mounts at the start of the system reads
+/// the file alone.
 void finish_register_change(const char* path);
 
 /// Adds a line unless one has that mount point. Makes a missing register. Code::ok,

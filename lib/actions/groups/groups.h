@@ -36,8 +36,8 @@ Code create_group(vginfo& group, Sink& out);
 Code find_group_to_delete(const char* name, vginfo_list& groups, const vginfo*& group, Sink& out);
 
 /// Removes a group, unchecked, and releases its physical volumes. Runs vgremove, pvremove.
-/// Code::ok, also when vgremove failed and every pvremove worked, Code::command_failed or
-/// Code::no_disk_list.
+/// Code::ok, also when vgremove failed and every pvremove worked, Code::command_failed,
+/// Code::no_disk_list, or Code::volume_used for a volume that another command uses: nothing is run.
 Code remove_group(const vginfo& group, Sink& out);
 
 /// find_group_to_delete(), then remove_group().

@@ -132,12 +132,32 @@ bool is_in_doubt(const backup_pv& volume, const live_pv_list& live, bool is_live
     }
 }
 
-/// Claims the arrays that are to be given up, then looks once more. Code::ok, or Code::volume_gone
-/// with a message: nothing is touched then.
+/// Whether another command may have a volume's array in hand: one that does not run, or one whose
+/// volume is missing since the array was just stopped to be made again.
+bool may_be_in_use(const backup_pv& volume, const live_pv_list& live, mdinfo_list& arrays) {
+    return is_on_inactive_array(volume, live, arrays) ||
+           (pv_state(volume, live) == PvState::missing &&
+            whole_disk_name(volume.device).starts_with("md"));
+}
+
+/// Whether a volume is on another device than the backup says, which is logged.
+bool has_moved(const backup_pv& volume, const live_pv_list& live) {
+    if (pv_state(volume, live) != PvState::moved) {
+        return false;
+    }
+    const auto found = std::ranges::find(live, volume.id, &live_pv::uuid);
+    log_error("'%s' has moved to '%s': nothing is restored", volume.device.c_str(),
+              found->pvname.c_str());
+    return true;
+}
+
+/// Claims the arrays that are to be given up, or whose volumes are missing, then looks once more.
+/// Code::ok, or Code::volume_gone with a message: nothing is touched then.
 Code check_doubts(const backup_pv_list& volumes, const live_pv_list& live, bool is_live_sure,
                   mdinfo_list& arrays, DiskClaims& claims) {
     for (const backup_pv& volume : volumes) {
-        if (is_on_inactive_array(volume, live, arrays) && !claims.add(volume.device)) {
+        if (has_moved(volume, live) ||
+            (may_be_in_use(volume, live, arrays) && !claims.add(volume.device))) {
             return Code::volume_gone;
         }
         if (is_in_doubt(volume, live, is_live_sure, arrays)) {
@@ -152,11 +172,7 @@ Code check_doubts(const backup_pv_list& volumes, const live_pv_list& live, bool 
 /// something took its place.
 Code restore_volume(const backup_pv& volume, const live_pv_list& live, mdinfo_list& arrays,
                     RamDisks& ram_disks, DiskClaims& claims, bool& restored) {
-    const PvState state = pv_state(volume, live);
-    if (state == PvState::moved) {
-        return Code::volume_gone;
-    }
-    if (state == PvState::on_array) {
+    if (pv_state(volume, live) == PvState::on_array) {
         const mdinfo* array = find_array(arrays, volume.device);
         if (array == nullptr) {
             return Code::volume_gone;

@@ -101,7 +101,11 @@ Code delete_netfs(const char* label, Sink& out) {
 
 Code repair_kor_netfs(const char* label, Sink& out) {
     std::string device = mounted_device(label, out);
-    if (failed(check_umount(label, out))) {
+    if (device.empty()) {
+        device = labelled_device(label);
+    }
+    DiskClaims claims;
+    if (!claims.add(name_in_dev(device).value_or(device)) || failed(check_umount(label, out))) {
         return log_return(Code::fs_not_unmounted);
     }
     fs_list disks;
@@ -114,9 +118,6 @@ Code repair_kor_netfs(const char* label, Sink& out) {
     const char* mntpoint = disk->mntpoint.c_str();
     if (const Code result = check_mount_point(mntpoint); failed(result)) {
         return log_return(result);
-    }
-    if (device.empty()) {
-        device = labelled_device(label);
     }
     const Code repaired = netfs_repair(device, disk->fstype);
     if (failed(repaired)) {

@@ -49,8 +49,8 @@ Code create_netfs(const char* label, const char* device);
 Code delete_netfs(const char* label, Sink& out);
 
 /// Unmounts a registered network disk, repairs it and mounts it again. Code::ok;
-/// Code::fs_not_unmounted, Code::fs_not_mounted; Code::fs_not_repaired, after which a registered
-/// disk is mounted all the same.
+/// Code::fs_not_unmounted, also when another command uses the disk, Code::fs_not_mounted;
+/// Code::fs_not_repaired, after which a registered disk is mounted all the same.
 Code repair_kor_netfs(const char* label, Sink& out);
 
 } // namespace zav

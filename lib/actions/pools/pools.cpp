@@ -4,7 +4,6 @@
 #include "base/codes.h"
 #include "base/command.h"
 #include "base/log.h"
-#include "base/system_lock.h"
 #include "base/text.h"
 #include "inventory/groups.h"
 #include "inventory/pools.h"
@@ -95,6 +94,19 @@ Code check_name_known_free(const char* pool, const char* group, bool& is_sure, S
     return check_list(pools, pool, group);
 }
 
+/// Locks the name of a new pool: it belongs to one creation at a time. What is in no command needs
+/// no lock. False, logged, when it cannot be had.
+bool lock_pool_name(const char* pool, const char* group, SystemLock& lock) {
+    if (!is_plain_name(pool) || !is_plain_name(group)) {
+        return true;
+    }
+    lock = SystemLock::take(format_text("pool-%s-%s", group, pool));
+    if (!lock) {
+        log_error("'%s' is not created: its name cannot be locked: %s", pool, std::strerror(errno));
+    }
+    return bool(lock);
+}
+
 Code run_remove(const char* pool, const char* group) {
     return run_or_fail({pool, group}, format_text(remove_pool_command, group, pool));
 }
@@ -147,6 +159,10 @@ Code vg_space_check(const char* group, Gib size, Sink& out) {
 }
 
 Code pool_create(const char* pool, const char* group, Gib size, Sink& out) {
+    SystemLock name;
+    if (!lock_pool_name(pool, group, name)) {
+        return Code::pool_not_created;
+    }
     Code result = vg_space_check(group, size, out);
     if (!failed(result)) {
         result = pool_name_check(pool, group, out);
@@ -154,15 +170,10 @@ Code pool_create(const char* pool, const char* group, Gib size, Sink& out) {
     return failed(result) ? result : run_create(pool, group, size);
 }
 
-Code pool_create_to_format(const char* pool, const char* group, Gib size, Sink& out) {
-    // A name belongs to one creation at a time; and where nothing can be locked, the new file
-    // system could not be mounted.
-    const bool is_plain = is_plain_name(pool) && is_plain_name(group); // else nothing is run
-    const SystemLock lock =
-        is_plain ? SystemLock::take(format_text("pool-%s-%s", group, pool)) : SystemLock();
-    if (is_plain && !lock) {
-        log_error("'%s' is not created: its name cannot be locked: %s", pool, std::strerror(errno));
-        return Code::pool_not_created;
+Code pool_create_to_format(const char* pool, const char* group, Gib size, SystemLock& name,
+                           Sink& out) {
+    if (!lock_pool_name(pool, group, name)) {
+        return Code::pool_not_created; // the new file system could not be mounted either
     }
     bool was_free = false;
     Code result = vg_space_check(group, size, out);

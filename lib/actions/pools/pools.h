@@ -7,6 +7,7 @@
 
 #include "base/codes.h"
 #include "base/sink.h"
+#include "base/system_lock.h"
 #include "base/units.h"
 
 namespace zav {
@@ -28,15 +29,18 @@ Result<Gib> vg_room(const char* group, Sink& out);
 /// Code::size_not_possible.
 Code vg_space_check(const char* group, Gib size, Sink& out);
 
-/// Makes a pool. Runs lvcreate. Code::ok, vg_space_check()'s or pool_name_check()'s code, or
+/// Makes a pool. Runs lvcreate. Code::ok, vg_space_check()'s or pool_name_check()'s code,
+/// Code::pool_not_created when another instance is creating a pool of that name, or
 /// Code::command_failed.
 Code pool_create(const char* pool, const char* group, Gib size, Sink& out);
 
 /// The same for a pool that gets a file system, which would wipe one that was there before:
 /// Code::pool_name_used also when the pools cannot be listed or there is a device of that name,
-/// Code::pool_not_created when nothing can be locked, before anything is made, and when lvcreate
-/// failed and no list of pools had told that there was none.
-Code pool_create_to_format(const char* pool, const char* group, Gib size, Sink& out);
+/// Code::pool_not_created when the name cannot be locked, before anything is made, and when
+/// lvcreate failed and no list of pools had told that there was none. Keep `name`, the lock, until
+/// the file system is made: what another instance makes under it meanwhile would be wiped.
+Code pool_create_to_format(const char* pool, const char* group, Gib size, SystemLock& name,
+                           Sink& out);
 
 /// Makes a pool larger; the group needs room for the whole new size. Runs lvextend. Code::ok,
 /// pool_check()'s or vg_space_check()'s code, or Code::command_failed.

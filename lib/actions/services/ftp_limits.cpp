@@ -26,9 +26,6 @@ namespace {
 
 using Limits = std::array<int, ftp_limit_count>;
 
-/// Held while the configuration is replaced.
-constexpr const char* lock_name = "vsftpd.conf";
-
 void store(const std::optional<unsigned long>& value, unsigned long* output) {
     if (value && output != nullptr) {
         *output = *value;
@@ -59,7 +56,7 @@ Code set_limits(const Limits& values, LogSite site) {
         errno = EINVAL; // the server would take it as no limit
         return fail_with_errno(Code::ftp_limit_negative, site);
     }
-    const SystemLock lock = SystemLock::take(lock_name);
+    const SystemLock lock = SystemLock::take_for_file(vsftpd_conf_path);
     if (!lock || !finish_replacement(vsftpd_conf_path)) {
         return fail_with_errno(Code::ftp_limits_unread, site);
     }

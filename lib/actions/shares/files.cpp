@@ -108,6 +108,11 @@ Code open_and_lock(const char* path, FileDescriptor& fd, bool& was_made, Code un
     return Code::file_locked;
 }
 
+/// Keeps readers out of an open file, unless somebody has put another in its place meanwhile.
+bool lock_in_place(const char* path, int fd) {
+    return lock_for_rewriting(fd) && names_open_file(path, fd);
+}
+
 /// Writes what the entries of a journal say. Code::ok, Code::file_locked,
 /// Code::service_file_unopened or Code::share_register_unwritten.
 Code finish(const std::vector<JournalEntry>& entries, const FileDescriptor& register_fd) {
@@ -127,7 +132,7 @@ Code finish(const std::vector<JournalEntry>& entries, const FileDescriptor& regi
         }
         fds.push_back(is_the_register ? register_fd.get() : fd.get());
         opened.push_back(std::move(fd));
-        if (!lock_for_rewriting(fds.back())) {
+        if (!lock_in_place(entry.path.c_str(), fds.back())) {
             return Code::file_locked;
         }
         contents.push_back(::lseek(fds.back(), 0, SEEK_SET) == 0 ? read_rest(fds.back())
@@ -236,19 +241,18 @@ Code ShareFiles::open_one(const ShareFile& file) {
 
 Code ShareFiles::open(const std::vector<const ShareFile*>& files) {
     for (const ShareFile* file : files) {
-        if (file == nullptr || file->path == nullptr || find(*file) != nullptr) {
+        if (failed(unopened_) || file == nullptr || file->path == nullptr ||
+            find(*file) != nullptr) {
             continue;
         }
         if (files_.empty() && !is_register(*file)) {
-            if (const Code result = open_one(share_register_file()); failed(result)) {
-                return result;
-            }
+            unopened_ = open_one(share_register_file());
         }
-        if (const Code result = open_one(*file); failed(result)) {
-            return result;
+        if (!failed(unopened_)) {
+            unopened_ = open_one(*file);
         }
     }
-    return Code::ok;
+    return unopened_;
 }
 
 Code ShareFiles::code_of_failure(const std::list<Rewrite>& rewrites, std::size_t place) {
@@ -265,16 +269,13 @@ std::vector<FileChange> ShareFiles::changes_of(const std::list<Rewrite>& rewrite
     return changes;
 }
 
-Code ShareFiles::rewrite_all(const std::list<Rewrite>& rewrites) {
+Code ShareFiles::rewrite_all(const std::list<Rewrite>& rewrites, ChangeFunction change) {
     // The register first, also when it stays as it is: who has it reads all files.
     if (const OpenFile* listed = find(share_register_file());
-        listed != nullptr && !lock_for_rewriting(listed->fd.get())) {
+        listed != nullptr && !lock_in_place(share_register_path, listed->fd.get())) {
         return Code::file_locked;
     }
-    const auto changes = changes_of(rewrites);
-    const auto failure = &rewrites == &prepared_
-                             ? change_prepared_files(share_register_path, changes)
-                             : change_files(share_register_path, changes);
+    const auto failure = change(share_register_path, changes_of(rewrites));
     if (!failure) {
         return Code::ok;
     }
@@ -296,16 +297,16 @@ Code ShareFiles::make_rewrites(const std::vector<const ShareFile*>& files,
     return Code::ok;
 }
 
-Code ShareFiles::carry_out(std::list<Rewrite>& rewrites) {
+Code ShareFiles::carry_out(std::list<Rewrite>& rewrites, ChangeFunction change) {
     if (rewrites.empty()) {
         return Code::ok;
     }
-    const Code result = rewrite_all(rewrites);
-    for (Rewrite& change : rewrites) {
-        release_readers(change.file->fd.get());
+    const Code result = rewrite_all(rewrites, change);
+    for (Rewrite& rewrite : rewrites) {
+        release_readers(rewrite.file->fd.get());
         if (!failed(result)) {
-            change.file->was_made = false;
-            change.file->text = std::move(change.text);
+            rewrite.file->was_made = false;
+            rewrite.file->text = std::move(rewrite.text);
         }
     }
     if (const OpenFile* listed = find(share_register_file())) {
@@ -314,8 +315,8 @@ Code ShareFiles::carry_out(std::list<Rewrite>& rewrites) {
     if (failed(result)) {
         return result;
     }
-    for (const Rewrite& change : rewrites) {
-        ignore(conf_save(change.file->file->item));
+    for (const Rewrite& rewrite : rewrites) {
+        ignore(conf_save(rewrite.file->file->item));
     }
     return Code::ok;
 }
@@ -323,7 +324,9 @@ Code ShareFiles::carry_out(std::list<Rewrite>& rewrites) {
 Code ShareFiles::write(const std::vector<const ShareFile*>& files) {
     std::list<Rewrite> rewrites;
     const Code result = make_rewrites(files, rewrites);
-    return failed(result) ? result : carry_out(rewrites);
+    return failed(result) ? result : carry_out(rewrites, [](auto owner, auto changes) {
+        return change_files(owner, changes);
+    });
 }
 
 Code ShareFiles::prepare(const std::vector<const ShareFile*>& files) {
@@ -342,7 +345,7 @@ Code ShareFiles::prepare(const std::vector<const ShareFile*>& files) {
 }
 
 Code ShareFiles::write_prepared() {
-    return carry_out(prepared_);
+    return carry_out(prepared_, change_prepared_files);
 }
 
 void finish_share_change() {

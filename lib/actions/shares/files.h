@@ -15,6 +15,8 @@
 #include "platform/services.h"
 
 #include <list>
+#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,6 +46,7 @@ class ShareFiles {
     /// path or is open already is passed over. Code::ok; Code::share_register_unopened or
     /// Code::service_file_unopened; Code::file_locked; Code::share_file_malformed, also for one
     /// that cannot be read; Code::share_register_unwritten when a change could not be finished.
+    /// After a failure nothing more is opened: it is the result of each later call as well.
     Code open(const std::vector<const ShareFile*>& files);
 
     /// The shares of an open file, or of one that open() passed over, which has none.
@@ -53,8 +56,8 @@ class ShareFiles {
     /// Rewrites open files with their shares, makes that durable, and hands them to the
     /// configuration tool in that order. One that is null or has no path is passed over. Code::ok;
     /// Code::share_register_unwritten or Code::service_file_unwritten, Code::file_locked when
-    /// somebody keeps reading, Code::user_secrets_unread when a target's users have secrets in a
-    /// file that cannot be read: all files are then as they were.
+    /// somebody keeps reading one or has put another in its place, Code::user_secrets_unread when a
+    /// target's users have secrets in a file that cannot be read: all files are then as they were.
     Code write(const std::vector<const ShareFile*>& files);
 
     /// The same in two steps, for a change that must not fail once something else has happened.
@@ -82,9 +85,12 @@ class ShareFiles {
     Code make_rewrites(const std::vector<const ShareFile*>& files, std::list<Rewrite>& rewrites);
     static std::vector<FileChange> changes_of(const std::list<Rewrite>& rewrites);
     static Code code_of_failure(const std::list<Rewrite>& rewrites, std::size_t place);
-    Code carry_out(std::list<Rewrite>& rewrites);
-    Code rewrite_all(const std::list<Rewrite>& rewrites);
+    using ChangeFunction = std::optional<ChangeFailure> (*)(std::string_view owner,
+                                                            std::span<const FileChange> changes);
+    Code carry_out(std::list<Rewrite>& rewrites, ChangeFunction change);
+    Code rewrite_all(const std::list<Rewrite>& rewrites, ChangeFunction change);
 
+    Code unopened_ = Code::ok;  ///< the first failure to open a file
     std::list<OpenFile> files_; ///< in the order of opening
     std::list<Rewrite> prepared_;
     bool has_room_ = false; ///< for what is prepared, in a file of its own

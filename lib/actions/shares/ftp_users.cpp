@@ -15,6 +15,7 @@
 #include "sources/passwd.h"
 #include "sources/vsftpd.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <string>
@@ -184,8 +185,7 @@ Code ftp_user_set(const share_info& share) {
     return ::fsync(file->get()) == 0 ? put_user_file(share.users, *file) : code_of_unwritten_file();
 }
 
-Code ftp_user_remove(const share_info& share, AccountLock& accounts) {
-    const std::string_view user = share.users;
+Code ftp_user_remove(std::string_view user, AccountLock& accounts) {
     if (!is_ftp_user_name(user) || failed(rewrite_home(user, own_home(user), accounts))) {
         return log_return(Code::home_not_rewritten);
     }
@@ -214,20 +214,19 @@ Code ftp_bind(const share_info& share, AccountLock& accounts) {
                : code_of_unwritten_file();
 }
 
-Code ftp_mod(const share_info& share, std::string_view old_user) {
+Code ftp_mod(const share_info& share, const std::vector<std::string>& old_users) {
     AccountLock accounts;
-    const bool is_bound = old_user != default_ftp_user && !old_user.empty();
-    const bool can_be_freed = !is_bound || is_ftp_user_name(old_user);
+    const bool can_be_freed = std::ranges::all_of(old_users, is_ftp_user_name);
     const Code usable = can_be_freed ? check_ftp_user(share.users, accounts) : Code::ok;
     if (failed(usable)) {
         log_failure(usable);
         return Code::share_not_edited;
     }
-    if (is_bound) {
-        if (!can_be_freed || failed(rewrite_home(old_user, own_home(old_user), accounts))) {
+    for (const std::string& user : old_users) {
+        if (!can_be_freed || failed(rewrite_home(user, own_home(user), accounts))) {
             return log_return(Code::share_not_edited, LogSite::numbered(679));
         }
-        if (failed(remove_user_file(old_user))) {
+        if (failed(remove_user_file(user))) {
             return log_return(Code::share_not_edited);
         }
     }

@@ -8,7 +8,9 @@
 #include "base/file.h"
 #include "records/share.h"
 
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace zav {
 
@@ -29,17 +31,17 @@ class AccountLock {
 /// that fails. Code::ok; a code of read_file_lines(), also without the lock; Code::command_failed.
 Code rewrite_home(std::string_view user, std::string_view home, AccountLock& accounts);
 
-/// Finishes a change of /etc/passwd that was cut short, which nobody on this machine can log in
-/// without, unless the accounts are locked: then it is under way.
+/// Finishes a change of /etc/passwd that was cut short, unless the accounts are locked: then it is
+/// under way. Without the file nobody can log in.
 void finish_account_change();
 
 /// Writes the file of the share's user and hands it to the FTP server. Runs fxml. Code::ok; a code
 /// of read_file_lines(); Code::ftp_user_file_unopened or Code::ftp_user_file_unwritten.
 Code ftp_user_set(const share_info& share);
 
-/// Takes the share's user from the FTP server and gives it its own home again. Runs mv, fxml.
-/// Code::ok, Code::home_not_rewritten, or Code::ftp_user_file_unwritten when its file stays.
-Code ftp_user_remove(const share_info& share, AccountLock& accounts);
+/// Takes a user from the FTP server and gives it its own home again. Runs mv, fxml. Code::ok,
+/// Code::home_not_rewritten, or Code::ftp_user_file_unwritten when its file stays.
+Code ftp_user_remove(std::string_view user, AccountLock& accounts);
 
 /// Whether a user can be bound, before anything is changed for it: reads /etc/passwd and the
 /// default user's file, and takes the lock. Nothing is asked for the default user. Code::ok; a code
@@ -50,9 +52,9 @@ Code check_ftp_user(std::string_view user, AccountLock& accounts);
 /// /etc/passwd and takes the lock. Code::ok, or a code of read_file_lines(), also without the lock.
 Code check_bound_user(AccountLock& accounts);
 
-/// Binds the share's user, new homes first, instead of `old_user`. Code::ok or
+/// Binds the share's user, new homes first, instead of the old ones. Code::ok or
 /// Code::share_not_edited.
-Code ftp_mod(const share_info& share, std::string_view old_user);
+Code ftp_mod(const share_info& share, const std::vector<std::string>& old_users);
 
 /// The home of the users that are bound to shares.
 inline constexpr std::string_view ftp_home = "/home/ftpuser";

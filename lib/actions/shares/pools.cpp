@@ -3,6 +3,7 @@
 
 #include "actions/filesystems/filesystems.h"
 #include "actions/filesystems/mount_register.h"
+#include "actions/groups/recovery.h"
 #include "actions/pools/pools.h"
 #include "actions/shares/ftp_users.h"
 #include "base/codes.h"
@@ -12,6 +13,7 @@
 #include "inventory/filesystems.h"
 #include "inventory/mounts.h"
 #include "inventory/pools.h"
+#include "inventory/shares.h"
 #include "platform/models.h"
 #include "platform/services.h"
 #include "sources/fs_repair.h"
@@ -19,6 +21,7 @@
 #include "sources/mdfstab.h"
 
 #include <algorithm>
+#include <vector>
 
 namespace zav {
 
@@ -40,6 +43,10 @@ std::string path_of(const share_info& share, const char* group) {
     return share_path(share.type, group, share.name.c_str());
 }
 
+std::string ftp_path(const char* name) {
+    return share_path(share_type::ftp, "", name);
+}
+
 bool is_mounted(const share_info& share) {
     const auto mounts = read_mounts();
     return mounts && find_mount_named(*mounts, share.name) != nullptr;
@@ -51,9 +58,95 @@ Code register_mount(const std::string& mntpoint, const char* group, const char* 
 }
 
 Code mount_at(const std::string& mntpoint, const char* group, const char* pool) {
-    ignore(mntdir_create(mntpoint.c_str())); // protected from here on, also from being replaced
+    // From here on it is protected, also from being replaced.
+    if (const Code made = mntdir_create(mntpoint.c_str()); made == Code::fs_not_mounted) {
+        return made;
+    }
     return !failed(fs_mount(mntpoint.c_str(), group, pool)) ? register_mount(mntpoint, group, pool)
                                                             : Code::fs_not_mounted;
+}
+
+bool contains(const std::vector<GroupName>& groups, std::string_view group) {
+    return std::ranges::find(groups, group, &GroupName::view) != groups.end();
+}
+
+void add_new(std::vector<GroupName>& groups, const std::vector<GroupName>& others) {
+    for (const GroupName& other : others) {
+        if (!contains(groups, other.view())) {
+            groups.push_back(other);
+        }
+    }
+}
+
+/// A group that commands take; else none, which is logged.
+GroupName plain_group(const GroupName& group, const char* what, const char* name) {
+    if (!group.empty() && !is_plain_name(group.view())) {
+        log_error("no command takes the group '%s' of %s '%s'", group.c_str(), what, name);
+        return GroupName();
+    }
+    return group;
+}
+
+/// The group of the file system that is registered at one of the mount points.
+std::string registered_group(std::string_view path, const std::string& other_path) {
+    fs_list list;
+    if (is_register_missing(mdfstab_path) || failed(mdfstab_read(list))) {
+        return "";
+    }
+    const auto found = std::ranges::find_if(
+        list, [&](const fs_info& fs) { return fs.mntpoint == path || fs.mntpoint == other_path; });
+    return found != list.end() ? std::string(found->ownername.view()) : "";
+}
+
+/// The group that the path of a share's pool names; empty for a path of another form, which an FTP
+/// share has.
+GroupName group_in_path(const char* pool, std::string_view path) {
+    for (const std::string_view top : {"/mnt/", "/dev/"}) {
+        const std::string_view rest = path.starts_with(top) ? path.substr(top.size()) : "";
+        const std::string_view group = rest.substr(0, rest.find('/'));
+        if (is_plain_name(group) && rest.substr(group.size()) == std::string("/") + pool) {
+            return GroupName(group);
+        }
+    }
+    return GroupName();
+}
+
+/// Whether the share's path, or what is registered to be mounted, names this group.
+bool is_own_group(const GroupName& group, const char* pool, std::string_view path) {
+    return group_in_path(pool, path) == group ||
+           registered_group(path, ftp_path(pool)) == group.view();
+}
+
+/// Of several groups that have a pool of the share's name the share's own: the one in the path that
+/// it is registered with, else the one that is registered to be mounted there, or at its place
+/// below the home of the FTP users. Code::no_such_group, which is logged with all, when neither
+/// tells: any other pool is somebody else's.
+Result<GroupName> choose_group(std::vector<GroupName> groups, const char* pool,
+                               std::string_view path) {
+    std::string names;
+    std::ranges::sort(groups, {}, &GroupName::view);
+    for (const GroupName& group : groups) {
+        names.append(names.empty() ? "'" : ", '").append(group.view()).append("'");
+    }
+    const GroupName named = group_in_path(pool, path);
+    if (!named.empty() && contains(groups, named.view())) {
+        return named;
+    }
+    const std::string registered = registered_group(path, ftp_path(pool));
+    if (contains(groups, registered) && is_plain_name(registered)) {
+        return GroupName(registered);
+    }
+    log_error("the groups %s have a pool '%s': nothing tells which is the share's", names.c_str(),
+              pool);
+    return Code::no_such_group;
+}
+
+/// Whether the path that a share is registered with names another group than the only one that has
+/// a pool of its name: the share's own is gone, maybe by a deletion that was cut short, and this
+/// one is somebody else's.
+bool is_of_others(const GroupName& group, const char* pool, std::string_view path) {
+    const GroupName named = group_in_path(pool, path);
+    return !named.empty() && named != group && is_plain_name(group.view());
 }
 
 } // namespace
@@ -71,23 +164,63 @@ std::string share_path(std::string_view type, const char* group, const char* nam
     return format_text("/mnt/%s/%s", group, name);
 }
 
-Result<GroupName> find_pool_group(const char* pool, Sink& out) {
+Result<GroupName> find_pool_group(const char* pool, std::string_view path, Sink& out) {
     pool_list pools;
     const Code listed = pool_list_get(pools, out);
     if (listed == Code::pool_output_unread) {
         return listed;
     }
-    const auto found = std::ranges::find_if(
-        pools, [pool](const pool_info& record) { return last_component(record.name) == pool; });
-    if (found == pools.end()) {
+    std::vector<GroupName> groups;
+    for (const pool_info& record : pools) {
+        if (last_component(record.name) == pool) {
+            add_new(groups, {GroupName(record.vgname.view())});
+        }
+    }
+    if (groups.empty()) {
         // Without LVM no pool is listed, and what is not known to be gone is not forgotten.
         return failed(listed) ? Result<GroupName>(listed) : GroupName();
     }
-    if (!is_plain_name(found->vgname.view())) {
-        log_error("no command takes the group '%s' of pool '%s'", found->vgname.c_str(), pool);
+    if (groups.size() > 1) {
+        return choose_group(groups, pool, path);
+    }
+    if (is_of_others(groups.front(), pool, path)) {
+        log_error("the pool '%s' of group '%s' is not that of the share at '%s', which is gone",
+                  pool, groups.front().c_str(), std::string(path).c_str());
         return GroupName();
     }
-    return GroupName(found->vgname.view());
+    return plain_group(groups.front(), "pool", pool);
+}
+
+Result<GroupName> find_group_to_mount(const char* pool, std::string_view path, Sink& out) {
+    std::vector<GroupName> groups = groups_of_pool(pool);
+    GroupName group;
+    if (groups.empty()) {
+        vgname_from_backup(pool, group, out);
+    } else {
+        group = groups.front();
+    }
+    add_new(groups, groups_of_pool_in_backups(pool));
+    return groups.size() > 1 ? choose_group(groups, pool, path) : plain_group(group, "share", pool);
+}
+
+Result<GroupName> bring_back_group(const char* pool, std::string_view path, Sink& out) {
+    std::vector<GroupName> groups = groups_of_pool_in_backups(pool);
+    if (!groups.empty() && !is_own_group(groups.front(), pool, path)) {
+        add_new(groups, groups_of_pool(pool)); // else LVM need not be asked
+    }
+    if (groups.size() > 1) {
+        const auto own = choose_group(groups, pool, path);
+        const Code result = own ? vg_raid_resume(own->c_str(), out) : own.code();
+        return failed(result) ? Result<GroupName>(result) : own;
+    }
+    if (!groups.empty() && is_of_others(groups.front(), pool, path)) {
+        return find_pool_group(pool, path, out);
+    }
+    GroupName group;
+    const Code result = handle_abnorm_raid(pool, group, out);
+    return failed(result)  ? Result<GroupName>(result)
+           : group.empty() ? find_pool_group(pool, path, out)
+                           : group;
 }
 
 Code mount_share(const share_info& share, const char* group) {
@@ -112,14 +245,17 @@ Code mount_again(const share_info& share, const char* group) {
     return register_mount(mntpoint, group, share.name.c_str());
 }
 
-void unregister_mount(const share_info& share, const GroupName& group) {
+Code unregister_mount(const share_info& share, const GroupName& group) {
     if (group.empty() && !has_ftp_account(share)) {
         log_error("share '%s' has no group: its mount point stays", share.name.c_str());
-        return;
+        return Code::ok;
     }
     const std::string path = path_of(share, group.c_str());
-    ignore(mdfstab_remove(path.c_str()));
-    ignore(mntdir_remove(path.c_str()));
+    const Code result = unregister_mount_point(path);
+    if (!failed(result)) {
+        ignore(mntdir_remove(path.c_str()));
+    }
+    return result;
 }
 
 Code unregister_mount_point(const std::string& mntpoint) {
@@ -130,6 +266,42 @@ Code unregister_mount_point(const std::string& mntpoint) {
     const bool is_gone = is_register_missing(mdfstab_path) ||
                          register_has_mount_point(mdfstab_path, mntpoint) == Presence::absent;
     return is_gone ? Code::ok : result;
+}
+
+Code give_up_mount_point(const std::string& mntpoint) {
+    if (const Code result = fs_umount(mntpoint.c_str()); failed(result)) {
+        const auto mounts = read_mounts();
+        if (!mounts || is_mount_point(*mounts, mntpoint)) {
+            return result; // what is still mounted must not be removed
+        }
+    }
+    ignore(mntdir_remove(mntpoint.c_str()));
+    return unregister_mount_point(mntpoint);
+}
+
+Code leave_ftp_directory(const char* name) {
+    const std::string mntpoint = ftp_path(name);
+    const auto mounts = read_mounts();
+    if (!mounts) {
+        return Code::mounts_unread;
+    }
+    if (is_mount_point(*mounts, mntpoint)) {
+        return give_up_mount_point(mntpoint);
+    }
+    if (is_register_missing(mdfstab_path) ||
+        register_has_mount_point(mdfstab_path, mntpoint) == Presence::absent) {
+        return Code::ok;
+    }
+    ignore(mntdir_remove(mntpoint.c_str()));
+    return unregister_mount_point(mntpoint);
+}
+
+bool is_in_ftp_directory(const char* name) {
+    const std::string mntpoint = ftp_path(name);
+    const auto mounts = read_mounts();
+    return (mounts && is_mount_point(*mounts, mntpoint)) ||
+           (!is_register_missing(mdfstab_path) &&
+            register_has_mount_point(mdfstab_path, mntpoint) == Presence::present);
 }
 
 Code remove_share_pool(const share_info& share, const GroupName& group, Sink& out) {

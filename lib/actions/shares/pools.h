@@ -10,16 +10,29 @@
 #include "records/share.h"
 
 #include <string>
+#include <string_view>
 
 namespace zav {
 
 /// Where a share of that service is mounted; for iSCSI the device that it exports.
 std::string share_path(std::string_view type, const char* group, const char* name);
 
-/// The group of a pool, by the pool list; empty when there is no such pool, or when the group's
-/// name can be in no command, which is logged. Code::pool_output_unread; Code::pool_tool_failed
-/// when the tool failed without listing the pool.
-Result<GroupName> find_pool_group(const char* pool, Sink& out);
+/// The group of a share's pool, by the pool list; empty when there is no such pool, when the only
+/// one is in another group than `path`, which the share is registered with, names, or when the
+/// group's name can be in no command; the last two are logged. Of several groups with a pool of
+/// that name it is the one that `path` names, else the one that the register of mounts has for that
+/// path or the share's place below the home of the FTP users. Code::no_such_group, logged with the
+/// groups, when neither tells; Code::pool_output_unread; Code::pool_tool_failed when the tool
+/// failed without listing the pool.
+Result<GroupName> find_pool_group(const char* pool, std::string_view path, Sink& out);
+
+/// The same by LVM's list and its backups together, for a pool that is to be mounted; the only one
+/// is taken whatever the path. Code::no_such_group.
+Result<GroupName> find_group_to_mount(const char* pool, std::string_view path, Sink& out);
+
+/// The same for a pool that is to be deleted, whose group is brought back as far as that takes. Of
+/// a single group the backups tell first. Also Code::array_inactive.
+Result<GroupName> bring_back_group(const char* pool, std::string_view path, Sink& out);
 
 /// Makes the mount point, mounts the pool there and registers it. Code::ok; Code::fs_not_mounted,
 /// also when a part of the path below the users' home is a link; or Code::register_unopened.
@@ -34,12 +47,24 @@ Code mount_missing_share(const share_info& share, const char* group);
 Code mount_again(const share_info& share, const char* group);
 
 /// Takes the mount point out of the register and removes it. Without a group it only logs that,
-/// except for an FTP share, whose mount point needs none.
-void unregister_mount(const share_info& share, const GroupName& group);
+/// except for an FTP share, whose mount point needs none. Code::ok, or unregister_mount_point()'s
+/// code: the mount point stays then as well.
+Code unregister_mount(const share_info& share, const GroupName& group);
 
 /// Takes a mount point out of the register. Code::ok, or a code of mdfstab_remove(); a failure
 /// counts unless the register is known not to have the mount point.
 Code unregister_mount_point(const std::string& mntpoint);
+
+/// Unmounts what is mounted there, removes the mount point and takes it out of the register.
+/// Code::ok; Code::command_failed when what is mounted stays; unregister_mount_point()'s code.
+Code give_up_mount_point(const std::string& mntpoint);
+
+/// The same below the home of the FTP users, when a share of that name is mounted or registered
+/// there: a forbidden one is within nobody's reach. Also Code::mounts_unread.
+Code leave_ftp_directory(const char* name);
+
+/// Whether a share of that name is known to be mounted or registered there.
+bool is_in_ftp_directory(const char* name);
 
 /// Removes the pool; nothing without a group. Code::ok, also when there was none;
 /// Code::pool_not_removed, also for one that is only missing in the list of a tool that failed; or

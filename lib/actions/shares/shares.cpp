@@ -2,7 +2,6 @@
 #include "actions/shares/shares.h"
 
 #include "actions/filesystems/filesystems.h"
-#include "actions/groups/recovery.h"
 #include "actions/pools/pools.h"
 #include "actions/services/control.h"
 #include "actions/shares/files.h"
@@ -17,6 +16,10 @@
 #include "inventory/shares.h"
 #include "platform/services.h"
 
+#include <string>
+#include <utility>
+#include <vector>
+
 namespace zav {
 
 namespace {
@@ -27,11 +30,11 @@ Code fail(Code cause, Code code, LogSite site = LogSite::here()) {
     return code;
 }
 
-/// Makes the pool. A failed command is a success when the pool, known to be new, is there all the
-/// same.
-Code create_pool(const share_info& share, const char* group, Sink& out) {
+/// Makes the pool under the lock of its name. A failed command is a success when the pool, known to
+/// be new, is there all the same.
+Code create_pool(const share_info& share, const char* group, SystemLock& lock, Sink& out) {
     const char* name = share.name.c_str();
-    const Code result = pool_create_to_format(name, group, unsigned_size(share.size), out);
+    const Code result = pool_create_to_format(name, group, unsigned_size(share.size), lock, out);
     if (result != Code::command_failed) {
         return result;
     }
@@ -43,19 +46,15 @@ bool has_own_ftp_user(const share_info& share) {
     return has_ftp_account(share) && !share.users.empty() && share.users != default_ftp_user;
 }
 
-/// The group that a share's pool is in; empty when nothing tells.
-GroupName find_group(const char* name, Sink& out) {
-    GroupName group;
-    if (const auto found = get_vgname_from_lvdisplay(name)) {
-        group = *found;
-    } else {
-        vgname_from_backup(name, group, out);
-    }
-    if (!group.empty() && !is_plain_name(group.view())) {
-        log_error("no command takes the group '%s' of share '%s'", group.c_str(), name);
-        group.clear();
-    }
-    return group;
+/// The path that a share is registered with, whatever is mounted.
+std::string registered_path(ShareFiles& files, const char* name) {
+    const share_info* registered = find_by_name(files.registered(), name);
+    return registered != nullptr ? std::string(registered->path.view()) : "";
+}
+
+bool is_registered_forbidden(ShareFiles& files, const share_info& share) {
+    const share_info* registered = find_same(files.registered(), share);
+    return registered != nullptr && registered->type.empty();
 }
 
 /// The end of each way to put a share in use: no longer in a recycle file, but in its service's.
@@ -66,27 +65,96 @@ Code put_in_use(ShareFiles& files, share_info& share, LogSite operation) {
                : fail(result, Code::share_not_edited, operation);
 }
 
-/// Makes sure of the user of an FTP share, and that it can be freed, before anything is changed: in
-/// a list a file that could not be read is no user.
-Code check_own_user(share_info& share, AccountLock& accounts) {
-    if (!has_ftp_account(share)) {
-        return Code::ok;
+/// The users that are bound to an FTP share, or that an attempt to forbid one has left; makes sure
+/// that they can be freed, before anything is changed. A file that cannot be read is a failure: in
+/// a list of shares it is no user.
+Result<std::vector<std::string>> find_bound_users(const share_info& share, AccountLock& accounts) {
+    const bool is_forbidden = share.type.empty();
+    const std::string name(share.name.view());
+    if (!is_forbidden && !has_ftp_account(share)) {
+        return std::vector<std::string>();
     }
-    const auto user = user_of_share(share.name.view());
-    if (!user) {
-        return user.code();
-    }
-    if (!user->empty()) {
-        share.users = *user;
-    }
-    return has_own_ftp_user(share) ? check_bound_user(accounts) : Code::ok;
+    // Others may have a directory of that name.
+    const std::string directory =
+        is_forbidden ? share_path(share_type::ftp, "", name.c_str()) : std::string();
+    auto users = users_of_share(name, directory);
+    const bool is_any = users && !users->empty();
+    const Code usable = is_any ? check_bound_user(accounts) : Code::ok;
+    return failed(usable) ? usable : std::move(users);
 }
 
-/// Whether a share can be taken out of all files, and its user freed.
-Code check_removal(ShareFiles& files, share_info& share) {
+Code free_users(const std::vector<std::string>& users, std::string_view kept,
+                AccountLock& accounts) {
+    for (const std::string& user : users) {
+        const Code result = user != kept ? ftp_user_remove(user, accounts) : Code::ok;
+        if (failed(result)) {
+            return result;
+        }
+    }
+    return Code::ok;
+}
+
+/// Takes back what a failed attempt to put a forbidden share in use with FTP has left, or to forbid
+/// one: a mount that users reach, and users that are bound to it.
+Code leave_ftp(const share_info& share) {
+    share_info forbidden = share;
+    if (!has_ftp_account(share)) {
+        forbidden.type.clear();
+    }
     AccountLock accounts;
-    const Code result = check_own_user(share, accounts);
-    return failed(result) ? result : prepare_removal(files, share);
+    const auto users = find_bound_users(forbidden, accounts);
+    const Code left = users ? leave_ftp_directory(share.name.c_str()) : users.code();
+    return failed(left) ? left : free_users(*users, "", accounts);
+}
+
+/// Whether a share can be taken out of all files, and its users freed.
+Code check_removal(ShareFiles& files, const share_info& share) {
+    AccountLock accounts;
+    const auto users = find_bound_users(share, accounts);
+    return users ? prepare_removal(files, share) : users.code();
+}
+
+/// Deletes a share with a file system: what is mounted, the pool, the users, then the texts.
+Code delete_mounted(ShareFiles& files, const share_info& share, const GroupName& group, Sink& out,
+                    LogSite operation) {
+    if (const Code result = check_umount(share.name.c_str(), out); failed(result)) {
+        return fail(result, Code::fs_not_unmounted, operation);
+    }
+    Code result = unregister_mount(share, group);
+    if (!failed(result) && share.type.empty()) {
+        result = leave_ftp_directory(share.name.c_str());
+    }
+    if (failed(result)) { // else it would be mounted at the next start, when another has its name
+        return fail(result, Code::share_not_deleted, operation);
+    }
+    if (const Code removed = remove_share_pool(share, group, out); failed(removed)) {
+        return log_return(removed, operation);
+    }
+    AccountLock accounts;
+    const auto users = find_bound_users(share, accounts);
+    result = users ? free_users(*users, "", accounts) : users.code();
+    result = failed(result) ? result : finish_removal(files);
+    return !failed(result) ? Code::ok : fail(result, Code::share_not_deleted, operation);
+}
+
+/// What putting a share in use with FTP needs; the users that are bound to it.
+Result<std::vector<std::string>> prepare_ftp_use(ShareFiles& files, const share_info& share,
+                                                 AccountLock& accounts) {
+    Code usable = open_to_use(files, share);
+    usable = failed(usable) ? usable : check_ftp_user(share.users, accounts);
+    return failed(usable) ? usable : find_bound_users(share, accounts);
+}
+
+/// Takes the mount points that a share had as one of another service out of the register: else its
+/// pool would stand in two lines.
+Code leave_old_path(const share_info& share, const char* group) {
+    const char* name = share.name.c_str();
+    const std::string old_path = share_path(share_type::samba, group, name);
+    ignore(mntdir_remove(old_path.c_str()));
+    const Code result = unregister_mount_point(old_path);
+    const bool is_elsewhere = share.path != old_path && is_plain_path(share.path) &&
+                              share.path != share_path(share_type::ftp, group, name);
+    return failed(result) || !is_elsewhere ? result : unregister_mount_point(share.path.c_str());
 }
 
 /// Whether the share could be added now: a repair may take hours, in which the files are not
@@ -129,7 +197,8 @@ Code create_share(const share_info& share, const char* group, Sink& out) {
     if (const Code result = register_new(share, accounts); failed(result)) {
         return result;
     }
-    if (const Code result = create_pool(share, group, out); failed(result)) {
+    SystemLock pool_name;
+    if (const Code result = create_pool(share, group, pool_name, out); failed(result)) {
         return log_return(result);
     }
     if (has_own_ftp_user(share)) {
@@ -156,30 +225,24 @@ Code create_share(const share_info& share, const char* group, Sink& out) {
 
 Code delete_share(const char* name, Sink& out) {
     ShareFiles files;
-    const Code opened = files.open({&share_register_file()});
+    ignore(files.open({&share_register_file()})); // what comes next fails with it
     share_info share;
     if (const Code result = find_share(name, share); failed(result)) {
         return log_return(result);
     }
+    const std::string path = registered_path(files, name);
     // A share that cannot be taken out of its files keeps its pool as well.
-    if (const Code result = failed(opened) ? opened : check_removal(files, share);
+    if (const Code result = check_removal(files, share);
         failed(result) && result != Code::share_not_listed) {
         return fail(result, Code::share_not_deleted);
     }
-    GroupName group;
-    if (const Code result = handle_abnorm_raid(name, group, out); failed(result)) {
-        return log_return(result);
-    }
-    if (group.empty()) {
-        const auto found = find_pool_group(name, out);
-        if (!found) {
-            return log_return(found.code());
-        }
-        group = *found;
+    const auto group = bring_back_group(name, path, out);
+    if (!group) {
+        return log_return(group.code());
     }
     const bool is_forbidden = share.type.empty();
-    return is_forbidden ? del_forbid_share(files, share, group, out)
-                        : del_use_share(files, share, group, out);
+    return is_forbidden ? del_forbid_share(files, share, *group, out)
+                        : del_use_share(files, share, *group, out);
 }
 
 Code del_use_share(ShareFiles& files, const share_info& share, const GroupName& group, Sink& out) {
@@ -189,21 +252,7 @@ Code del_use_share(ShareFiles& files, const share_info& share, const GroupName& 
 }
 
 Code del_snf_share(ShareFiles& files, const share_info& share, const GroupName& group, Sink& out) {
-    if (const Code result = check_umount(share.name.c_str(), out); failed(result)) {
-        return fail(result, Code::fs_not_unmounted);
-    }
-    unregister_mount(share, group);
-    if (const Code result = remove_share_pool(share, group, out); failed(result)) {
-        return log_return(result);
-    }
-    if (has_own_ftp_user(share)) {
-        AccountLock accounts;
-        if (const Code result = ftp_user_remove(share, accounts); failed(result)) {
-            return fail(result, Code::share_not_deleted);
-        }
-    }
-    const Code result = finish_removal(files);
-    return !failed(result) ? Code::ok : fail(result, Code::share_not_deleted);
+    return delete_mounted(files, share, group, out, LogSite::here());
 }
 
 Code del_iscsi_share(ShareFiles& files, const share_info& share, const GroupName& group,
@@ -218,20 +267,12 @@ Code del_iscsi_share(ShareFiles& files, const share_info& share, const GroupName
 
 Code del_forbid_share(ShareFiles& files, const share_info& share, const GroupName& group,
                       Sink& out) {
-    if (const Code result = check_umount(share.name.c_str(), out); failed(result)) {
-        return fail(result, Code::fs_not_unmounted);
-    }
-    unregister_mount(share, group);
-    if (const Code result = remove_share_pool(share, group, out); failed(result)) {
-        return log_return(result);
-    }
-    const Code result = finish_removal(files);
-    return !failed(result) ? Code::ok : fail(result, Code::share_not_deleted);
+    return delete_mounted(files, share, group, out, LogSite::here());
 }
 
 Code edit_share(share_info& share, int state, Sink& out) {
     ShareFiles files;
-    const Code opened = files.open({&share_register_file()});
+    ignore(files.open({&share_register_file()})); // what comes next fails with it
     share_info current;
     if (const Code result = find_share(share.name.c_str(), current); failed(result)) {
         return log_return(result);
@@ -244,21 +285,19 @@ Code edit_share(share_info& share, int state, Sink& out) {
         return log_return(Code::edit_mode_invalid);
     }
     if (state == 0) {
-        return is_in_use ? forbid_use_share(files, opened, share, current)
-                         : mod_forbiden_share(files, opened, share);
+        return is_in_use ? forbid_use_share(files, share, current)
+                         : mod_forbiden_share(files, share);
     }
     if (is_in_use) {
-        return mod_use_share(files, opened, share, current.users);
+        return mod_use_share(files, share);
     }
-    return share.type == share_type::ftp ? set_to_ftp(files, opened, share, out)
-                                         : set_to_smbnfs(files, opened, share, out);
+    return share.type == share_type::ftp ? set_to_ftp(files, share, out)
+                                         : set_to_smbnfs(files, share, out);
 }
 
-Code forbid_use_share(ShareFiles& files, Code opened, share_info& share,
-                      const share_info& current) {
-    opened = failed(opened) ? opened : open_files_of(files, share);
-    if (failed(opened)) {
-        return fail(opened, Code::share_not_forbidden);
+Code forbid_use_share(ShareFiles& files, share_info& share, const share_info& current) {
+    if (const Code result = open_files_of(files, share); failed(result)) {
+        return fail(result, Code::share_not_forbidden);
     }
     if (!has_ftp_account(share)) {
         const Code result = forbid_share(files, share, current.type);
@@ -267,38 +306,30 @@ Code forbid_use_share(ShareFiles& files, Code opened, share_info& share,
         return is_done ? Code::ok : fail(result, Code::share_not_forbidden);
     }
     AccountLock accounts;
-    share_info bound = share;
-    bound.users = current.users.view();
-    if (const Code result = check_own_user(bound, accounts); failed(result)) {
-        return fail(result, Code::share_not_forbidden);
+    const auto users = find_bound_users(share, accounts);
+    if (!users) {
+        return fail(users.code(), Code::share_not_forbidden);
     }
     const Code result =
         unmount_and_unregister(files, share, share_path(share_type::ftp, "", share.name.c_str()));
     if (failed(result) && result != Code::share_not_listed) {
         return fail(result, Code::share_not_forbidden);
     }
-    if (!has_own_ftp_user(bound)) {
-        return Code::ok;
-    }
-    const Code unbound = ftp_user_remove(bound, accounts);
-    return !failed(unbound) ? Code::ok : fail(unbound, Code::share_not_forbidden);
+    const Code freed = free_users(*users, "", accounts);
+    return !failed(freed) ? Code::ok : fail(freed, Code::share_not_forbidden);
 }
 
-Code mod_use_share(ShareFiles& files, Code opened, const share_info& share,
-                   std::string_view current_user) {
-    opened = failed(opened) ? opened : open_files_of(files, share);
-    if (failed(opened)) {
-        return fail(opened, Code::share_not_used);
+Code mod_use_share(ShareFiles& files, const share_info& share) {
+    if (const Code result = open_files_of(files, share); failed(result)) {
+        return fail(result, Code::share_not_used);
     }
     if (has_ftp_account(share)) {
-        const auto bound_user = user_of_share(share.name.view());
-        if (!bound_user) {
-            return fail(bound_user.code(), Code::share_not_edited,
-                        {"edit_share", __builtin_LINE()});
+        const auto users = users_of_share(share.name.view());
+        if (!users) {
+            return fail(users.code(), Code::share_not_edited, LogSite::here("edit_share"));
         }
-        const std::string_view old_user = bound_user->empty() ? current_user : *bound_user;
-        if (const Code result = ftp_mod(share, old_user); failed(result)) {
-            return log_return(result, {"edit_share", __builtin_LINE()});
+        if (const Code result = ftp_mod(share, *users); failed(result)) {
+            return log_return(result, LogSite::here("edit_share"));
         }
     }
     const Code result = apply_share(files, share);
@@ -307,74 +338,65 @@ Code mod_use_share(ShareFiles& files, Code opened, const share_info& share,
 }
 
 // Spelled so on purpose: support searches logs for it.
-Code mod_forbiden_share(ShareFiles& files, Code opened, share_info& share) {
-    AccountLock accounts;
-    share_info left = share; // with a user that an attempt to forbid it could not free
-    left.users.clear();
-    Code result = failed(opened) ? opened : check_own_user(left, accounts);
+Code mod_forbiden_share(ShareFiles& files, share_info& share) {
+    Code result = open_files_of(files, share);
+    result = failed(result) ? result : leave_ftp(share);
     result = failed(result) ? result : edit_forbidden_share(files, share);
-    if (has_own_ftp_user(left) && (!failed(result) || result == Code::share_not_listed)) {
-        const Code freed = ftp_user_remove(left, accounts);
-        result = failed(freed) ? freed : result;
-    }
     return !failed(result) || result == Code::share_not_listed
                ? result
                : fail(result, Code::share_not_edited);
 }
 
-Code set_to_ftp(ShareFiles& files, Code opened, share_info& share, Sink& out) {
+Code set_to_ftp(ShareFiles& files, share_info& share, Sink& out) {
     const char* name = share.name.c_str();
-    const GroupName group = find_group(name, out);
-    if (group.empty()) {
+    const auto group = find_group_to_mount(name, registered_path(files, name), out);
+    if (!group || group->empty()) {
         return log_return(Code::no_such_group);
     }
     AccountLock accounts;
-    Code usable = failed(opened) ? opened : open_to_use(files, share);
-    usable = failed(usable) ? usable : check_ftp_user(share.users, accounts);
-    if (failed(usable)) {
-        return fail(usable, Code::share_not_edited);
+    const auto users = prepare_ftp_use(files, share, accounts);
+    if (!users) {
+        return fail(users.code(), Code::share_not_edited);
     }
     if (const Code result = check_umount(name, out); failed(result)) {
         return fail(result, Code::fs_not_unmounted);
     }
-    const std::string old_path = share_path(share_type::samba, group.c_str(), name);
-    const std::string new_path = share_path(share_type::ftp, group.c_str(), name);
-    ignore(mntdir_remove(old_path.c_str()));
-    Code freed = unregister_mount_point(old_path);
-    if (share.path != old_path && share.path != new_path && is_plain_path(share.path)) {
-        freed = failed(freed) ? freed : unregister_mount_point(share.path.c_str());
-    }
-    if (failed(freed)) {
-        return fail(freed, Code::share_not_edited); // else the pool would stand in two lines
-    }
-    share.path = new_path;
-    if (const Code result = mount_share(share, group.c_str()); result == Code::fs_not_mounted) {
-        return log_return(result);
-    }
-    if (const Code result = ftp_bind(share, accounts); failed(result)) {
+    Code result = leave_old_path(share, group->c_str());
+    result = failed(result) ? result : free_users(*users, share.users, accounts);
+    if (failed(result)) {
         return fail(result, Code::share_not_edited);
+    }
+    share.path = share_path(share_type::ftp, group->c_str(), name);
+    if (mount_share(share, group->c_str()) == Code::fs_not_mounted) {
+        return log_return(Code::fs_not_mounted);
+    }
+    if (const Code bound = ftp_bind(share, accounts); failed(bound)) {
+        return fail(bound, Code::share_not_edited);
     }
     return put_in_use(files, share, LogSite::here());
 }
 
-Code set_to_smbnfs(ShareFiles& files, Code opened, share_info& share, Sink& out) {
+Code set_to_smbnfs(ShareFiles& files, share_info& share, Sink& out) {
     const char* name = share.name.c_str();
-    const GroupName group = find_group(name, out);
-    if (group.empty()) {
+    const auto group = find_group_to_mount(name, registered_path(files, name), out);
+    if (!group || group->empty()) {
         return log_return(Code::no_such_group);
     }
-    if (const Code result = failed(opened) ? opened : open_to_use(files, share); failed(result)) {
+    Code result = open_to_use(files, share);
+    if (!failed(result) && is_in_ftp_directory(name)) {
+        result = leave_ftp(share);
+    }
+    if (failed(result)) {
         return fail(result, Code::share_not_edited);
     }
     // Also for iSCSI: the device has the share's file system on it, which a client that wrote to it
     // beside this mount would destroy. The daemon takes no directory: nobody gets at the files.
-    share.path = share_path(share_type::samba, group.c_str(), name);
+    share.path = share_path(share_type::samba, group->c_str(), name);
     if (is_on_device(share)) {
         log_error("share '%s' has a file system: its target cannot be used", name);
     }
-    if (const Code result = mount_missing_share(share, group.c_str());
-        result == Code::fs_not_mounted) {
-        return log_return(result);
+    if (mount_missing_share(share, group->c_str()) == Code::fs_not_mounted) {
+        return log_return(Code::fs_not_mounted);
     }
     return put_in_use(files, share, LogSite::here());
 }
@@ -391,7 +413,14 @@ Code restore_share(share_info& share, const char* group) {
     if (is_on_device(share)) {
         return Code::ok;
     }
-    const Code result = mount_again(share, group);
+    share_info mounted = share;
+    if (is_registered_forbidden(files, share)) {
+        mounted.type.clear();
+        if (const Code result = leave_ftp_directory(share.name.c_str()); failed(result)) {
+            return fail(result, Code::share_not_restored);
+        }
+    }
+    const Code result = mount_again(mounted, group);
     return result == Code::fs_not_mounted ? log_return(result) : Code::ok;
 }
 
@@ -403,7 +432,8 @@ Code repair_share(const char* name, std::string_view type, const char* group, Si
     if (is_on_device(share)) {
         return Code::ok; // what is on the device is not ours, whatever the caller takes it for
     }
-    if (share.type.empty()) {
+    const share_info found = share;
+    if (found.type.empty()) {
         share.type = type;
     }
     if (equal_ignoring_case(share.comment, unmounted_comment)) {
@@ -418,9 +448,13 @@ Code repair_share(const char* name, std::string_view type, const char* group, Si
     if (const Code result = check_umount(name, out); failed(result)) {
         return fail(result, Code::fs_not_unmounted);
     }
+    if (const Code result = found.type.empty() ? leave_ftp_directory(name) : Code::ok;
+        failed(result)) {
+        return fail(result, Code::share_not_repaired);
+    }
     repair_share_fs(name, group);
-    if (const Code result = mount_again(share, group); result == Code::fs_not_mounted) {
-        return log_return(result);
+    if (mount_again(found, group) == Code::fs_not_mounted) {
+        return log_return(Code::fs_not_mounted);
     }
     ShareFiles files;
     const Code added = add_lost_share(files, share);

@@ -29,7 +29,7 @@ Code share_space_check(const char* group, Gib size, Sink& out);
 Code create_share(const share_info& share, const char* group, Sink& out);
 
 /// Deletes a share and its pool. Code::ok; Code::no_such_share, Code::array_inactive,
-/// Code::fs_not_unmounted, Code::pool_not_removed, Code::share_not_deleted.
+/// Code::no_such_group, Code::fs_not_unmounted, Code::pool_not_removed, Code::share_not_deleted.
 Code delete_share(const char* name, Sink& out);
 Code del_use_share(ShareFiles& files, const share_info& share, const GroupName& group, Sink& out);
 Code del_snf_share(ShareFiles& files, const share_info& share, const GroupName& group, Sink& out);
@@ -43,20 +43,21 @@ Code del_forbid_share(ShareFiles& files, const share_info& share, const GroupNam
 /// Code::share_not_forbidden, Code::share_not_used, Code::share_not_edited, Code::no_such_group,
 /// Code::fs_not_mounted, Code::fs_not_unmounted.
 Code edit_share(share_info& share, int state, Sink& out);
-/// The ways to do it, each with the open register, or `opened`, the code of why it is not open.
-Code forbid_use_share(ShareFiles& files, Code opened, share_info& share, const share_info& current);
-Code mod_use_share(ShareFiles& files, Code opened, const share_info& share,
-                   std::string_view current_user);
-Code mod_forbiden_share(ShareFiles& files, Code opened, share_info& share);
-Code set_to_ftp(ShareFiles& files, Code opened, share_info& share, Sink& out);
-Code set_to_smbnfs(ShareFiles& files, Code opened, share_info& share, Sink& out);
+/// The ways to do it, each with what is open of the files: the register at least, or why it is not.
+Code forbid_use_share(ShareFiles& files, share_info& share, const share_info& current);
+Code mod_use_share(ShareFiles& files, const share_info& share);
+Code mod_forbiden_share(ShareFiles& files, share_info& share);
+Code set_to_ftp(ShareFiles& files, share_info& share, Sink& out);
+Code set_to_smbnfs(ShareFiles& files, share_info& share, Sink& out);
 
-/// Registers a share whose pool is there, and mounts it. Code::ok; Code::share_not_restored,
+/// Registers a share whose pool is there, and mounts it; a forbidden one stays that, and out of the
+/// FTP users' reach. Code::ok; Code::share_not_restored,
 /// Code::fs_not_mounted.
 Code restore_share(share_info& share, const char* group);
 
-/// Unmounts a share, repairs its file system, mounts it and registers it. Code::ok;
-/// Code::no_such_share, Code::fs_not_unmounted, Code::fs_not_mounted, Code::share_not_repaired.
+/// Unmounts a share, repairs its file system, mounts it, a forbidden one out of the FTP users'
+/// reach, and registers it. Code::ok; Code::no_such_share, Code::fs_not_unmounted,
+/// Code::fs_not_mounted, Code::share_not_repaired.
 Code repair_share(const char* name, std::string_view type, const char* group, Sink& out);
 
 } // namespace zav

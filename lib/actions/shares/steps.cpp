@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "actions/shares/steps.h"
 
-#include "actions/filesystems/filesystems.h"
 #include "actions/shares/pools.h"
 #include "base/codes.h"
 #include "base/log.h"
 #include "base/text.h"
-#include "inventory/mounts.h"
 #include "platform/services.h"
 #include "sources/smb_conf.h"
 
@@ -67,16 +65,35 @@ const share_info* find_parked(ShareFiles& files, const share_info& share) {
     return recycled != nullptr ? find_same(files.shares(*recycled), share) : nullptr;
 }
 
-/// Takes a share in use out of the recycle files: what an older one of its name has left there must
-/// not come back in its place. Those that had it are added to `changed`.
-void drop_parked(ShareFiles& files, const share_info& share,
-                 std::vector<const ShareFile*>& changed) {
+std::vector<const ShareFile*> recycle_files() {
+    std::vector<const ShareFile*> files;
     for (const Service& service : services()) {
-        if (service.recycled != nullptr &&
-            share_list_remove(files.shares(*service.recycled), share)) {
-            changed.push_back(service.recycled);
+        if (service.recycled != nullptr) {
+            files.push_back(service.recycled);
         }
     }
+    return files;
+}
+
+/// Takes a share out of the recycle files; those that had it. What an older share of its name has
+/// left there must not come back in its place.
+std::vector<const ShareFile*> drop_parked(ShareFiles& files, const share_info& share) {
+    auto changed = recycle_files();
+    std::erase_if(changed, [&](const ShareFile* file) {
+        return !share_list_remove(files.shares(*file), share);
+    });
+    return changed;
+}
+
+void append(std::vector<const ShareFile*>& changed, const std::vector<const ShareFile*>& files) {
+    changed.insert(changed.end(), files.begin(), files.end());
+}
+
+/// Completes a share by what a recycle file knows of it: its users and its access are better than
+/// everybody's.
+void recall(share_info& share, const share_info& parked) {
+    fill_missing_texts(share, parked);
+    share.write = share.write != 0 && parked.write != 0 ? 1 : 0;
 }
 
 /// Puts a share into the list of a recycle file, in the place of what that has of it. Whether it
@@ -89,8 +106,7 @@ bool park(share_list& list, share_info share, bool was_served) {
         share.users = parked->users.view();
     }
     if (was_parked && !was_served) {
-        fill_missing_texts(share, *parked);
-        share.write = share.write != 0 && parked->write != 0 ? 1 : 0;
+        recall(share, *parked);
     }
     share_list_remove(list, share);
     share_list_add(share, list);
@@ -105,16 +121,13 @@ void warn_of_open_share(const share_info& share) {
     }
 }
 
-/// Completes a share that its service's file has lost: what the recycle file knows of users and
-/// access is better than everybody's.
+/// Completes a share that its service's file has lost.
 void recall_lost(ShareFiles& files, share_info& share) {
-    const share_info* known = find_parked(files, share);
-    if (known == nullptr) {
+    if (const share_info* known = find_parked(files, share)) {
+        recall(share, *known);
+    } else {
         warn_of_open_share(share);
-        return;
     }
-    fill_missing_texts(share, *known);
-    share.write = share.write != 0 && known->write != 0 ? 1 : 0;
 }
 
 /// Brings the shares of a service in line with the registered ones. What a new share's users are,
@@ -179,11 +192,8 @@ Code open_live_files(ShareFiles& files, std::string_view types) {
 
 /// Opens the register and all recycle files.
 Code open_recycle_files(ShareFiles& files) {
-    std::vector<const ShareFile*> recycled = {share_register};
-    for (const Service& service : services()) {
-        recycled.push_back(service.recycled);
-    }
-    return files.open(recycled);
+    const Code result = files.open({share_register});
+    return failed(result) ? result : files.open(recycle_files());
 }
 
 Code listed(bool was_listed) {
@@ -205,7 +215,7 @@ Code add(ShareFiles& files, const share_info& share, bool is_new) {
     }
     std::vector<const ShareFile*> changed = {is_added ? share_register : nullptr, live};
     if (is_added) {
-        drop_parked(files, share, changed);
+        append(changed, drop_parked(files, share));
     }
     const Code result = files.write(changed);
     return failed(result) || is_added ? result : Code::share_listed;
@@ -228,23 +238,18 @@ bool take_out(ShareFiles& files, const share_info& share, std::vector<const Shar
         was_listed = remove_entries(files.shares(*live), share, path) && was_listed;
         changed.push_back(live);
     }
-    drop_parked(files, share, changed);
+    append(changed, drop_parked(files, share));
     return was_listed;
 }
 
 /// The same for a forbidden share. Whether any file had it; else none is to be written.
 bool take_out_forbidden(ShareFiles& files, const share_info& share,
                         std::vector<const ShareFile*>& changed) {
-    bool was_listed = share_list_remove(files.registered(), share);
-    for (const Service& service : services()) {
-        if (service.recycled != nullptr) {
-            was_listed = share_list_remove(files.shares(*service.recycled), share) || was_listed;
-            changed.push_back(service.recycled);
-        }
-    }
-    changed.push_back(share_register);
-    if (!was_listed) {
-        changed.clear();
+    const bool was_registered = share_list_remove(files.registered(), share);
+    const bool was_listed = !drop_parked(files, share).empty() || was_registered;
+    if (was_listed) {
+        changed = recycle_files();
+        changed.push_back(share_register);
     }
     return was_listed;
 }
@@ -295,13 +300,7 @@ Code use_forbidden_share(ShareFiles& files, share_info& share) {
     if (is_known) {
         fill_missing_texts(share, *parked);
     }
-    std::vector<const ShareFile*> changed;
-    for (const Service& service : services()) {
-        if (service.recycled != nullptr) {
-            share_list_remove(files.shares(*service.recycled), share);
-            changed.push_back(service.recycled);
-        }
-    }
+    ignore(drop_parked(files, share)); // all are handed on
     const ShareFile* live = live_file(share.type);
     apply_to_register(files, share);
     const auto entries = find_entries(files.shares(*live), share, own_path(files, share));
@@ -309,8 +308,8 @@ Code use_forbidden_share(ShareFiles& files, share_info& share) {
     if (!was_listed && !is_known) {
         warn_of_open_share(share);
     }
-    changed.push_back(share_register);
-    changed.push_back(live);
+    std::vector<const ShareFile*> changed = recycle_files();
+    append(changed, {share_register, live});
     const Code result = files.write(changed);
     return failed(result) ? result : listed(was_listed);
 }
@@ -356,15 +355,8 @@ Code unmount_and_unregister(ShareFiles& files, share_info& share, const std::str
     if (const Code result = files.prepare({share_register}); failed(result)) {
         return result;
     }
-    if (const Code result = fs_umount(mntpoint.c_str()); failed(result)) {
-        const auto mounts = read_mounts();
-        if (!mounts || is_mount_point(*mounts, mntpoint)) {
-            return result; // what is still mounted must not be removed
-        }
-    }
-    ignore(mntdir_remove(mntpoint.c_str()));
-    if (const Code result = unregister_mount_point(mntpoint); failed(result)) {
-        return result; // or users would reach it again after a restart
+    if (const Code result = give_up_mount_point(mntpoint); failed(result)) {
+        return result; // users would still reach it, or again after a restart
     }
     share.type.clear();
     const Code result = files.write_prepared();

@@ -349,17 +349,108 @@ TEST(MountingThroughALink, OfAUserIsRefused) {
         EXPECT_EQ(run.returned, -601) << mntpoint;
         EXPECT_THAT(changes(run), ElementsAre("/sbin/xfs_repair -L /dev/data/pool > /dev/null"));
         const std::string link = mntpoint.substr(0, mntpoint.find("/cron.d"));
-        EXPECT_THAT(machine.logged(), testing::IsSupersetOf(Texts{
-                                          "'mkdir -m 0444 -p " + mntpoint +
-                                              " > /dev/null' was not run: '" + link + "' is a link",
-                                          "'" + xfs_mount("/dev/data/pool", mntpoint) +
-                                              "' was not run: '" + link + "' is a link"}));
-    }
-    for (const char* mntpoint : {"/home/ftpuser/pool", "/home/ftpuser/up/cron.d"}) {
-        EXPECT_EQ(machine.operation([=] { return mntdir_create(mntpoint); }).returned, -11000);
-        EXPECT_EQ(machine.operation([=] { return fs_mount(mntpoint, "data", "pool"); }).returned,
+        EXPECT_THAT(machine.logged(),
+                    Contains("'mkdir -m 0444 -p " + mntpoint + " > /dev/null' was not run: '" +
+                             link + "' is a link"));
+        machine.remove("/var/log/log.libzav");
+        const char* directory = mntpoint.c_str();
+        EXPECT_EQ(machine.operation([=] { return mntdir_create(directory); }).returned, -601);
+        EXPECT_EQ(machine.operation([=] { return fs_mount(directory, "data", "pool"); }).returned,
                   -11000);
+        EXPECT_THAT(machine.logged(), Contains("'" + xfs_mount("/dev/data/pool", mntpoint) +
+                                               "' was not run: '" + link + "' is a link"));
     }
+}
+
+// A directory that mntdir_create() did not protect may be a link once more when mount(8) looks.
+TEST(MountingThroughALink, OfAUserIsRefusedAlsoWhenItIsADirectoryAgain) {
+    PoolMachine machine;
+    machine.directory("/home/ftpuser").symlink("/etc", "/home/ftpuser/pool");
+    const Result run = machine.operation([] {
+        return mount_repaired("pool", "/home/ftpuser/pool", [] {
+            printed().print("mount\n");
+            return Code::ok;
+        });
+    });
+    EXPECT_EQ(run.returned, -601);
+    EXPECT_EQ(run.out, "");
+}
+
+class MountInAUsersHome : public testing::Test {
+  protected:
+    MountInAUsersHome() { machine.directory("/home/ftpuser/pool"); }
+    // mount(8) finds a link, which leads elsewhere.
+    void mount_writes(const std::string& entries) {
+        machine.tool(pool_tool::mount).any().does("printf '" + entries + "' >> /proc/mounts");
+    }
+    void mount(const char* mntpoint = "/home/ftpuser/pool") {
+        machine.remove("/var/log/log.libzav");
+        run = machine.operation([=] { return fs_mount(mntpoint, "data", "pool"); });
+    }
+    void expect_undone(const Texts& unmounts) {
+        EXPECT_EQ(run.returned, -11000);
+        Texts all = outside(run);
+        ASSERT_FALSE(all.empty());
+        all.erase(all.begin());
+        EXPECT_EQ(all, unmounts);
+        EXPECT_THAT(machine.logged(),
+                    Contains("'/dev/data/pool' is not mounted on '/home/ftpuser/pool': its "
+                             "directory was exchanged meanwhile"));
+    }
+    PoolMachine machine;
+    Result run;
+};
+
+TEST_F(MountInAUsersHome, ThatWentElsewhereIsUndone) {
+    mount_writes("/dev/dm-3 /etc/cron.d xfs rw 0 0\\n");
+    mount();
+    expect_undone({"umount /etc/cron.d > /dev/null"});
+    EXPECT_THAT(machine.logged(), Contains("'/dev/dm-3' is unmounted from '/etc/cron.d'"));
+    EXPECT_THAT(machine.read("/proc/mounts"), Not(testing::HasSubstr("cron.d")));
+}
+
+TEST_F(MountInAUsersHome, LeavesWhatOthersMountMeanwhileAlone) {
+    machine.file("/dev/dm-3", "").symlink("../dm-3", "/dev/data/pool");
+    machine.symlink("../dm-3", "/dev/mapper/data-pool");
+    machine.mounts({"/dev/mapper/data-pool /srv/pool"});
+    mount_writes("/dev/sdf /mnt/netdisk/disk xfs rw 0 0\\n"
+                 "/dev/mapper/data-pool /etc/cron.d xfs rw 0 0\\n");
+    mount();
+    expect_undone({"umount /etc/cron.d > /dev/null"});
+    EXPECT_THAT(machine.read("/proc/mounts"), testing::HasSubstr("/srv/pool"));
+}
+
+TEST_F(MountInAUsersHome, IsOpenedWhenItIsThere) {
+    mount_writes("/dev/mapper/data-pool /home/ftpuser/pool xfs rw 0 0\\n");
+    mount("/home/ftpuser//pool/");
+    EXPECT_EQ(run.returned, 0);
+    EXPECT_THAT(outside(run), Contains("chmod 0777 /home/ftpuser//pool/ > /dev/null"));
+    EXPECT_THAT(machine.log(), IsEmpty());
+}
+
+TEST_F(MountInAUsersHome, MayBeThroughALinkOfTheSystem) {
+    machine.remove("/home").directory("/srv/homes/ftpuser/pool").symlink("/srv/homes", "/home");
+    mount_writes("/dev/mapper/data-pool /srv/homes/ftpuser/pool xfs rw 0 0\\n");
+    mount();
+    EXPECT_EQ(run.returned, 0);
+    EXPECT_THAT(machine.log(), IsEmpty());
+}
+
+TEST_F(MountInAUsersHome, IsBelievedWithoutATableOfMounts) {
+    machine.tool(pool_tool::mount).any().does("rm -f /proc/mounts");
+    mount();
+    EXPECT_EQ(run.returned, 0);
+    mount();
+    EXPECT_EQ(run.returned, 0);
+    EXPECT_THAT(machine.log(), IsEmpty());
+}
+
+TEST(MountOutsideOfHomes, MayGoThroughALink) {
+    PoolMachine machine;
+    machine.tool(pool_tool::mount).any().does("echo '/dev/sdf /srv/x xfs rw 0 0' >> /proc/mounts");
+    EXPECT_EQ(machine.operation([] { return fs_mount("/mnt/data/pool", "data", "pool"); }).returned,
+              0);
+    EXPECT_THAT(machine.log(), IsEmpty());
 }
 
 TEST(MountingThroughALink, OfTheSystemWorks) {

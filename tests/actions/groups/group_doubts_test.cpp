@@ -157,6 +157,22 @@ TEST_F(DoubtfulArray, IsClaimedUntilItsGroupIsRestored) {
     EXPECT_FALSE(machine.exists("/run/zavbox"));
 }
 
+// mdmanage --recover stops an array before it makes it again: LVM misses its volume meanwhile.
+TEST_F(DoubtfulVolume, IsKeptWhileAnotherCommandMakesItsArrayAgain) {
+    machine.remove_array("md1");
+    machine.remove("/sys/block/md1");
+    const HeldLock other(machine, claim_on("md1"));
+    for (const std::string& listed :
+         {live("a", "unknown device"), live("a", "[unknown]"), std::string()}) {
+        machine.remove("/var/log/log.libzav");
+        machine.sees(live("x", "/dev/md0") + listed);
+        restore();
+        EXPECT_EQ(run.returned, -2) << listed;
+        EXPECT_THAT(actions(run), IsEmpty()) << listed;
+        EXPECT_THAT(machine.logged(), testing::ElementsAre("'md1' is used by another command"));
+    }
+}
+
 TEST_F(DoubtfulVolume, IsReplacedByNoRamDiskThatAnotherCommandUses) {
     array("raid5", {{"sdc"}, {"sdd", "faulty"}, {"sde", "faulty"}}, "inactive");
     const HeldLock other(machine, claim_on("ram2"));

@@ -211,11 +211,20 @@ TEST_F(RestoreGroup, StopsAtAVolumeThatMoved) {
     machine.sees(live("a", "/dev/md0"));
     restore({{"a", "md1"}, {"b", "sdx"}});
     expect_stopped(-2);
+    EXPECT_THAT(machine.logged(), ElementsAre("'md1' has moved to 'md0': nothing is restored"));
+}
+
+// What a volume before it is on is not given up for nothing.
+TEST_F(RestoreGroup, TouchesNothingWhenALaterVolumeHasMoved) {
+    machine.sees(live("a", "/dev/md1") + live("b", "/dev/sda"));
+    restore({{"a", "md1"}, {"x", "sdx"}, {"b", "sdb"}});
+    expect_stopped(-2);
+    EXPECT_THAT(machine.logged(), ElementsAre("'sdb' has moved to 'sda': nothing is restored"));
 }
 
 TEST_F(RestoreGroup, LeavesTheMetadataAloneWhenItStopsLater) {
-    machine.sees(live("b", "/dev/sda"));
-    restore({{"a", "sdx"}, {"b", "sdb"}, {"c", "sdy"}});
+    machine.sees(live("b", "/dev/md7"));
+    restore({{"a", "sdx"}, {"b", "md7"}, {"c", "sdy"}});
     expect_stopped(-2, {on_ram("a", 2)});
 }
 

@@ -86,8 +86,8 @@ TEST(ResumedGroup, ThatCannotBeRestoredIsPrintedAndLogged) {
     EXPECT_EQ(result.returned, -421);
     EXPECT_EQ(result.out, "raid restore 'vg1' fail\n");
     EXPECT_THAT(machine.logged(),
-                ElementsAre(MatchesRegex("vg_raid_resume\\[[0-9]+\\]: return with "
-                                         "-2")));
+                ElementsAre("'md1' has moved to 'sda': nothing is restored",
+                            MatchesRegex("vg_raid_resume\\[[0-9]+\\]: return with -2")));
 }
 
 TEST(ResumedGroup, WithoutARamDiskIsPrintedAndLogged) {
@@ -216,8 +216,9 @@ TEST(GroupOfABrokenPool, ThatCannotBeRestoredIsNamedAndLogged) {
     const Result result = handle(machine);
     EXPECT_EQ(result.returned, -421);
     EXPECT_EQ(result.out, "vg1\n");
-    EXPECT_THAT(machine.logged(), ElementsAre(MatchesRegex("handle_abnorm_raid\\[[0-9]+\\]: return "
-                                                           "with -2")));
+    EXPECT_THAT(machine.logged(),
+                ElementsAre("'md1' has moved to 'sda': nothing is restored",
+                            MatchesRegex("handle_abnorm_raid\\[[0-9]+\\]: return with -2")));
 }
 
 TEST(GroupOfABrokenPool, WithoutLiveVolumesFailsAlthoughItIsRestored) {

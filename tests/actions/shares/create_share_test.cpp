@@ -32,6 +32,14 @@ class CreateShare : public ShareOperation {
     }
 };
 
+TEST_F(CreateShare, KeepsThePoolsNameUntilItsFileSystemIsMade) {
+    machine.tool(pool_tool::mkfs_xfs).any().does("ls /run/zavbox > /var/locks");
+    const Result result = create(share_of("samba"));
+    EXPECT_EQ(result.returned, 0);
+    EXPECT_THAT(machine.read("/var/locks"), testing::HasSubstr("pool-data-pub\n"));
+    EXPECT_FALSE(machine.exists("/run/zavbox"));
+}
+
 TEST_F(CreateShare, MakesASambaShare) {
     const Result result = create(read_only(share_of("samba", "anna", "all")));
     EXPECT_EQ(result.returned, 0);

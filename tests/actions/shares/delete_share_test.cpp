@@ -146,8 +146,9 @@ TEST_F(DeleteShare, StopsAtAGroupThatCannotBeRestored) {
     expect_kept();
 }
 
-TEST_F(DeleteShare, TakesTheGroupOfTheBackupBeforeThatOfThePools) {
+TEST_F(DeleteShare, TakesTheGroupOfTheBackupWhenTheShareIsRegisteredThere) {
     has_share("samba");
+    machine.shares({{.path = "/mnt/more/pub"}});
     machine.backup("more", {"pub"});
     const Result result = remove();
     EXPECT_EQ(result.out, "vg restore: no\n");
@@ -230,13 +231,42 @@ TEST_F(DeleteShare, StopsWhereTheMountsCannotBeRead) {
     expect_kept();
 }
 
-TEST_F(DeleteShare, ContinuesWithoutItsMountPoint) {
+TEST_F(DeleteShare, ContinuesWhereItsMountPointStays) {
     has_share("samba");
     fails(pool_tool::chattr, "chattr ");
     fails(pool_tool::rm, "rm ");
-    fails(pool_tool::mv, "mv ");
     EXPECT_EQ(code(), 0);
     EXPECT_EQ(machine.read(share_register), "");
+    has_share("samba");
+    machine.remove(mdfstab);
+    EXPECT_EQ(code(), 0) << "no register of mounts has it";
+    EXPECT_EQ(machine.read(share_register), "");
+}
+
+// A pool of that name that is made later would be mounted there.
+TEST_F(DeleteShare, KeepsThePoolWhenItsMountStaysRegistered) {
+    const Texts begun = {unmounting(directory), replacing_mdfstab};
+    for (const bool is_forbidden : {false, true}) {
+        if (is_forbidden) {
+            has_forbidden_share();
+            machine.mounts({"/dev/data/pub " + directory}).file(mdfstab, mdfstab_line(directory));
+        } else {
+            has_share("samba");
+        }
+        const std::string registered = machine.read(share_register);
+        fails(pool_tool::mv, "mv /tmp/mdfstab.");
+        const Result result = remove();
+        EXPECT_EQ(result.returned, -504);
+        EXPECT_THAT(changes(result), ElementsAreArray(begun));
+        EXPECT_EQ(machine.read(share_register), registered);
+        EXPECT_EQ(machine.read(mdfstab), mdfstab_line(directory));
+        machine.tool(pool_tool::mv).on_prefix("mv /tmp/mdfstab.").does("mv \"$1\" \"$2\"");
+        const Result again = remove();
+        EXPECT_EQ(again.returned, 0) << "the same again does all of it";
+        EXPECT_THAT(changes(again), Contains(removing_pool));
+        EXPECT_EQ(machine.read(share_register), "");
+        EXPECT_EQ(machine.read(mdfstab), "");
+    }
 }
 
 TEST_F(DeleteShare, SucceedsWhereThePoolIsGone) {

@@ -12,13 +12,6 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 
-// Takes the share out of its files; a forbidden one has no type.
-Code remove_from_files(ShareFiles& files, const share_info& share) {
-    const Code prepared = prepare_removal(files, share);
-    const Code written = finish_removal(files);
-    return failed(written) ? written : prepared;
-}
-
 class RecycleSteps : public ShareOperation {
   protected:
     // Also prints the record's service afterwards, which must be empty.

@@ -32,13 +32,6 @@ Code forbid_samba_share(ShareFiles& files, share_info& share) {
     return forbid_share(files, share, "samba");
 }
 
-// Takes the share out of its files; a forbidden one has no type.
-Code remove_from_files(ShareFiles& files, const share_info& share) {
-    const Code prepared = prepare_removal(files, share);
-    const Code written = finish_removal(files);
-    return failed(written) ? written : prepared;
-}
-
 Code remove_forbidden(ShareFiles& files, share_info& share) {
     share.type.clear();
     return remove_from_files(files, share);

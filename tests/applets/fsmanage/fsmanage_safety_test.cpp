@@ -89,6 +89,15 @@ TEST_F(FsSafety, MakesNoPoolWhenNothingCanBeLocked) {
     EXPECT_FALSE(machine.exists("/var/run/zavbox"));
 }
 
+// lvmanage could make a pool of that name right after a failed lvcreate.
+TEST_F(FsSafety, KeepsThePoolsNameUntilItsFileSystemIsMade) {
+    machine.tool(pool_tool::mkfs_xfs).any().does("ls /run/zavbox > /var/locks");
+    create();
+    expect_succeeded();
+    EXPECT_EQ(machine.read("/var/locks"), "pool-data-pool\n");
+    EXPECT_FALSE(machine.exists("/run/zavbox"));
+}
+
 TEST_F(FsSafety, KeepsWhatIsMountedAgainAfterTheUnmount) {
     machine.pools({"/dev/data/pool"}).registered({line});
     machine.backup("data", {"pool"}).mounts({"/dev/mapper/data-pool /mnt/data/pool"});

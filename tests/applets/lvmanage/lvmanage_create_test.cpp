@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // lvmanage --create: its checks in order, its only command, and what follows a failure of that.
+#include "fixtures/held_lock.h"
 #include "fixtures/pool_command.h"
 
 namespace zav::test {
@@ -112,6 +113,18 @@ TEST_F(LvCreate, RefusesASizeThatIsNotFreeInTheGroup) {
     manage({"-C", "-n", "pool", "-L", "100", "data"});
     expect_succeeded();
     EXPECT_THAT(changes(run), ElementsAre("/sbin/lvcreate -L 100G -n pool data > /dev/null"));
+}
+
+// A share or a file system that is being created under the name would wipe the pool.
+TEST_F(LvCreate, MakesNoPoolWhoseNameAnotherCommandIsCreating) {
+    const HeldLock other(machine, "pool-data-pool");
+    create();
+    expect_failed(-325);
+    EXPECT_THAT(changes(run), IsEmpty());
+    EXPECT_THAT(machine.logged(), testing::Contains(testing::StartsWith(
+                                      "'pool' is not created: its name cannot be locked: ")));
+    manage({"-C", "-n", "pool", "-L", "5", "more"});
+    expect_succeeded();
 }
 
 TEST_F(LvCreate, PrintsThatThePoolsCannotBeReadAndContinues) {

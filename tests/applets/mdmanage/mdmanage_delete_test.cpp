@@ -131,10 +131,16 @@ TEST_F(Delete, ReportsAKilledStop) {
     expect_failure(machine, run, -415);
 }
 
-TEST_F(Delete, TreatsAnArrayThatIsNoLongerListedAsGone) {
-    stop().does("/.harness/busybox rm /proc/mdstat").exits(1);
-    EXPECT_EQ(remove("md1"), 0);
-    EXPECT_EQ(changes(run).back(), "/usr/local/bin/diskformat /dev/sdb");
+// The array may well run on.
+TEST_F(Delete, ClearsNothingWhenItCannotBeToldWhetherTheArrayIsStillThere) {
+    for (const char* fault : {"rm /proc/mdstat", "mv /etc/empty /proc/mdstat"}) {
+        machine.mdstat("").file("/etc/empty", "");
+        machine.running("md1", "raid1", {"sdb"});
+        stop().does("/.harness/busybox " + std::string(fault)).exits(1);
+        remove("md1");
+        expect_failure(machine, run, -415);
+        EXPECT_EQ(changes(run).back(), "/sbin/mdadm -S /dev/md1 > /dev/null") << fault;
+    }
 }
 
 TEST_F(Delete, TouchesNothingWithoutTheGroupList) {

@@ -118,6 +118,32 @@ TEST_F(NetSafety, RepairsTheLabelledDeviceWhenTheMountsNameSeveral) {
     EXPECT_THAT(outside(run), Not(Contains(HasSubstr("xfs_repair -L /dev/sdg"))));
 }
 
+TEST_F(NetSafety, RepairsNoDiskThatAnotherCommandUses) {
+    machine.registered({line}, netfstab);
+    machine.file("/dev/sdf", "").symlink("../../sdf", "/dev/disk/by-label/disk");
+    const HeldLock claim(machine, claim_on("sdf"));
+    for (const Texts& mounts : {Texts{"/dev/sdf1 /mnt/netdisk/disk"}, Texts{}}) {
+        machine.mounts(mounts);
+        manage({"-R", "-n", "disk"});
+        expect_failed(-602);
+        EXPECT_THAT(changes(run), IsEmpty());
+        expect_logged("'sdf' is used by another command");
+    }
+}
+
+TEST_F(NetSafety, ClaimsADiskUntilItIsRepairedAndMounted) {
+    machine.registered({line}, netfstab);
+    machine.mounts({"/dev/sdf1 /mnt/netdisk/disk"});
+    const std::string list = "ls /run/zavbox | grep ^disk- >> /var/locks";
+    machine.tool("/sbin/xfs_repair").any().does(list);
+    machine.tool(pool_tool::mount).any().does(list);
+    machine.tool(pool_tool::umount).any().does(list + "; echo > /proc/mounts");
+    manage({"-R", "-n", "disk"});
+    expect_succeeded();
+    EXPECT_EQ(machine.read("/var/locks"), "disk-sdf\ndisk-sdf\ndisk-sdf\n");
+    EXPECT_FALSE(machine.exists("/run/zavbox"));
+}
+
 TEST_F(NetSafety, MakesNothingOnADeviceThatTheKernelHolds) {
     machine.directory("/sys/block/sdf/holders/md3");
     expect_not_made("an array's member");

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 // The journal of a change: written beside the file, complete or worth nothing, finished by readers.
 #include "base/change_journal.h"
+#include "base/shared_sync.h"
 #include "fixtures/library.h"
+#include "fixtures/refused_calls.h"
 #include "private_root.h"
 
 #include <csignal>
@@ -67,6 +69,22 @@ TEST(Journal, IsForItsOwnerAndLeavesNothingElse) {
         return 0;
     });
     EXPECT_THAT(root.list("/etc"), IsEmpty());
+}
+
+// After a power cut it would be there again, and undo what was done since.
+TEST(Journal, IsGoneForGoodWhenTheOperationEnds) {
+    PrivateRoot root;
+    root.call([] {
+        EXPECT_TRUE(write_journal(path, two_files()));
+        SharedSync sync;
+        deny_syncs();
+        remove_journal(path);
+        EXPECT_FALSE(sync.finish()) << "its removal was not left to be synced";
+        EXPECT_EQ(errno, EIO);
+        remove_journal(path);
+        EXPECT_TRUE(sync.finish()) << "there was none to remove";
+        return 0;
+    });
 }
 
 TEST(Journal, ThatCannotBeWrittenIsNone) {
@@ -147,6 +165,37 @@ TEST(FilesOfOneChange, AreAllOldWhenOneCannotBeWritten) {
     EXPECT_THAT(root.list("/etc"), testing::ElementsAre("other", "register"));
 }
 
+// The place of the file that prepare_change() has no room for, when the file system says so.
+std::optional<std::size_t> full_file(int error, const char* after) {
+    refuse_calls({{SYS_fallocate, error}});
+    const auto fd = FileDescriptor::open(path, O_RDWR);
+    const auto other = FileDescriptor::open("/etc/other", O_RDWR);
+    const std::vector<FileChange> changes = {change_of(path, fd, "new\n"),
+                                             change_of("/etc/other", other, after)};
+    return prepare_change(path, changes);
+}
+
+TEST(PreparedChange, HasRoomForEveryFileThatGrows) {
+    PrivateRoot root;
+    root.file(path, "old\n").file("/etc/other", "other\n");
+    for (const int error : {ENOSPC, EDQUOT, EFBIG}) {
+        root.call([error] {
+            EXPECT_THAT(full_file(error, "a longer text\n"), Optional(std::size_t{1}));
+            return 0;
+        });
+    }
+    root.call([] {
+        EXPECT_EQ(full_file(ENOSPC, "short"), std::nullopt);
+        return 0;
+    });
+    // Where no room can be reserved, writing tells.
+    root.call([] {
+        EXPECT_EQ(full_file(EOPNOTSUPP, "a longer text\n"), std::nullopt);
+        return 0;
+    });
+    EXPECT_EQ(root.read("/etc/other"), "other\n");
+}
+
 TEST(FilesOfOneChange, StayWhenSomebodyKeepsReadingOne) {
     PrivateRoot root;
     root.file(path, "old\n").file("/etc/other", "other\n");
@@ -163,6 +212,30 @@ TEST(FilesOfOneChange, StayWhenSomebodyKeepsReadingOne) {
     });
     EXPECT_EQ(root.read(path), "old\n");
     EXPECT_THAT(root.list("/etc"), testing::ElementsAre("other", "register"));
+}
+
+// An editor puts a new file in the place of the old one, and knows no lock.
+TEST(FilesOfOneChange, StayWhenSomebodyHasReplacedOne) {
+    for (const bool is_prepared : {false, true}) {
+        PrivateRoot root;
+        root.file(path, "old\n").file("/etc/other", "other\n").file("/etc/edited", "edited\n");
+        root.call([is_prepared] {
+            const auto fd = FileDescriptor::open(path, O_RDWR);
+            const auto other = FileDescriptor::open("/etc/other", O_RDWR);
+            const std::vector<FileChange> changes = {change_of(path, fd, "new\n"),
+                                                     change_of("/etc/other", other, "new\n")};
+            EXPECT_FALSE(is_prepared && prepare_change(path, changes));
+            EXPECT_EQ(::rename("/etc/edited", "/etc/other"), 0);
+            const auto failure =
+                is_prepared ? change_prepared_files(path, changes) : change_files(path, changes);
+            EXPECT_TRUE(failure && failure->file == 1 && failure->is_locked);
+            forget_prepared_change(path);
+            return 0;
+        });
+        EXPECT_EQ(root.read(path), "old\n");
+        EXPECT_EQ(root.read("/etc/other"), "edited\n");
+        EXPECT_THAT(root.list("/etc"), testing::ElementsAre("other", "register"));
+    }
 }
 
 TEST(Journal, OfSomebodyElseIsNone) {

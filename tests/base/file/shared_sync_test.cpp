@@ -72,6 +72,21 @@ TEST(SharedSync, EndsWithItsOperation) {
     });
 }
 
+// An operation that fails leaves before it asks how the sync went.
+TEST(SharedSync, IsMadeUpForWhenNobodyFinishesTheOperation) {
+    PrivateRoot root;
+    root.call([] {
+        deny_syncs();
+        {
+            const SharedSync sync;
+            EXPECT_TRUE(sync_names_beside("/etc/file"));
+            errno = 0;
+        }
+        EXPECT_EQ(errno, EIO) << "nothing was synced";
+        return 0;
+    });
+}
+
 TEST(NewFile, IsBesideTheOldOneUntilItTakesItsPlace) {
     PrivateRoot root;
     root.file("/etc/file", "old\n").file("/etc/.file.new", "of a run that was killed, long\n");

@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: MIT
 // Sectioned key/value files under contention, and after a change that was cut short.
 #include "base/change_journal.h"
+#include "base/file.h"
 #include "base/key_value.h"
 #include "fixtures/library.h"
 #include "fixtures/refused_calls.h"
 #include "private_root.h"
 
 #include <cerrno>
+#include <chrono>
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <thread>
 #include <unistd.h>
 
 namespace zav::test {
@@ -123,6 +127,26 @@ TEST_F(KeyValueSafety, NoChangeOfManyIsLost) {
     for (int number = 0; number < writers * rounds; ++number) {
         EXPECT_THAT(text, HasSubstr("\tk" + std::to_string(number) + " = 1\n"));
     }
+    expect_alone();
+}
+
+// An editor puts a new file in the place of the old one while a reader keeps the change waiting.
+TEST_F(KeyValueSafety, AFileThatSomebodyHasReplacedIsChangedAsItIsNow) {
+    root.file(path, "[s]\n\tk = 1\n").file("/etc/edited", "[s]\n\tk = 1\n\tedited = 1\n");
+    const Result result = root.call([] {
+        FileDescriptor reader = FileDescriptor::open(path, O_RDONLY);
+        EXPECT_TRUE(lock_for_reading(reader.get()));
+        std::thread editor([&reader] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(300));
+            EXPECT_EQ(::rename("/etc/edited", path), 0);
+            reader.close();
+        });
+        const FileCode code = key_value_set(path, "s", "k", "2");
+        editor.join();
+        return code;
+    });
+    EXPECT_EQ(result.returned, 0);
+    EXPECT_EQ(root.read(path), "[s]\n\tk = 2\n\tedited = 1\n");
     expect_alone();
 }
 

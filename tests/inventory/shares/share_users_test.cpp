@@ -8,6 +8,7 @@
 
 #include <array>
 #include <filesystem>
+#include <utility>
 
 namespace zav::test {
 namespace {
@@ -39,13 +40,16 @@ class ShareUsers : public testing::Test {
         }
         return {run.returned, lines};
     }
-    // The FTP user of a share; empty when there is none.
-    std::string user_of(const std::string& share, const RunOptions& options = {}) {
+    // The FTP users of a share, joined by blanks.
+    std::string users_of(const std::string& share, const RunOptions& options = {}) {
         const Result run = machine.operation(
             [=] {
-                const auto user = user_of_share(share);
-                std::fputs(user ? user->c_str() : "unknown", stdout);
-                return number_of(user.code());
+                const auto users = users_of_share(share);
+                const char* separator = "";
+                for (const std::string& user : users ? *users : Texts{"unknown"}) {
+                    std::printf("%s%s", std::exchange(separator, " "), user.c_str());
+                }
+                return number_of(users.code());
             },
             options);
         EXPECT_EQ(run.returned, run.out == "unknown" ? -1 : 0);
@@ -173,7 +177,7 @@ TEST_F(ShareUsers, FileThatIsNotInItsPlaceIsNoUsers) {
         EXPECT_THAT(*get_user(24, 31), ElementsAre("ftpuser"));
         return 0;
     });
-    EXPECT_EQ(user_of("a"), "");
+    EXPECT_EQ(users_of("a"), "");
 }
 
 TEST_F(ShareUsers, FtpUsersComeInTheDirectorysOrderUntilTheSlotsAreFull) {
@@ -239,56 +243,56 @@ TEST_F(ShareUsers, FtpUserInADirectoryThatCannotBeListedIsUnknown) {
     EXPECT_THAT(machine.logged(), ElementsAre("check_user_from_vsftpd[133]: return with -2"));
 }
 
-TEST_F(ShareUsers, UserOfAShareIsTakenToADirectoryOfItsName) {
+TEST_F(ShareUsers, UsersOfAShareAreTakenToADirectoryOfItsName) {
     machine.file("/etc/vsftpd/anna", "x=1\nlocal_root=/home/ftpuser/a\n");
     machine.file("/etc/vsftpd/bert", "  local_root = x=/elsewhere/b  \r\nlocal_root=/c\n");
     machine.file("/etc/vsftpd/carla", "#local_root=/d\nxlocal_root=/d\nlocal_roots=/d\n");
     machine.file(ftp_template, "local_root=/home/ftpuser/e\n");
-    EXPECT_EQ(user_of("a"), "anna");
-    EXPECT_EQ(user_of("b"), "bert");
+    EXPECT_EQ(users_of("a"), "anna");
+    EXPECT_EQ(users_of("b"), "bert");
     for (const char* none : {"", "ab", "c", "d", "ftpuser"}) {
-        EXPECT_EQ(user_of(none), "") << none;
+        EXPECT_EQ(users_of(none), "") << none;
     }
-    EXPECT_EQ(user_of("e"), "") << "the default user has no share of its own";
+    EXPECT_EQ(users_of("e"), "") << "the default user has no share of its own";
 }
 
-TEST_F(ShareUsers, UserOfAShareIsTheLastOfTheDirectory) {
+TEST_F(ShareUsers, UsersOfAShareAreAllOfTheDirectory) {
     for (const char* user : {"anna", "bert", "carla", "dora"}) {
         machine.file(std::string("/etc/vsftpd/") + user, "local_root=/home/ftpuser/a\n");
     }
     Texts order = in_directory_order();
     std::erase(order, "ftpuser");
-    EXPECT_EQ(user_of("a"), order.back());
+    EXPECT_EQ(users_of("a"), order[0] + " " + order[1] + " " + order[2] + " " + order[3]);
 }
 
-TEST_F(ShareUsers, UserOfAShareIsLookedForAmongAllFiles) {
+TEST_F(ShareUsers, UsersOfAShareAreLookedForAmongAllFiles) {
     const std::string last(60, 'u');
     for (int number = 0; number < 40; ++number) {
         const std::string user = last.substr(0, 20U + static_cast<unsigned>(number));
         machine.file("/etc/vsftpd/" + user, "local_root=/x/" + std::to_string(number) + "\n");
     }
     for (int number = 0; number < 40; ++number) {
-        EXPECT_EQ(user_of(std::to_string(number)).size(), 20U + static_cast<unsigned>(number));
+        EXPECT_EQ(users_of(std::to_string(number)).size(), 20U + static_cast<unsigned>(number));
     }
 }
 
-TEST_F(ShareUsers, UserOfAShareIsMissingWithoutFiles) {
+TEST_F(ShareUsers, UsersOfAShareAreMissingWithoutFiles) {
     machine.directory("/etc/vsftpd/directory").fifo("/etc/vsftpd/fifo");
     machine.symlink("missing", "/etc/vsftpd/dangling");
-    EXPECT_EQ(user_of("a"), "");
+    EXPECT_EQ(users_of("a"), "");
     machine.remove("/etc/vsftpd");
-    EXPECT_EQ(user_of("a"), "");
+    EXPECT_EQ(users_of("a"), "");
     machine.file("/etc/vsftpd", "");
-    EXPECT_EQ(user_of("a"), "");
+    EXPECT_EQ(users_of("a"), "");
 }
 
-TEST_F(ShareUsers, UserOfAShareIsUnknownWhenAFileCannotBeRead) {
+TEST_F(ShareUsers, UsersOfAShareAreUnknownWhenAFileCannotBeRead) {
     machine.file("/etc/vsftpd/bert", "", 0600);
-    EXPECT_EQ(user_of("a", {.uid = 65534}), "unknown");
+    EXPECT_EQ(users_of("a", {.uid = 65534}), "unknown");
     machine.remove("/etc/vsftpd/bert").directory("/etc/vsftpd", 0700);
-    EXPECT_EQ(user_of("a", {.uid = 65534}), "unknown");
+    EXPECT_EQ(users_of("a", {.uid = 65534}), "unknown");
     machine.bind("/proc/self/mem", "/etc/vsftpd/bert", true);
-    EXPECT_EQ(user_of("a"), "unknown") << "its beginning cannot be read";
+    EXPECT_EQ(users_of("a"), "unknown") << "its beginning cannot be read";
 }
 
 } // namespace

@@ -1,0 +1,2 @@
+# SPDX-License-Identifier: MIT
+"""What scripts/manuals makes of the tables."""
