@@ -79,6 +79,30 @@ TEST(Needs, HaveTheProgramsOfTheCommandsAndNoOthers) {
     EXPECT_EQ(programs.size(), 45);
 }
 
+// The contracts of the tools in zavbox-tools(7): the first word of each command.
+TEST(Needs, HaveTheToolsOfTheManual) {
+    const std::string page =
+        std::regex_replace(text_of_file(ZAV_TEST_TOOLS_MANUAL), std::regex(R"(\\f[BIRP]|\\&)"), "");
+    Names tools;
+    const std::regex block(R"(\n\.nf\n([^]*?)\n\.fi)");
+    const std::regex command(R"((?:^|\n)(\S+))");
+    for (std::sregex_iterator at(page.begin(), page.end(), block), end; at != end; ++at) {
+        const std::string commands = (*at)[1];
+        for (std::sregex_iterator line(commands.begin(), commands.end(), command); line != end;
+             ++line) {
+            tools.insert(std::regex_replace(line->str(1), std::regex(R"(\\-)"), "-"));
+        }
+    }
+    for (const char* pattern : {"/etc/init.d/script", "folder/xfs_repair", "folder/reiserfsck"}) {
+        EXPECT_EQ(tools.erase(pattern), 1) << pattern;
+    }
+    const Names programs = names_of(NeedKind::program);
+    for (const std::string& tool : tools) {
+        EXPECT_TRUE(programs.contains(tool)) << tool;
+    }
+    EXPECT_GT(tools.size(), 35);
+}
+
 // Some are made by whoever writes the first line into them, or are there while a service runs.
 TEST(Needs, HaveTheFilesOfTheSources) {
     const Names made_when_missing = {"/etc/exports",          "/etc/exports_recy",
