@@ -85,7 +85,11 @@ std::string preflight_text(const std::vector<NeedState>& states, std::string_vie
     std::string text = "Model " + (model.empty() ? "not known" : plain(model)) + ": " +
                        (troubles.empty() ? "all that the commands need is there.\n"
                                          : std::to_string(troubles.size()) +
-                                               " of what the commands need missing or wrong.\n");
+                                               (troubles.size() == 1
+                                                    ? " thing that the commands need is missing "
+                                                      "or wrong.\n"
+                                                    : " things that the commands need are missing "
+                                                      "or wrong.\n"));
     for (const NeedState& state : troubles) {
         text += "\n" + paragraph(state);
     }

@@ -68,9 +68,10 @@ class Preflight : public testing::Test {
 TEST_F(Preflight, MissesNothingElseOnACompleteMachine) {
     const Result result = run();
     EXPECT_EQ(result.err, "");
-    EXPECT_THAT(result.out,
-                testing::StartsWith("Model KOR7206H: 1 of what the commands need missing or wrong."
-                                    "\n\nmissing  /dev/ram2\n"));
+    EXPECT_THAT(
+        result.out,
+        testing::StartsWith("Model KOR7206H: 1 thing that the commands need is missing or wrong."
+                            "\n\nmissing  /dev/ram2\n"));
     EXPECT_EQ(result.exit_status, 1);
     EXPECT_THAT(result.out, HasSubstr("\nunneeded  /usr/local/bin/vexadm, "));
 }

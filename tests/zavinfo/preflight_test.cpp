@@ -196,8 +196,9 @@ TEST(PreflightOutput, TellsTheWorstFirst) {
     const NeedState fails{&need_with(Lack::fails), Found::missing};
     const NeedState data{&need_with(Lack::data), Found::missing};
     const std::string text = preflight_text({fails, data}, "KOR7206H");
-    EXPECT_THAT(text, testing::StartsWith("Model KOR7206H: 2 of what the commands need missing or "
-                                          "wrong.\n\nmissing  /usr/local/bin/diskformat\n"));
+    EXPECT_THAT(
+        text, testing::StartsWith("Model KOR7206H: 2 things that the commands need are missing or "
+                                  "wrong.\n\nmissing  /usr/local/bin/diskformat\n"));
     EXPECT_THAT(text, HasSubstr("  Effect:   commands end as if all were well, and data is at "
                                 "risk\n  Needed:   diskmanage, "));
 }
