@@ -10,7 +10,9 @@
 #include "actions/shares/steps.h"
 #include "base/file.h"
 #include "base/text.h"
+#include "fast_tools.h"
 #include "figure.h"
+#include "furnish.h"
 #include "machine.h"
 #include "measure.h"
 #include "standin/places.h"
@@ -19,7 +21,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <filesystem>
 #include <functional>
 #include <stdexcept>
 
@@ -28,12 +29,8 @@ namespace zav::bench {
 namespace {
 
 using test::Machine;
-using Commands = std::vector<std::string>;
 
-constexpr int array_count = 16;
 constexpr int health_count = 24;
-constexpr int group_count = 8; // of two arrays each
-constexpr int pool_count = 64;
 constexpr int pairs = 20;
 constexpr int warming_up = 3;
 
@@ -53,14 +50,6 @@ struct Listing {
 const Commands script = {"/bin/sh", "/commands.sh"};
 
 const std::string smartctl = "/usr/local/sbin/smartctl -d marvell -T permissive ";
-
-std::string disk_name(int number) {
-    return std::string("sd") + static_cast<char>('a' + number);
-}
-
-std::string array_name(int number) {
-    return "md" + std::to_string(number);
-}
 
 Commands disk_list_commands(int disks) {
     Commands commands;
@@ -130,16 +119,6 @@ Commands with_sorted_files(Commands commands) {
     return commands;
 }
 
-/// A disk belongs to one array: sixteen arrays have one each.
-void furnish_arrays(Machine& machine) {
-    machine.disks(array_count);
-    for (int number = 0; number < array_count; ++number) {
-        machine.array({.name = array_name(number),
-                       .level = "raid5",
-                       .members = {{.name = disk_name(number)}}});
-    }
-}
-
 /// Sixteen disks on the main controller, the others in a box.
 void furnish_health(Machine& machine) {
     machine.disks(16);
@@ -148,30 +127,6 @@ void furnish_health(Machine& machine) {
     }
     const auto output = read_file(BENCH_CAPTURES "/qemu_smartctl_Hi_attr.txt");
     machine.tool("/usr/local/sbin/smartctl").any().prints(output.value_or(""));
-}
-
-/// Every pool is registered and mounted.
-void furnish_pools(Machine& machine) {
-    furnish_arrays(machine);
-    for (int group = 0; group < group_count; ++group) {
-        machine.group({.name = format_text("group%d", group),
-                       .volumes = {{.device = "/dev/" + array_name(2 * group)},
-                                   {.device = "/dev/" + array_name(2 * group + 1)}}});
-    }
-    std::string pools;
-    std::string lines;
-    std::string mounts;
-    for (int pool = 0; pool < pool_count; ++pool) {
-        const std::string group = format_text("group%d", pool % group_count);
-        const std::string name = format_text("%s/pool%d", group.c_str(), pool);
-        pools += format_text("  /dev/%s:%s:3:1:-1:1:4194304:512:-1:0:-1:254:0\n", name.c_str(),
-                             group.c_str());
-        lines += format_text("/dev/%s\t/mnt/%s\txfs\tdefaults\t0 0\n", name.c_str(), name.c_str());
-        mounts += format_text("/dev/mapper/pool%d /mnt/%s xfs rw 0 0\n", pool, name.c_str());
-        machine.directory("/mnt/" + name);
-    }
-    machine.tool("/sbin/lvdisplay").any().prints(pools);
-    machine.file("/etc/mdfstab", lines).file("/proc/mounts", mounts);
 }
 
 /// Every share is a Samba share on a mounted pool of its own.
@@ -239,48 +194,6 @@ Commands record_commands(Machine& machine, const Listing& listing) {
                                     : "not one by one those of the steps",
            true});
     return result.commands;
-}
-
-std::string last_part(const std::string& path) {
-    return path.substr(path.rfind('/') + 1);
-}
-
-/// Replaces the tools by the answering program, with the answers they have given so far.
-void use_fast_tools(Machine& machine, const Commands& commands) {
-    const std::string answer = BENCH_ANSWER;
-    for (const std::string& command : commands) {
-        const std::string tool = command.substr(0, command.find(' '));
-        if (tool == "cat") {
-            continue;
-        }
-        const std::string call = command.substr(0, command.find(" >"));
-        const std::string file =
-            "/answers/" + last_part(tool) + "/" + last_part(call.substr(call.rfind(' ') + 1));
-        if (!machine.exists(file)) {
-            machine.file(file, machine.run({"-c", call}, {.program = "/bin/sh"}).out);
-        }
-    }
-    machine.remove("/bin/cat");
-    machine.bind(answer, "/bin/cat");
-    machine.bind(answer, "/sbin/mdadm");
-    for (const char* tool : {"/sbin/lvdisplay", "/sbin/pvdisplay", "/sbin/vgdisplay"}) {
-        machine.bind(answer, tool);
-    }
-    machine.bind(answer, "/usr/local/bin/hotspare");
-    machine.bind(answer, "/usr/local/sbin/smartctl");
-    machine.bind("/bin/dash", "/bin/sh");
-}
-
-/// Runs a command with an empty /tmp, so that both sides create their files.
-Usage run_fresh(const Commands& command, int exit_status) {
-    for (const auto& entry : std::filesystem::directory_iterator("/tmp")) {
-        std::filesystem::remove(entry.path());
-    }
-    const Usage usage = run_measured(command);
-    if (usage.exit_status != exit_status) {
-        throw std::runtime_error("a measured run failed: " + command.front());
-    }
-    return usage;
 }
 
 /// Inside the root: prints the times of `pairs` runs of each side.
@@ -401,7 +314,8 @@ double add_share_ms(int count) {
         std::clock_t best = 0;
         for (int round = 0; round < rounds; ++round) {
             const std::clock_t start = std::clock();
-            if (add_share(share) != Code::share_listed) {
+            ShareFiles files;
+            if (add_share(files, share) != Code::share_listed) {
                 return EXIT_FAILURE;
             }
             const std::clock_t spent = std::clock() - start;

@@ -22,8 +22,10 @@ if(CMAKE_BUILD_TYPE STREQUAL "Release")
     target_link_options(zav_compiler INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
 endif()
 
-if(CMAKE_INTERPROCEDURAL_OPTIMIZATION AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    # libzav.a is linked by programs that are built in other ways: it needs code of its own as well.
+if(CMAKE_INTERPROCEDURAL_OPTIMIZATION AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU"
+        AND NOT ZAV_SHARED)
+    # libzav.a is linked by programs that are built in other ways: when it is made of the layers'
+    # objects, they need code of their own as well.
     target_compile_options(zav_compiler INTERFACE -ffat-lto-objects)
 endif()
 

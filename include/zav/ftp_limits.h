@@ -8,6 +8,7 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+#pragma GCC visibility push(default)
 
 /** Reads the limits; one that the file does not have stays as it is, and a null pointer is passed
  *  over. 0, or -1063 when the file cannot be read. */
@@ -21,6 +22,7 @@ int ftp_limits_get(unsigned long* local_max_rate, unsigned long* max_clients,
  *  cannot be written, -11000 mv failed, or left something else than the copy. */
 int ftp_limits_set(int local_max_rate, int max_clients, int max_per_ip);
 
+#pragma GCC visibility pop
 #ifdef __cplusplus
 }
 #endif

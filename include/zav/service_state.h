@@ -11,6 +11,7 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+#pragma GCC visibility push(default)
 
 /** Samba: both smbd and nmbd. */
 int samba_status_get(void);
@@ -30,6 +31,7 @@ int iscsi_status_get(void);
 /** Reads a file that pidof wrote. 0, -1011 or -1. */
 int share_status_get(const char* path);
 
+#pragma GCC visibility pop
 #ifdef __cplusplus
 }
 #endif

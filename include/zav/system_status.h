@@ -13,6 +13,7 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+#pragma GCC visibility push(default)
 
 /** First line of /etc/hostname. 0 or -1006. */
 int hostname_get(char* buffer, size_t size);
@@ -58,6 +59,7 @@ int get_mem_utility(float* percent);
 /** Percent of the processor in use, from /usr/bin/vmstat. 0, or -1 and 0.0. */
 int get_cpu_utility(float* percent);
 
+#pragma GCC visibility pop
 #ifdef __cplusplus
 }
 #endif

@@ -3,6 +3,7 @@
 
 #include "base/file.h"
 #include "base/process.h"
+#include "base/session.h"
 #include "base/text.h"
 
 #include <algorithm>
@@ -96,16 +97,29 @@ std::optional<PlainCommand> parse_plain_command(std::string_view text) {
 }
 
 WaitStatus run_command(std::string_view command) {
+    if (SessionHooks* session = current_session()) {
+        return session->run(command);
+    }
+    bool was_ended = false;
+    return run_command_within(command, {}, was_ended);
+}
+
+WaitStatus run_command_within(std::string_view command, const ProgramLimits& limits,
+                              bool& was_ended) {
     const std::string path = tool_path();
-    const std::string text = text_for_shell(command);
+    // One that would be cut is run as it always was, with what the cut makes of its end.
+    const bool keeps_errors =
+        limits.error_output >= 0 && command.size() + error_redirection.size() <= longest_command;
+    const std::string text = keeps_errors ? std::string(command) : text_for_shell(command);
     // A plain command is started without a shell in between, which halves the cost of a small
     // tool. On failure, fall back to the shell, whose status stands.
     if (const auto plain = parse_plain_command(text)) {
-        if (const auto status = run_program(*plain, &path)) {
+        if (const auto status = run_program(*plain, &path, limits, &was_ended)) {
             return *status;
         }
     }
-    return run_program({{"/bin/sh", "-c", text}, {}}, &path).value_or(WaitStatus::not_started);
+    return run_program({{"/bin/sh", "-c", text}, {}}, &path, limits, &was_ended)
+        .value_or(WaitStatus::not_started);
 }
 
 bool is_run_whole(std::string_view command) {
@@ -121,6 +135,11 @@ bool is_run_whole(std::string_view command) {
 void log_command_failure(std::string_view command, WaitStatus status, FailureWording wording) {
     constexpr int signal_mask = 0x7f;
     const int bits = number_of(status);
+    if (SessionHooks* session = current_session()) {
+        const int error = errno;
+        session->note_command(command, status);
+        errno = error;
+    }
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
     log_error(failure_format(wording), std::string(command).c_str(),
@@ -179,7 +198,11 @@ Capture::~Capture() {
 }
 
 WaitStatus Capture::run(std::string_view command) const {
-    return made_ ? run_command(command) : WaitStatus::not_started;
+    if (!made_) {
+        return WaitStatus::not_started;
+    }
+    SessionHooks* session = current_session();
+    return session != nullptr ? session->run_captured(command, path()) : run_command(command);
 }
 
 WaitStatus Capture::run_and_log(std::string_view command, FailureWording wording) const {

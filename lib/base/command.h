@@ -16,9 +16,18 @@
 namespace zav {
 
 /// Runs a command with the system's directories in front of its PATH, no standard input, and
-/// standard error thrown away. The command and its " 2>> /dev/null" are cut at 255 characters
-/// together: callers rely on it. Returns the wait status unchanged.
+/// standard error thrown away, or as the thread's session wants it. The command and its " 2>>
+/// /dev/null" are cut at 255 characters together: callers rely on it. Returns the wait status
+/// unchanged.
 WaitStatus run_command(std::string_view command);
+
+struct ProgramLimits;
+
+/// The same for a session. With a descriptor for standard error that takes the place of throwing it
+/// away; after the time limit the command is ended with all that it has started, and `was_ended`
+/// tells so.
+WaitStatus run_command_within(std::string_view command, const ProgramLimits& limits,
+                              bool& was_ended);
 
 /// Whether the shell gets the whole of `command` and nothing that its damaged end turns into
 /// something else. Commands of up to 241 characters always do.

@@ -2,6 +2,7 @@
 #include "base/log.h"
 
 #include "base/file.h"
+#include "base/session.h"
 #include "base/text.h"
 #include "base/version.h"
 
@@ -144,17 +145,32 @@ void write_line(std::string_view line) {
     }
 }
 
+/// Tells the session, if there is one, what the next line is about.
+void note(int code) {
+    if (SessionHooks* session = current_session()) {
+        const int caller_errno = errno;
+        session->note_code(code);
+        errno = caller_errno;
+    }
+}
+
 [[gnu::format(printf, 2, 0)]] int log_with_prefix(const char* level, const char* format,
                                                   va_list arguments) {
     const int caller_errno = errno;
+    const std::string message = format_message(format, arguments);
+    SessionHooks* session = current_session();
+    if (session != nullptr && !session->take_line(level, message)) {
+        errno = caller_errno;
+        return 0;
+    }
     std::array<char, process_name_size> buffer = {};
     const pid_t pid = ::getpid();
     const char* name = get_process_name(buffer.data(), buffer.size(), pid);
     // The C library's own rendering of a missing name; systems with many processes show it always.
     std::string text =
         format_text("%s %s[%d]:", level, name != nullptr ? name : "(null)", static_cast<int>(pid));
+    text += message;
     errno = caller_errno;
-    text += format_message(format, arguments);
     return log_write("%s", text.c_str());
 }
 
@@ -204,6 +220,7 @@ int zavbox_log_error(const char* format, ...) {
 }
 
 void log_failure(Code code, LogSite site) {
+    note(number_of(code));
     log_error("%s[%d]: return with %d", site.function, site.line, number_of(code));
 }
 
@@ -213,6 +230,7 @@ Code log_return(Code code, LogSite site) {
 }
 
 void log_errno(int value, LogSite site) {
+    note(value);
     log_error("%s:%d return %d with %s\n", site.function, site.line, value, std::strerror(errno));
 }
 

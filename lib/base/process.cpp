@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -121,8 +122,8 @@ std::string find_program(const std::string& name, std::string_view path) {
 /// All that the child needs, prepared where memory can still be had.
 class Program {
   public:
-    Program(const PlainCommand& command, const std::string* path)
-        : redirections_(command.redirections) {
+    Program(const PlainCommand& command, const std::string* path, const ProgramLimits& limits)
+        : redirections_(command.redirections), limits_(limits) {
         for (const std::string& word : command.words) {
             words_.push_back(const_cast<char*>(word.c_str()));
         }
@@ -143,7 +144,11 @@ class Program {
         if (!redirect(STDIN_FILENO, "/dev/null", O_RDONLY)) {
             ::close(STDIN_FILENO);
         }
-        bool redirected = true;
+        if (has_time_limit()) {
+            ::setpgid(0, 0);
+        }
+        bool redirected = limits_.error_output < 0 ||
+                          ::dup2(limits_.error_output, STDERR_FILENO) == STDERR_FILENO;
         for (const auto& to : redirections_) {
             const int flags = O_WRONLY | O_CREAT | (to.append ? O_APPEND : O_TRUNC);
             redirected = redirected && redirect(to.descriptor, to.path.c_str(), flags);
@@ -154,6 +159,9 @@ class Program {
         started = false;
         ::_exit(not_started);
     }
+
+    [[nodiscard]] bool has_time_limit() const { return limits_.time_limit.count() > 0; }
+    [[nodiscard]] std::chrono::milliseconds time_limit() const { return limits_.time_limit; }
 
   private:
     void set_environment(const std::string* path) {
@@ -170,6 +178,7 @@ class Program {
     }
 
     const std::vector<PlainCommand::Redirection>& redirections_;
+    const ProgramLimits& limits_;
     std::string file_;
     std::string path_;
     std::vector<char*> words_;
@@ -179,6 +188,7 @@ class Program {
 struct Outcome {
     bool started = false;
     int status = number_of(WaitStatus::not_started);
+    bool was_ended = false;
 };
 
 int wait_for(pid_t pid, int options) {
@@ -189,6 +199,44 @@ int wait_for(pid_t pid, int options) {
         }
     }
     return status;
+}
+
+/// Waits for a child of a process that holds all its signals back. False when the time is up.
+bool wait_within(pid_t pid, std::chrono::milliseconds limit, int& status) {
+    using Clock = std::chrono::steady_clock;
+    sigset_t child;
+    ::sigemptyset(&child);
+    ::sigaddset(&child, SIGCHLD);
+    const auto end = Clock::now() + limit;
+    while (::waitpid(pid, &status, WNOHANG) == 0) {
+        const auto left =
+            std::chrono::duration_cast<std::chrono::nanoseconds>(end - Clock::now()).count();
+        if (left <= 0) {
+            return false;
+        }
+        constexpr long long second = 1'000'000'000;
+        const timespec wait = {static_cast<time_t>(left / second),
+                               static_cast<long>(left % second)};
+        ::sigtimedwait(&child, nullptr, &wait);
+    }
+    return true;
+}
+
+/// The same; a program that takes too long is ended with all that it has started.
+Outcome end_in_time(pid_t pid, const Program& program) {
+    constexpr std::chrono::seconds patience{2};
+    Outcome outcome = {true};
+    if (wait_within(pid, program.time_limit(), outcome.status)) {
+        return outcome;
+    }
+    int status = 0;
+    ::kill(-pid, SIGTERM);
+    const bool has_ended = wait_within(pid, patience, status);
+    ::kill(-pid, SIGKILL);
+    if (!has_ended) {
+        wait_within(pid, patience, status);
+    }
+    return {true, number_of(WaitStatus::not_started), true};
 }
 
 /// Whether nobody else in this process, nor the kernel, can take the status of a child away.
@@ -227,14 +275,19 @@ Outcome run_as_child(const Program& program, const HeldSignals& signals) {
     }
     // What the parent closes meanwhile must not stay open here.
     ::close_range(0, ~0U, 0);
-    const int status = pid > 0 ? wait_for(pid, 0) : number_of(WaitStatus::not_started);
-    outcome = {pid > 0 && started, status};
+    if (pid > 0 && program.has_time_limit()) {
+        outcome = end_in_time(pid, program);
+    } else {
+        outcome.status = pid > 0 ? wait_for(pid, 0) : number_of(WaitStatus::not_started);
+    }
+    outcome.started = pid > 0 && started;
     ::_exit(0);
 }
 
 /// Runs the program where statuses of children get lost: behind a child that ends without a signal.
 /// Neither the kernel nor a wait for any child collects such a one. That lasts until it executes a
-/// program, so it cannot be the tool itself.
+/// program, so it cannot be the tool itself. A tool that outlives its time is the system's to
+/// collect.
 Outcome run_behind_child(const Program& program, const HeldSignals& signals) {
     void* shared =
         ::mmap(nullptr, sizeof(Outcome), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
@@ -259,17 +312,22 @@ Outcome run_behind_child(const Program& program, const HeldSignals& signals) {
 
 } // namespace
 
-std::optional<WaitStatus> run_program(const PlainCommand& command, const std::string* path) {
+std::optional<WaitStatus> run_program(const PlainCommand& command, const std::string* path,
+                                      const ProgramLimits& limits, bool* was_ended) {
     {
         // What was printed so far must not come after what the tool prints.
         const HeldWriteSignals quiet;
         std::fflush(stdout);
     }
-    const Program program(command, path);
+    const Program program(command, path, limits);
     const int caller_errno = errno;
     const HeldSignals signals;
-    const Outcome outcome = has_children_to_itself() ? run_as_child(program, signals)
-                                                     : run_behind_child(program, signals);
+    const Outcome outcome = !program.has_time_limit() && has_children_to_itself()
+                                ? run_as_child(program, signals)
+                                : run_behind_child(program, signals);
+    if (was_ended != nullptr) {
+        *was_ended = outcome.was_ended;
+    }
     if (outcome.status != number_of(WaitStatus::not_started)) {
         errno = caller_errno; // as system(3) leaves it; the next line of the log shows its text
     }

@@ -34,6 +34,11 @@ constexpr Gib unsigned_size(SignedGib size) {
     return {static_cast<std::uint64_t>(size.count)};
 }
 
+template <std::uint64_t Bytes>
+constexpr std::uint64_t in_bytes(Size<Bytes> size) {
+    return size.count * Bytes;
+}
+
 /// A size in a larger unit, rounded half up.
 template <class To, std::uint64_t Bytes>
 constexpr To rounded(Size<Bytes> size) {

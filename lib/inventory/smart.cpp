@@ -48,7 +48,50 @@ Code fill_disk(disk_info& disk, SmartMode mode, bool behind_controller) {
     return failed(result) ? result : detail_result;
 }
 
+/// Whether the shell found no such tool, or could not be started itself.
+bool is_missing(WaitStatus status) {
+    constexpr WaitStatus not_found{127 << 8};
+    return status == not_found || status == WaitStatus::not_started;
+}
+
+/// All of a disk's health by one run of smartctl.
+Code get_smart_at_once(disk_info& disk) {
+    const char* name = disk.name.c_str();
+    const std::string path = format_text(attributes_template, name);
+    if (!has_name(name, format_text(smart_attributes_command, name, path.c_str()))) {
+        return Code::ok;
+    }
+    Capture capture(path);
+    const std::string command = format_text(smart_attributes_command, name, capture.path());
+    const WaitStatus status = capture.run(command);
+    if (is_missing(status)) {
+        log_command_failure(command, status);
+        return Code::command_failed;
+    }
+    return read_output(capture, status, Code::smart_unread, [&disk](std::string_view output) {
+        disk.smart = parse_smart_summary(output);
+        parse_smart_attributes(output, disk.smart_attributes);
+    });
+}
+
 } // namespace
+
+Code fill_smart_at_once(disk_list& list) {
+    const bool behind_controller = product_model().has_raid_controller;
+    Code first_failure = Code::ok;
+    for (disk_info& disk : list) {
+        if (disk.model == virtual_disk_model) {
+            continue;
+        }
+        const Code result =
+            behind_controller ? fill_disk(disk, SmartMode::detail, true) : get_smart_at_once(disk);
+        first_failure = failed(first_failure) ? first_failure : result;
+        if (result == Code::command_failed) {
+            break; // for the others it would be the same
+        }
+    }
+    return first_failure;
+}
 
 Code fill_smart(disk_list& list, SmartMode mode) {
     const bool behind_controller = product_model().has_raid_controller;

@@ -16,6 +16,11 @@ enum class SmartMode { summary, detail };
 /// Code::command_failed, Code::smart_unread or Code::smart_attributes_unread.
 Code fill_smart(disk_list& list, SmartMode mode);
 
+/// The same with all details and one run of smartctl for each disk, whose attributes come with its
+/// identity and health. A tool that is missing, or takes too long, is a failure, and asked once:
+/// Code::command_failed, logged.
+Code fill_smart_at_once(disk_list& list);
+
 /// Runs smartctl on a disk, whose status says more than whether it worked and is not looked at: a
 /// missing tool leaves every field empty, as does a disk without a plain name, which is logged like
 /// a failed command. Code::ok, Code::command_failed when the output is gone, or Code::smart_unread.

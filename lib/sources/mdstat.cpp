@@ -7,6 +7,21 @@
 
 namespace zav {
 
+namespace {
+
+constexpr std::size_t percent_field = 3;
+
+/// A decimal number such as 12.6 in tenths; what is behind the first decimal does not count.
+std::uint64_t tenths(std::string_view text) {
+    const std::size_t point = text.find('.');
+    const std::string_view fraction =
+        point != std::string_view::npos ? text.substr(point + 1, 1) : "";
+    constexpr std::uint64_t most = 1'000'000'000;
+    return std::min(decimal(text), most) * 10 + decimal(fraction);
+}
+
+} // namespace
+
 std::vector<std::string> parse_mdstat_names(std::string_view mdstat) {
     std::vector<std::string> names;
     LinePieces pieces(mdstat);
@@ -50,7 +65,6 @@ RebuildProgress::RebuildProgress(std::string_view mdstat) {
 }
 
 std::string RebuildProgress::of(std::string_view array) const {
-    constexpr std::size_t percent_field = 3;
     constexpr std::size_t speed_field = 6;
     constexpr std::size_t longest_percent = 31;
     const auto found = progress_lines_.find(array);
@@ -71,6 +85,30 @@ std::string RebuildProgress::of(std::string_view array) const {
     // Whole megabytes: the two decimals are always 00, and readers of the listing expect them.
     const std::uint64_t megabytes = decimal(speed.substr(equals + 1)) >> 10;
     return format_text("%s%%(%.2fMB/s)", done.c_str(), static_cast<double>(megabytes));
+}
+
+std::optional<RebuildDetails> RebuildProgress::details_of(std::string_view array) const {
+    constexpr std::string_view finish_tag = "finish=";
+    constexpr double tenths_of_percent = 1000.0;
+    constexpr std::int64_t seconds_in_tenth_of_minute = 6;
+    const auto found = progress_lines_.find(array);
+    if (found == progress_lines_.end()) {
+        return std::nullopt;
+    }
+    const std::string_view percent = field(found->second, " ", percent_field);
+    if (percent.empty() || !is_digit(percent.front()) || !percent.ends_with('%')) {
+        return std::nullopt;
+    }
+    RebuildDetails details;
+    details.done = std::min(static_cast<double>(tenths(percent)) / tenths_of_percent, 1.0);
+    for (const std::string_view word : split(found->second, " ")) {
+        if (word.starts_with(finish_tag) && word.ends_with("min")) {
+            details.seconds_left =
+                static_cast<std::int64_t>(tenths(word.substr(finish_tag.size()))) *
+                seconds_in_tenth_of_minute;
+        }
+    }
+    return details;
 }
 
 } // namespace zav

@@ -96,6 +96,7 @@ ERRORS_TAIL = r""".SH SEE ALSO
 .BR sharemanage (8),
 .BR vgmanage (8),
 .BR zavbox (8),
+.BR zavinfo (8),
 .BR zavbox\-tools (7)
 """
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // /proc/mdstat: the names of arrays, the progress of rebuilds.
+#include "base/text.h"
 #include "sources/mdstat.h"
 
 #include <gmock/gmock.h>
@@ -201,6 +202,40 @@ TEST(Progress, IsReadFromLinesWithCarriageReturns) {
     EXPECT_EQ(RebuildProgress("md1\r : active\r\n\r\n[>]  recovery = 1.0% (1/2) a speed=1024K\r\n")
                   .of("md1"),
               "1.0%(1.00MB/s)");
+}
+
+// The ratio and the seconds, as text; "none" without them.
+std::string details(const std::string& line) {
+    const auto found = RebuildProgress("md1 : active\n\n" + line + "\n").details_of("md1");
+    return found
+               ? format_text("%.3f %lld", found->done, static_cast<long long>(found->seconds_left))
+               : "none";
+}
+
+TEST(RebuildFigures, AreTheRatioDoneAndTheSecondsLeft) {
+    EXPECT_EQ(details("[=>..]  recovery = 12.6% (3/29) finish=127.5min speed=33440K/sec"),
+              "0.126 7650");
+    EXPECT_EQ(details("[>...]  resync =  0.4% (5/12) finish=3.8min speed=5248K/sec"), "0.004 228");
+    EXPECT_EQ(details("[====]  check = 100.0% (5/5) finish=0.0min speed=1K/sec"), "1.000 0");
+    EXPECT_EQ(details("[>]  recovery = 7% (5/12) finish=3min speed=5248K/sec"), "0.070 180");
+}
+
+TEST(RebuildFigures, HaveNoTimeWhereTheKernelEstimatesNone) {
+    EXPECT_EQ(details("[>]  recovery = 1.0% (1/2)"), "0.010 -1");
+    EXPECT_EQ(details("[>]  recovery = 1.0% (1/2) finish=3hours"), "0.010 -1");
+}
+
+TEST(RebuildFigures, AreNoneOfARebuildThatHasNotBegun) {
+    EXPECT_EQ(details("        resync=DELAYED"), "none");
+    EXPECT_EQ(details("      bitmap: 0/1 pages [0KB], 16384KB chunk"), "none");
+    EXPECT_EQ(details("[>]  recovery = ?% (1/2)"), "none");
+    EXPECT_FALSE(RebuildProgress("").details_of("md1"));
+}
+
+TEST(RebuildFigures, AreBoundedWhateverTheFileSays) {
+    EXPECT_EQ(
+        details("[>]  recovery = 99999999999999999999.9% (1/2) finish=99999999999999999999min"),
+        "1.000 60000000000");
 }
 
 } // namespace
