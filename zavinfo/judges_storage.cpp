@@ -125,7 +125,8 @@ void judge_arrays(Judgement& judgement) {
         case ZAV_ARRAY_DEGRADED:
             judgement.add(Severity::critical, name + " is degraded" + losses_of(array),
                           "Back up what is not backed up. Replace the disk that has failed and add "
-                          "the new one with `mdmanage -a`; a hot spare takes its place by itself.");
+                          "the new one with `mdmanage -a`; a spare of the array takes its place by "
+                          "itself, a disk of the list of hot spares does not.");
             break;
         case ZAV_ARRAY_REBUILDING:
             judgement.add(Severity::warning,

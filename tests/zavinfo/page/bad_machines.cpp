@@ -60,9 +60,8 @@ MadeMachine hostile_machine() {
     machine.group(quotes, {0}, MadeMachine::tib);
     machine.pool(entity, MadeMachine::gib, 0.5);
     for (const std::string& name : {script, quotes, entity, bytes, length}) {
-        const std::string* kept = new std::string(name); // as long as the test program
         zav_share& share = machine.share(name, ZAV_SERVICE_SAMBA);
-        share.comment = share.users = share.path = kept->c_str();
+        share.comment = share.users = share.path = share.name;
     }
     machine.health().host_name = "<script>document.title='taken'</script>";
     machine.health().model = "\"><b>";
