@@ -103,9 +103,10 @@ TEST(PageOnDisk, IsSyncedBeforeItHasItsName) {
     std::string directory = "/tmp/zavinfo.XXXXXX";
     ASSERT_NE(::mkdtemp(directory.data()), nullptr);
     // No process can be traced twice: the sanitizer's look for leaks would be the second tracer.
-    const std::string command = "ASAN_OPTIONS=detect_leaks=0 strace -qq -e trace=fchmod,fsync,rename,unlink -o " + directory +
-                                "/calls " + ZAV_TEST_PAGE_SAMPLES + " " + directory +
-                                " && cut -d'(' -f1 " + directory + "/calls";
+    const std::string command =
+        "ASAN_OPTIONS=detect_leaks=0 strace -qq -e trace=fchmod,fsync,rename,unlink -o " +
+        directory + "/calls " + ZAV_TEST_PAGE_SAMPLES + " " + directory + " && cut -d'(' -f1 " +
+        directory + "/calls";
     std::FILE* reader = ::popen(command.c_str(), "r");
     std::array<char, 4096> buffer = {};
     std::vector<std::string> calls;
