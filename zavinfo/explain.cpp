@@ -20,16 +20,33 @@ constexpr std::array<const char*, 8> commands = {"diskmanage", "disksmart",  "md
                                                  "vgmanage",   "lvmanage",   "fsmanage",
                                                  "netmanage",  "sharemanage"};
 
-CodeInfo code_info(int number) {
-    CodeInfo code{number, zav_error_name(number), zav_strerror(number), zav_error_left(number),
-                  zav_error_advice(number)};
+CodeInfo code_info(int number, const char* command) {
+    zav_error error;
+    zav_error_explain(number, command, &error);
+    return {number, error.name, error.sentence, error.left, error.next, {}};
+}
+
+bool says_the_same(const CodeInfo& one, const CodeInfo& other) {
+    return one.name == other.name && one.sentence == other.sentence && one.left == other.left &&
+           one.next == other.next;
+}
+
+/// What the code is at first, then what else it is to commands.
+void add_code(std::vector<CodeInfo>& codes, int number) {
+    const std::size_t first = codes.size();
+    codes.push_back(code_info(number, nullptr));
     for (const char* command : commands) {
-        const std::string next = zav_error_advice_for(number, command);
-        if (next != code.next) {
-            code.by_command.push_back({command, next});
+        CodeInfo code = code_info(number, command);
+        const auto known = std::find_if(
+            codes.begin() + static_cast<std::ptrdiff_t>(first), codes.end(),
+            [&code](const CodeInfo& candidate) { return says_the_same(candidate, code); });
+        if (known == codes.end()) {
+            code.commands = {command};
+            codes.push_back(std::move(code));
+        } else if (!known->commands.empty()) {
+            known->commands.emplace_back(command);
         }
     }
-    return code;
 }
 
 /// A number without blanks or anything else around it.
@@ -48,13 +65,14 @@ void add_line(std::string& text, std::string_view head, std::string_view line) {
 
 std::string paragraph(const CodeInfo& code) {
     std::string text = std::to_string(code.number) + "  " + code.name + "  (exit status " +
-                       std::to_string(status_of(code.number)) + ")\n";
+                       std::to_string(status_of(code.number)) + ")";
+    for (const std::string& command : code.commands) {
+        text.append(&command == code.commands.data() ? "  of " : ", ").append(command);
+    }
+    text.append("\n");
     add_line(text, "Meaning: ", code.sentence);
     add_line(text, "Left:    ", code.left);
     add_line(text, "Next:    ", code.next);
-    for (const CommandAdvice& advice : code.by_command) {
-        add_line(text, "Next:    ", advice.command + ": " + advice.next);
-    }
     return text;
 }
 
@@ -100,7 +118,7 @@ std::vector<CodeInfo> known_codes() {
     std::vector<CodeInfo> codes;
     for (int number = -1; number > last; --number) {
         if (zav_error_name(number) != unknown) {
-            codes.push_back(code_info(number));
+            add_code(codes, number);
         }
     }
     return codes;

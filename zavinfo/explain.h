@@ -9,22 +9,17 @@
 
 namespace zavinfo {
 
-/// Something to do next that differs for a command.
-struct CommandAdvice {
-    std::string command;
-    std::string next;
-};
-
 struct CodeInfo {
     int number = 0;
     std::string name = {};
     std::string sentence = {};
     std::string left = {};
     std::string next = {};
-    std::vector<CommandAdvice> by_command = {};
+    std::vector<std::string> commands = {}; ///< for which it is so; empty for all others
 };
 
-/// All codes that the library knows.
+/// All codes that the library knows; behind one what it is to the commands for which it is
+/// something else.
 std::vector<CodeInfo> known_codes();
 
 /// What a command that fails with the code ends with.

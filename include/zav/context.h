@@ -68,6 +68,14 @@ const char* zav_error_advice(int code);
  *  number apart. A null or unknown command is as zav_error_advice(). */
 const char* zav_error_advice_for(int code, const char* command);
 
+/**
+ * All texts of a code that `command` returns, in an error as a call would fill it, without an
+ * outside command. A null or unknown command, or one that does not return the code, gets the texts
+ * of zav_strerror() and the others. ZAV_OK, or ZAV_E_INVALID_ARGUMENT for a null error. Runs
+ * nothing, needs no root.
+ */
+int zav_error_explain(int code, const char* command, zav_error* error);
+
 /* ---- Contexts ---- */
 
 /** What a program has asked for: where messages go, how long a command may take. */

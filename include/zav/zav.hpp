@@ -43,11 +43,7 @@ class Error : public std::runtime_error {
   private:
     static zav_error details_of(int code) {
         zav_error details = {};
-        details.code = code;
-        details.name = zav_error_name(code);
-        details.sentence = zav_strerror(code);
-        details.left = zav_error_left(code);
-        details.next = zav_error_advice(code);
+        zav_error_explain(code, nullptr, &details);
         return details;
     }
 

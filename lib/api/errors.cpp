@@ -29,30 +29,32 @@ constexpr std::array<OwnCode, 3> own_codes = {{
      "Mend the program: its call is wrong."},
 }};
 
-OwnCode find_code(int code) {
+/// As `command` returns it, unless that is null.
+OwnCode find_code(int code, const char* command = nullptr) {
     const auto* own = std::ranges::find(own_codes, code, &OwnCode::number);
     if (own != own_codes.end()) {
         return *own;
     }
-    const auto table = code_table();
-    const auto row = std::ranges::find_if(
-        table, [code](const CodeRow& candidate) { return number_of(candidate.code) == code; });
-    return row != table.end()
-               ? OwnCode{code, row->name, row->meaning, code_left(code), code_next(code)}
-               : OwnCode{code, "unknown", "unknown code", "", ""};
+    const CodeAdvice* row = find_code_advice(code, command != nullptr ? command : "");
+    return row != nullptr ? OwnCode{code, row->name, row->meaning, row->left, row->next}
+                          : OwnCode{code, "unknown", "unknown code", "", ""};
+}
+
+zav_error error_of(const OwnCode& known) {
+    zav_error error = {};
+    error.code = known.number;
+    error.name = known.name;
+    error.sentence = known.meaning;
+    error.left = known.left;
+    error.next = known.next;
+    return error;
 }
 
 } // namespace
 
 int set_error(zav_error* error, int code) noexcept {
     if (error != nullptr) {
-        const OwnCode known = find_code(code);
-        *error = {};
-        error->code = code;
-        error->name = known.name;
-        error->sentence = known.meaning;
-        error->left = known.left;
-        error->next = known.next;
+        *error = error_of(find_code(code));
     }
     return code;
 }
@@ -93,6 +95,13 @@ const char* zav_error_advice(int code) {
 }
 
 const char* zav_error_advice_for(int code, const char* command) {
-    const CodeAdvice* advice = command != nullptr ? find_code_advice(code, command) : nullptr;
-    return advice != nullptr ? advice->next : zav_error_advice(code);
+    return find_code(code, command).next;
+}
+
+int zav_error_explain(int code, const char* command, zav_error* error) {
+    if (error == nullptr) {
+        return ZAV_E_INVALID_ARGUMENT;
+    }
+    *error = error_of(find_code(code, command));
+    return ZAV_OK;
 }

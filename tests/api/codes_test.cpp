@@ -79,6 +79,23 @@ TEST(CodesOfTheInterface, SayWhatToDoAfterACommand) {
     EXPECT_STREQ(zav_error_advice_for(ZAV_OK, "sharemanage"), "");
 }
 
+TEST(CodesOfTheInterface, AreExplainedAsACommandReturnsThem) {
+    zav_error error;
+    EXPECT_EQ(zav_error_explain(-509, "sharemanage", &error), ZAV_OK);
+    EXPECT_EQ(error.code, -509);
+    EXPECT_STREQ(error.name, "share_not_repaired");
+    EXPECT_STREQ(error.sentence, "the share could not be repaired");
+    EXPECT_STREQ(error.left, code_left(-509, "sharemanage"));
+    EXPECT_STREQ(error.next, code_next(-509, "sharemanage"));
+    EXPECT_STREQ(error.command, "");
+    EXPECT_EQ(zav_error_explain(-509, nullptr, &error), ZAV_OK);
+    EXPECT_STREQ(error.name, zav_error_name(-509));
+    EXPECT_STREQ(error.left, zav_error_left(-509));
+    EXPECT_EQ(zav_error_explain(-99999, "sharemanage", &error), ZAV_OK);
+    EXPECT_STREQ(error.name, "unknown");
+    EXPECT_EQ(zav_error_explain(-509, nullptr, nullptr), ZAV_E_INVALID_ARGUMENT);
+}
+
 TEST(ErrorsOfCalls, SayWhatIsLeftAndWhatToDo) {
     zav_error error;
     EXPECT_EQ(zav_snapshot_take(nullptr, ZAV_ALL, &error), nullptr);

@@ -22,8 +22,8 @@ std::string share_path(std::string_view type, const char* group, const char* nam
 /// group's name can be in no command; the last two are logged. Of several groups with a pool of
 /// that name it is the one that `path` names, else the one that the register of mounts has for that
 /// path or the share's place below the home of the FTP users. Code::no_such_group, logged with the
-/// groups, when neither tells; Code::pool_output_unread; Code::pool_tool_failed when the tool failed
-/// without listing the pool.
+/// groups, when neither tells; Code::pool_output_unread; Code::pool_tool_failed when the tool
+/// failed without listing the pool.
 Result<GroupName> find_pool_group(const char* pool, std::string_view path, Sink& out);
 
 /// The same by LVM's list and its backups together, for a pool that is to be mounted; the only one
