@@ -39,7 +39,8 @@
  * Nothing asks for confirmation. Read the WARNINGS of the command's manual page.
  *
  * Names of arrays, groups, pools, shares and labels are 1 to 32 letters, digits, "_" and "-". A
- * disk is given by its channel, as zav_disk has it, and its device: null is the main controller.
+ * disk is given by its channel, as zav_disk has it, and its device: null is the main controller's,
+ * "0".
  */
 #pragma once
 
@@ -105,7 +106,7 @@ typedef struct zav_array_create_args {
     const char* name; /**< md and a number */
     zav_raid_level level;
     const char* channels; /**< separated by commas */
-    const char* device;   /**< of all channels */
+    const char* device;   /**< of all channels; must be given */
     int in_foreground;    /**< whether mdadm is to initialise the array before it ends */
 } zav_array_create_args;
 
