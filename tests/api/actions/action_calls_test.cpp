@@ -207,14 +207,16 @@ TEST(ActionCalls, OfSeveralThreadsRunOneAfterAnother) {
         .does("/.harness/busybox mkdir /etc/running || echo both > /etc/overlap; "
               "/.harness/busybox sleep 1; /.harness/busybox rmdir /etc/running");
     const Result run = machine.operation([] {
-        const auto create = [](int& code) {
+        const auto create = [](const char* name, int& code) {
+            zav_pool_create_args args = films();
+            args.name = name; // a name is locked, too
             zav_ctx* ctx = zav_ctx_new();
-            code = create_films(ctx, nullptr);
+            code = zav_pool_create(ctx, &args, nullptr);
             zav_ctx_free(ctx);
         };
         int codes[2] = {-1, -1};
-        std::thread other(create, std::ref(codes[0]));
-        create(codes[1]);
+        std::thread other(create, "films", std::ref(codes[0]));
+        create("music", codes[1]);
         other.join();
         EXPECT_THAT(codes, ElementsAre(ZAV_OK, ZAV_OK));
     });
