@@ -156,8 +156,15 @@ TEST_F(Zavinfo, EndsACommandThatTakesTooLong) {
 }
 
 TEST_F(Zavinfo, Watches) {
-    auto watching = machine.start({"--watch=1"}, with_program({.ends_by_signal = true}));
-    std::this_thread::sleep_for(std::chrono::milliseconds(3500));
+    // The third reading begins when two have been printed.
+    machine.tool("/usr/bin/vmstat")
+        .any()
+        .does("if [ -e /var/2 ]; then touch /var/3; elif [ -e "
+              "/var/1 ]; then touch /var/2; else touch /var/1; fi");
+    auto watching = machine.start(
+        {"--watch=1"},
+        with_program({.ends_by_signal = true, .time_limit = std::chrono::seconds(100)}));
+    ASSERT_TRUE(machine.appears("/var/3", std::chrono::seconds(60)));
     watching.signal(SIGINT);
     const Result result = watching.wait();
     EXPECT_EQ(result.signal, SIGINT);
@@ -184,8 +191,11 @@ TEST_F(Zavinfo, EndsWhenItIsInterruptedWhileACommandRuns) {
 TEST_F(Zavinfo, Explains) {
     const Result result = run({"--explain", "-411"});
     EXPECT_EQ(result.exit_status, 0);
-    EXPECT_THAT(result.out, StartsWith("-411  array_details_unread  (exit status 101)\n  Meaning: "
-                                       "mdadm does not tell the array's details\n"));
+    EXPECT_THAT(result.out, StartsWith("-411  array_details_unread  (exit status 101)\n"
+                                       "  Meaning: the array runs, "));
+    EXPECT_THAT(result.out, HasSubstr("\n  Left:    The array has not been stopped.\n  Next:    "));
+    EXPECT_THAT(result.out,
+                HasSubstr("\n\n-411  array_details_unread  (exit status 101)  of mdmanage\n"));
     EXPECT_THAT(run({"--explain", "101"}).out, HasSubstr("exit status 101 stands for\n\n-411  "));
     EXPECT_THAT(run({"--explain", "array_details_unread"}).out, StartsWith("-411  "));
     const Result unknown = run({"--explain", "300"});
