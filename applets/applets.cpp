@@ -1,15 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "applets/applets.h"
 
-#include "actions/filesystems/mount_register.h"
-#include "actions/shares/files.h"
-#include "actions/shares/ftp_users.h"
+#include "actions/commands/interrupted.h"
 #include "applets/standard_output.h"
 #include "base/text.h"
 #include "base/version.h"
-#include "sources/mdfstab.h"
-#include "sources/netfstab.h"
-#include "sources/vsftpd_conf.h"
 
 #include <algorithm>
 #include <array>
@@ -40,15 +35,6 @@ const Applet* find_applet(const char* name) {
     const auto* found = std::ranges::find_if(
         table, [name](const Applet& applet) { return std::strcmp(applet.name, name) == 0; });
     return found != table.end() ? &found->get() : nullptr;
-}
-
-/// Whatever the command is: other programs read these files, and know nothing of journals.
-void finish_interrupted_changes() {
-    finish_account_change();
-    finish_register_change(mdfstab_path);
-    finish_register_change(netfstab_path);
-    finish_register_change(vsftpd_conf_path);
-    finish_share_change();
 }
 
 /// The first one stands in for an unknown applet.
@@ -84,7 +70,7 @@ void applet_run(const char* name, int argc, char** argv) {
     if (argc == 2 && std::strcmp(argv[1], "--help") == 0) {
         applet_usage_show();
     }
-    finish_interrupted_changes();
+    commands::finish_interrupted_changes();
     end_run(current_applet->main(argc, argv));
 }
 
@@ -101,9 +87,14 @@ void applet_usage_show() {
 }
 
 int fail_command(Code code, LogSite site) {
-    log_failure(code, site);
-    std::printf("for errno '%d'\n", number_of(code));
-    return number_of(code);
+    return end_command(log_return(code, site));
+}
+
+int end_command(Code result) {
+    if (failed(result)) {
+        std::printf("for errno '%d'\n", number_of(result));
+    }
+    return number_of(result);
 }
 
 } // namespace zav

@@ -67,4 +67,7 @@ std::string usage_page(const char* name, const char* usage);
 /// "for errno '%d'", and returns its number.
 int fail_command(Code code, LogSite site = LogSite::here());
 
+/// The same for a code that is in the log already; 0, and nothing is printed, for Code::ok.
+int end_command(Code result);
+
 } // namespace zav

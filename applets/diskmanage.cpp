@@ -2,7 +2,7 @@
 // diskmanage: lists disks, makes them hot spares and back, clears them.
 #include "applets/diskmanage.h"
 
-#include "actions/disks/management.h"
+#include "actions/commands/disks.h"
 #include "applets/applet_table.h"
 #include "applets/skeleton.h"
 #include "applets/standard_output.h"
@@ -60,10 +60,8 @@ constexpr AppletTable table = {
 constexpr std::uint32_t add_bit = option_bit(options, 'a');
 constexpr std::uint32_t remove_bit = option_bit(options, 'r');
 
-struct Arguments {
+struct Arguments : commands::DiskArguments {
     std::uint32_t mode = 0;
-    const char* channel = nullptr;
-    const char* device = disk_device::main_controller;
 };
 
 // Support knows the failures by these numbers.
@@ -71,14 +69,7 @@ constexpr Fail fail("diskmanage_main");
 constexpr End end(fail);
 
 int init(const Arguments& arguments) {
-    if (failed(check_name8(arguments.device))) {
-        return fail(Code::bad_device, 695);
-    }
-    if (failed(check_number_list(arguments.channel))) {
-        return fail(Code::bad_channel, 710);
-    }
-    return end(zav_disk_init(decimal_int(arguments.channel), arguments.device, standard_output()),
-               723);
+    return end_command(commands::initialize_disk(arguments, standard_output()));
 }
 
 /// Prints the disk listing: all disks, or with a channel of 1 or more that one. Code::ok,
@@ -115,15 +106,8 @@ HotspareMode hotspare_mode(std::uint32_t mode) {
 }
 
 int set_hotspare(const Arguments& arguments) {
-    if (failed(check_name8(arguments.device))) {
-        return fail(Code::bad_device, 791);
-    }
-    if (failed(check_number_list(arguments.channel))) {
-        return fail(Code::bad_channel, 815);
-    }
-    return end(zav_set_hotspare(decimal_int(arguments.channel), hotspare_mode(arguments.mode),
-                                arguments.device, standard_output()),
-               828);
+    return end_command(
+        commands::set_hotspare(arguments, hotspare_mode(arguments.mode), standard_output()));
 }
 
 constexpr Action<Arguments> actions[] = {

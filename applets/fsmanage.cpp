@@ -1,23 +1,13 @@
 // SPDX-License-Identifier: MIT
 // fsmanage: lists, creates, deletes and repairs file systems on pools of their own.
-#include "actions/filesystems/filesystems.h"
-#include "actions/filesystems/mount_register.h"
+#include "actions/commands/filesystems.h"
 #include "actions/filesystems/status.h"
-#include "actions/groups/recovery.h"
-#include "actions/pools/pools.h"
 #include "applets/applet_table.h"
 #include "applets/skeleton.h"
 #include "applets/standard_output.h"
 #include "applets/tables.h"
-#include "base/checks.h"
 #include "base/codes.h"
-#include "base/text.h"
 #include "inventory/filesystems.h"
-#include "inventory/netdisks.h"
-#include "inventory/pools.h"
-#include "sources/mdfstab.h"
-
-#include <string>
 
 namespace zav {
 
@@ -57,117 +47,18 @@ constexpr AppletTable table = {
     .help_order = "nsg",
 };
 
-struct Arguments {
-    const char* name = nullptr;
-    const char* size = nullptr;
-    const char* group = nullptr;
-};
-
-constexpr Fail fail("fsmanage_main");
-constexpr End end(fail);
-
-std::string mount_point(const Arguments& arguments) {
-    return format_text("/mnt/%s/%s", arguments.group, arguments.name);
-}
-
-/// Makes the pool under the lock of its name. Code::ok or the code that the command fails with.
-Code create_pool(const Arguments& arguments, SystemLock& name) {
-    const Code result = pool_create_to_format(
-        arguments.name, arguments.group, Gib{decimal(arguments.size)}, name, standard_output());
-    if (result != Code::command_failed) {
-        return result;
-    }
-    // The opposite of lvmanage: after a failed lvcreate the command goes on only when there is no
-    // pool, and fails when it makes the file system. What an existing pool holds is not
-    // overwritten: it has to be known that there is none.
-    return is_known_absent(arguments.group, arguments.name, standard_output())
-               ? Code::ok
-               : Code::pool_not_created;
-}
-
-/// Whether a register has the name, or the mount point for another pool, or that cannot be told.
-bool is_name_taken(const Arguments& arguments) {
-    return mdfstab_has(arguments.name) != Presence::absent ||
-           netfs_label_used(arguments.name) == Presence::present ||
-           register_has_mount_point(mdfstab_path, mount_point(arguments)) != Presence::absent;
-}
+using Arguments = commands::PoolArguments;
 
 int create(const Arguments& arguments) {
-    if (failed(check_name32(arguments.name)) || failed(check_name32(arguments.group))) {
-        return fail(Code::bad_group_name);
-    }
-    if (failed(check_number8(arguments.size))) {
-        return fail(Code::bad_size);
-    }
-    if (is_name_taken(arguments)) {
-        return fail(Code::pool_name_taken);
-    }
-    SystemLock name;
-    if (const Code result = create_pool(arguments, name); failed(result)) {
-        return fail(result);
-    }
-    if (failed(fs_make(arguments.name, arguments.group))) {
-        return fail(Code::fs_not_made);
-    }
-    const std::string mntpoint = mount_point(arguments);
-    const Code registered = mdfstab_add(mntpoint.c_str(), arguments.group, arguments.name);
-    ignore(mntdir_create(mntpoint.c_str()));
-    if (failed(fs_mount(mntpoint.c_str(), arguments.group, arguments.name))) {
-        return fail(Code::fs_not_mounted);
-    }
-    // One that is not registered would be gone after the next start of the system.
-    return is_registered(registered) ? 0 : fail(registered);
-}
-
-/// Removes the pool. What is still listed after a failure counts as removed, what is gone does not:
-/// the other way round than lvmanage, and front ends rely on it.
-int remove_pool(const Arguments& arguments, const char* group) {
-    const Code result = pool_remove_if_any(arguments.name, group, standard_output());
-    if (!failed(result)) {
-        return 0;
-    }
-    if (result != Code::command_failed) {
-        return fail(result);
-    }
-    return check_lvdisplay(group, arguments.name, standard_output()) == Presence::present
-               ? 0
-               : fail(Code::pool_not_removed);
+    return end_command(commands::create_filesystem(arguments, standard_output()));
 }
 
 int delete_named(const Arguments& arguments) {
-    if (failed(check_name32(arguments.name)) || failed(check_name32(arguments.group))) {
-        return fail(Code::bad_group_name);
-    }
-    if (const Presence registered = mdfstab_has(arguments.name); registered != Presence::present) {
-        if (registered == Presence::unknown && !is_register_missing(mdfstab_path)) {
-            return fail(Code::register_unread); // the pool may be registered
-        }
-        log_failure(static_cast<Code>(registered), LogSite::here("fsmanage_main"));
-        return 0;
-    }
-    const std::string mntpoint = mount_point(arguments);
-    // LVM's backups know the pool's group better than the command line.
-    GroupName group;
-    if (const Code result = handle_abnorm_raid(arguments.name, group, standard_output());
-        failed(result)) {
-        return fail(result);
-    }
-    if (failed(check_umount(arguments.name, standard_output()))) {
-        return fail(Code::fs_not_unmounted);
-    }
-    ignore(mntdir_remove(mntpoint.c_str()));
-    ignore(mdfstab_remove(mntpoint.c_str()));
-    return group.empty() ? 0 : remove_pool(arguments, group.c_str());
+    return end_command(commands::remove_filesystem(arguments, standard_output()));
 }
 
 int repair(const Arguments& arguments) {
-    if (failed(check_name32(arguments.name))) {
-        return fail(Code::bad_pool_name);
-    }
-    if (failed(check_name32(arguments.group))) {
-        return fail(Code::bad_group_name);
-    }
-    return end(repair_kor_fs(arguments.name, arguments.group, standard_output()));
+    return end_command(commands::repair_filesystem(arguments, standard_output()));
 }
 
 int display(const Arguments& /*arguments*/) {

@@ -2,8 +2,7 @@
 // lvmanage: lists, creates and deletes pools without file systems.
 #include "applets/lvmanage.h"
 
-#include "actions/groups/recovery.h"
-#include "actions/pools/pools.h"
+#include "actions/commands/pools.h"
 #include "applets/applet_table.h"
 #include "applets/skeleton.h"
 #include "applets/standard_output.h"
@@ -52,37 +51,12 @@ constexpr AppletTable table = {
     .help_order = "nL",
 };
 
-struct Arguments {
-    const char* name = nullptr;
-    const char* size = nullptr;
-    const char* group = nullptr;
-};
+using Arguments = commands::PoolArguments;
 
 constexpr Fail fail("lvmanage_main");
-constexpr End end(fail);
 
 int create(const Arguments& arguments) {
-    if (failed(check_name32(arguments.name))) {
-        return fail(Code::bad_pool_name);
-    }
-    if (failed(check_number8(arguments.size))) {
-        return fail(Code::bad_size);
-    }
-    if (failed(check_name32(arguments.group))) {
-        return fail(Code::bad_group_name);
-    }
-    if (check_lvname(arguments.name, standard_output()) == Presence::present) {
-        return fail(Code::pool_name_taken);
-    }
-    const Code result = pool_create(arguments.name, arguments.group, Gib{decimal(arguments.size)},
-                                    standard_output());
-    if (result != Code::command_failed) {
-        return end(result);
-    }
-    // LVM may have failed after the pool was there.
-    return check_lvdisplay(arguments.group, arguments.name, standard_output()) == Presence::present
-               ? 0
-               : fail(Code::pool_not_created);
+    return end_command(commands::create_pool(arguments, standard_output()));
 }
 
 void show(const pool_list& pools) {
@@ -112,23 +86,7 @@ int display(const Arguments& arguments) {
 }
 
 int delete_named(const Arguments& arguments) {
-    if (failed(check_name32(arguments.name))) {
-        return fail(Code::bad_pool_name);
-    }
-    if (failed(check_name32(arguments.group))) {
-        return fail(Code::bad_group_name);
-    }
-    if (const Code result = vg_raid_resume(arguments.group, standard_output()); failed(result)) {
-        return fail(result);
-    }
-    const Code result = pool_remove(arguments.name, arguments.group, standard_output());
-    if (result != Code::command_failed) {
-        return end(result);
-    }
-    // LVM may have failed after the pool was gone.
-    return is_known_gone(arguments.group, arguments.name, standard_output())
-               ? 0
-               : fail(Code::pool_not_removed);
+    return end_command(commands::remove_pool(arguments, standard_output()));
 }
 
 constexpr Action<Arguments> actions[] = {

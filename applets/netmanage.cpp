@@ -1,16 +1,14 @@
 // SPDX-License-Identifier: MIT
 // netmanage: lists, creates, deletes and repairs network disks.
+#include "actions/commands/netdisks.h"
 #include "actions/filesystems/status.h"
-#include "actions/netdisks/netdisks.h"
 #include "applets/applet_table.h"
 #include "applets/skeleton.h"
 #include "applets/standard_output.h"
 #include "applets/tables.h"
-#include "base/checks.h"
 #include "base/codes.h"
 #include "inventory/filesystems.h"
 #include "inventory/netdisks.h"
-#include "sources/netfstab.h"
 
 namespace zav {
 
@@ -49,48 +47,18 @@ constexpr AppletTable table = {
     .help_order = "ng",
 };
 
-struct Arguments {
-    const char* label = nullptr;
-    const char* device = nullptr;
-};
-
-constexpr Fail fail("netmanage_main");
-constexpr End end(fail);
+using Arguments = commands::NewNetdiskArguments;
 
 int create(const Arguments& arguments) {
-    if (failed(check_name32(arguments.label)) || failed(check_name32(arguments.device))) {
-        return fail(Code::bad_group_name);
-    }
-    // What cannot be looked up counts as taken.
-    if (netfs_label_used(arguments.label) != Presence::absent ||
-        mdfstab_has(arguments.label) != Presence::absent ||
-        register_has_mount_point(netfstab_path, netfs_mount_point(arguments.label)) !=
-            Presence::absent) {
-        return fail(Code::pool_name_taken);
-    }
-    return end(create_netfs(arguments.label, arguments.device));
+    return end_command(commands::create_netdisk(arguments));
 }
 
 int delete_labelled(const Arguments& arguments) {
-    if (failed(check_name32(arguments.label))) {
-        return fail(Code::bad_group_name);
-    }
-    if (const Presence registered = netfs_label_used(arguments.label);
-        registered != Presence::present) {
-        if (registered == Presence::unknown && !is_register_missing(netfstab_path)) {
-            return fail(Code::register_unread); // the disk may be registered
-        }
-        log_failure(static_cast<Code>(registered), LogSite::here("netmanage_main"));
-        return 0;
-    }
-    return end(delete_netfs(arguments.label, standard_output()));
+    return end_command(commands::remove_netdisk(arguments.label, standard_output()));
 }
 
 int repair(const Arguments& arguments) {
-    if (failed(check_name32(arguments.label))) {
-        return fail(Code::bad_pool_name);
-    }
-    return end(repair_kor_netfs(arguments.label, standard_output()));
+    return end_command(commands::repair_netdisk(arguments.label, standard_output()));
 }
 
 int display(const Arguments& /*arguments*/) {
@@ -111,7 +79,7 @@ constexpr Action<Arguments> actions[] = {
 int netmanage_main(int argc, char** argv) {
     Arguments arguments;
     const std::uint32_t mode =
-        zav_getopt(argc, argv, netmanage_applet.options, {&arguments.label, &arguments.device});
+        zav_getopt(argc, argv, netmanage_applet.options, {&arguments.label, &arguments.disk});
     return run_action(actions, mode, arguments);
 }
 

@@ -1,19 +1,15 @@
 // SPDX-License-Identifier: MIT
 // vgmanage: lists, creates and deletes volume groups.
-#include "actions/groups/groups.h"
-#include "actions/groups/recovery.h"
+#include "actions/commands/groups.h"
 #include "applets/applet_table.h"
 #include "applets/skeleton.h"
 #include "applets/standard_output.h"
 #include "base/checks.h"
 #include "base/codes.h"
-#include "base/text.h"
 #include "inventory/groups.h"
-#include "records/disk.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <memory>
 #include <string>
 
 namespace zav {
@@ -52,45 +48,15 @@ constexpr AppletTable table = {
     .help_order = "dnc",
 };
 
-struct Arguments {
-    const char* name = nullptr;
-    const char* volumes = nullptr;
-    const char* device = nullptr;
-};
+using Arguments = commands::NewGroupArguments;
 
 constexpr Fail fail("vgmanage_main");
-constexpr End end(fail);
-
-void fill_group(const Arguments& arguments, vginfo& group) {
-    group.name = arguments.name;
-    group.device = arguments.device != nullptr ? arguments.device : disk_device::main_controller;
-    for (const std::string_view name : split(arguments.volumes, ",")) {
-        pvinfo& volume = group.physical_volumes.append();
-        volume.name = name;
-        volume.device = group.device;
-    }
-}
 
 int create(const Arguments& arguments) {
-    if (failed(check_name32(arguments.name))) {
-        return fail(Code::bad_group_name);
-    }
-    if (failed(check_name_list(arguments.volumes))) {
-        return fail(Code::bad_volume_list);
-    }
-    if (arguments.device != nullptr && failed(check_name8(arguments.device))) {
-        return fail(Code::bad_device);
-    }
-    vginfo group;
-    fill_group(arguments, group);
-    const Code result = create_group(group, standard_output());
-    if (result != Code::command_failed) {
-        return end(result);
-    }
-    if (check_vgdisplay(arguments.name, standard_output()) != Presence::present) {
-        fail(Code::group_not_created);
-    }
-    return 0; // the output alone tells of the failure: front ends rely on the status
+    const Code result = commands::create_group(arguments, standard_output());
+    const int status = end_command(result);
+    // The output alone tells of that failure: front ends rely on the status.
+    return result == Code::group_not_created ? 0 : status;
 }
 
 void show_group(const vginfo& group) {
@@ -128,33 +94,7 @@ int display(const Arguments& arguments) {
 }
 
 int delete_named(const Arguments& arguments) {
-    if (failed(check_name32(arguments.name))) {
-        return fail(Code::bad_group_name);
-    }
-    if (failed(vg_raid_resume(arguments.name, standard_output()))) {
-        return fail(Code::group_not_deleted);
-    }
-    vginfo_list groups;
-    const vginfo* group = nullptr;
-    if (const Code result = find_group_to_delete(arguments.name, groups, group, standard_output());
-        failed(result)) {
-        // The tool that lists the groups failed: the group is still there.
-        return fail(result == Code::command_failed ? Code::group_not_deleted : result);
-    }
-    const Code result = remove_group(*group, standard_output());
-    if (result != Code::command_failed) {
-        return end(result);
-    }
-    // LVM may have failed after the group was gone.
-    switch (check_removed_group(arguments.name, standard_output())) {
-    case Presence::absent:
-        return 0;
-    case Presence::present:
-        return fail(Code::group_not_deleted);
-    case Presence::unknown:
-        break;
-    }
-    return fail(Code::group_output_unread);
+    return end_command(commands::remove_group(arguments.name, standard_output()));
 }
 
 constexpr Action<Arguments> actions[] = {

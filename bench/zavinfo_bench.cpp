@@ -65,8 +65,9 @@ void furnish_health(Machine& machine) {
 
 /// The commands of one run, which must tell everything.
 Commands record_commands(Machine& machine, int shares) {
-    const test::Result result =
-        machine.run({"--json"}, {.argv0 = "zavinfo", .program = zavinfo.front()});
+    const test::Result result = machine.run(
+        {"--json"},
+        {.argv0 = "zavinfo", .program = zavinfo.front(), .time_limit = std::chrono::minutes(5)});
     const std::string last = format_text("\"share%d\"", shares - 1);
     if (result.exit_status != 0 || result.out.find(last) == std::string::npos) {
         throw std::runtime_error("zavinfo does not tell everything:\n" + result.err +

@@ -113,7 +113,7 @@ std::string explain_number(int number, bool is_signed, const std::vector<CodeInf
 } // namespace
 
 std::vector<CodeInfo> known_codes() {
-    constexpr int last = -20000; // far behind the last one
+    constexpr int last = -12100; // behind the last one
     const std::string unknown = zav_error_name(last);
     std::vector<CodeInfo> codes;
     for (int number = -1; number > last; --number) {

@@ -182,8 +182,11 @@ typedef enum zav_code {
     ZAV_E_GROUP_MODEL_UNREAD = -11001,
 
     /* Of this interface alone. */
-    ZAV_E_NO_MEMORY = -12000,       /**< there is not enough memory */
-    ZAV_E_INVALID_ARGUMENT = -12001 /**< a pointer is null, or a value is none of its enumeration */
+    ZAV_E_NO_MEMORY = -12000, /**< there is not enough memory */
+    /** a pointer is null, a value is none of its enumeration, or a callback calls */
+    ZAV_E_INVALID_ARGUMENT = -12001,
+    /** a command failed, and an array of that name is there */
+    ZAV_E_ARRAY_MADE_WITH_ERROR = -12002
 } zav_code;
 
 #ifdef __cplusplus

@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: MIT */
 /**
  * \file
- * The appliance's storage, for programs: what there is (zav/snapshot.h), and what went wrong.
- * C99, and C++ too.
+ * The appliance's storage, for programs: what there is (zav/snapshot.h), what changes it
+ * (zav/actions.h), and what went wrong. C99, and C++ too.
  *
  * A program makes a context, asks, and frees what it got:
  *
@@ -29,6 +29,7 @@
  */
 #pragma once
 
+#include "zav/actions.h"
 #include "zav/codes.h"
 #include "zav/context.h"
 #include "zav/snapshot.h"

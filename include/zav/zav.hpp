@@ -201,6 +201,99 @@ class Snapshot {
     std::unique_ptr<zav_snapshot, Free> snapshot_;
 };
 
+// The actions of zav/actions.h, whose arguments' struct_size need not be set: they return when the
+// action has worked, and throw Error, or std::bad_alloc for ZAV_E_NO_MEMORY, when it has not.
+//
+//     zav_pool_create_args films{};
+//     films.name = "films";
+//     films.group = "data";
+//     films.size_gib = 100;
+//     zav::pool_create(context, films);
+
+template <class Arguments>
+void act(int (*action)(zav_ctx*, const Arguments*, zav_error*), const Context& context,
+         Arguments arguments) {
+    arguments.struct_size = sizeof arguments;
+    zav_error error = {};
+    const int code = action(context.get(), &arguments, &error);
+    if (code == ZAV_E_NO_MEMORY) {
+        throw std::bad_alloc();
+    }
+    if (code != ZAV_OK) {
+        throw Error(error);
+    }
+}
+
+inline void disk_init(const Context& context, const zav_disk_init_args& arguments) {
+    act(zav_disk_init, context, arguments);
+}
+inline void hotspare_add(const Context& context, const zav_hotspare_add_args& arguments) {
+    act(zav_hotspare_add, context, arguments);
+}
+inline void hotspare_remove(const Context& context, const zav_hotspare_remove_args& arguments) {
+    act(zav_hotspare_remove, context, arguments);
+}
+inline void array_create(const Context& context, const zav_array_create_args& arguments) {
+    act(zav_array_create, context, arguments);
+}
+inline void array_delete(const Context& context, const zav_array_delete_args& arguments) {
+    act(zav_array_delete, context, arguments);
+}
+inline void array_recover(const Context& context, const zav_array_recover_args& arguments) {
+    act(zav_array_recover, context, arguments);
+}
+inline void array_add_disk(const Context& context, const zav_array_add_disk_args& arguments) {
+    act(zav_array_add_disk, context, arguments);
+}
+inline void array_remove_disk(const Context& context, const zav_array_remove_disk_args& arguments) {
+    act(zav_array_remove_disk, context, arguments);
+}
+inline void group_create(const Context& context, const zav_group_create_args& arguments) {
+    act(zav_group_create, context, arguments);
+}
+inline void group_delete(const Context& context, const zav_group_delete_args& arguments) {
+    act(zav_group_delete, context, arguments);
+}
+inline void pool_create(const Context& context, const zav_pool_create_args& arguments) {
+    act(zav_pool_create, context, arguments);
+}
+inline void pool_delete(const Context& context, const zav_pool_delete_args& arguments) {
+    act(zav_pool_delete, context, arguments);
+}
+inline void fs_create(const Context& context, const zav_fs_create_args& arguments) {
+    act(zav_fs_create, context, arguments);
+}
+inline void fs_delete(const Context& context, const zav_fs_delete_args& arguments) {
+    act(zav_fs_delete, context, arguments);
+}
+inline void fs_repair(const Context& context, const zav_fs_repair_args& arguments) {
+    act(zav_fs_repair, context, arguments);
+}
+inline void netdisk_create(const Context& context, const zav_netdisk_create_args& arguments) {
+    act(zav_netdisk_create, context, arguments);
+}
+inline void netdisk_delete(const Context& context, const zav_netdisk_delete_args& arguments) {
+    act(zav_netdisk_delete, context, arguments);
+}
+inline void netdisk_repair(const Context& context, const zav_netdisk_repair_args& arguments) {
+    act(zav_netdisk_repair, context, arguments);
+}
+inline void share_create(const Context& context, const zav_share_create_args& arguments) {
+    act(zav_share_create, context, arguments);
+}
+inline void share_delete(const Context& context, const zav_share_delete_args& arguments) {
+    act(zav_share_delete, context, arguments);
+}
+inline void share_edit(const Context& context, const zav_share_edit_args& arguments) {
+    act(zav_share_edit, context, arguments);
+}
+inline void share_repair(const Context& context, const zav_share_repair_args& arguments) {
+    act(zav_share_repair, context, arguments);
+}
+inline void share_restore(const Context& context, const zav_share_restore_args& arguments) {
+    act(zav_share_restore, context, arguments);
+}
+
 // A state as a text that does not change between versions.
 inline std::string_view name(zav_disk_state state) {
     return zav_disk_state_name(state);

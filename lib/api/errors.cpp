@@ -20,13 +20,17 @@ struct OwnCode {
 };
 
 /// Codes that no command ends with.
-constexpr std::array<OwnCode, 3> own_codes = {{
+constexpr std::array<OwnCode, 4> own_codes = {{
     {ZAV_OK, "ok", "", "", ""},
     {ZAV_E_NO_MEMORY, "no_memory", "there is not enough memory", "Nothing has changed.",
      "Free memory, or raise the program's limit, and call again."},
     {ZAV_E_INVALID_ARGUMENT, "invalid_argument",
-     "a pointer is null, or a value is none of its enumeration", "Nothing has changed.",
-     "Mend the program: its call is wrong."},
+     "a pointer is null, a value is none of its enumeration, or a callback calls",
+     "Nothing has changed.", "Mend the program: its call is wrong."},
+    {ZAV_E_ARRAY_MADE_WITH_ERROR, "array_made_with_error",
+     "a command failed, and an array of that name is there",
+     "An array of that name; whether all of its disks are in it is not known.",
+     "See 'zavbox mdmanage --display' and 'mdadm -D' for its state, and the log for the command."},
 }};
 
 /// As `command` returns it, unless that is null.
@@ -59,9 +63,9 @@ int set_error(zav_error* error, int code) noexcept {
     return code;
 }
 
-int set_error(zav_error* error, int code, const Session& session) noexcept {
-    set_error(error, code);
+int set_error(zav_error* error, int code, const Session& session, const char* command) noexcept {
     if (error != nullptr) {
+        *error = error_of(find_code(code, command));
         const FailedCommand& failure = session.last_failure();
         copy_bounded(error->command, sizeof error->command, failure.command.c_str());
         error->command_status = number_of(failure.status);

@@ -52,9 +52,11 @@ const CodeAdvice* find_code_advice(int number, std::string_view command) {
     const auto is_of_command = [number, command](const CodeAdvice& row) {
         return number_of(row.code) == number && names_command(row.used_by, command);
     };
-    if (const auto* row = std::ranges::find_if(advice_rows, is_of_command);
-        row != std::end(advice_rows)) {
-        return row;
+    if (!command.empty()) {
+        if (const auto* row = std::ranges::find_if(advice_rows, is_of_command);
+            row != std::end(advice_rows)) {
+            return row;
+        }
     }
     const auto has_number = [number](const CodeAdvice& row) {
         return number_of(row.code) == number;

@@ -16,6 +16,7 @@
 #include <string_view>
 #include <sys/mman.h>
 #include <sys/single_threaded.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -104,6 +105,12 @@ bool redirect(int descriptor, const char* path, int flags) {
     return done;
 }
 
+/// In the child: what a command does at its start.
+bool stand_apart() {
+    ::umask(S_IWGRP | S_IWOTH);
+    return ::chdir("/") == 0 && redirect(STDOUT_FILENO, "/dev/null", O_WRONLY);
+}
+
 /// Where PATH finds the program; empty when it does not, or only in the current directory.
 std::string find_program(const std::string& name, std::string_view path) {
     if (name.find('/') != std::string::npos) {
@@ -147,8 +154,9 @@ class Program {
         if (has_time_limit()) {
             ::setpgid(0, 0);
         }
-        bool redirected = limits_.error_output < 0 ||
-                          ::dup2(limits_.error_output, STDERR_FILENO) == STDERR_FILENO;
+        bool redirected = (!limits_.is_apart || stand_apart()) &&
+                          (limits_.error_output < 0 ||
+                           ::dup2(limits_.error_output, STDERR_FILENO) == STDERR_FILENO);
         for (const auto& to : redirections_) {
             const int flags = O_WRONLY | O_CREAT | (to.append ? O_APPEND : O_TRUNC);
             redirected = redirected && redirect(to.descriptor, to.path.c_str(), flags);

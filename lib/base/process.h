@@ -14,6 +14,9 @@ namespace zav {
 
 /// How a program is run for a caller of the library that has asked for it.
 struct ProgramLimits {
+    /// It is not to inherit what the commands have and this process may not: it runs in the root
+    /// directory, makes no files that others may change, and prints for nobody.
+    bool is_apart = false;
     int error_output = -1; ///< becomes its standard error, unless that is redirected
     std::chrono::milliseconds time_limit{0}; ///< 0: none
 };

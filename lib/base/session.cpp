@@ -88,8 +88,12 @@ void Session::note_code(int code) {
     add_failure({"", code});
 }
 
-void Session::note_command(std::string_view command, WaitStatus) {
+void Session::note_command(std::string_view command, WaitStatus status) {
     std::string bare = bare_command(command);
+    // One that was refused has not come to run().
+    if (status == WaitStatus::not_started && last_failure_.command != bare) {
+        last_failure_ = {bare, status, ""};
+    }
     // What is told of it differs in the name of the file that it was to write.
     is_repeated_ = kind_ == Kind::reading && !told_.insert("command " + bare).second;
     if (!is_repeated_) {
@@ -124,7 +128,7 @@ WaitStatus Session::run_captured(std::string_view command, const char* path) {
 
 WaitStatus Session::run_and_keep_errors(std::string_view command) {
     const FileDescriptor errors = error_file();
-    const ProgramLimits limits = {errors.get(), settings_.command_time_limit};
+    const ProgramLimits limits = {true, errors.get(), settings_.command_time_limit};
     bool was_ended = false;
     const WaitStatus status = run_command_within(command, limits, was_ended);
     const int error = was_ended ? ETIMEDOUT : errno;

@@ -48,6 +48,23 @@ TEST_F(Examples, TellWhatCouldNotBeRead) {
     EXPECT_THAT(result.out, HasSubstr("slot 7  sdg:\n"));
 }
 
+TEST(NewShare, IsMadeWithAPoolForItsCopy) {
+    ShareMachine machine;
+    machine.bind(ZAV_TEST_NEW_SHARE, "/usr/bin/example");
+    const RunOptions example = {.argv0 = "example", .program = "/usr/bin/example"};
+    const Result made = machine.run({"data", "pub", "5"}, example);
+    EXPECT_EQ(made.exit_status, 0);
+    EXPECT_EQ(made.err, "");
+    EXPECT_THAT(made.out, testing::StartsWith("1. /sbin/lvcreate -L 5G -n pub_copy data\n1. "));
+    EXPECT_THAT(machine.read(share_register), HasSubstr("[pub]\n"));
+
+    machine.tool(pool_tool::lvcreate).any().complains("no free extents\n").exits(5);
+    const Result failed = machine.run({"data", "other", "5"}, example);
+    EXPECT_EQ(failed.exit_status, 1);
+    EXPECT_THAT(failed.err, HasSubstr(" (pool_not_created).\n'/sbin/lvcreate -L 5G -n other_copy "
+                                      "data' failed: no free extents\n"));
+}
+
 TEST_F(Examples, TellTheFullFileSystems) {
     const Result all = run(ZAV_TEST_FULL_FILESYSTEMS, {"0"});
     EXPECT_EQ(all.exit_status, 1);

@@ -161,7 +161,9 @@ TEST_F(Zavinfo, Watches) {
         .any()
         .does("if [ -e /var/2 ]; then touch /var/3; elif [ -e "
               "/var/1 ]; then touch /var/2; else touch /var/1; fi");
-    auto watching = machine.start({"--watch=1"}, with_program({.ends_by_signal = true}));
+    auto watching = machine.start(
+        {"--watch=1"},
+        with_program({.ends_by_signal = true, .time_limit = std::chrono::seconds(100)}));
     ASSERT_TRUE(machine.appears("/var/3", std::chrono::seconds(60)));
     watching.signal(SIGINT);
     const Result result = watching.wait();
