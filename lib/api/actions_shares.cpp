@@ -7,7 +7,7 @@ namespace zav {
 
 namespace {
 
-constexpr const char* command = "sharemanage";
+constexpr const char* share_command = "sharemanage";
 
 /// What says how a share is offered. The name of what is no service of shares is no name of one.
 template <class Arguments>
@@ -25,7 +25,7 @@ using ShareAction = Code (*)(const commands::ShareArguments& arguments, Sink& ou
 
 template <class Arguments>
 int add_share(zav_ctx* ctx, const Arguments* args, zav_error* error, ShareAction add) {
-    return run_action(ctx, args, error, command, [add](const Arguments& given, Sink& out) {
+    return run_action(ctx, args, error, share_command, [add](const Arguments& given, Sink& out) {
         const std::string size = std::to_string(given.size_gib);
         commands::ShareArguments arguments = offered(given);
         arguments.size = size.c_str();
@@ -45,27 +45,30 @@ int zav_share_create(zav_ctx* ctx, const zav_share_create_args* args, zav_error*
 }
 
 int zav_share_delete(zav_ctx* ctx, const zav_share_delete_args* args, zav_error* error) {
-    return run_action(ctx, args, error, command, [](const zav_share_delete_args& given, Sink& out) {
-        return commands::remove_share(given.name, out);
-    });
+    return run_action(ctx, args, error, share_command,
+                      [](const zav_share_delete_args& given, Sink& out) {
+                          return commands::remove_share(given.name, out);
+                      });
 }
 
 int zav_share_edit(zav_ctx* ctx, const zav_share_edit_args* args, zav_error* error) {
-    return run_action(ctx, args, error, command, [](const zav_share_edit_args& given, Sink& out) {
-        commands::ShareArguments arguments = offered(given);
-        arguments.state = given.is_in_use != 0 ? "1" : "0";
-        return commands::edit_share(arguments, out);
-    });
+    return run_action(ctx, args, error, share_command,
+                      [](const zav_share_edit_args& given, Sink& out) {
+                          commands::ShareArguments arguments = offered(given);
+                          arguments.state = given.is_in_use != 0 ? "1" : "0";
+                          return commands::edit_share(arguments, out);
+                      });
 }
 
 int zav_share_repair(zav_ctx* ctx, const zav_share_repair_args* args, zav_error* error) {
-    return run_action(ctx, args, error, command, [](const zav_share_repair_args& given, Sink& out) {
-        commands::ShareArguments arguments;
-        arguments.name = given.name;
-        arguments.service = zav_service_name(given.service);
-        arguments.group = given.group;
-        return commands::repair_share(arguments, out);
-    });
+    return run_action(ctx, args, error, share_command,
+                      [](const zav_share_repair_args& given, Sink& out) {
+                          commands::ShareArguments arguments;
+                          arguments.name = given.name;
+                          arguments.service = zav_service_name(given.service);
+                          arguments.group = given.group;
+                          return commands::repair_share(arguments, out);
+                      });
 }
 
 int zav_share_restore(zav_ctx* ctx, const zav_share_restore_args* args, zav_error* error) {
