@@ -15,8 +15,8 @@ struct Size {
     static constexpr std::uint64_t unit = Bytes;
     Number count = 0;
 
-    // clang-tidy 14 takes what it compares for a pointer.
-    constexpr auto operator<=>(const Size&) const = default; // NOLINT(modernize-use-nullptr)
+    constexpr bool operator==(const Size&) const = default;
+    constexpr auto operator<=>(const Size& other) const { return count <=> other.count; }
 };
 
 using Sectors = Size<512>;
