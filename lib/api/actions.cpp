@@ -17,11 +17,6 @@ namespace {
 /// process while an action uses it waits here in another thread.
 constinit std::mutex one_action;
 
-class Silence : public Sink {
-  public:
-    void write(std::string_view /*text*/) override {}
-};
-
 /// Memory that runs out ends an action anywhere.
 int fail_half_done(zav_error* error) {
     set_error(error, ZAV_E_NO_MEMORY);
@@ -58,7 +53,7 @@ int run_in_context(zav_ctx* ctx, const char* command, const ActionCall& call, za
         Session session(ctx->settings, Session::Kind::action);
         const SessionScope scope(session);
         commands::finish_interrupted_changes();
-        Silence out;
+        SilentSink out;
         return set_error(error, number_of(call(out)), session, command);
     } catch (const std::exception&) {
         return fail_half_done(error);

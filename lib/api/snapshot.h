@@ -46,12 +46,6 @@ struct zav_snapshot {
 
 namespace zav {
 
-/// What the library has to tell users is for the commands.
-class SilentSink : public Sink {
-  public:
-    void write(std::string_view) override {}
-};
-
 /// Records by their names.
 using Index = std::unordered_map<std::string, std::int32_t>;
 

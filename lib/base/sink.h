@@ -21,4 +21,10 @@ class Sink {
     [[gnu::format(printf, 2, 3)]] void print(const char* format, ...);
 };
 
+/// For callers who are told by codes and records: these words are for the commands' users.
+class SilentSink : public Sink {
+  public:
+    void write(std::string_view /*text*/) override {}
+};
+
 } // namespace zav

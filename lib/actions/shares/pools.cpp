@@ -223,7 +223,7 @@ Result<GroupName> find_pool_group(const char* pool, std::string_view path, Sink&
     if (failed(listed) && chosen && chosen->empty()) {
         return listed; // its own may be in the part that is missing
     }
-    return chosen && !chosen->empty() ? plain_group(*chosen, "pool", pool) : chosen;
+    return chosen ? plain_group(*chosen, "pool", pool) : chosen;
 }
 
 Result<GroupName> find_group_to_mount(const char* pool, std::string_view path, Sink& out) {

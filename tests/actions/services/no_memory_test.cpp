@@ -1,45 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Every function of the C interfaces when memory runs out, at each allocation in turn: it fails
 // with a code of its own, and no exception comes out of it.
+#include "fixtures/failing_allocations.h"
 #include "fixtures/status_root.h"
 #include "zav/zav_status.h"
-
-#include <cstdlib>
-#include <new>
-
-namespace {
-
-constexpr long never = -1;
-long allocations_left = never;
-bool has_failed = false; // an allocation
-
-void* allocate(std::size_t size) {
-    if (allocations_left == 0) {
-        has_failed = true;
-        throw std::bad_alloc();
-    }
-    allocations_left -= allocations_left > 0 ? 1 : 0;
-    if (void* memory = std::malloc(size > 0 ? size : 1)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-
-} // namespace
-
-// For the whole program of tests.
-void* operator new(std::size_t size) {
-    return allocate(size);
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return std::malloc(size);
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 namespace zav::test {
 namespace {
@@ -135,7 +99,7 @@ TEST_P(WithoutMemory, EndsWithACodeOfItsOwn) {
             allocations_left = never;
             EXPECT_TRUE(code == usual || std::ranges::find(call.codes, code) != call.codes.end())
                 << code << " after " << allocations << " allocations";
-            return !has_failed ? 0 : code == usual ? 1 : 2;
+            return !has_failed_allocation ? 0 : code == usual ? 1 : 2;
         });
         ASSERT_TRUE(result.has_returned) << "after " << allocations << " allocations";
         failures += result.returned == 2 ? 1 : 0;

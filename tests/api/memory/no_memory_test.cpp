@@ -2,41 +2,7 @@
 // A snapshot when memory runs out, at many an allocation: it fails with a code of its own, or tells
 // what could not be read, and no exception comes out of it.
 #include "api/snapshot_machine.h"
-
-#include <cstdlib>
-#include <new>
-
-namespace {
-
-constexpr long never = -1;
-long allocations_left = never; // in the function under test
-
-void* allocate(std::size_t size) {
-    if (allocations_left == 0) {
-        throw std::bad_alloc();
-    }
-    allocations_left -= allocations_left > 0 ? 1 : 0;
-    if (void* memory = std::malloc(size > 0 ? size : 1)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-
-} // namespace
-
-// For the whole program of tests.
-void* operator new(std::size_t size) {
-    return allocate(size);
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return std::malloc(size);
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
+#include "fixtures/failing_allocations.h"
 
 namespace zav::test {
 namespace {
