@@ -143,4 +143,8 @@ void SystemLock::release() {
     }
 }
 
+void SystemLock::leave() {
+    fd_.close();
+}
+
 } // namespace zav

@@ -41,6 +41,9 @@ class SystemLock {
 
     void release();
 
+    /// Lets the lock go as if this process had ended: was_left() tells that its work is not done.
+    void leave();
+
   private:
     std::string path_;
     FileDescriptor fd_;

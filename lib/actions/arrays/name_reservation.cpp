@@ -131,14 +131,13 @@ Code add_name(const char* name) {
 Code del_name(const char* name) {
     const FileDescriptor fd = open_reservations();
     if (!fd || lock_in_attempts(fd.get()) != LockResult::locked) {
+        own_name.leave(); // the name stays: the next one that wants it takes it over
         return Code::ok;
     }
     const auto names = read_names(fd);
-    if (!names) {
-        return Code::reservation_unread;
-    }
-    if (!rewrite(fd.get(), lines_without(*names, name))) {
-        return Code::reservation_unwritten;
+    if (!names || !rewrite(fd.get(), lines_without(*names, name))) {
+        own_name.leave();
+        return names ? Code::reservation_unwritten : Code::reservation_unread;
     }
     take_over(name); // of a creation that was killed
     own_name.release();

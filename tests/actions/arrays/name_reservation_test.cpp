@@ -287,6 +287,17 @@ TEST_F(Reservations, OnAFullDiskCannotBeRewritten) {
     EXPECT_EQ(del("md1", with_largest_file(2)), -407);
 }
 
+TEST_F(Reservations, ThatCannotBeReleasedMayBeTaken) {
+    machine.operation([] {
+        EXPECT_EQ(add_name("md1"), 0);
+        refuse_calls({{SYS_ftruncate, EIO, {}}});
+        EXPECT_EQ(del_name("md1"), -407);
+        return 0;
+    });
+    EXPECT_EQ(machine.read(path), "md1\n");
+    EXPECT_EQ(add("md1"), 0);
+}
+
 TEST_F(Reservations, AreNeverInTheFileWithoutTheLockOfTheirOwner) {
     const HeldLock owner(machine, "mdname-md1"); // a creation that has not written its name yet
     EXPECT_EQ(add("md1"), -404);
