@@ -73,7 +73,10 @@ Replacement run_or_put_back(const char* path, std::string_view text, std::string
         remove_traces(path);
         return Replacement::done;
     }
-    if (has_worked && !is_new) {
+    if (is_new) {
+        log_error("%s cannot be made durable for %s: it stays as it was", path,
+                  std::strerror(errno));
+    } else if (has_worked) { // a command that has not is in the log
         log_error("%s does not hold what was moved there: it stays as it was", path);
     }
     take_back(path, before, rights);

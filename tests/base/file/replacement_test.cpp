@@ -19,6 +19,7 @@ namespace zav::test {
 namespace {
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 
 constexpr auto replaced_path = "/etc/accounts";
 constexpr auto replaced_journal = "/etc/.accounts.zav";
@@ -157,6 +158,8 @@ TEST_F(ReplacedFile, IsTheOldOneWhenTheNewCannotBeMadeDurable) {
     });
     EXPECT_EQ(run.returned, not_done);
     EXPECT_EQ(root.read(replaced_path), "old\n");
+    EXPECT_THAT(root.read("/var/log/log.libzav"),
+                HasSubstr("/etc/accounts cannot be made durable for Input/output error"));
 }
 
 TEST_F(ReplacedFile, LosesTheCopyOfARunThatWasKilled) {
