@@ -152,6 +152,11 @@ Texts Interruption::check() {
     }
     const test::Result second = appliance_.run_plain();
     check_again(first, second);
+    if (!wrong_.empty()) {
+        for (const LogLine& line : appliance_.log()) {
+            note("log: " + line.text);
+        }
+    }
     return wrong_;
 }
 
@@ -206,7 +211,8 @@ void Interruption::check_left_over() {
         const bool is_dead_lock = path.starts_with("/run/") && may_leave_lock();
         // What cannot be read of the list of pools is kept for support.
         const bool is_kept_output =
-            path.starts_with("/tmp/lvdisplay.") && (how_.call == "openat" || how_.call == "read");
+            path.starts_with("/tmp/lvdisplay.") &&
+            (how_.call == "openat" || how_.call == "newfstatat" || how_.call == "read");
         if (!is_removal && !is_dead_lock && !is_kept_output &&
             !(is_auxiliary(path) && is_pending)) {
             note("left over: " + path);
