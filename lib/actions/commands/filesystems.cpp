@@ -74,13 +74,15 @@ Code create_filesystem(const PoolArguments& arguments, Sink& out) {
     if (const Code result = create_pool_to_format(arguments, name, out); failed(result)) {
         return fsmanage.fail(result);
     }
-    if (failed(fs_make(arguments.name, arguments.group))) {
+    // Looked up once: what is made is mounted and registered.
+    const std::string_view type = product_fs_type();
+    if (failed(fs_make(arguments.name, arguments.group, type))) {
         return fsmanage.fail(Code::fs_not_made);
     }
     const std::string mntpoint = mount_point(arguments);
-    const Code registered = mdfstab_add(mntpoint.c_str(), arguments.group, arguments.name);
+    const Code registered = mdfstab_add(mntpoint.c_str(), arguments.group, arguments.name, type);
     ignore(mntdir_create(mntpoint.c_str()));
-    if (failed(fs_mount(mntpoint.c_str(), arguments.group, arguments.name))) {
+    if (failed(fs_mount(mntpoint.c_str(), arguments.group, arguments.name, type))) {
         return fsmanage.fail(Code::fs_not_mounted);
     }
     // One that is not registered would be gone after the next start of the system.

@@ -193,14 +193,14 @@ std::string pool_path(const char* group, const char* pool) {
     return format_text("/dev/%s/%s", group, pool);
 }
 
-Code fs_make(const char* pool, const char* group) {
-    const bool is_reiserfs = product_fs_type() == reiserfs_type;
+Code fs_make(const char* pool, const char* group, std::string_view type) {
+    const bool is_reiserfs = type == reiserfs_type;
     return run_or_fail({group, pool}, is_reiserfs ? format_text(make_reiserfs_command, group, pool)
                                                   : format_text(make_xfs_command, group, pool));
 }
 
-Code fs_mount(const char* mntpoint, const char* group, const char* pool) {
-    return mount_pool(mntpoint, group, pool, product_fs_type(), "mount");
+Code fs_mount(const char* mntpoint, const char* group, const char* pool, std::string_view type) {
+    return mount_pool(mntpoint, group, pool, type, "mount");
 }
 
 Code fs_mount_typed(const char* mntpoint, const char* group, const char* pool,
@@ -293,9 +293,9 @@ Code mntdir_remove(const char* mntpoint) {
     return run_on_path_or_fail(mntpoint, removal, wording);
 }
 
-Code mdfstab_add(const char* mntpoint, const char* group, const char* pool) {
+Code mdfstab_add(const char* mntpoint, const char* group, const char* pool, std::string_view type) {
     return register_add(mdfstab, mntpoint,
-                        format_text(mdfstab_line, group, pool, mntpoint, product_fs_type().data()));
+                        format_text(mdfstab_line, group, pool, mntpoint, type.data()));
 }
 
 Code mdfstab_remove(const char* mntpoint) {
@@ -354,7 +354,7 @@ Code repair_kor_fs(const char* pool, const char* group, Sink& out) {
     if (failed(mounted)) {
         return log_return(mounted);
     }
-    ignore(mdfstab_add(directory, group, pool));
+    ignore(mdfstab_add(directory, group, pool, type.view()));
     return repaired;
 }
 

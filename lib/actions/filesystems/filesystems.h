@@ -17,15 +17,13 @@ namespace zav {
 /// The device of a pool.
 std::string pool_path(const char* group, const char* pool);
 
-/// Makes a file system of the product's type. Runs mkfs.reiserfs or mkfs.xfs. Code::ok or
-/// Code::command_failed.
-Code fs_make(const char* pool, const char* group);
+/// Makes a file system. Runs mkfs.reiserfs or mkfs.xfs. Code::ok or Code::command_failed.
+Code fs_make(const char* pool, const char* group, std::string_view type);
 
-/// Mounts a pool as the product's type and opens it to everybody. Runs mount, chmod. Code::ok or
-/// Code::command_failed.
-Code fs_mount(const char* mntpoint, const char* group, const char* pool);
+/// Mounts a pool and opens it to everybody. Runs mount, chmod. Code::ok or Code::command_failed.
+Code fs_mount(const char* mntpoint, const char* group, const char* pool, std::string_view type);
 
-/// The same as the registered type.
+/// The same for a registered one: with another mount program.
 Code fs_mount_typed(const char* mntpoint, const char* group, const char* pool,
                     std::string_view type);
 
@@ -56,7 +54,7 @@ Code mntdir_create(const char* mntpoint);
 Code mntdir_remove(const char* mntpoint);
 
 /// Registers a pool. Code::ok, mount_point_registered or Code::register_unopened.
-Code mdfstab_add(const char* mntpoint, const char* group, const char* pool);
+Code mdfstab_add(const char* mntpoint, const char* group, const char* pool, std::string_view type);
 
 /// Takes a mount point out of the register. Code::ok, Code::register_unopened or
 /// Code::command_failed.

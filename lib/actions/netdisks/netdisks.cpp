@@ -34,8 +34,8 @@ std::string netfs_mount_point(const char* label) {
     return format_text(netdisk_mount_point, label);
 }
 
-Code netfs_make(const char* label, const char* device) {
-    const bool is_reiserfs = product_fs_type() == reiserfs_type;
+Code netfs_make(const char* label, const char* device, std::string_view type) {
+    const bool is_reiserfs = type == reiserfs_type;
     const std::string command = is_reiserfs
                                     ? format_text(make_labelled_reiserfs_command, label, device)
                                     : format_text(make_labelled_xfs_command, label, device);
@@ -46,8 +46,8 @@ Code netfs_make(const char* label, const char* device) {
     return run_or_fail({label, device}, command);
 }
 
-Code netfs_mount(const char* mntpoint, const char* label) {
-    return mount_source(mntpoint, label_source(label), product_fs_type(), "mount");
+Code netfs_mount(const char* mntpoint, const char* label, std::string_view type) {
+    return mount_source(mntpoint, label_source(label), type, "mount");
 }
 
 Code netfs_mount_typed(const char* mntpoint, const char* label, std::string_view type) {
@@ -58,9 +58,9 @@ Code netfs_repair(const std::string& device, std::string_view type) {
     return repair_device(device, type);
 }
 
-Code netfstab_add(const char* mntpoint, const char* label) {
+Code netfstab_add(const char* mntpoint, const char* label, std::string_view type) {
     return register_add(netfstab, mntpoint,
-                        format_text(netfstab_line, label, mntpoint, product_fs_type().data()));
+                        format_text(netfstab_line, label, mntpoint, type.data()));
 }
 
 Code netfstab_remove(const char* mntpoint) {
@@ -68,14 +68,15 @@ Code netfstab_remove(const char* mntpoint) {
 }
 
 Code create_netfs(const char* label, const char* device) {
+    const std::string_view type = product_fs_type();
     DiskClaims claims;
-    if (!claims.add(device) || failed(netfs_make(label, device))) {
+    if (!claims.add(device) || failed(netfs_make(label, device, type))) {
         return Code::fs_not_made;
     }
     const std::string mntpoint = netfs_mount_point(label);
-    const Code registered = netfstab_add(mntpoint.c_str(), label);
+    const Code registered = netfstab_add(mntpoint.c_str(), label, type);
     ignore(mntdir_create(mntpoint.c_str()));
-    if (failed(netfs_mount(mntpoint.c_str(), label))) {
+    if (failed(netfs_mount(mntpoint.c_str(), label, type))) {
         return Code::fs_not_mounted;
     }
     return is_registered(registered) ? Code::ok : registered;
@@ -128,7 +129,7 @@ Code repair_kor_netfs(const char* label, Sink& out) {
     if (failed(mounted)) {
         return log_return(mounted);
     }
-    ignore(netfstab_add(mntpoint, label));
+    ignore(netfstab_add(mntpoint, label, disk->fstype.view()));
     return repaired;
 }
 

@@ -16,15 +16,15 @@ namespace zav {
 /// The directory that a network disk is mounted on.
 std::string netfs_mount_point(const char* label);
 
-/// Makes a file system of the product's type on a device, named as under /dev, unless the kernel
-/// holds it. Runs mkfs.reiserfs or mkfs.xfs. Code::ok or Code::command_failed.
-Code netfs_make(const char* label, const char* device);
+/// Makes a file system on a device, named as under /dev, unless the kernel holds it. Runs
+/// mkfs.reiserfs or mkfs.xfs. Code::ok or Code::command_failed.
+Code netfs_make(const char* label, const char* device, std::string_view type);
 
-/// Mounts the disk of that label as the product's type and opens it to everybody. Runs mount,
-/// chmod. Code::ok or Code::command_failed.
-Code netfs_mount(const char* mntpoint, const char* label);
+/// Mounts the disk of that label and opens it to everybody. Runs mount, chmod. Code::ok or
+/// Code::command_failed.
+Code netfs_mount(const char* mntpoint, const char* label, std::string_view type);
 
-/// The same as the registered type.
+/// The same for a registered one: with another mount program.
 Code netfs_mount_typed(const char* mntpoint, const char* label, std::string_view type);
 
 /// Repairs the file system on a device, such as /dev/sdf. Runs xfs_repair or reiserfsck. Code::ok
@@ -32,7 +32,7 @@ Code netfs_mount_typed(const char* mntpoint, const char* label, std::string_view
 Code netfs_repair(const std::string& device, std::string_view type);
 
 /// Registers a network disk. Code::ok, mount_point_registered or Code::register_unopened.
-Code netfstab_add(const char* mntpoint, const char* label);
+Code netfstab_add(const char* mntpoint, const char* label, std::string_view type);
 
 /// Takes a mount point out of the register. Code::ok, Code::register_unopened or
 /// Code::command_failed.

@@ -52,18 +52,21 @@ bool is_mounted(const share_info& share) {
     return mounts && find_mount_named(*mounts, share.name) != nullptr;
 }
 
-Code register_mount(const std::string& mntpoint, const char* group, const char* pool) {
-    const Code result = mdfstab_add(mntpoint.c_str(), group, pool);
+Code register_mount(const std::string& mntpoint, const char* group, const char* pool,
+                    std::string_view type) {
+    const Code result = mdfstab_add(mntpoint.c_str(), group, pool, type);
     return result == Code::mount_point_registered ? Code::ok : result;
 }
 
-Code mount_at(const std::string& mntpoint, const char* group, const char* pool) {
+Code mount_at(const std::string& mntpoint, const char* group, const char* pool,
+              std::string_view type) {
     // From here on it is protected, also from being replaced.
     if (const Code made = mntdir_create(mntpoint.c_str()); made == Code::fs_not_mounted) {
         return made;
     }
-    return !failed(fs_mount(mntpoint.c_str(), group, pool)) ? register_mount(mntpoint, group, pool)
-                                                            : Code::fs_not_mounted;
+    return !failed(fs_mount(mntpoint.c_str(), group, pool, type))
+               ? register_mount(mntpoint, group, pool, type)
+               : Code::fs_not_mounted;
 }
 
 bool contains(const std::vector<GroupName>& groups, std::string_view group) {
@@ -270,26 +273,28 @@ Result<GroupName> bring_back_group(const share_info& share, std::string_view pat
     return found && is_of_others(share, *found, path) ? Code::no_such_group : found;
 }
 
-Code mount_share(const share_info& share, const char* group) {
-    return mount_at(path_of(share, group), group, share.name.c_str());
+Code mount_share(const share_info& share, const char* group, std::string_view type) {
+    return mount_at(path_of(share, group), group, share.name.c_str(), type);
 }
 
 Code mount_missing_share(const share_info& share, const char* group) {
     const char* name = share.name.c_str();
     const std::string mntpoint = share_path(share_type::samba, group, name);
-    return is_mounted(share) ? register_mount(mntpoint, group, name)
-                             : mount_at(mntpoint, group, name);
+    const std::string_view type = product_fs_type();
+    return is_mounted(share) ? register_mount(mntpoint, group, name, type)
+                             : mount_at(mntpoint, group, name, type);
 }
 
 Code mount_again(const share_info& share, const char* group) {
+    const std::string_view type = product_fs_type();
     if (!is_mounted(share)) {
-        return mount_share(share, group);
+        return mount_share(share, group, type);
     }
     const std::string mntpoint = path_of(share, group);
     if (!fs_is_mounted(mntpoint)) {
         ignore(mntdir_create(mntpoint.c_str())); // else this would protect the share's own root
     }
-    return register_mount(mntpoint, group, share.name.c_str());
+    return register_mount(mntpoint, group, share.name.c_str(), type);
 }
 
 Code unregister_mount(const share_info& share, const GroupName& group) {

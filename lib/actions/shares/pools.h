@@ -41,14 +41,15 @@ Result<GroupName> bring_back_group(const share_info& share, std::string_view pat
 
 /// Makes the mount point, mounts the pool there and registers it. Code::ok; Code::fs_not_mounted,
 /// also when a part of the path below the users' home is a link; or Code::register_unopened.
-Code mount_share(const share_info& share, const char* group);
+Code mount_share(const share_info& share, const char* group, std::string_view type);
 
-/// The same at the mount point of Samba and NFS, whatever the share's service; where something is
-/// mounted on a directory of the share's name it is only registered.
+/// The same as the product's type at the mount point of Samba and NFS, whatever the share's
+/// service; where something is mounted on a directory of the share's name it is only registered.
 Code mount_missing_share(const share_info& share, const char* group);
 
-/// The same at the share's own mount point; where something is mounted on a directory of the
-/// share's name nothing more is mounted, and a mount point that is in use is left alone.
+/// The same as the product's type at the share's own mount point; where something is mounted on a
+/// directory of the share's name nothing more is mounted, and a mount point that is in use is left
+/// alone.
 Code mount_again(const share_info& share, const char* group);
 
 /// Takes the mount point out of the register and removes it. Without a group it only logs that,

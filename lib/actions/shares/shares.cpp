@@ -11,6 +11,7 @@
 #include "base/codes.h"
 #include "base/log.h"
 #include "base/text.h"
+#include "inventory/filesystems.h"
 #include "inventory/pools.h"
 #include "inventory/share_users.h"
 #include "inventory/shares.h"
@@ -224,10 +225,11 @@ Code create_share(const share_info& share, const char* group, Sink& out) {
     }
     Code result = Code::ok;
     if (!is_on_device(share)) {
-        if (const Code made = fs_make(share.name.c_str(), group); failed(made)) {
+        const std::string_view type = product_fs_type();
+        if (const Code made = fs_make(share.name.c_str(), group, type); failed(made)) {
             return fail(made, Code::share_not_created);
         }
-        result = mount_share(share, group);
+        result = mount_share(share, group, type);
         if (result == Code::fs_not_mounted) {
             return log_return(result);
         }
@@ -383,7 +385,7 @@ Code set_to_ftp(ShareFiles& files, share_info& share, Sink& out) {
         return fail(result, Code::share_not_edited);
     }
     share.path = share_path(share_type::ftp, group->c_str(), name);
-    if (mount_share(share, group->c_str()) == Code::fs_not_mounted) {
+    if (mount_share(share, group->c_str(), product_fs_type()) == Code::fs_not_mounted) {
         return log_return(Code::fs_not_mounted);
     }
     if (const Code bound = ftp_bind(share, accounts); failed(bound)) {

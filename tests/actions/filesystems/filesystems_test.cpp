@@ -5,6 +5,8 @@
 #include "fixtures/library.h"
 #include "fixtures/pool_machine.h"
 #include "fixtures/refused_calls.h"
+#include "inventory/filesystems.h"
+#include "records/filesystem.h"
 
 #include <cerrno>
 #include <csignal>
@@ -45,10 +47,11 @@ const Texts unsafe_directories = {"/mnt/data/a;id",
 class FileSystem : public testing::Test {
   protected:
     Result make() {
-        return machine.operation([] { return fs_make("pool", "data"); });
+        return machine.operation([] { return fs_make("pool", "data", product_fs_type()); });
     }
     Result mount(const std::string& directory = "/mnt/data/pool") {
-        return machine.operation([&] { return fs_mount(directory.c_str(), "data", "pool"); });
+        return machine.operation(
+            [&] { return fs_mount(directory.c_str(), "data", "pool", product_fs_type()); });
     }
     Result mount_typed(const std::string& type) {
         return machine.operation(
@@ -115,9 +118,12 @@ TEST_F(FileSystemMaking, FailsWithTheCommand) {
 }
 
 TEST_F(FileSystemMaking, RunsNothingOnANameThatAShellWouldInterpret) {
-    const Result result = machine.operation([] { return fs_make("pool", "da;ta"); });
+    const Result result =
+        machine.operation([] { return fs_make("pool", "da;ta", product_fs_type()); });
     EXPECT_EQ(result.returned, -11000);
-    EXPECT_EQ(machine.operation([] { return fs_make("p ool", "data"); }).returned, -11000);
+    EXPECT_EQ(
+        machine.operation([] { return fs_make("p ool", "data", product_fs_type()); }).returned,
+        -11000);
     EXPECT_THAT(result.commands, IsEmpty());
     EXPECT_THAT(machine.logged().front(),
                 failed("/sbin/mkfs.xfs -f -ssize=4k /dev/da;ta/pool > /dev/null",
@@ -156,9 +162,9 @@ TEST_F(Mounting, MountsXfsWithoutAModel) {
 
 TEST_F(Mounting, ReadsTheModelEachTime) {
     const Result result = machine.operation([] {
-        EXPECT_EQ(fs_make("pool", "data"), 0);
+        EXPECT_EQ(fs_make("pool", "data", product_fs_type()), 0);
         std::ofstream("/etc/sys_info") << "[product]\ntype=VEL7205P\n";
-        return fs_mount("/mnt/data/pool", "data", "pool");
+        return fs_mount("/mnt/data/pool", "data", "pool", xfs_type);
     });
     EXPECT_THAT(outside(result),
                 ElementsAre(make_xfs, "mount -t reiserfs /dev/data/pool /mnt/data/pool > /dev/null",
@@ -233,7 +239,7 @@ TEST_F(Mounting, PutsNoPoolIntoACommandThatAShellWouldInterpret) {
     for (const auto& [group, pool] : {std::pair("data", "p;id"), std::pair("da ta", "pool"),
                                       std::pair("data", "p$ool"), std::pair("data", "po ol")}) {
         const auto function = [group = group, pool = pool] {
-            return fs_mount("/mnt/data/pool", group, pool);
+            return fs_mount("/mnt/data/pool", group, pool, xfs_type);
         };
         const Result result = machine.operation(function);
         EXPECT_EQ(result.returned, -11000) << group << pool;

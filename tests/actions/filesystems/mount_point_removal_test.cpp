@@ -4,6 +4,7 @@
 #include "fixtures/held_lock.h"
 #include "fixtures/library.h"
 #include "fixtures/pool_machine.h"
+#include "records/filesystem.h"
 
 namespace zav::test {
 namespace {
@@ -93,7 +94,7 @@ TEST_F(MountPointRemoval, LetsNoMountComeInBetween) {
     ASSERT_TRUE(machine.appears("/var/removing"));
     machine.tool(pool_tool::mount).any().does("echo > /var/mounted; [ -e /var/go ]");
     StartedRun mount =
-        machine.start_call([] { return fs_mount("/mnt/data/pool", "data", "pool"); });
+        machine.start_call([] { return fs_mount("/mnt/data/pool", "data", "pool", xfs_type); });
     EXPECT_FALSE(machine.appears("/var/mounted", std::chrono::milliseconds(300)));
     machine.file("/var/go", "");
     EXPECT_EQ(removal.wait().returned, 0);
@@ -107,10 +108,12 @@ TEST_F(MountPointRemoval, OrAMountIsNotKeptWaitingByALongMountElsewhere) {
         .does("case \"$*\" in *data/pool) echo > /var/mounting; "
               "while ! [ -e /var/go ]; do sleep 0.01; done;; esac");
     StartedRun mount =
-        machine.start_call([] { return fs_mount("/mnt/data/pool", "data", "pool"); });
+        machine.start_call([] { return fs_mount("/mnt/data/pool", "data", "pool", xfs_type); });
     ASSERT_TRUE(machine.appears("/var/mounting"));
     EXPECT_EQ(machine.call([] { return mntdir_remove("/mnt/data/other"); }).returned, 0);
-    EXPECT_EQ(machine.call([] { return fs_mount("/mnt/more/pool", "more", "pool"); }).returned, 0);
+    EXPECT_EQ(
+        machine.call([] { return fs_mount("/mnt/more/pool", "more", "pool", xfs_type); }).returned,
+        0);
     machine.file("/var/go", "");
     EXPECT_EQ(mount.wait().returned, 0);
 }
@@ -118,10 +121,10 @@ TEST_F(MountPointRemoval, OrAMountIsNotKeptWaitingByALongMountElsewhere) {
 TEST_F(MountPointRemoval, KeepsMountsBelowAndThroughALinkWaiting) {
     const HeldLock lock(machine, "mount-mnt-data-pool");
     machine.directory("/mnt/data/pool/below").symlink("/mnt/data", "/srv/pools");
-    StartedRun below =
-        machine.start_call([] { return fs_mount("/mnt/data/pool/below", "data", "pool"); });
+    StartedRun below = machine.start_call(
+        [] { return fs_mount("/mnt/data/pool/below", "data", "pool", xfs_type); });
     StartedRun linked =
-        machine.start_call([] { return fs_mount("/srv/pools/pool", "data", "pool"); });
+        machine.start_call([] { return fs_mount("/srv/pools/pool", "data", "pool", xfs_type); });
     for (StartedRun* run : {&below, &linked}) {
         const Result result = run->wait();
         EXPECT_EQ(result.returned, -11000);
@@ -133,7 +136,7 @@ TEST_F(MountPointRemoval, WaitsForNoLockWithoutAnEnd) {
     const HeldLock lock(machine, "mount-mnt-data-pool");
     StartedRun removal = machine.start_call([] { return mntdir_remove("/mnt/data/pool"); });
     StartedRun mount =
-        machine.start_call([] { return fs_mount("/mnt/data/pool", "data", "pool"); });
+        machine.start_call([] { return fs_mount("/mnt/data/pool", "data", "pool", xfs_type); });
     for (StartedRun* run : {&removal, &mount}) {
         const Result result = run->wait();
         EXPECT_EQ(result.returned, -11000);

@@ -7,6 +7,7 @@
 #include "fixtures/library.h"
 #include "fixtures/pool_machine.h"
 #include "fixtures/refused_calls.h"
+#include "inventory/filesystems.h"
 
 #include <csignal>
 #include <filesystem>
@@ -35,7 +36,8 @@ class RegisterFault : public testing::Test {
     RegisterFault() { machine.file(mdfstab, content); }
 
     Result add(const char* mntpoint, const RunOptions& options = {}) {
-        return machine.operation([=] { return mdfstab_add(mntpoint, "data", "new"); }, options);
+        return machine.operation(
+            [=] { return mdfstab_add(mntpoint, "data", "new", product_fs_type()); }, options);
     }
     Result remove(const RunOptions& options = {}) {
         return machine.operation([] { return mdfstab_remove("/mnt/data/pool"); }, options);
@@ -177,7 +179,7 @@ TEST_F(RegisterFault, AFullDiskLeavesTheRegisterAsItWas) {
 TEST_F(RegisterFault, ADiskThatTakesNoSyncLeavesTheRegisterAsItWas) {
     const Result added = machine.operation([] {
         deny_syncs();
-        return mdfstab_add("/mnt/new", "data", "new");
+        return mdfstab_add("/mnt/new", "data", "new", product_fs_type());
     });
     EXPECT_EQ(added.returned, -1066);
     EXPECT_EQ(machine.read(mdfstab), content);
@@ -206,7 +208,8 @@ class RegisterInUse : public RegisterFault {
     RegisterInUse() : lock(machine.host_path(mdfstab)) {}
 
     StartedRun adding() {
-        return machine.start_call([] { return mdfstab_add("/mnt/data/new", "data", "new"); });
+        return machine.start_call(
+            [] { return mdfstab_add("/mnt/data/new", "data", "new", product_fs_type()); });
     }
     StartedRun removing() {
         return machine.start_call([] { return mdfstab_remove("/mnt/data/pool"); });
@@ -292,7 +295,7 @@ TEST_F(RegisterFault, IsFreeForTheToolThatSavesIt) {
         machine.file("/var/go", "");
         EXPECT_EQ(run.wait().returned, 0);
     };
-    save([] { return mdfstab_add("/mnt/data/new", "data", "new"); });
+    save([] { return mdfstab_add("/mnt/data/new", "data", "new", product_fs_type()); });
     save([] { return mdfstab_remove("/mnt/data/pool"); });
     save([] { return mdfstab_remove("/mnt/data/missing"); });
 }
@@ -330,7 +333,7 @@ TEST_F(RegisterFault, ManyChangesAtOnceAreAllMade) {
         return together(16, [](int number) {
             const std::string mntpoint = "/mnt/" + std::to_string(number);
             return number < 8 ? mdfstab_remove(mntpoint.c_str())
-                              : mdfstab_add(mntpoint.c_str(), "data", "x");
+                              : mdfstab_add(mntpoint.c_str(), "data", "x", product_fs_type());
         });
     });
     EXPECT_EQ(run.returned, 16);

@@ -4,6 +4,7 @@
 #include "actions/filesystems/mount_register.h"
 #include "fixtures/library.h"
 #include "fixtures/pool_machine.h"
+#include "inventory/filesystems.h"
 
 #include <csignal>
 #include <sys/stat.h>
@@ -21,7 +22,8 @@ const std::string save_command = "/usr/local/bin/xconf -s /etc/mdfstab > /dev/nu
 class Register : public testing::Test {
   protected:
     Result add(const std::string& mntpoint = "/mnt/data/pool") {
-        return machine.operation([&] { return mdfstab_add(mntpoint.c_str(), "data", "pool"); });
+        return machine.operation(
+            [&] { return mdfstab_add(mntpoint.c_str(), "data", "pool", product_fs_type()); });
     }
     Result remove(const std::string& mntpoint = "/mnt/data/pool") {
         return machine.operation([&] { return mdfstab_remove(mntpoint.c_str()); });

@@ -34,7 +34,8 @@ class DurableRegister : public testing::Test {
     DurableRegister() { machine.file(mdfstab, whole, 0640); }
 
     StartedRun adding() {
-        return machine.start_call([] { return mdfstab_add("/mnt/data/new", "data", "new"); });
+        return machine.start_call(
+            [] { return mdfstab_add("/mnt/data/new", "data", "new", product_fs_type()); });
     }
     StartedRun removing() {
         return machine.start_call([] { return mdfstab_remove("/mnt/data/pool"); });

@@ -3,6 +3,7 @@
 #include "actions/filesystems/filesystems.h"
 #include "fixtures/library.h"
 #include "fixtures/pool_machine.h"
+#include "records/filesystem.h"
 
 #include <csignal>
 
@@ -355,7 +356,8 @@ TEST(MountingThroughALink, OfAUserIsRefused) {
         machine.remove("/var/log/log.libzav");
         const char* directory = mntpoint.c_str();
         EXPECT_EQ(machine.operation([=] { return mntdir_create(directory); }).returned, -601);
-        EXPECT_EQ(machine.operation([=] { return fs_mount(directory, "data", "pool"); }).returned,
+        EXPECT_EQ(machine.operation([=] { return fs_mount(directory, "data", "pool", xfs_type); })
+                      .returned,
                   -11000);
         EXPECT_THAT(machine.logged(), Contains("'" + xfs_mount("/dev/data/pool", mntpoint) +
                                                "' was not run: '" + link + "' is a link"));
@@ -385,7 +387,7 @@ class MountInAUsersHome : public testing::Test {
     }
     void mount(const char* mntpoint = "/home/ftpuser/pool") {
         machine.remove("/var/log/log.libzav");
-        run = machine.operation([=] { return fs_mount(mntpoint, "data", "pool"); });
+        run = machine.operation([=] { return fs_mount(mntpoint, "data", "pool", xfs_type); });
     }
     void expect_undone(const Texts& unmounts) {
         EXPECT_EQ(run.returned, -11000);
@@ -448,7 +450,8 @@ TEST_F(MountInAUsersHome, IsBelievedWithoutATableOfMounts) {
 TEST(MountOutsideOfHomes, MayGoThroughALink) {
     PoolMachine machine;
     machine.tool(pool_tool::mount).any().does("echo '/dev/sdf /srv/x xfs rw 0 0' >> /proc/mounts");
-    EXPECT_EQ(machine.operation([] { return fs_mount("/mnt/data/pool", "data", "pool"); }).returned,
+    EXPECT_EQ(machine.operation([] { return fs_mount("/mnt/data/pool", "data", "pool", xfs_type); })
+                  .returned,
               0);
     EXPECT_THAT(machine.log(), IsEmpty());
 }
@@ -457,7 +460,8 @@ TEST(MountingThroughALink, OfTheSystemWorks) {
     PoolMachine machine;
     machine.directory("/srv/homes/ftpuser/pool").symlink("/srv/homes", "/home");
     for (const char* mntpoint : {"/home/ftpuser/pool", "/home/ftpuser2", "/home/ftpuser"}) {
-        EXPECT_EQ(machine.operation([=] { return fs_mount(mntpoint, "data", "pool"); }).returned,
+        EXPECT_EQ(machine.operation([=] { return fs_mount(mntpoint, "data", "pool", xfs_type); })
+                      .returned,
                   0);
     }
 }

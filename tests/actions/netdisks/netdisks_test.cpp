@@ -3,6 +3,7 @@
 #include "actions/netdisks/netdisks.h"
 #include "fixtures/library.h"
 #include "fixtures/pool_command.h"
+#include "inventory/filesystems.h"
 
 namespace zav::test {
 namespace {
@@ -23,10 +24,10 @@ class NetfsOperation : public testing::Test {
         return result.returned;
     }
     int make(const char* label = "disk", const char* device = "sdf") {
-        return run([=] { return netfs_make(label, device); });
+        return run([=] { return netfs_make(label, device, product_fs_type()); });
     }
     int mount(const char* directory = mntpoint, const char* label = "disk") {
-        return run([=] { return netfs_mount(directory, label); });
+        return run([=] { return netfs_mount(directory, label, product_fs_type()); });
     }
     int mount_typed(const char* type) {
         return run([=] { return netfs_mount_typed(mntpoint, "disk", type); });
@@ -35,7 +36,7 @@ class NetfsOperation : public testing::Test {
         return run([=] { return netfs_repair(device, type); });
     }
     int add() {
-        return run([] { return netfstab_add(mntpoint, "disk"); });
+        return run([] { return netfstab_add(mntpoint, "disk", product_fs_type()); });
     }
     int remove() {
         return run([] { return netfstab_remove(mntpoint); });
@@ -65,7 +66,8 @@ TEST_F(NetfsOperation, MakesTheFileSystemOfTheModel) {
 }
 
 TEST_F(NetfsOperation, FailsWithTheToolThatMakesTheFileSystem) {
-    expect_fails(pool_tool::mkfs_xfs, -11000, [] { return netfs_make("disk", "sdf"); });
+    expect_fails(pool_tool::mkfs_xfs, -11000,
+                 [] { return netfs_make("disk", "sdf", product_fs_type()); });
 }
 
 TEST_F(NetfsOperation, MakesNoFileSystemUnderAnUnsafeName) {
@@ -110,7 +112,8 @@ TEST_F(NetfsOperation, MountsTheGivenTypeWhateverTheModel) {
 }
 
 TEST_F(NetfsOperation, OpensNothingToAllThatCannotBeMounted) {
-    expect_fails(pool_tool::mount, -11000, [] { return netfs_mount(mntpoint, "disk"); });
+    expect_fails(pool_tool::mount, -11000,
+                 [] { return netfs_mount(mntpoint, "disk", product_fs_type()); });
     expect_fails(pool_tool::mount, -11000,
                  [] { return netfs_mount_typed(mntpoint, "disk", "reiserfs"); });
 }

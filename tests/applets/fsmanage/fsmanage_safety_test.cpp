@@ -98,6 +98,15 @@ TEST_F(FsSafety, KeepsThePoolsNameUntilItsFileSystemIsMade) {
     EXPECT_FALSE(machine.exists("/run/zavbox"));
 }
 
+// The product's model cannot be read any more.
+TEST_F(FsSafety, MountsAndRegistersWhatItHasMade) {
+    machine.model("KOR7206LB").tool(pool_tool::mkfs_reiserfs).any().does("rm /etc/sys_info");
+    create();
+    expect_succeeded();
+    EXPECT_THAT(outside(run), Contains(HasSubstr("mount -t reiserfs")));
+    EXPECT_THAT(machine.read(mdfstab), HasSubstr("reiserfs"));
+}
+
 TEST_F(FsSafety, KeepsWhatIsMountedAgainAfterTheUnmount) {
     machine.pools({"/dev/data/pool"}).registered({line});
     machine.backup("data", {"pool"}).mounts({"/dev/mapper/data-pool /mnt/data/pool"});
