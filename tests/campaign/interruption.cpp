@@ -208,7 +208,9 @@ void Interruption::check_left_over() {
     const bool is_removal = how_.call == "unlink" || how_.call == "rmdir";
     const bool is_pending = !pending_texts(appliance_).empty();
     for (const std::string& path : appliance_.leftovers()) {
-        const bool is_dead_lock = path.starts_with("/run/") && may_leave_lock();
+        // A name that could not be released is there for the next one to take over.
+        const bool is_dead_lock = path.starts_with("/run/zavbox/mdname-") ||
+                                  (path.starts_with("/run/") && may_leave_lock());
         // What cannot be read of the list of pools is kept for support.
         const bool is_kept_output =
             path.starts_with("/tmp/lvdisplay.") &&
