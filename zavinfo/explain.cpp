@@ -20,6 +20,32 @@ constexpr std::array<const char*, 8> commands = {"diskmanage", "disksmart",  "md
                                                  "vgmanage",   "lvmanage",   "fsmanage",
                                                  "netmanage",  "sharemanage"};
 
+/// What a command ends with after a code when that is not status_of().
+struct OtherStatus {
+    int code;
+    std::string_view command;
+    int status;
+    std::string_view when; ///< empty for always
+};
+
+constexpr std::array<OtherStatus, 3> other_statuses = {
+    {{ZAV_E_BAD_POOL_NAME, "lvmanage", 0, "with --display"},
+     {ZAV_E_GROUP_NOT_CREATED, "vgmanage", 0, ""},
+     {ZAV_E_POOL_OUTPUT_UNREAD, "fsmanage", 255, ""}}};
+
+bool is_of(const OtherStatus& other, const CodeInfo& code) {
+    return other.code == code.number &&
+           (code.commands.empty() ||
+            std::ranges::find(code.commands, other.command) != code.commands.end());
+}
+
+bool may_end_with(const CodeInfo& code, int status) {
+    return status_of(code.number) == status ||
+           std::ranges::any_of(other_statuses, [&](const OtherStatus& other) {
+               return other.status == status && is_of(other, code);
+           });
+}
+
 CodeInfo code_info(int number, const char* command) {
     zav_error error;
     zav_error_explain(number, command, &error);
@@ -65,7 +91,14 @@ void add_line(std::string& text, std::string_view head, std::string_view line) {
 
 std::string paragraph(const CodeInfo& code) {
     std::string text = std::to_string(code.number) + "  " + code.name + "  (exit status " +
-                       std::to_string(status_of(code.number)) + ")";
+                       std::to_string(status_of(code.number));
+    for (const OtherStatus& other : other_statuses) {
+        if (is_of(other, code)) {
+            text.append("; ").append(std::to_string(other.status)).append(" of ");
+            text.append(other.command).append(other.when.empty() ? "" : " ").append(other.when);
+        }
+    }
+    text.append(")");
     for (const std::string& command : code.commands) {
         text.append(&command == code.commands.data() ? "  of " : ", ").append(command);
     }
@@ -89,8 +122,8 @@ std::string paragraphs(const std::vector<CodeInfo>& codes,
 }
 
 std::string explain_status(int status, const std::vector<CodeInfo>& codes) {
-    const std::string candidates = paragraphs(
-        codes, [status](const CodeInfo& code) { return status_of(code.number) == status; });
+    const std::string candidates =
+        paragraphs(codes, [status](const CodeInfo& code) { return may_end_with(code, status); });
     const std::string head = "exit status " + std::to_string(status);
     if (status == 0) {
         return head + ": the command succeeded" +

@@ -2,19 +2,19 @@
 #include "zavinfo/whole_file.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <stdexcept>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <utility>
 
 namespace zavinfo {
 
 namespace {
 
 constexpr mode_t readable_by_all = 0644;
+constexpr mode_t readable_by_owner = 0600;
 
 [[noreturn]] void fail(const std::string& path, const char* what, int error) {
     throw std::runtime_error("'" + path + "' " + what + ": " + std::strerror(error));
@@ -25,27 +25,34 @@ std::string directory_of(const std::string& path) {
     return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
 }
 
-/// A new file that is removed again unless it is given its final name.
+/// A new file that is removed again unless it is given its final name. Its own name is always the
+/// same: one that a run left when it was killed is taken over, and two runs wait for each other.
 class NewFile {
   public:
-    explicit NewFile(const std::string& path)
-        : path_(path), name_(path + ".XXXXXX"), fd_(::mkostemp(name_.data(), O_CLOEXEC)) {
-        if (fd_ < 0) {
-            fail(path_, "cannot be written", errno);
-        }
+    explicit NewFile(const std::string& path) : path_(path), name_(path + ".new") {
+        constexpr int flags = O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+        do {
+            close();
+            fd_ = ::open(name_.c_str(), flags, readable_by_owner);
+            if (fd_ < 0) {
+                fail(path_, "cannot be written", errno);
+            }
+            lock();
+        } while (!is_at_its_name());
     }
     NewFile(const NewFile&) = delete;
     NewFile& operator=(const NewFile&) = delete;
     ~NewFile() {
-        if (fd_ >= 0) {
-            ::close(fd_);
-        }
         if (!name_.empty()) {
             ::unlink(name_.c_str());
         }
+        close();
     }
 
     void write(std::string_view text) {
+        if (::ftruncate(fd_, 0) != 0) {
+            fail(path_, "cannot be written", errno);
+        }
         while (!text.empty()) {
             const ssize_t written = ::write(fd_, text.data(), text.size());
             if (written < 0 && errno != EINTR) {
@@ -59,10 +66,6 @@ class NewFile {
     }
 
     void take_its_name() {
-        const int fd = std::exchange(fd_, -1);
-        if (::close(fd) != 0) {
-            fail(path_, "cannot be written", errno);
-        }
         if (::rename(name_.c_str(), path_.c_str()) != 0) {
             fail(path_, "cannot be replaced", errno);
         }
@@ -70,9 +73,35 @@ class NewFile {
     }
 
   private:
+    void close() {
+        if (fd_ >= 0) {
+            ::close(fd_);
+        }
+    }
+
+    /// Where a file system has no locks, runs must not meet.
+    void lock() const {
+        while (::flock(fd_, LOCK_EX) != 0 && errno == EINTR) {
+        }
+    }
+
+    /// False when the run that was waited for has renamed or removed it. What somebody else has put
+    /// there is not written to.
+    bool is_at_its_name() {
+        struct stat opened = {};
+        struct stat named = {};
+        if (::fstat(fd_, &opened) != 0 || !S_ISREG(opened.st_mode) || opened.st_nlink > 1 ||
+            opened.st_uid != ::geteuid()) {
+            close();
+            fail(name_, "is in the way", EEXIST);
+        }
+        return ::lstat(name_.c_str(), &named) == 0 && named.st_dev == opened.st_dev &&
+               named.st_ino == opened.st_ino;
+    }
+
     std::string path_;
     std::string name_; ///< of the file beside it; empty once it has the path
-    int fd_;
+    int fd_ = -1;
 };
 
 /// A rename is on the disk once its directory is. Where a directory cannot be synced, the file is

@@ -1,17 +1,22 @@
 // SPDX-License-Identifier: MIT
 #include "base/process.h"
 
+#include "base/file.h"
 #include "base/signals.h"
 #include "base/text.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <mutex>
 #include <new>
+#include <poll.h>
 #include <string>
 #include <string_view>
 #include <sys/mman.h>
@@ -20,6 +25,7 @@
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace zav {
@@ -209,40 +215,69 @@ int wait_for(pid_t pid, int options) {
     return status;
 }
 
-/// Waits for a child of a process that holds all its signals back. False when the time is up.
-bool wait_within(pid_t pid, std::chrono::milliseconds limit, int& status) {
+/// A descriptor that becomes readable when the child ends; none where the kernel has no such thing.
+FileDescriptor end_of(pid_t pid) {
+    return FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
+}
+
+/// Waits for a child that has `end`. False when the time is up.
+bool wait_within(pid_t pid, const FileDescriptor& end, std::chrono::milliseconds limit,
+                 int& status) {
     using Clock = std::chrono::steady_clock;
-    sigset_t child;
-    ::sigemptyset(&child);
-    ::sigaddset(&child, SIGCHLD);
-    const auto end = Clock::now() + limit;
+    using std::chrono::milliseconds;
+    constexpr milliseconds nap{5}; // between two looks at a child that has no descriptor
+    const auto last = Clock::now() + limit;
     while (::waitpid(pid, &status, WNOHANG) == 0) {
-        const auto left =
-            std::chrono::duration_cast<std::chrono::nanoseconds>(end - Clock::now()).count();
-        if (left <= 0) {
+        const auto left = std::chrono::ceil<milliseconds>(last - Clock::now());
+        if (left.count() <= 0) {
             return false;
         }
-        constexpr long long second = 1'000'000'000;
-        const timespec wait = {static_cast<time_t>(left / second),
-                               static_cast<long>(left % second)};
-        ::sigtimedwait(&child, nullptr, &wait);
+        const milliseconds wait = std::min(left, end ? milliseconds{INT_MAX} : nap);
+        pollfd child = {end.get(), POLLIN, 0}; // a negative one is passed over
+        ::poll(&child, 1, static_cast<int>(wait.count()));
     }
     return true;
 }
 
-/// The same; a program that takes too long is ended with all that it has started.
-Outcome end_in_time(pid_t pid, const Program& program) {
+/// Tools that took too long, some of which nothing has ended yet. This process stays their parent:
+/// a later call collects them. The number of one may have become another child's by then, its
+/// descriptor cannot.
+class LeftBehind {
+  public:
+    void add(FileDescriptor end) {
+        const std::lock_guard guard(mutex_);
+        ends_.push_back(std::move(end));
+    }
+
+    void collect() {
+        const std::lock_guard guard(mutex_);
+        std::erase_if(ends_, [](const FileDescriptor& end) {
+            siginfo_t info = {};
+            return ::waitid(P_PIDFD, static_cast<id_t>(end.get()), &info, WEXITED | WNOHANG) != 0 ||
+                   info.si_pid != 0;
+        });
+    }
+
+  private:
+    std::mutex mutex_;
+    std::vector<FileDescriptor> ends_;
+};
+
+constinit LeftBehind left_behind;
+
+/// Waits for a program; one that takes too long is ended with all that it has started.
+Outcome end_in_time(pid_t pid, const FileDescriptor& end, const Program& program) {
     constexpr std::chrono::seconds patience{2};
     Outcome outcome = {true};
-    if (wait_within(pid, program.time_limit(), outcome.status)) {
+    if (wait_within(pid, end, program.time_limit(), outcome.status)) {
         return outcome;
     }
     int status = 0;
     ::kill(-pid, SIGTERM);
-    const bool has_ended = wait_within(pid, patience, status);
+    const bool has_ended = wait_within(pid, end, patience, status);
     ::kill(-pid, SIGKILL);
     if (!has_ended) {
-        wait_within(pid, patience, status);
+        wait_within(pid, end, patience, status);
     }
     return {true, number_of(WaitStatus::not_started), true};
 }
@@ -265,8 +300,17 @@ Outcome run_as_child(const Program& program, const HeldSignals& signals) {
     if (pid < 0) {
         return {};
     }
-    const int status = wait_for(pid, 0);
-    return {started, status};
+    if (!program.has_time_limit()) {
+        const int status = wait_for(pid, 0);
+        return {started, status};
+    }
+    FileDescriptor end = end_of(pid);
+    Outcome outcome = end_in_time(pid, end, program);
+    outcome.started = started;
+    if (outcome.was_ended && end) {
+        left_behind.add(std::move(end));
+    }
+    return outcome;
 }
 
 /// The part of the process in between: it has a parent's rights over the tool that its own parent
@@ -284,7 +328,7 @@ Outcome run_as_child(const Program& program, const HeldSignals& signals) {
     // What the parent closes meanwhile must not stay open here.
     ::close_range(0, ~0U, 0);
     if (pid > 0 && program.has_time_limit()) {
-        outcome = end_in_time(pid, program);
+        outcome = end_in_time(pid, end_of(pid), program);
     } else {
         outcome.status = pid > 0 ? wait_for(pid, 0) : number_of(WaitStatus::not_started);
     }
@@ -330,9 +374,9 @@ std::optional<WaitStatus> run_program(const PlainCommand& command, const std::st
     const Program program(command, path, limits);
     const int caller_errno = errno;
     const HeldSignals signals;
-    const Outcome outcome = !program.has_time_limit() && has_children_to_itself()
-                                ? run_as_child(program, signals)
-                                : run_behind_child(program, signals);
+    left_behind.collect();
+    const Outcome outcome = has_children_to_itself() ? run_as_child(program, signals)
+                                                     : run_behind_child(program, signals);
     if (was_ended != nullptr) {
         *was_ended = outcome.was_ended;
     }

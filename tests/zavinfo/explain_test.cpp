@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "base/code_advice.h"
 #include "zav/zav.h"
 #include "zavinfo/explain.h"
 
@@ -80,6 +81,22 @@ TEST(Explanation, KnowsTheCodesOfTheLibrary) {
     EXPECT_EQ(status_of(-411), 101);
     EXPECT_EQ(status_of(-256), 0);
     EXPECT_EQ(status_of(-1), 255);
+}
+
+// Of some failures the status tells nothing, or something else.
+TEST(Explanation, KnowsTheStatusesThatNoCodeBecomes) {
+    const auto known = known_codes();
+    for (const zav::OtherStatus& other : zav::other_statuses()) {
+        const int number = zav::number_of(other.code);
+        const std::string heading = std::to_string(number) + "  " + zav_error_name(number) +
+                                    "  (exit status " + std::to_string(status_of(number)) + "; " +
+                                    std::to_string(other.status) + " of " +
+                                    std::string(other.command) + (other.when.empty() ? "" : " ") +
+                                    std::string(other.when) + ")";
+        EXPECT_THAT(explain(std::to_string(other.status), known), HasSubstr(heading));
+        EXPECT_THAT(explain(std::to_string(number), known), StartsWith(heading));
+    }
+    EXPECT_THAT(explain("0", known), Not(HasSubstr("-411")));
 }
 
 } // namespace

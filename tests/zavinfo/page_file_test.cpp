@@ -5,12 +5,15 @@
 #include "zavinfo/whole_file.h"
 
 #include <array>
+#include <atomic>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <sys/resource.h>
+#include <thread>
 
 namespace zavinfo::test {
 namespace {
@@ -95,6 +98,58 @@ TEST_F(PageFile, TakesThePlaceOfALink) {
     EXPECT_EQ(run({"--page", "/var/www/index.html"}).exit_status, 0);
     EXPECT_EQ(machine.read("/etc/secret"), "old");
     EXPECT_THAT(machine.read("/var/www/index.html"), StartsWith("<!DOCTYPE html>"));
+}
+
+TEST_F(PageFile, TakesWhatAKilledRunLeftBesideIt) {
+    machine.file("/var/www/index.html.new", "half of a longer page" + std::string(1 << 20, '.'),
+                 0600);
+    EXPECT_EQ(run({"--page", "/var/www/index.html"}).exit_status, 0);
+    const std::string page = machine.read("/var/www/index.html");
+    EXPECT_EQ(page_faults(page), "");
+    EXPECT_EQ(machine.mode("/var/www/index.html"), 0644);
+    EXPECT_FALSE(machine.exists("/var/www/index.html.new"));
+}
+
+TEST_F(PageFile, IsNotWrittenThroughWhatSomebodyPutBesideIt) {
+    machine.file("/etc/secret", "old").symlink("/etc/secret", "/var/www/index.html.new");
+    const Result refused = run({"--page", "/var/www/index.html"});
+    EXPECT_EQ(refused.exit_status, 1);
+    EXPECT_EQ(refused.err, "zavinfo: '/var/www/index.html' cannot be written: "
+                           "Too many levels of symbolic links\n");
+    EXPECT_EQ(machine.read("/etc/secret"), "old");
+    machine.remove("/var/www/index.html.new").fifo("/var/www/index.html.new");
+    EXPECT_EQ(run({"--page", "/var/www/index.html"}).exit_status, 1);
+    EXPECT_TRUE(machine.exists("/var/www/index.html.new")) << "it is not ours to remove";
+}
+
+// Each replaces it; none finds the other's file gone, or writes into it.
+TEST(PageOnDisk, IsWholeWhenManyWriteItAtOnce) {
+    std::string directory = "/tmp/zavinfo.XXXXXX";
+    ASSERT_NE(::mkdtemp(directory.data()), nullptr);
+    const std::string path = directory + "/page";
+    std::atomic<int> faults = 0;
+    std::vector<std::thread> writers;
+    for (const char letter : {'a', 'b', 'c'}) {
+        writers.emplace_back([&faults, &path, letter] {
+            for (int round = 0; round < 30; ++round) {
+                try {
+                    write_whole_file(path, std::string(10000, letter));
+                    std::ifstream file(path);
+                    const std::string text{std::istreambuf_iterator<char>(file), {}};
+                    const bool is_whole = text.size() == 10000 &&
+                                          text.find_first_not_of(text[0]) == std::string::npos;
+                    faults += is_whole ? 0 : 1;
+                } catch (const std::exception&) {
+                    ++faults;
+                }
+            }
+        });
+    }
+    for (std::thread& writer : writers) {
+        writer.join();
+    }
+    EXPECT_EQ(faults, 0);
+    EXPECT_EQ(std::filesystem::remove_all(directory), 2U);
 }
 
 // The calls that concern the page's file, in order: nothing reads half of it, and no crash leaves
