@@ -129,6 +129,51 @@ TEST_F(MdadmAdapter, RemovesByTheLongForm) {
     EXPECT_THAT(result.err, HasSubstr("hot removed /dev/sdb from /dev/md1"));
 }
 
+TEST_F(MdadmAdapter, TriesAgainWhileADiskThatHasJustFailedIsBusy) {
+    root.file("/sys/block/md1/md/dev-sdb/state", "faulty,blocked\n");
+    real().on("/usr/sbin/mdadm --manage /dev/md1 --remove /dev/sdb").exits(1).then().exits(0);
+    EXPECT_EQ(mdadm({"--manage", "/dev/md1", "-r", "/dev/sdb"}).exit_status, 0);
+    root.expect_all_used();
+}
+
+TEST_F(MdadmAdapter, DoesNotInsistOnRemovingADiskInUse) {
+    root.file("/sys/block/md1/md/dev-sdb/state", "in_sync\n");
+    real().on("/usr/sbin/mdadm --manage /dev/md1 --remove /dev/sdb").exits(1).once();
+    EXPECT_EQ(mdadm({"--manage", "/dev/md1", "-r", "/dev/sdb"}).exit_status, 1);
+}
+
+TEST_F(MdadmAdapter, MakesALinearArrayLonger) {
+    root.file("/sys/block/md1/md/level", "linear\n");
+    real().on("/usr/sbin/mdadm --grow /dev/md1 --add /dev/sdb");
+    EXPECT_EQ(mdadm({"--manage", "/dev/md1", "--add", "/dev/sdb"}).exit_status, 0);
+    root.expect_all_used();
+}
+
+TEST_F(MdadmAdapter, GivesLargeMirrorsABitmap) {
+    const std::vector<std::string> mirror = {"-C", "/dev/md1", "-l",       "1",       "-n",
+                                             "2",  "-R",       "/dev/sda", "/dev/sdb"};
+    const std::string command = "/usr/sbin/mdadm -C /dev/md1 -l 1 -n 2 -R /dev/sda /dev/sdb";
+    root.disk("sdb");
+    root.file("/sys/block/sdb/size", "209715200\n"); // 100 GiB
+    real().on(command).exits(5);
+    EXPECT_EQ(mdadm(mirror).exit_status, 5);
+    root.file("/sys/block/sdb/size", "209715208\n");
+    real().on(command + " --bitmap=internal").exits(6);
+    EXPECT_EQ(mdadm(mirror).exit_status, 6);
+    const std::string stripe = "/usr/sbin/mdadm -C /dev/md1 -l 0 -n 2 -R /dev/sda /dev/sdb";
+    real().on(stripe).exits(7);
+    EXPECT_EQ(
+        mdadm({"-C", "/dev/md1", "-l", "0", "-n", "2", "-R", "/dev/sda", "/dev/sdb"}).exit_status,
+        7);
+    const std::string with = "/usr/sbin/mdadm -C --bitmap=internal --bitmap-chunk=16384 /dev/md1 "
+                             "-l 5 -n 2 -R /dev/sda /dev/sdb";
+    real().on(with).exits(8);
+    EXPECT_EQ(mdadm({"-C", "--bitmap=internal", "--bitmap-chunk=16384", "/dev/md1", "-l", "5", "-n",
+                     "2", "-R", "/dev/sda", "/dev/sdb"})
+                  .exit_status,
+              8);
+}
+
 TEST_F(MdadmAdapter, PassesTheRestOnAsItIs) {
     for (const char* arguments : {"--detail /dev/md1", "-E /dev/sda", "-S /dev/md1",
                                   "/dev/md1 -f /dev/sda", "--manage /dev/md1 --add /dev/sdb",
@@ -193,9 +238,9 @@ class XfsRepairAdapter : public testing::Test {
     XfsRepairAdapter() {
         // The namespace is the real program's business: here it is the same.
         root.tool("/usr/bin/unshare").any().does("shift 3; exec /bin/sh -c \"$@\"");
-        root.tool("/usr/bin/umount").any().does("echo umount >>/done").as_default();
+        root.tool("/bin/umount").any().does("echo umount >>/done").as_default();
     }
-    Rule mount() { return root.tool("/usr/bin/mount").any(); }
+    Rule mount() { return root.tool("/bin/mount").any(); }
     Rule repair(const std::string& arguments) {
         return root.tool("/usr/sbin/xfs_repair").on("/usr/sbin/xfs_repair " + arguments);
     }

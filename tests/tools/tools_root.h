@@ -37,7 +37,8 @@ class ToolsRoot : public PrivateRoot {
 
     // The program itself, as it is without an adapter.
     Result bare(const std::string& command) {
-        return run({"-c", command}, {.argv0 = "sh", .program = "/bin/sh"});
+        return run({"-c", command},
+                   {.argv0 = "sh", .program = "/bin/sh", .time_limit = std::chrono::seconds(100)});
     }
 
     // A disk as the kernel has it.
@@ -53,7 +54,10 @@ class ToolsRoot : public PrivateRoot {
 
   private:
     static RunOptions as(const std::string& path) {
-        return {.argv0 = path, .program = path, .environment = {{"LC_ALL", "C"}}};
+        return {.argv0 = path,
+                .program = path,
+                .environment = {{"LC_ALL", "C"}},
+                .time_limit = std::chrono::seconds(60)};
     }
 };
 
