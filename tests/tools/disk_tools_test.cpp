@@ -19,7 +19,9 @@ class Smartctl : public testing::Test {
     // Of a SATA disk.
     static std::string healthy() {
         std::ifstream in(ZAV_TEST_SMART_OUTPUTS "/sata_healthy.txt");
-        return {std::istreambuf_iterator<char>(in), {}};
+        std::string text{std::istreambuf_iterator<char>(in), {}};
+        text.erase(text.find_last_not_of('\n') + 2);
+        return text;
     }
     Result run() {
         return root.adapter("/usr/local/sbin/smartctl",
