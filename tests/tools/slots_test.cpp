@@ -323,6 +323,19 @@ TEST_F(Slots, AreLitByTheirDisk) {
               "zavbox-slots: /usr/sbin/ledctl: No such file or directory\n");
 }
 
+// Who has opened a file of the table reads on in the old one.
+TEST_F(Slots, AreReplacedNotRewritten) {
+    disk("sda", ahci + "1.0");
+    update();
+    const std::string before = root.read("/run/zavbox/mvSata/1");
+    std::filesystem::create_hard_link(root.host_path("/run/zavbox/mvSata/1"),
+                                      root.host_path("/opened"));
+    pull("sda");
+    update();
+    EXPECT_THAT(seen(), IsEmpty());
+    EXPECT_EQ(root.read("/opened"), before);
+}
+
 // Events come in crowds. A reader lists the directory and then reads its files: each is there, and
 // whole, at any time.
 TEST_F(Slots, AreWholeForAReaderWhileTheyChange) {
