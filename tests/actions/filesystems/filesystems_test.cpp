@@ -160,17 +160,6 @@ TEST_F(Mounting, MountsXfsWithoutAModel) {
     EXPECT_EQ(outside(mount()).at(0), xfs_mount("/dev/data/pool", "/mnt/data/pool"));
 }
 
-TEST_F(Mounting, ReadsTheModelEachTime) {
-    const Result result = machine.operation([] {
-        EXPECT_EQ(fs_make("pool", "data", product_fs_type()), 0);
-        std::ofstream("/etc/sys_info") << "[product]\ntype=VEL7205P\n";
-        return fs_mount("/mnt/data/pool", "data", "pool", xfs_type);
-    });
-    EXPECT_THAT(outside(result),
-                ElementsAre(make_xfs, "mount -t reiserfs /dev/data/pool /mnt/data/pool > /dev/null",
-                            "chmod 0777 /mnt/data/pool > /dev/null"));
-}
-
 TEST_F(Mounting, TakesTheRegisteredTypeWhateverTheModel) {
     for (const char* model : {"KOR7206H", "VEL7206P"}) {
         machine.model(model);
