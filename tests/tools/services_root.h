@@ -1,20 +1,28 @@
 // SPDX-License-Identifier: MIT
-// An appliance that shares folders, on a plain server: the tools of tools/ are where they are
-// installed, over recorded stand-ins of the system's programs.
+// A machine on a plain server: the tools of tools/ are where they are installed, over recorded
+// stand-ins of the system's programs.
 #pragma once
 
 #include "fixtures/share_machine.h"
 
 #include <filesystem>
 #include <gmock/gmock.h>
+#include <sstream>
 #include <string>
 #include <vector>
 
 namespace zav::test {
 
-class ServicesRoot : public ShareMachine {
+template <class AnyMachine> class WithTools : public AnyMachine {
   public:
-    ServicesRoot() {
+    using AnyMachine::bind;
+    using AnyMachine::directory;
+    using AnyMachine::exists;
+    using AnyMachine::read;
+    using AnyMachine::run;
+    using AnyMachine::tool;
+
+    WithTools() {
         const std::filesystem::path tools = ZAV_TEST_TOOLS;
         for (const auto& one : std::filesystem::directory_iterator(tools / "lib")) {
             bind(one.path(), "/usr/lib/zavbox/" + one.path().filename().string());
@@ -54,8 +62,14 @@ class ServicesRoot : public ShareMachine {
         return run(arguments, as(path));
     }
 
+    // Looking for leaks wants every process in /proc, and a tool has more than a command.
     static RunOptions as(const std::string& path) {
-        return {.argv0 = path, .program = path, .environment = {{"LC_ALL", "C"}}};
+        return {.argv0 = path,
+                .program = path,
+                .environment = {{"LC_ALL", "C"},
+                                {"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"},
+                                {"ASAN_OPTIONS", "detect_leaks=0:log_path=/.harness/run/sanitizer"}},
+                .time_limit = std::chrono::seconds(100)};
     }
 
     // The program that an adapter is for.
@@ -75,5 +89,8 @@ class ServicesRoot : public ShareMachine {
         return result;
     }
 };
+
+// An appliance that shares folders.
+using ServicesRoot = WithTools<ShareMachine>;
 
 } // namespace zav::test
