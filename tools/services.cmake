@@ -1,42 +1,25 @@
 # SPDX-License-Identifier: MIT
-# The services, the arrays' names and spares, and what runs when the system starts. Programs are
-# found at these paths by what runs them, systemd, udev, mdadm or zavbox: no prefix applies.
-set(tools ${CMAKE_CURRENT_LIST_DIR})
-install(PROGRAMS ${tools}/sbin/zavbox-setup ${tools}/sbin/zavbox-md-event
-    ${tools}/sbin/zavbox-recover
-    DESTINATION /usr/sbin COMPONENT tools)
-install(PROGRAMS ${tools}/lib/iscsi-config ${tools}/lib/arrays
-    DESTINATION /usr/lib/zavbox COMPONENT tools)
-install(FILES ${tools}/lib/services.sh DESTINATION /usr/lib/zavbox COMPONENT tools)
-install(DIRECTORY ${tools}/seed/ DESTINATION /usr/share/zavbox/seed COMPONENT tools)
+# The services, the names of arrays, the spares, and what runs when the system starts.
+set(tools_here ${CMAKE_CURRENT_LIST_DIR})
+function(zav_install_tool what destination) # FILES or PROGRAMS, then the files
+    list(TRANSFORM ARGN PREPEND ${tools_here}/)
+    install(${what} ${ARGN} DESTINATION ${destination} COMPONENT tools EXCLUDE_FROM_ALL)
+endfunction()
 
-install(PROGRAMS ${tools}/systemd/zavbox-mounts
-    DESTINATION /usr/lib/systemd/system-generators COMPONENT tools)
-install(FILES ${tools}/systemd/zavbox-mounts.target ${tools}/systemd/zavbox-recover.service
-    ${tools}/systemd/zavbox-arrays.service
-    DESTINATION /usr/lib/systemd/system COMPONENT tools)
-install(DIRECTORY ${tools}/systemd/tgt.service.d ${tools}/systemd/vsftpd.service.d
-    DESTINATION /usr/lib/systemd/system COMPONENT tools)
+zav_install_tool(PROGRAMS sbin sbin/zavbox-setup sbin/zavbox-md-event sbin/zavbox-recover)
+zav_install_tool(PROGRAMS lib/zavbox lib/iscsi-config lib/arrays)
+zav_install_tool(FILES lib/zavbox lib/services.sh)
+zav_install_tool(PROGRAMS lib/systemd/system-generators systemd/zavbox-mounts)
+zav_install_tool(FILES lib/systemd/system systemd/zavbox-mounts.target
+    systemd/zavbox-recover.service systemd/zavbox-arrays.service)
+zav_install_tool(FILES lib/systemd/system/tgt.service.d systemd/tgt.service.d/zavbox.conf)
+zav_install_tool(FILES lib/systemd/system/vsftpd.service.d systemd/vsftpd.service.d/zavbox.conf)
+zav_install_tool(FILES lib/udev/rules.d udev/65-zavbox-arrays.rules)
+zav_install_tool(PROGRAMS share/initramfs-tools/hooks initramfs/zavbox)
+zav_install_tool(FILES lib/modprobe.d modprobe.d/zavbox.conf)
+zav_install_tool(FILES lib/modules-load.d modules-load.d/zavbox.conf)
+install(DIRECTORY seed/ DESTINATION share/zavbox/seed COMPONENT tools EXCLUDE_FROM_ALL)
 
-install(FILES ${tools}/udev/65-zavbox-arrays.rules
-    DESTINATION /usr/lib/udev/rules.d COMPONENT tools)
-install(PROGRAMS ${tools}/initramfs/zavbox
-    DESTINATION /usr/share/initramfs-tools/hooks COMPONENT tools)
-install(FILES ${tools}/etc/mdadm.conf.d/zavbox.conf
-    DESTINATION /etc/mdadm/mdadm.conf.d COMPONENT tools)
-install(DIRECTORY DESTINATION /etc/zavbox/event.d COMPONENT tools)
-install(FILES ${tools}/modprobe.d/zavbox.conf DESTINATION /usr/lib/modprobe.d COMPONENT tools)
-install(FILES ${tools}/modules-load.d/zavbox.conf
-    DESTINATION /usr/lib/modules-load.d COMPONENT tools)
-
-# The commands' programs: etc/init.d/*, bin/busybox, fxml, xconf, nasconf.
-install(PROGRAMS ${tools}/adapters/etc/init.d/samba ${tools}/adapters/etc/init.d/nfs
-    ${tools}/adapters/etc/init.d/vsftpd ${tools}/adapters/etc/init.d/iscsi-target
-    DESTINATION /usr/lib/zavbox/tools/etc/init.d COMPONENT tools)
-install(PROGRAMS ${tools}/adapters/bin/busybox
-    DESTINATION /usr/lib/zavbox/tools/bin COMPONENT tools)
-install(PROGRAMS ${tools}/adapters/usr/local/bin/fxml ${tools}/adapters/usr/local/bin/xconf
-    DESTINATION /usr/lib/zavbox/tools/usr/local/bin COMPONENT tools)
-install(DIRECTORY ${tools}/adapters/usr/local/bin/
-    DESTINATION /usr/lib/zavbox/tools/usr/local/bin COMPONENT tools
-    FILES_MATCHING PATTERN nasconf)
+# Configuration of the administrator's, whatever the prefix.
+zav_install_tool(FILES /etc/mdadm/mdadm.conf.d etc/mdadm.conf.d/zavbox.conf)
+install(DIRECTORY DESTINATION /etc/zavbox/event.d COMPONENT tools EXCLUDE_FROM_ALL)

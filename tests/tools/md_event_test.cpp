@@ -35,7 +35,8 @@ class MdEvent : public testing::Test {
         }
         root.array(array);
         const std::string md = "/sys/block/md1/md/";
-        root.file(md + "level", level + "\n").file(md + "degraded", std::to_string(names.size()) + "\n");
+        root.file(md + "level", level + "\n")
+            .file(md + "degraded", std::to_string(names.size()) + "\n");
         root.file(md + "component_size", std::to_string((sectors - 10000) / 2) + "\n");
         root.file(md + "dev-sda/offset", "2048\n");
         root.file("/dev/md1", "");
@@ -75,13 +76,14 @@ class MdEvent : public testing::Test {
 
 TEST_F(MdEvent, PutsTheSmallestSufficientSpareOfTheDeviceIn) {
     root.disk({.name = "sdd", .sectors = sectors * 2});
-    root.disk({.name = "sde", .sectors = sectors - 9000}); // too small with the room before the data
+    root.disk(
+        {.name = "sde", .sectors = sectors - 9000}); // too small with the room before the data
     root.disk({.name = "sdf", .channel = 1, .device = "1", .sectors = sectors});
     root.disk({.name = "sdg", .channel = 7, .sectors = sectors});
     spares({"sdd", "sde", "sdf", "sdg"});
     EXPECT_EQ(event("Fail").exit_status, 0);
-    EXPECT_THAT(root.calls(), ElementsAre("hotspare -r /dev/sdg",
-                                          "mdadm --manage /dev/md1 --add /dev/sdg"));
+    EXPECT_THAT(root.calls(),
+                ElementsAre("hotspare -r /dev/sdg", "mdadm --manage /dev/md1 --add /dev/sdg"));
     EXPECT_EQ(root.read("/spares"), "Global hotspare disk: sdd sde sdf\n");
     EXPECT_THAT(mail(), HasSubstr("To: storage@example.org\nSubject: Fail on md1 of "));
     EXPECT_THAT(mail(), HasSubstr("The hot spare of channel 7, device 0 (sdg) takes the place"));
@@ -141,9 +143,9 @@ TEST_F(MdEvent, MakesASpareThatIsRefusedAHotSpareAgainAndTakesTheNext) {
     spares({"sdd", "sde"});
     root.tool("/sbin/mdadm").on("/sbin/mdadm --manage /dev/md1 --add /dev/sdd").exits(1);
     event("Fail");
-    EXPECT_THAT(root.calls(), ElementsAre("hotspare -r /dev/sdd", "hotspare -a /dev/sdd",
-                                          "hotspare -r /dev/sde",
-                                          "mdadm --manage /dev/md1 --add /dev/sde"));
+    EXPECT_THAT(root.calls(),
+                ElementsAre("hotspare -r /dev/sdd", "hotspare -a /dev/sdd", "hotspare -r /dev/sde",
+                            "mdadm --manage /dev/md1 --add /dev/sde"));
     EXPECT_FALSE(root.exists("/var/lib/zavbox-tools/spare"));
 }
 
@@ -158,11 +160,14 @@ TEST_F(MdEvent, FindsASpareAgainThatWasOnItsWay) {
 }
 
 TEST_F(MdEvent, CallsTheHooksWithWhatHasHappened) {
-    root.file("/etc/zavbox/event.d/page", "#!/.harness/busybox sh\n"
-                                          "echo \"$1 $2 $3: $ZAVBOX_MESSAGE\" >/paged\n", 0755);
+    root.file("/etc/zavbox/event.d/page",
+              "#!/.harness/busybox sh\n"
+              "echo \"$1 $2 $3: $ZAVBOX_MESSAGE\" >/paged\n",
+              0755);
     spares({});
     event("RebuildStarted");
-    EXPECT_EQ(root.read("/paged"), "RebuildStarted md1 /dev/sdc: RebuildStarted of md1, /dev/sdc.\n");
+    EXPECT_EQ(root.read("/paged"),
+              "RebuildStarted md1 /dev/sdc: RebuildStarted of md1, /dev/sdc.\n");
     EXPECT_EQ(mail(), "");
 }
 

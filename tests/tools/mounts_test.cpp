@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // What a restart brings back: mounts, the names of arrays, and the end of what was interrupted.
+#include "base/change_journal.h"
 #include "tools/services_root.h"
 
 namespace zav::test {
@@ -66,16 +67,17 @@ TEST_F(Restart, MountsPoolsAndNetworkDisks) {
               "[Mount]\nWhat=/dev/data/pub\nWhere=/mnt/data/pub\nType=xfs\nOptions=nofail\n");
     EXPECT_THAT(unit("home-ftpuser-f\\x2dt.mount"), HasSubstr("Options=noatime,nofail\n"));
     EXPECT_THAT(unit("mnt-netdisk-disk1.mount"), HasSubstr("What=/dev/disk/by-label/disk1\n"));
-    EXPECT_THAT(root.list("/late/zavbox-mounts.target.wants"),
-                ElementsAre("home-ftpuser-f\\x2dt.mount", "mnt-data-pub.mount",
-                            "mnt-netdisk-disk1.mount"));
+    EXPECT_THAT(
+        root.list("/late/zavbox-mounts.target.wants"),
+        ElementsAre("home-ftpuser-f\\x2dt.mount", "mnt-data-pub.mount", "mnt-netdisk-disk1.mount"));
     EXPECT_THAT(root.list("/late/multi-user.target.wants"), ElementsAre("zavbox-mounts.target"));
     EXPECT_THAT(root.list(late), Not(testing::Contains("local-fs.target.wants")));
 }
 
 TEST_F(Restart, PassesOverWhatIsNoMount) {
-    root.file("/etc/mdfstab", "# a comment\n\n/dev/data/a /mnt/a%n xfs defaults\nproc /proc proc x\n"
-                              "/dev/data/a relative xfs defaults\n");
+    root.file("/etc/mdfstab",
+              "# a comment\n\n/dev/data/a /mnt/a%n xfs defaults\nproc /proc proc x\n"
+              "/dev/data/a relative xfs defaults\n");
     root.remove("/etc/netfstab");
     generate();
     EXPECT_THAT(root.list("/late/zavbox-mounts.target.wants"), IsEmpty());
@@ -128,12 +130,26 @@ TEST_F(Restart, HasOneLineForEachArrayInTheInitialRamDisk) {
     EXPECT_EQ(root.run({"prereqs"}, options).out, "mdadm\n");
 }
 
-// A register that was being replaced when the power went: what it was to become is in its journal.
-TEST_F(Restart, FinishesWhatACommandCouldNot) {
-    root.file("/etc/mdfstab", "/dev/data/pub\t/mnt/data/pub\txfs\tdefaults\t0 0\n");
+// A register that was being replaced when the power went: its journal has what it was to become.
+TEST_F(Restart, FinishesWhatACommandCouldNotAndMountsByIt) {
+    const std::string before = "/dev/data/a\t/mnt/data/a\txfs\tdefaults\t0 0\n";
+    const std::string after = before + "/dev/data/b\t/mnt/data/b\txfs\tdefaults\t0 0\n";
+    const JournalEntry entry = {mdfstab, after, before};
+    root.file(mdfstab, before);
+    root.file(journal_path(mdfstab), journal_text({&entry, 1}), 0640);
     const Result result = root.run_tool("/usr/sbin/zavbox-recover");
     EXPECT_EQ(result.exit_status, 0) << result.err;
     EXPECT_EQ(result.out, "");
+    EXPECT_EQ(root.read(mdfstab), after);
+    EXPECT_FALSE(root.exists(journal_path(mdfstab)));
+    EXPECT_THAT(root.calls(), ElementsAre("systemctl daemon-reload",
+                                          "systemctl --no-block start zavbox-mounts.target"));
+}
+
+TEST_F(Restart, RunsNoToolWhenNothingWasInterrupted) {
+    const Result result = root.run_tool("/usr/sbin/zavbox-recover");
+    EXPECT_EQ(result.exit_status, 0) << result.err;
+    EXPECT_THAT(result.commands, IsEmpty());
     EXPECT_THAT(root.calls(), IsEmpty());
     EXPECT_EQ(root.read("/run/sys_state"), "[status]\npower = on\n");
     EXPECT_TRUE(root.exists("/etc/nas_start_time.conf"));

@@ -12,7 +12,8 @@ using testing::HasSubstr;
 using testing::Not;
 
 constexpr auto configuration = "/etc/tgt/conf.d/zavbox.conf";
-constexpr auto heading = "# Made of /etc/ietd.conf by zavbox-tools: what is changed here is lost.\n";
+constexpr auto heading =
+    "# Made of /etc/ietd.conf by zavbox-tools: what is changed here is lost.\n";
 
 // A target as zavbox writes it.
 std::string target(const std::string& name, const std::string& users,
@@ -165,9 +166,8 @@ $script stop
 )sh";
 
 TEST_F(IscsiTarget, OfAShareIsReadAndWrittenByAClient) {
-    for (const char* program :
-         {"/usr/sbin/tgtd", "/usr/sbin/tgtadm", "/usr/sbin/tgt-admin", "/usr/bin/perl",
-          "/usr/bin/iscsi-ls", "/usr/bin/qemu-io"}) {
+    for (const char* program : {"/usr/sbin/tgtd", "/usr/sbin/tgtadm", "/usr/sbin/tgt-admin",
+                                "/usr/bin/perl", "/usr/bin/iscsi-ls", "/usr/bin/qemu-io"}) {
         root.bind(program, program);
     }
     root.bind("/usr/share", "/usr/share");
@@ -176,8 +176,8 @@ TEST_F(IscsiTarget, OfAShareIsReadAndWrittenByAClient) {
     root.file("/port", std::to_string(20000 + getpid() % 20000));
     root.symlink("/proc/self/fd", "/dev/fd");
     root.tool("/sbin/lvcreate").any().does("mkdir -p /dev/data; truncate -s 16M /dev/data/pub");
-    const Result made = root.run({"sharemanage", "--create", "-n", "pub", "-f", "iscsi", "-s", "1",
-                                  "-u", "anna", "data"});
+    const Result made = root.run(
+        {"sharemanage", "--create", "-n", "pub", "-f", "iscsi", "-s", "1", "-u", "anna", "data"});
     ASSERT_EQ(made.out, "");
     ASSERT_EQ(made.exit_status, 0);
 

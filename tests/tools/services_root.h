@@ -13,7 +13,8 @@
 
 namespace zav::test {
 
-template <class AnyMachine> class WithTools : public AnyMachine {
+template <class AnyMachine>
+class WithTools : public AnyMachine {
   public:
     using AnyMachine::bind;
     using AnyMachine::directory;
@@ -38,10 +39,10 @@ template <class AnyMachine> class WithTools : public AnyMachine {
         }
         // What busybox does otherwise, or not at all.
         for (const char* program :
-             {"awk",   "basename", "chmod", "chown",   "cksum",  "cmp",  "cp",
-              "cut",   "date",     "find",  "flock",   "grep",   "ln",   "install",
-              "md5sum", "mkdir",   "mv",    "paste",   "python3", "readlink", "rm",
-              "run-parts", "sed",  "sort",  "stat",    "sync",   "tr",   "uname"}) {
+             {"awk",       "basename", "chmod", "chown", "cksum",   "cmp",      "cp",
+              "cut",       "date",     "find",  "flock", "grep",    "ln",       "install",
+              "md5sum",    "mkdir",    "mv",    "paste", "python3", "readlink", "rm",
+              "run-parts", "sed",      "sort",  "stat",  "sync",    "tr",       "uname"}) {
             bind(std::string("/usr/bin/") + program, std::string("/usr/bin/") + program);
         }
         recorded("/usr/bin/logger");
@@ -64,12 +65,13 @@ template <class AnyMachine> class WithTools : public AnyMachine {
 
     // Looking for leaks wants every process in /proc, and a tool has more than a command.
     static RunOptions as(const std::string& path) {
-        return {.argv0 = path,
-                .program = path,
-                .environment = {{"LC_ALL", "C"},
-                                {"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"},
-                                {"ASAN_OPTIONS", "detect_leaks=0:log_path=/.harness/run/sanitizer"}},
-                .time_limit = std::chrono::seconds(100)};
+        return {
+            .argv0 = path,
+            .program = path,
+            .environment = {{"LC_ALL", "C"},
+                            {"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"},
+                            {"ASAN_OPTIONS", "detect_leaks=0:log_path=/.harness/run/sanitizer"}},
+            .time_limit = std::chrono::seconds(100)};
     }
 
     // The program that an adapter is for.

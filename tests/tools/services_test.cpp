@@ -34,10 +34,9 @@ TEST_F(Services, SambaIsBothOfItsDaemons) {
 TEST_F(Services, TheFtpServerIsVsftpd) {
     EXPECT_EQ(script("vsftpd", "stop").exit_status, 0);
     EXPECT_EQ(script("vsftpd", "start").exit_status, 0);
-    EXPECT_THAT(root.calls(),
-                ElementsAre("systemctl stop vsftpd.service",
-                            "systemctl reset-failed vsftpd.service",
-                            "systemctl start vsftpd.service"));
+    EXPECT_THAT(root.calls(), ElementsAre("systemctl stop vsftpd.service",
+                                          "systemctl reset-failed vsftpd.service",
+                                          "systemctl start vsftpd.service"));
 }
 
 TEST_F(Services, WhatIsNoLongerExportedIsGoneOnceNfsHasStarted) {
@@ -75,7 +74,11 @@ TEST_F(Services, OnlyStartAndStop) {
 class ServiceProcesses : public testing::Test {
   public:
     ServiceProcesses() {
-        root.tool("/bin/busybox").any().does("echo \"busybox $*\" >>/calls").prints("77\n").optional();
+        root.tool("/bin/busybox")
+            .any()
+            .does("echo \"busybox $*\" >>/calls")
+            .prints("77\n")
+            .optional();
     }
 
     void process(int pid, const std::string& file) {
@@ -122,9 +125,10 @@ TEST_F(ServiceProcesses, OfTheIscsiTargetAreTgts) {
 TEST_F(ServiceProcesses, OfOthersAreTheRealBusyboxs) {
     EXPECT_EQ(pidof("nfsd").out, "77\n");
     EXPECT_EQ(pidof("zav").out, "77\n");
-    EXPECT_EQ(root.run_tool(ServicesRoot::adapter("/bin/busybox"), {"killall", "smbd"}).out, "77\n");
-    EXPECT_THAT(root.calls(), ElementsAre("busybox pidof nfsd", "busybox pidof zav",
-                                          "busybox killall smbd"));
+    EXPECT_EQ(root.run_tool(ServicesRoot::adapter("/bin/busybox"), {"killall", "smbd"}).out,
+              "77\n");
+    EXPECT_THAT(root.calls(),
+                ElementsAre("busybox pidof nfsd", "busybox pidof zav", "busybox killall smbd"));
 }
 
 } // namespace

@@ -92,8 +92,10 @@ TEST_F(Setup, ReplacesSambasFileOnlyWhileItIsThePackages) {
     EXPECT_THAT(result.out, HasSubstr("to do: /etc/samba/smb.conf has sections of its own"));
     EXPECT_EQ(root.read(smb_conf), shipped);
 
-    root.file("/sum", "#!/.harness/busybox sh\n"
-                      "md5sum /etc/samba/smb.conf >/var/lib/ucf/hashfile\n", 0755);
+    root.file("/sum",
+              "#!/.harness/busybox sh\n"
+              "md5sum /etc/samba/smb.conf >/var/lib/ucf/hashfile\n",
+              0755);
     root.run_tool("/sum");
     EXPECT_EQ(setup().exit_status, 0);
     EXPECT_THAT(root.read(smb_conf), Not(HasSubstr("[homes]")));
