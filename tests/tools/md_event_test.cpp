@@ -85,6 +85,7 @@ TEST_F(MdEvent, PutsTheSmallestSufficientSpareOfTheDeviceIn) {
     EXPECT_THAT(root.calls(),
                 ElementsAre("hotspare -r /dev/sdg", "mdadm --manage /dev/md1 --add /dev/sdg"));
     EXPECT_EQ(root.read("/spares"), "Global hotspare disk: sdd sde sdf\n");
+    EXPECT_THAT(root.log(), IsEmpty()); // no other was tried
     EXPECT_THAT(mail(), HasSubstr("To: storage@example.org\nSubject: Fail on md1 of "));
     EXPECT_THAT(mail(), HasSubstr("The hot spare of channel 7, device 0 (sdg) takes the place"));
     EXPECT_THAT(root.logged(), ElementsAre(HasSubstr("hot spare of channel 7")));
@@ -157,6 +158,15 @@ TEST_F(MdEvent, FindsASpareAgainThatWasOnItsWay) {
     event("DegradedArray");
     EXPECT_THAT(root.calls(), ElementsAre("hotspare -a /dev/sdd", "hotspare -r /dev/sdd",
                                           "mdadm --manage /dev/md1 --add /dev/sdd"));
+}
+
+// Right after the start nothing else may have told the slots yet.
+TEST_F(MdEvent, LooksAtTheSlotsFirst) {
+    root.remove("/proc/scsi");
+    root.recorded("/usr/sbin/zavbox-slots");
+    spares({});
+    EXPECT_EQ(event("DegradedArray").exit_status, 0);
+    EXPECT_THAT(root.calls(), Contains("zavbox-slots "));
 }
 
 TEST_F(MdEvent, CallsTheHooksWithWhatHasHappened) {

@@ -79,6 +79,14 @@ TEST_F(IscsiTarget, ThatCannotBeKeptToItsUsersIsNotServed) {
     }
 }
 
+TEST_F(IscsiTarget, IsServedToTheUsersWhoHaveASecret) {
+    const Result result =
+        configure(target("pub", "\tIncomingUser anna annasecret\n\tIncomingUser bert \n"));
+    EXPECT_EQ(result.exit_status, 1);
+    EXPECT_THAT(result.err, HasSubstr("user bert has no secret"));
+    EXPECT_THAT(written(), HasSubstr("    incominguser anna annasecret\n    <backing-store"));
+}
+
 TEST_F(IscsiTarget, ThatTgtWouldNotUnderstandIsNotServed) {
     const std::string good = target("good", "");
     for (const std::string& bad :
