@@ -3,6 +3,7 @@
 # the commit, as far as either is known. Run at each build, as a commit needs no new configuration;
 # the same sources give the same text, and an unchanged header compiles nothing anew.
 #   cmake -DSOURCE=... -DHEADER=... -DZAV_BUILD=... -P build_id.cmake
+cmake_minimum_required(VERSION 3.25)
 set(commit "$Format:%H$") # git archive puts it in (.gitattributes)
 if(commit MATCHES "Format")
     set(commit)

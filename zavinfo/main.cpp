@@ -175,7 +175,8 @@ int run(const Options& options) {
     case Output::help:
         return print(usage_text()) ? complete : failed;
     case Output::version:
-        return print(std::string("zavinfo ") + zav_version() + ZAV_BUILD_ID "\n") ? complete : failed;
+        return print(std::string("zavinfo ") + zav_version() + ZAV_BUILD_ID "\n") ? complete
+                                                                                  : failed;
     case Output::explain:
         return explain_code(options);
     case Output::preflight:
