@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // zavinfo tells what there is. Each output is a function from a snapshot to a text; only this file
 // takes snapshots, looks at the terminal, and prints.
+#include "build_id.h"
 #include "zavinfo/check.h"
 #include "zavinfo/explain.h"
 #include "zavinfo/json.h"
@@ -174,7 +175,8 @@ int run(const Options& options) {
     case Output::help:
         return print(usage_text()) ? complete : failed;
     case Output::version:
-        return print(std::string("zavinfo ") + zav_version() + "\n") ? complete : failed;
+        return print(std::string("zavinfo ") + zav_version() + ZAV_BUILD_ID "\n") ? complete
+                                                                                  : failed;
     case Output::explain:
         return explain_code(options);
     case Output::preflight:
