@@ -2,7 +2,8 @@
 /**
  * \file
  * The appliance's storage, for programs: what there is (zav/snapshot.h), what changes it
- * (zav/actions.h), and what went wrong; and what status pages show (zav/status.h). C99, and C++ too.
+ * (zav/actions.h), and what went wrong; and what status pages show (zav/status.h). C99, and C++
+ * too.
  *
  * A program makes a context, asks, and frees what it got:
  *

@@ -168,8 +168,8 @@ void PrivateRoot::make_tree() {
     }
 }
 
-// /usr/lib is a directory of the tree, in which tests can put the adapters of zavbox, with a link to
-// each entry of the host's. That of a zavbox that is installed there is none of theirs.
+// /usr/lib is a directory of the tree, in which tests can put the adapters of zavbox, with a link
+// to each entry of the host's. That of a zavbox that is installed there is none of theirs.
 void PrivateRoot::show_libraries() {
     bind("/usr/lib", places::libraries);
     for (const auto& entry : fs::directory_iterator("/usr/lib")) {
