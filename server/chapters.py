@@ -117,8 +117,8 @@ def install_tree(story):
                         " tar -C / --keep-directory-symlink --no-same-owner -xf -")
     story.claim("the files are there", result.status == 0)
     story.show("zavbox --install -s; systemctl daemon-reload; udevadm control --reload; zavbox-setup;"
-               " cd /usr/lib/systemd/system && systemctl enable --now zavbox-*.service zavbox-*.target;"
-               " udevadm trigger --settle --subsystem-match=block", 1800)
+               " udevadm trigger --settle --subsystem-match=block;"
+               " systemctl enable --now zavbox-slots.service; systemctl start zavbox-mounts.target", 1800)
     installed(story)
 
 
