@@ -317,6 +317,16 @@ bool replace_checked_file(const std::string& path, std::string_view text,
     return is_durable;
 }
 
+bool is_directory_of(uid_t owner, const char* path) {
+    struct stat status = {};
+    if (::lstat(path, &status) != 0) {
+        return false;
+    }
+    const bool kept = S_ISDIR(status.st_mode) && is_kept_by(owner, status);
+    errno = kept ? errno : EPERM;
+    return kept;
+}
+
 bool names_open_file(const char* path, int fd) {
     struct stat by_path = {};
     struct stat opened = {};

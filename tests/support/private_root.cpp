@@ -133,7 +133,7 @@ void PrivateRoot::make_tree() {
             bind(path, path);
         }
     }
-    bind("/usr/lib", "/usr/lib");
+    show_libraries();
     for (const char* device : {"/dev/null", "/dev/zero", "/dev/full", "/dev/urandom"}) {
         bind(device, device, true);
     }
@@ -165,6 +165,18 @@ void PrivateRoot::make_tree() {
     fs::create_symlink(std::string(places::proc) + "/self", root_ / "proc/self");
     for (pid_t pid = 1; pid < 300; ++pid) {
         show_process(pid);
+    }
+}
+
+// /usr/lib is a directory of the tree, in which tests can put the adapters of zavbox, with a link to
+// each entry of the host's. That of a zavbox that is installed there is none of theirs.
+void PrivateRoot::show_libraries() {
+    bind("/usr/lib", places::libraries);
+    for (const auto& entry : fs::directory_iterator("/usr/lib")) {
+        const std::string name = entry.path().filename();
+        if (name != "zavbox") {
+            symlink(std::string(places::libraries) + "/" + name, "/usr/lib/" + name);
+        }
     }
 }
 

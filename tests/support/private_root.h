@@ -69,6 +69,7 @@ class PrivateRoot {
     StartedRun launch(const std::vector<std::string>& arguments, std::function<int()> function,
                       const RunOptions& options);
     void make_tree();
+    void show_libraries();
     void show_process(pid_t pid);
     void write_rules() const;
 
