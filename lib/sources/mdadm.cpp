@@ -41,7 +41,10 @@ std::string_view device_of(std::string_view line) {
 
 std::optional<std::size_t> number_in(const std::vector<std::string_view>& words, std::size_t at) {
     const bool is_number = at < words.size() && std::ranges::all_of(words[at], is_digit);
-    return is_number ? std::optional<std::size_t>(decimal(words[at])) : std::nullopt;
+    if (!is_number) {
+        return std::nullopt;
+    }
+    return static_cast<std::size_t>(std::min<std::uint64_t>(decimal(words[at]), SIZE_MAX));
 }
 
 /// What a line of the table says of its place.
@@ -75,7 +78,8 @@ int count_items(std::string_view list) {
     return static_cast<int>(split(list, ",").size());
 }
 
-std::string create_command_text(const mdinfo& array, std::string_view disks, long kernel) {
+std::string create_command_text(const mdinfo& array, std::string_view disks,
+                                std::int64_t kernel) {
     const char* name = array.name.c_str();
     const int count = count_items(disks);
     const RaidLevel* known = find_raid_level(array.type);
