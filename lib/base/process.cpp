@@ -195,7 +195,7 @@ class Program {
 };
 
 struct Outcome {
-    bool started = false;
+    volatile bool started = false;
     int status = number_of(WaitStatus::not_started);
     bool was_ended = false;
 };
@@ -232,20 +232,21 @@ bool wait_within(pid_t pid, std::chrono::milliseconds limit, int& status) {
 }
 
 /// The same; a program that takes too long is ended with all that it has started.
-Outcome end_in_time(pid_t pid, const Program& program) {
+void end_in_time(pid_t pid, const Program& program, Outcome& outcome) {
     constexpr std::chrono::seconds patience{2};
-    Outcome outcome = {true};
-    if (wait_within(pid, program.time_limit(), outcome.status)) {
-        return outcome;
+    int status = number_of(WaitStatus::not_started);
+    if (wait_within(pid, program.time_limit(), status)) {
+        outcome.status = status;
+        return;
     }
-    int status = 0;
     ::kill(-pid, SIGTERM);
     const bool has_ended = wait_within(pid, patience, status);
     ::kill(-pid, SIGKILL);
     if (!has_ended) {
         wait_within(pid, patience, status);
     }
-    return {true, number_of(WaitStatus::not_started), true};
+    outcome.status = number_of(WaitStatus::not_started);
+    outcome.was_ended = true;
 }
 
 /// Whether nobody else in this process, nor the kernel, can take the status of a child away.
@@ -255,19 +256,51 @@ bool has_children_to_itself() {
            action.sa_handler == SIG_DFL && (action.sa_flags & SA_NOCLDWAIT) == 0;
 }
 
+/// An outcome that a child can write: where vfork(2) is no more than fork(2), as in an emulator, it
+/// shares no other memory.
+class SharedOutcome {
+  public:
+    SharedOutcome()
+        : memory_(::mmap(nullptr, sizeof(Outcome), PROT_READ | PROT_WRITE,
+                         MAP_SHARED | MAP_ANONYMOUS, -1, 0)) {
+        if (memory_ != MAP_FAILED) {
+            // Until it is known better: something was started, and must not be started again.
+            outcome_ = new (memory_) Outcome{true, number_of(WaitStatus::not_started)};
+        }
+    }
+    SharedOutcome(const SharedOutcome&) = delete;
+    SharedOutcome& operator=(const SharedOutcome&) = delete;
+    ~SharedOutcome() {
+        if (outcome_ != nullptr) {
+            ::munmap(memory_, sizeof(Outcome));
+        }
+    }
+
+    explicit operator bool() const { return outcome_ != nullptr; }
+    Outcome* operator->() const { return outcome_; }
+    Outcome& operator*() const { return *outcome_; }
+
+  private:
+    void* memory_;
+    Outcome* outcome_ = nullptr;
+};
+
 Outcome run_as_child(const Program& program, const HeldSignals& signals) {
-    volatile bool started = true;
+    const SharedOutcome outcome;
+    if (!outcome) {
+        return {};
+    }
     // Starting tools is half of the work of a listing, and posix_spawn(3) takes a quarter more.
     const pid_t pid = ::vfork();
     if (pid == 0) {
-        program.become(signals, started);
+        program.become(signals, outcome->started);
     }
     signals.admit_all_but_interrupts();
     if (pid < 0) {
         return {};
     }
     const int status = wait_for(pid, 0);
-    return {started, status};
+    return {outcome->started, status};
 }
 
 /// The part of the process in between: it has a parent's rights over the tool that its own parent
@@ -277,19 +310,18 @@ Outcome run_as_child(const Program& program, const HeldSignals& signals) {
     struct sigaction usual = {};
     usual.sa_handler = SIG_DFL;
     ::sigaction(SIGCHLD, &usual, nullptr);
-    volatile bool started = true;
     const pid_t pid = ::vfork();
     if (pid == 0) {
-        program.become(signals, started);
+        program.become(signals, outcome.started);
     }
     // What the parent closes meanwhile must not stay open here.
     close_from(0, 0);
     if (pid > 0 && program.has_time_limit()) {
-        outcome = end_in_time(pid, program);
+        end_in_time(pid, program, outcome);
     } else {
         outcome.status = pid > 0 ? wait_for(pid, 0) : number_of(WaitStatus::not_started);
     }
-    outcome.started = pid > 0 && started;
+    outcome.started = pid > 0 && outcome.started;
     ::_exit(0);
 }
 
@@ -298,14 +330,10 @@ Outcome run_as_child(const Program& program, const HeldSignals& signals) {
 /// program, so it cannot be the tool itself. A tool that outlives its time is the system's to
 /// collect.
 Outcome run_behind_child(const Program& program, const HeldSignals& signals) {
-    void* shared =
-        ::mmap(nullptr, sizeof(Outcome), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    if (shared == MAP_FAILED) {
+    const SharedOutcome outcome;
+    if (!outcome) {
         return {};
     }
-    // Until it is known better: something was started, and must not be started again.
-    // cppcheck-suppress unreadVariable
-    auto* const outcome = new (shared) Outcome{true, number_of(WaitStatus::not_started)};
     const auto pid = static_cast<pid_t>(::syscall(SYS_clone, 0, nullptr, nullptr, nullptr, 0));
     if (pid == 0) {
         run_for_parent(program, signals, *outcome);
@@ -314,9 +342,7 @@ Outcome run_behind_child(const Program& program, const HeldSignals& signals) {
     if (pid > 0) {
         wait_for(pid, __WALL);
     }
-    const Outcome result = pid > 0 ? *outcome : Outcome();
-    ::munmap(shared, sizeof(Outcome));
-    return result;
+    return pid > 0 ? *outcome : Outcome();
 }
 
 } // namespace

@@ -41,10 +41,7 @@ std::string_view device_of(std::string_view line) {
 
 std::optional<std::size_t> number_in(const std::vector<std::string_view>& words, std::size_t at) {
     const bool is_number = at < words.size() && std::ranges::all_of(words[at], is_digit);
-    if (!is_number) {
-        return std::nullopt;
-    }
-    return static_cast<std::size_t>(std::min<std::uint64_t>(decimal(words[at]), SIZE_MAX));
+    return is_number ? std::optional(decimal_size(words[at])) : std::nullopt;
 }
 
 /// What a line of the table says of its place.
@@ -131,7 +128,7 @@ std::optional<MemberTable> parse_member_table(std::string_view detail) {
         return std::nullopt;
     }
     MemberTable table;
-    table.raid_devices = decimal(*count);
+    table.raid_devices = decimal_size(*count);
     for (int slot = 0; slot <= last_slot; ++slot) {
         const auto line = get_line(detail, std::to_string(slot).c_str(), 0, blanks);
         if (!line) {
