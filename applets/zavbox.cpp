@@ -3,6 +3,7 @@
 // that does not exist included, ends with status 0, unless the output cannot be written.
 #include "applets/applets.h"
 #include "applets/standard_output.h"
+#include "base/file.h"
 #include "base/memory.h"
 #include "base/signals.h"
 #include "base/version.h"
@@ -48,7 +49,7 @@ void start_clean() {
     open_missing_standard_descriptors();
     // LVM complains about every descriptor that it inherits.
     constexpr unsigned first_own_descriptor = 3;
-    ::close_range(first_own_descriptor, ~0U, CLOSE_RANGE_CLOEXEC);
+    zav::close_from(first_own_descriptor, CLOSE_RANGE_CLOEXEC);
 }
 
 [[noreturn]] void show_version() {

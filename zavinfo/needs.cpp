@@ -25,12 +25,12 @@ constexpr const char* status = "zavinfo";
 
 constexpr const char* from_debian = "Install the package.";
 constexpr const char* linked = "Install the package, and link its program to this path.";
-constexpr const char* of_appliance =
-    "It belongs to the appliance's system; appliance/tools has one "
-    "that works on any Linux.";
+constexpr const char* of_appliance = "It belongs to the appliance's system; zavbox-tools has one that "
+                                     "works on any Linux.";
 constexpr const char* kernel_option = "Load the module, or boot a kernel that has it.";
 constexpr const char* script = "Write a script of this name that starts and stops the service; "
-                               "appliance/services has one.";
+                               "zavbox-tools has one.";
+constexpr const char* adapter = "Install zavbox-tools, which has an adapter for it.";
 constexpr const char* empty_file = "Make an empty file.";
 
 bool with_xfs(const ModelTraits& model) {
@@ -75,18 +75,18 @@ constexpr Probe mdadm_probe = {.argument = "--version",
                                .fault = "version 4.2 or newer: mdmanage -r removes nothing and "
                                         "ends as if it had, --fg-init is refused",
                                .lack = silent,
-                               .remedy = "Put appliance/wrappers/mdadm in its place."};
+                               .remedy = adapter};
 constexpr Probe pvcreate_probe = {.argument = "--version",
                                   .bad_output = "LVM version: +(2\\.0[3-9]|[3-9]\\.)",
                                   .fault = "LVM 2.03 or newer wants more arguments for the UUID of "
                                            "a lost volume: no group is brought back (-301)",
-                                  .remedy = "Put appliance/wrappers/pvcreate in its place."};
+                                  .remedy = adapter};
 constexpr Probe vgcfgrestore_probe = {.argument = "--version",
                                       .bad_output = "LVM version: +(2\\.0[3-9]|[3-9]\\.)",
                                       .fault = "LVM 2.03 or newer asks before it restores a group "
                                                "with a pool that is on, and gets no answer",
                                       .remedy =
-                                          "Put appliance/wrappers/vgcfgrestore in its place."};
+                                          adapter};
 constexpr Probe signature_probe = {
     .program = "/sbin/lvmconfig",
     .argument = "--type",
@@ -96,19 +96,20 @@ constexpr Probe signature_probe = {
     .fault = "lvcreate asks what to do with an old signature, and gets no answer: the pool is not "
              "made (-325, -603)",
     .remedy =
-        "In /etc/lvm/lvmlocal.conf: allocation { wipe_signatures_when_zeroing_new_lvs = 0 }."};
+        "Install zavbox-tools, which has an adapter for it, or write in /etc/lvm/lvmlocal.conf: "
+              "allocation { wipe_signatures_when_zeroing_new_lvs = 0 }."};
 constexpr Probe mkfs_probe = {.argument = "-V",
                               .bad_output =
                                   "mkfs.reiserfs +(3\\.(6\\.(2[7-9]|[3-9][0-9])|[7-9])|[4-9])",
                               .fault = "version 3.6.27 or newer: -L is unknown and it asks before "
                                        "it writes to a whole disk (-603)",
-                              .remedy = "Put appliance/wrappers/mkfs.reiserfs in its place."};
+                              .remedy = adapter};
 
 // clang-format off
 constexpr auto table = std::to_array<Need>({
     // Disks.
     {directory, "/proc/scsi/mvSata", all, fails, "There is no disk: arrays are listed without their slots, and nothing can be made or changed (-205).",
-     "A kernel with /proc/scsi and the controller's driver; appliance/guest/mvsata-status writes such files.", "", with_plain_controller},
+     "A kernel with /proc/scsi and the controller's driver; or install zavbox-tools, whose zavbox-slots makes /run/zavbox/mvSata, which stands in.", "", with_plain_controller, "/run/zavbox/mvSata"},
     {program, "/usr/local/bin/vexadm", disks, fails, "Neither disks (-205) nor arrays (-422) can be listed.", of_appliance, "", with_raid_controller},
     {program, "/usr/local/bin/hotspare", disks, fails, "No disk can be listed (-205): nothing that takes a disk works.", of_appliance},
     {program, "/usr/local/bin/diskformat", clears, data, "Disks are used with what is on them: a new array, group or label stands beside old superblocks and signatures, which may come back. The commands end as if the disks had been cleared.", of_appliance},
@@ -207,7 +208,7 @@ bool is_one_of(const std::array<std::string_view, count>& models, std::string_vi
 } // namespace
 
 ModelTraits traits_of(std::string_view model) {
-    const bool is_server = model.starts_with("KOR");
+    const bool is_server = model.starts_with("KOR") || model == "GENERIC";
     const bool has_power_tool = is_one_of(power_tool_models, model);
     return {is_server,
             is_one_of(reiserfs_models, model),

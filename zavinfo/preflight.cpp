@@ -16,6 +16,11 @@ namespace {
 constexpr std::array<const char*, 6> tool_directories = {
     "/bin", "/sbin", "/usr/bin", "/usr/sbin", "/usr/local/bin", "/usr/local/sbin"};
 
+/// Where zavbox takes programs with a path from first: see zavbox-tools(7).
+constexpr const char* adapters = "/usr/lib/zavbox/tools";
+
+constexpr const char* no_program = "it is no program that can be run";
+
 NeedState state(const Need& need, Found found, std::string detail = "") {
     return {&need, found, std::move(detail)};
 }
@@ -39,12 +44,37 @@ NeedState check_version(const Need& need, const std::string& path) {
     return is_bad ? state(need, Found::wrong, probe.fault) : state(need, Found::present, path);
 }
 
+/// Of a program with a path that has no adapter.
+NeedState check_own_program(const Need& need) {
+    const std::string name = need.name;
+    return is_program(name) ? check_version(need, name)
+           : is_there(name) ? state(need, Found::wrong, no_program)
+                            : state(need, Found::missing);
+}
+
+/// The adapter is what runs, and knows what is wanted. The shell has none.
+NeedState check_adapted_program(const Need& need) {
+    const std::string adapter = std::string(adapters) + need.name;
+    if (std::string_view(need.name) == "/bin/sh" || !is_there(adapter)) {
+        return check_own_program(need);
+    }
+    if (is_roots_alone(adapter) && is_file_below(adapter, adapters)) {
+        return is_program(adapter) ? state(need, Found::present, adapter)
+                                   : state(need, Found::wrong,
+                                           "its adapter is no program that can be run");
+    }
+    NeedState own = check_own_program(need);
+    if (is_trouble(own)) {
+        own = state(need, Found::wrong,
+                    "its adapter is not used: it must be a file that only root can have made");
+    }
+    return own;
+}
+
 NeedState check_program(const Need& need) {
     const std::string name = need.name;
     if (name.find('/') != std::string::npos) {
-        return is_program(name) ? check_version(need, name)
-               : is_there(name) ? state(need, Found::wrong, "it is no program that can be run")
-                                : state(need, Found::missing);
+        return check_adapted_program(need);
     }
     for (const std::string directory : tool_directories) {
         if (is_program(directory + "/" + name)) {
@@ -71,6 +101,16 @@ NeedState check_place(const Need& need, bool is_good, const char* fault) {
                                  : state(need, Found::missing);
 }
 
+NeedState check_directory(const Need& need) {
+    const std::string substitute = need.source;
+    if (is_there(need.name) || substitute.empty() || !is_directory(substitute)) {
+        return check_place(need, is_directory(need.name), "it is no directory");
+    }
+    return is_roots_alone(substitute)
+               ? state(need, Found::present, substitute)
+               : state(need, Found::wrong, substitute + " is not used: others may write there");
+}
+
 NeedState check_kernel(const Need& need) {
     return has_word(need.source, need.word) ? state(need, Found::present, "in the kernel")
            : has_module(need.module)        ? state(need, Found::present, "as a module")
@@ -87,7 +127,7 @@ NeedState check_need(const Need& need, const ModelTraits& model) {
     case NeedKind::file:
         return check_file(need);
     case NeedKind::directory:
-        return check_place(need, is_directory(need.name), "it is no directory");
+        return check_directory(need);
     case NeedKind::writable:
         return check_place(need, is_writable_directory(need.name),
                            "it is no directory that can be written to");

@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <sys/stat.h>
@@ -88,6 +89,23 @@ bool is_program(const std::string& path) {
     return has_type(path, S_IFREG) && may(path, X_OK);
 }
 
+bool is_roots_alone(const std::string& path) {
+    std::error_code error;
+    const std::filesystem::path end = std::filesystem::canonical(path, error);
+    for (const std::filesystem::path& from : {std::filesystem::path(path), end}) {
+        std::filesystem::path at;
+        for (const std::filesystem::path& name : from) {
+            at /= name;
+            struct stat status = {};
+            if (error || ::lstat(at.c_str(), &status) != 0 || status.st_uid != 0 ||
+                (!S_ISLNK(status.st_mode) && (status.st_mode & (S_IWGRP | S_IWOTH)) != 0)) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
 bool is_readable_file(const std::string& path) {
     return has_type(path, S_IFREG) && may(path, R_OK);
 }
@@ -102,6 +120,12 @@ bool is_writable_directory(const std::string& path) {
 
 bool is_block_device(const std::string& path) {
     return has_type(path, S_IFBLK);
+}
+
+bool is_file_below(const std::string& path, const std::string& directory) {
+    std::error_code error;
+    const std::string end = std::filesystem::canonical(path, error).string();
+    return !error && end.starts_with(directory + "/") && has_type(end, S_IFREG);
 }
 
 bool is_machine_code(const std::string& path) {

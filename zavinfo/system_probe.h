@@ -13,10 +13,17 @@ namespace zavinfo {
 bool is_there(const std::string& path);
 
 bool is_program(const std::string& path);
+/// Whether it, all directories of its path and where links on that lead are root's, and nobody else
+/// may write to them.
+bool is_roots_alone(const std::string& path);
+
 bool is_readable_file(const std::string& path);
 bool is_directory(const std::string& path);
 bool is_writable_directory(const std::string& path);
 bool is_block_device(const std::string& path);
+
+/// Whether a path leads to a file in a directory, or below that.
+bool is_file_below(const std::string& path, const std::string& directory);
 
 /// Whether a program is in machine code, not a script.
 bool is_machine_code(const std::string& path);

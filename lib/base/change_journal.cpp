@@ -67,8 +67,9 @@ std::optional<std::string> take_text(std::string_view& text, std::optional<std::
     if (!length || *length > text.size()) {
         return std::nullopt;
     }
-    std::string taken(text.substr(0, *length));
-    text.remove_prefix(*length);
+    const auto size = static_cast<std::size_t>(*length);
+    std::string taken(text.substr(0, size));
+    text.remove_prefix(size);
     return taken;
 }
 

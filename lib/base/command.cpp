@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "base/command.h"
 
+#include "base/adapters.h"
 #include "base/file.h"
 #include "base/process.h"
 #include "base/session.h"
@@ -54,6 +55,22 @@ bool is_program(std::string_view word) {
     }
     return word.find('/') != std::string_view::npos ||
            std::ranges::find(bare_programs, word) != bare_programs.end();
+}
+
+/// What a shell ends with for a program that is there and cannot be run.
+constexpr auto cannot_be_run = static_cast<WaitStatus>(126 << 8);
+
+/// Puts the program's adapter in its place. Where one was meant to run, the tool that it keeps from
+/// doing harm must not run instead, even when the adapter does not start.
+bool adapt(PlainCommand& command) {
+    const int caller_errno = errno;
+    std::string adapter = adapter_of(command.words.front());
+    errno = caller_errno; // the next line of the log shows its text
+    const bool is_there = !adapter.empty();
+    if (is_there) {
+        command.words.front() = std::move(adapter);
+    }
+    return is_there;
 }
 
 const char* failure_format(FailureWording wording) {
@@ -113,9 +130,11 @@ WaitStatus run_command_within(std::string_view command, const ProgramLimits& lim
     const std::string text = keeps_errors ? std::string(command) : text_for_shell(command);
     // A plain command is started without a shell in between, which halves the cost of a small
     // tool. On failure, fall back to the shell, whose status stands.
-    if (const auto plain = parse_plain_command(text)) {
-        if (const auto status = run_program(*plain, &path, limits, &was_ended)) {
-            return *status;
+    if (auto plain = parse_plain_command(text)) {
+        const bool is_adapted = adapt(*plain);
+        const auto status = run_program(*plain, &path, limits, &was_ended);
+        if (status || is_adapted) {
+            return status.value_or(cannot_be_run);
         }
     }
     return run_program({{"/bin/sh", "-c", text}, {}}, &path, limits, &was_ended)

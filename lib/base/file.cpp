@@ -14,6 +14,7 @@
 #include <map>
 #include <memory>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -158,6 +159,25 @@ std::optional<std::string> read_rest(int fd, std::size_t most) {
         text.append(chunk.data(), static_cast<std::size_t>(count));
     }
     return count == 0 ? std::optional(std::move(text)) : std::nullopt;
+}
+
+void close_from(unsigned first, unsigned flags) {
+    constexpr rlim_t most = 65536;
+    if (::close_range(first, ~0U, static_cast<int>(flags)) == 0) {
+        return;
+    }
+    // Kernels have it since 5.9, the flag since 5.11. Nothing else tells which are open without
+    // opening one.
+    struct rlimit limit = {};
+    ::getrlimit(RLIMIT_NOFILE, &limit);
+    const int end = static_cast<int>(std::min(limit.rlim_cur, most));
+    for (int fd = static_cast<int>(first); fd < end; ++fd) {
+        if (flags == 0) {
+            ::close(fd);
+        } else {
+            ::fcntl(fd, F_SETFD, FD_CLOEXEC);
+        }
+    }
 }
 
 std::optional<std::string> read_file(const char* path) {
@@ -315,6 +335,16 @@ bool replace_checked_file(const std::string& path, std::string_view text,
         unlink_quietly(path);
     }
     return is_durable;
+}
+
+bool is_directory_of(uid_t owner, const char* path) {
+    struct stat status = {};
+    if (::lstat(path, &status) != 0) {
+        return false;
+    }
+    const bool kept = S_ISDIR(status.st_mode) && is_kept_by(owner, status);
+    errno = kept ? errno : EPERM;
+    return kept;
 }
 
 bool names_open_file(const char* path, int fd) {

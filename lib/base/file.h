@@ -10,6 +10,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <utility>
 #include <vector>
@@ -47,6 +48,10 @@ class FileDescriptor {
 /// More than any file holds that is read as a whole.
 inline constexpr std::size_t longest_file = std::size_t(4) << 20;
 
+/// Closes every descriptor from `first` on; with CLOSE_RANGE_CLOEXEC for `flags` once the process
+/// becomes another program. For itself: it takes no memory and no lock.
+void close_from(unsigned first, unsigned flags);
+
 /// Everything the regular file holds. Nothing when it cannot be opened or read, or when it is
 /// longer than longest_file; errno says why.
 std::optional<std::string> read_file(const char* path);
@@ -73,6 +78,19 @@ bool append_line(int fd, std::string_view before, std::string_view line);
 /// Writes a text into the file `copy`, which gets the mode and the owner of `original`, whose place
 /// it is to take.
 bool write_copy(const char* copy, std::string_view text, const char* original);
+
+inline constexpr uid_t root_user = 0;
+
+/// Whether a file, or a directory, is its owner's and nobody else may change it. A link's mode says
+/// nothing.
+constexpr bool is_kept_by(uid_t owner, const struct stat& status) {
+    return status.st_uid == owner &&
+           (S_ISLNK(status.st_mode) || (status.st_mode & (S_IWGRP | S_IWOTH)) == 0);
+}
+
+/// Whether nobody but `owner` can have put anything into the directory, which is not a link to one;
+/// errno says why not.
+bool is_directory_of(uid_t owner, const char* path);
 
 /// Whether `path` still names the file that `fd` has open.
 bool names_open_file(const char* path, int fd);

@@ -109,7 +109,8 @@ class RecordList {
     /// A record is found from its link by a fixed distance.
     static Record& record_of(ListLink& link) {
         static_assert(std::is_standard_layout_v<Record>);
-        return *reinterpret_cast<Record*>(reinterpret_cast<char*>(&link) - offsetof(Record, link));
+        void* record = reinterpret_cast<char*>(&link) - offsetof(Record, link);
+        return *static_cast<Record*>(record);
     }
 
     // Even a list that is only read hands out the links of its records.

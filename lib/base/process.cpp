@@ -326,7 +326,7 @@ Outcome run_as_child(const Program& program, const HeldSignals& signals) {
         program.become(signals, started);
     }
     // What the parent closes meanwhile must not stay open here.
-    ::close_range(0, ~0U, 0);
+    close_from(0, 0);
     if (pid > 0 && program.has_time_limit()) {
         outcome = end_in_time(pid, end_of(pid), program);
     } else {

@@ -32,18 +32,6 @@ bool make_directory(const char* path, mode_t mode) {
     return ::mkdir(path, mode) == 0 || errno == EEXIST;
 }
 
-/// Whether nobody else can have put anything into the directory.
-bool is_ours(const char* path) {
-    struct stat status = {};
-    if (::lstat(path, &status) != 0) {
-        return false;
-    }
-    const bool ours = S_ISDIR(status.st_mode) && status.st_uid == ::geteuid() &&
-                      (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
-    errno = ours ? errno : EPERM;
-    return ours;
-}
-
 /// The directory of locks, made when it is not there; empty when it cannot be made, errno says why.
 std::string make_lock_directory() {
     int error = 0;
@@ -70,7 +58,7 @@ FileDescriptor open_lock(std::string_view name, std::string& path) {
             break;
         }
         path = std::string(directory).append("/").append(name);
-        if (!is_ours(directory.c_str())) {
+        if (!is_directory_of(::geteuid(), directory.c_str())) {
             if (errno == ENOENT) {
                 continue;
             }
@@ -126,7 +114,7 @@ bool SystemLock::was_left(std::string_view name) {
         const std::string path = std::string(directory).append("/").append(name);
         const FileDescriptor fd =
             FileDescriptor::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
-        return fd && is_ours(directory.c_str()) && ::flock(fd.get(), LOCK_EX | LOCK_NB) == 0;
+        return fd && is_directory_of(::geteuid(), directory.c_str()) && ::flock(fd.get(), LOCK_EX | LOCK_NB) == 0;
     });
 }
 

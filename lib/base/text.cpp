@@ -166,6 +166,10 @@ std::uint64_t decimal(std::string_view text) {
     return number;
 }
 
+std::size_t decimal_size(std::string_view text) {
+    return static_cast<std::size_t>(std::min<std::uint64_t>(decimal(text), SIZE_MAX));
+}
+
 int decimal_int(std::string_view text) {
     constexpr int largest = std::numeric_limits<int>::max();
     return static_cast<int>(std::min<std::uint64_t>(decimal(text), largest));

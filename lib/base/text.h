@@ -73,6 +73,9 @@ std::string_view field(std::string_view text, std::string_view separators, std::
 /// number when it does not fit. There is no sign.
 std::uint64_t decimal(std::string_view text);
 
+/// The same for a place or a number of things in memory: SIZE_MAX when it does not fit.
+std::size_t decimal_size(std::string_view text);
+
 /// The same for a channel, a count or a percentage: INT_MAX when it does not fit.
 int decimal_int(std::string_view text);
 

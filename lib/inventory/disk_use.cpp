@@ -68,7 +68,7 @@ void mark_members(display_disk_list& listing, const mdinfo& array) {
 
 void mark_volume(display_disk_list& listing, const pvinfo& volume) {
     // A volume on a single disk has the disk's channel for its name, which may be negative.
-    const long channel = std::strtol(volume.name.c_str(), nullptr, 10);
+    const long long channel = std::strtoll(volume.name.c_str(), nullptr, 10);
     for (display_disk_info& disk : listing) {
         const bool has_channel =
             channel != 0 && disk.channel == channel && disk.device == volume.device;

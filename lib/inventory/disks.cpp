@@ -14,6 +14,7 @@
 #include "sources/vexadm.h"
 
 #include <algorithm>
+#include <cerrno>
 
 namespace zav {
 
@@ -21,10 +22,25 @@ namespace {
 
 constexpr std::size_t longest_status_name = 2;
 
-Code add_port_group(const std::string& name, disk_list& list) {
+/// Where the status files are, with their names; nothing when there are none, errno says why.
+std::optional<std::vector<std::string>> list_status_files(const char*& directory) {
+    directory = controller_directory;
+    auto names = directory_entries(directory);
+    if (names || errno != ENOENT) {
+        return names;
+    }
+    if (is_directory_of(root_user, slots_parent) && is_directory_of(root_user, slots_directory)) {
+        directory = slots_directory;
+        return directory_entries(directory);
+    }
+    errno = ENOENT;
+    return std::nullopt;
+}
+
+Code add_port_group(const char* directory, const std::string& name, disk_list& list) {
     const Capture capture(format_text("/tmp/disk%s.XXXXXX", name.c_str()));
     const std::string command =
-        format_text(controller_status_command, name.c_str(), capture.path());
+        format_text(controller_status_command, directory, name.c_str(), capture.path());
     if (failed(capture.run_and_log(command, FailureWording::no_blank_before_for))) {
         return Code::command_failed;
     }
@@ -113,7 +129,8 @@ Code get_claimed_disk_list(disk_list& list, const std::function<void(const disk_
 }
 
 Code get_diskinfo_from_mvSata(disk_list& list) {
-    const auto names = directory_entries(controller_directory);
+    const char* directory = nullptr;
+    const auto names = list_status_files(directory);
     if (!names) {
         log_errno(0, LogSite::numbered(458));
         return Code::controller_directory_unread;
@@ -123,7 +140,7 @@ Code get_diskinfo_from_mvSata(disk_list& list) {
         if (name.size() > longest_status_name || !is_plain_name(name)) {
             continue;
         }
-        if (const Code result = add_port_group(name, list); failed(result)) {
+        if (const Code result = add_port_group(directory, name, list); failed(result)) {
             return result;
         }
     }

@@ -13,10 +13,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <string>
 #include <unistd.h>
 #include <unordered_map>
+#include <utility>
 
 namespace zav {
 
@@ -91,6 +93,9 @@ Code mdfstab_lookup(std::string_view pool, std::string_view, BoundedText<16>& ty
     }
     return result;
 }
+
+// On 32-bit systems too: a file system of 16 TiB has more blocks than 32 bits count.
+static_assert(sizeof(std::declval<struct statfs>().f_blocks) == sizeof(std::uint64_t));
 
 void set_sizes(const struct statfs& figures, fs_info& fs) {
     const std::uint64_t block = static_cast<std::uint64_t>(figures.f_bsize) / Kib::unit;

@@ -38,6 +38,7 @@ constexpr auto models = std::to_array<Model>({
     {"VEL7205P",    &desktop, 8,            one_sensor,       tool,       nasconf, reiserfs_type, local_reiserfsck,  false},
     {"VEL7205U",    &desktop, 6,            processor_sensor, state_file, nasconf, xfs_type,      xfs_repair,        true},
     {"VEL7205A",    &desktop, 6,            processor_sensor, no_source,  nasconf, xfs_type,      xfs_repair,        false},
+    {"GENERIC",     &server,  0,            processor_sensor, no_source,  xconf,   xfs_type,      xfs_repair,        false}, // any server: no fans of its own
 });
 
 constexpr Model unknown_server =

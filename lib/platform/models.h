@@ -14,7 +14,7 @@ namespace zav {
 
 /// What the models of one family have in common.
 struct ModelFamily {
-    std::string_view name_prefix; ///< of its models' names
+    std::string_view name_prefix; ///< of the names of models that the table lacks
     const char* state_path;       ///< the file that keeps temperature, fans and power,
     const char* state_section;    ///< and where in it
     const char* repair_directory; ///< of the tools that repair file systems

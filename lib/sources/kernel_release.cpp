@@ -7,14 +7,14 @@
 
 namespace zav {
 
-long kernel_version(std::string_view release) {
-    constexpr long part_limit = 1000000;
-    long version = 0;
-    for (const long weight : {1000000L, 1000L, 1L}) {
+std::int64_t kernel_version(std::string_view release) {
+    constexpr std::int64_t part_limit = 1000000;
+    std::int64_t version = 0;
+    for (const std::int64_t weight : {1000000, 1000, 1}) {
         if (release.empty() || !is_digit(release.front())) {
             return -1;
         }
-        version += std::min<long>(decimal_int(release), part_limit) * weight;
+        version += std::min<std::int64_t>(decimal_int(release), part_limit) * weight;
         release.remove_prefix(std::min(release.find_first_not_of("0123456789"), release.size()));
         if (weight != 1 && !release.starts_with('.')) {
             return -1;

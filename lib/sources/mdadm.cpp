@@ -41,7 +41,7 @@ std::string_view device_of(std::string_view line) {
 
 std::optional<std::size_t> number_in(const std::vector<std::string_view>& words, std::size_t at) {
     const bool is_number = at < words.size() && std::ranges::all_of(words[at], is_digit);
-    return is_number ? std::optional<std::size_t>(decimal(words[at])) : std::nullopt;
+    return is_number ? std::optional(decimal_size(words[at])) : std::nullopt;
 }
 
 /// What a line of the table says of its place.
@@ -75,7 +75,8 @@ int count_items(std::string_view list) {
     return static_cast<int>(split(list, ",").size());
 }
 
-std::string create_command_text(const mdinfo& array, std::string_view disks, long kernel) {
+std::string create_command_text(const mdinfo& array, std::string_view disks,
+                                std::int64_t kernel) {
     const char* name = array.name.c_str();
     const int count = count_items(disks);
     const RaidLevel* known = find_raid_level(array.type);
@@ -127,7 +128,7 @@ std::optional<MemberTable> parse_member_table(std::string_view detail) {
         return std::nullopt;
     }
     MemberTable table;
-    table.raid_devices = decimal(*count);
+    table.raid_devices = decimal_size(*count);
     for (int slot = 0; slot <= last_slot; ++slot) {
         const auto line = get_line(detail, std::to_string(slot).c_str(), 0, blanks);
         if (!line) {

@@ -4,6 +4,8 @@
 #include "base/text.h"
 
 #include <algorithm>
+#include <climits>
+#include <cstdint>
 
 namespace zav {
 
@@ -25,7 +27,8 @@ FtpLimits parse_ftp_limits(std::string_view text) {
         const std::size_t limit = limit_of(line);
         const std::size_t equals = line.find('=');
         if (limit < limits.size() && equals != std::string::npos) {
-            values.at(limit) = decimal(std::string_view(line).substr(equals + 1));
+            const std::uint64_t value = decimal(std::string_view(line).substr(equals + 1));
+            values.at(limit) = static_cast<unsigned long>(std::min<std::uint64_t>(value, ULONG_MAX));
         }
     }
     return values;

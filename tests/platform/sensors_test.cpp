@@ -41,7 +41,7 @@ INSTANTIATE_TEST_SUITE_P(
         ModelTemperature{"KOR7206G", "server cpu"}, ModelTemperature{"KOR7206H", "server cpu"},
         ModelTemperature{"KOR7206L_BS", "server cpu"},
         ModelTemperature{"KOR7206G_BS", "server cpu"},
-        ModelTemperature{"KOR7206H_BS", "server cpu"},
+        ModelTemperature{"KOR7206H_BS", "server cpu"}, ModelTemperature{"GENERIC", "server cpu"},
         ModelTemperature{"KOR", "server cpu"}, // the first three characters decide
         ModelTemperature{"KOR7206LBX", "server cpu"}, ModelTemperature{"VEL7205P", "other"},
         ModelTemperature{"VEL7206P", "other cpu"}, ModelTemperature{"VEL7206X", "other cpu"},
@@ -142,7 +142,8 @@ INSTANTIATE_TEST_SUITE_P(All, FanSpeedsOfModel,
                                          ModelFans{"KOR7206H_BS", 6}, ModelFans{"VEL7206P", 7},
                                          ModelFans{"VEL7206X", 6}, ModelFans{"VEL7205X", 6},
                                          ModelFans{"VEL7205E", 6}, ModelFans{"VEL7205P", 8},
-                                         ModelFans{"VEL7205U", 6}, ModelFans{"VEL7205A", 6}),
+                                         ModelFans{"VEL7205U", 6}, ModelFans{"VEL7205A", 6},
+ ModelFans{"GENERIC", 0}),
                          [](const auto& each) { return std::string(each.param.model); });
 
 TEST(FanSpeeds, MissingFansAreLeftOut) {

@@ -148,6 +148,9 @@ void PrivateRoot::make_tree() {
     }
     if (zav_executable_under_test != nullptr) {
         bind(zav_executable_under_test(), "/usr/bin/zavbox");
+        if (const char* emulator = std::getenv("ZAVBOX_EMULATOR"); emulator != nullptr) {
+            bind(emulator, places::emulator);
+        }
     }
     write_file(root_ / ".harness/uses", "", 0666);
     write_file(root_ / ".harness/applet",
@@ -294,6 +297,12 @@ PrivateRoot& PrivateRoot::read_only(const std::string& path) {
     return *this;
 }
 
+PrivateRoot& PrivateRoot::filesystem(const std::string& path, const std::string& size) {
+    directory(path);
+    binds_.push_back({"", host_path(path), true, size});
+    return *this;
+}
+
 Tool PrivateRoot::tool(const std::string& path) {
     if (fs::is_symlink(host_path(path))) {
         fs::remove(host_path(path));
@@ -352,7 +361,7 @@ StartedRun PrivateRoot::launch(const std::vector<std::string>& arguments,
                   .allow_unexpected = allow_unexpected_};
     launch.sandbox.mounts.push_back({folder, host_path(places::run), true});
     for (const BindMount& one : binds_) {
-        launch.sandbox.mounts.push_back({one.source, one.target, one.writable});
+        launch.sandbox.mounts.push_back({one.source, one.target, one.writable, one.size});
     }
     auto state = std::make_unique<StartedRun::State>();
     state->start(launch);

@@ -46,6 +46,8 @@ class PrivateRoot {
     // directory of the tree that not even uid 0 can write to.
     PrivateRoot& bind(const std::string& host_path, const std::string& path, bool writable = false);
     PrivateRoot& read_only(const std::string& path);
+    // An empty file system in memory for each later run, of a size such as "20T": it takes none.
+    PrivateRoot& filesystem(const std::string& path, const std::string& size);
 
     // Stand-in tools. Naming a tool creates it; a call without a rule exits with 127 and fails the
     // test.
@@ -80,6 +82,7 @@ class PrivateRoot {
         std::string source;
         std::string target;
         bool writable;
+        std::string size = {};
     };
     std::vector<BindMount> binds_;
     RuleBook rules_;

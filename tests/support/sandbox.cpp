@@ -76,6 +76,13 @@ unsigned long locked_flags(const std::string& path) {
 
 void bind_mount(const Mount& one) {
     const char* target = one.target.c_str();
+    if (!one.size.empty()) {
+        if (mount("tmpfs", target, "tmpfs", MS_NOSUID | MS_NODEV, ("size=" + one.size).c_str()) !=
+            0) {
+            fail("cannot mount a file system at " + one.target);
+        }
+        return;
+    }
     if (mount(one.source.c_str(), target, nullptr, MS_BIND, nullptr) != 0) {
         fail("cannot bind " + one.source + " to " + one.target);
     }

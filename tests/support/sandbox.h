@@ -9,9 +9,10 @@
 namespace zav::test {
 
 struct Mount {
-    std::string source;
+    std::string source; // of a directory or a file that is bound
     std::string target; // on the host, below the root
     bool writable = false;
+    std::string size = {}; // of a file system in memory that is mounted instead
 };
 
 struct Sandbox {

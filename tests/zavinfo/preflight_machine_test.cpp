@@ -109,7 +109,7 @@ TEST_F(Preflight, KnowsVersionsThatDoNotWork) {
     machine.file("/etc/tool_version", "mdadm - v4.2 - 2021-12-30\n");
     EXPECT_EQ(row("/sbin/mdadm")["found"], "wrong");
     EXPECT_EQ(row("/sbin/mdadm")["lack"], "silent");
-    EXPECT_EQ(row("/sbin/mdadm")["remedy"], "Put appliance/wrappers/mdadm in its place.");
+    EXPECT_EQ(row("/sbin/mdadm")["remedy"], "Install zavbox-tools, which has an adapter for it.");
     EXPECT_EQ(run().exit_status, 2);
     machine.file("/etc/tool_version", "mdadm - v2.6.9 - 2009-03-10\n");
     EXPECT_EQ(row("/sbin/mdadm")["found"], "present");
@@ -118,6 +118,50 @@ TEST_F(Preflight, KnowsVersionsThatDoNotWork) {
 TEST_F(Preflight, TakesAScriptForAWrapper) {
     machine.remove("/sbin/mdadm").file("/sbin/mdadm", "#!/bin/sh\necho mdadm - v4.2\n", 0755);
     EXPECT_EQ(row("/sbin/mdadm")["found"], "present");
+}
+
+TEST_F(Preflight, TakesAnAdapterForTheProgram) {
+    const std::string adapter = "/usr/lib/zavbox/tools/sbin/mdadm";
+    machine.remove("/sbin/mdadm").bind(ZAV_TEST_TOOL_VERSION, "/sbin/mdadm");
+    machine.file("/etc/tool_version", "mdadm - v4.2 - 2021-12-30\n");
+    machine.file(adapter, "#!/bin/sh\n", 0755);
+    EXPECT_EQ(row("/sbin/mdadm")["found"], "present");
+    EXPECT_EQ(row("/sbin/mdadm")["detail"], adapter);
+
+    machine.remove("/sbin/vgscan").symlink("mdadm", "/usr/lib/zavbox/tools/sbin/vgscan");
+    EXPECT_EQ(row("/sbin/vgscan")["found"], "present");
+
+    machine.remove(adapter).file(adapter, "no program", 0644);
+    EXPECT_EQ(row("/sbin/mdadm")["detail"], "its adapter is no program that can be run");
+}
+
+TEST_F(Preflight, TellsOfAnAdapterThatIsNotUsed) {
+    const std::string adapter = "/usr/lib/zavbox/tools/sbin/vgscan";
+    machine.file(adapter, "#!/bin/sh\n", 0775);
+    EXPECT_EQ(row("/sbin/vgscan")["detail"], "/sbin/vgscan");
+    machine.remove("/sbin/vgscan");
+    EXPECT_EQ(row("/sbin/vgscan")["found"], "wrong");
+    EXPECT_EQ(row("/sbin/vgscan")["detail"],
+              "its adapter is not used: it must be a file that only root can have made");
+    machine.remove(adapter).symlink("/sbin/vgdisplay", adapter);
+    EXPECT_EQ(row("/sbin/vgscan")["found"], "wrong");
+}
+
+TEST_F(Preflight, KnowsNoAdapterOfTheShellOrOfAProgramWithoutAPath) {
+    machine.file("/usr/lib/zavbox/tools/bin/sh", "#!/bin/sh\n", 0755);
+    machine.remove("/bin/chattr").file("/usr/lib/zavbox/tools/bin/chattr", "#!/bin/sh\n", 0755);
+    EXPECT_EQ(row("/bin/sh")["detail"], "/bin/sh");
+    EXPECT_EQ(row("chattr")["found"], "missing");
+}
+
+TEST_F(Preflight, TakesTheSlotsForTheControllersDirectory) {
+    machine.remove("/proc/scsi").directory("/run/zavbox/mvSata");
+    EXPECT_EQ(row("/proc/scsi/mvSata")["found"], "present");
+    EXPECT_EQ(row("/proc/scsi/mvSata")["detail"], "/run/zavbox/mvSata");
+    machine.directory("/run/zavbox", 0775);
+    EXPECT_EQ(row("/proc/scsi/mvSata")["found"], "wrong");
+    machine.remove("/run/zavbox");
+    EXPECT_EQ(row("/proc/scsi/mvSata")["found"], "missing");
 }
 
 TEST_F(Preflight, AsksTheKernel) {

@@ -18,6 +18,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <sys/utsname.h>
 
 namespace zav {
@@ -55,7 +56,7 @@ Code check_run_whole(const std::string& command) {
     return Code::command_failed;
 }
 
-long running_kernel_version() {
+std::int64_t running_kernel_version() {
     utsname system = {};
     return ::uname(&system) == 0 ? kernel_version(system.release) : -1;
 }

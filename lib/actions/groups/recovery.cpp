@@ -38,7 +38,7 @@ class RamDisks {
                 device.substr(std::min(ram_prefix.size(), device.size()));
             if (device.starts_with(ram_prefix) && !number.empty() &&
                 std::ranges::all_of(number, is_digit) && decimal(number) < used_.size()) {
-                used_.at(decimal(number)) = true;
+                used_.at(decimal_size(number)) = true;
             }
         }
     }

@@ -50,6 +50,14 @@ TEST_F(FsDisplay, ShowsAMountedPoolWithTheSizesOfItsFileSystem) {
     EXPECT_THAT(machine.list("/mnt/data/pool"), IsEmpty());
 }
 
+// More blocks than 32 bits count, also where the processor has no more.
+TEST_F(FsDisplay, ShowsTheSizeOfALargeFileSystem) {
+    machine.mounts({mounted}).filesystem("/mnt/data/pool", "20T");
+    display();
+    EXPECT_EQ(run.out,
+              header + "/dev/data/pool\t/mnt/data/pool\tavailable\t20971520M\t0M\tdata\t0\n");
+}
+
 TEST_F(FsDisplay, ShowsThePoolsSizesWhereNoFileSystemCanBeMeasured) {
     display();
     EXPECT_EQ(run.out, header + "/dev/data/pool\t/mnt/data/pool\tumount\t2048M\t0M\tdata\t0\n");

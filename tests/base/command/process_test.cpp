@@ -9,7 +9,11 @@
 #include <csignal>
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -43,6 +47,40 @@ TEST(Child, HasDescriptors0To2AndNoOther) {
     };
     // 3 is the directory that is being listed.
     EXPECT_EQ(root.call(list_own).out, "0\n1\n2\n3\n0\n1\n2\n3\n");
+}
+
+// A kernel without close_range(2).
+bool take_close_range_away() {
+    std::array<sock_filter, 4> filter = {
+        {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+         BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_close_range, 0, 1),
+         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
+         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)}};
+    const sock_fprog program = {filter.size(), filter.data()};
+    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
+TEST(Descriptors, AreClosedWithAndWithoutTheKernelsHelp) {
+    RealToolsRoot root;
+    root.file("/tmp/held", "");
+    for (const bool has_help : {true, false}) {
+        root.call([has_help] {
+            EXPECT_TRUE(has_help || take_close_range_away());
+            EXPECT_EQ(::close_range(100, ~0U, 0) == 0, has_help);
+            const int below = ::open("/tmp/held", O_RDONLY);
+            const int at = ::fcntl(below, F_DUPFD, 100);
+            const int above = ::fcntl(below, F_DUPFD, 900);
+            close_from(100, CLOSE_RANGE_CLOEXEC);
+            EXPECT_EQ(::fcntl(below, F_GETFD), 0);
+            EXPECT_EQ(::fcntl(at, F_GETFD), FD_CLOEXEC);
+            EXPECT_EQ(::fcntl(above, F_GETFD), FD_CLOEXEC);
+            close_from(100, 0);
+            EXPECT_EQ(::fcntl(below, F_GETFD), 0);
+            EXPECT_EQ(::fcntl(at, F_GETFD), -1);
+            EXPECT_EQ(::fcntl(above, F_GETFD), -1);
+        });
+    }
 }
 
 TEST(Child, HasANullDeviceAsStandardInput) {

@@ -5,6 +5,7 @@
 #include "inventory/disks.h"
 
 #include <csignal>
+#include <unistd.h>
 
 namespace zav::test {
 namespace {
@@ -120,6 +121,79 @@ TEST(ControllerDirectory, ThatIsAFileFails) {
     EXPECT_EQ(root.discover(get_diskinfo_from_mvSata).code, -1021);
     EXPECT_THAT(root.log_texts(),
                 ElementsAre("get_diskinfo_from_mvSata:458 return 0 with Not a directory"));
+}
+
+// Where there is no driver: what stands in for its directory.
+class Slots : public testing::Test {
+  protected:
+    Slots() {
+        root.file("/run/zavbox/mvSata/0", status_file("1,4", {port_line("0", "2", "sda")}));
+    }
+    Discovery discover() { return root.discover(get_diskinfo_from_mvSata); }
+    void expect_no_directory() {
+        const Discovery found = discover();
+        EXPECT_EQ(found.code, -1021);
+        EXPECT_THAT(found.commands, IsEmpty());
+        EXPECT_THAT(
+            root.log_texts(),
+            ElementsAre("get_diskinfo_from_mvSata:458 return 0 with No such file or directory"));
+    }
+
+    DiskRoot root;
+};
+
+TEST_F(Slots, StandInForAMissingDirectory) {
+    const Discovery found = discover();
+    EXPECT_EQ(found.code, 0);
+    EXPECT_THAT(found.disks, ElementsAre("sda|3|0||||0|0"));
+    EXPECT_THAT(found.commands,
+                ElementsAre("cat /run/zavbox/mvSata/0 > /tmp/disk0.XXXXXX 2>> /dev/null"));
+    EXPECT_THAT(root.log(), IsEmpty());
+    EXPECT_THAT(root.tmp(), IsEmpty());
+}
+
+TEST_F(Slots, WithoutDisksAreNoFailure) {
+    root.remove("/run/zavbox/mvSata/0");
+    const Discovery found = discover();
+    EXPECT_EQ(found.code, 0);
+    EXPECT_THAT(found.disks, IsEmpty());
+}
+
+TEST_F(Slots, AreNotAskedWhereThereIsADirectory) {
+    root.directory("/proc/scsi/mvSata");
+    EXPECT_THAT(discover().disks, IsEmpty());
+    root.ports("0", {port_line("0", "0", "sdb")});
+    EXPECT_THAT(discover().disks, ElementsAre("sdb|1|0||||0|0"));
+}
+
+TEST_F(Slots, AreNotAskedWhereSomethingElseHasItsName) {
+    root.file("/proc/scsi/mvSata", "");
+    EXPECT_EQ(discover().code, -1021);
+    EXPECT_THAT(root.log_texts(),
+                ElementsAre("get_diskinfo_from_mvSata:458 return 0 with Not a directory"));
+}
+
+TEST_F(Slots, ThatOthersMayWriteToAreNone) {
+    root.directory("/run/zavbox", 0775);
+    expect_no_directory();
+}
+
+TEST_F(Slots, InADirectoryThatOthersMayWriteToAreNone) {
+    root.directory("/run/zavbox/mvSata", 01777);
+    expect_no_directory();
+}
+
+TEST_F(Slots, OfAnotherUserAreNone) {
+    if (::lchown(root.host_path("/run/zavbox").c_str(), 1234, 0) != 0) {
+        GTEST_SKIP() << "only root can give files away";
+    }
+    expect_no_directory();
+}
+
+TEST_F(Slots, BehindALinkAreNone) {
+    root.remove("/run/zavbox/mvSata").directory("/tmp/slots").symlink("/tmp/slots",
+                                                                      "/run/zavbox/mvSata");
+    expect_no_directory();
 }
 
 TEST(ControllerDirectory, EntriesOfOneAndTwoCharactersAreRead) {

@@ -8,6 +8,7 @@ inline constexpr auto shell = "/.harness/sh";        // the real shell
 inline constexpr auto busybox = "/.harness/busybox"; // the plain tools
 inline constexpr auto standin = "/.harness/standin"; // the program behind every stand-in tool
 inline constexpr auto symbolizer = "/.harness/llvm-symbolizer"; // names in sanitizer reports
+inline constexpr auto emulator = "/.harness/emulator"; // runs a zavbox for another processor
 inline constexpr auto libraries = "/.harness/lib";              // the host's /usr/lib
 inline constexpr auto proc = "/.harness/proc";                  // procfs of the run's PID namespace
 inline constexpr auto rules = "/.harness/rules";                // the answers of stand-in tools
