@@ -25,8 +25,9 @@ constexpr const char* status = "zavinfo";
 
 constexpr const char* from_debian = "Install the package.";
 constexpr const char* linked = "Install the package, and link its program to this path.";
-constexpr const char* of_appliance = "It belongs to the appliance's system; zavbox-tools has one that "
-                                     "works on any Linux.";
+constexpr const char* of_appliance =
+    "It belongs to the appliance's system; zavbox-tools has one that "
+    "works on any Linux.";
 constexpr const char* kernel_option = "Load the module, or boot a kernel that has it.";
 constexpr const char* script = "Write a script of this name that starts and stops the service; "
                                "zavbox-tools has one.";
@@ -85,8 +86,7 @@ constexpr Probe vgcfgrestore_probe = {.argument = "--version",
                                       .bad_output = "LVM version: +(2\\.0[3-9]|[3-9]\\.)",
                                       .fault = "LVM 2.03 or newer asks before it restores a group "
                                                "with a pool that is on, and gets no answer",
-                                      .remedy =
-                                          adapter};
+                                      .remedy = adapter};
 constexpr Probe signature_probe = {
     .program = "/sbin/lvmconfig",
     .argument = "--type",
@@ -97,7 +97,7 @@ constexpr Probe signature_probe = {
              "made (-325, -603)",
     .remedy =
         "Install zavbox-tools, which has an adapter for it, or write in /etc/lvm/lvmlocal.conf: "
-              "allocation { wipe_signatures_when_zeroing_new_lvs = 0 }."};
+        "allocation { wipe_signatures_when_zeroing_new_lvs = 0 }."};
 constexpr Probe mkfs_probe = {.argument = "-V",
                               .bad_output =
                                   "mkfs.reiserfs +(3\\.(6\\.(2[7-9]|[3-9][0-9])|[7-9])|[4-9])",

@@ -61,7 +61,7 @@ struct Need {
     const char* package = ""; ///< Debian's that has it; empty when none does
     bool (*is_needed)(const ModelTraits& model) = nullptr; ///< null: by every model
     const char* source = ""; ///< a kernel feature's file, another name for a file, or a
-                                ///< directory of root's alone that stands in for a missing one
+                             ///< directory of root's alone that stands in for a missing one
     const char* word = "";   ///< in that file
     const char* module = ""; ///< the kernel's, without ".ko"
     Probe probe = {};

@@ -59,9 +59,9 @@ NeedState check_adapted_program(const Need& need) {
         return check_own_program(need);
     }
     if (is_roots_alone(adapter) && is_file_below(adapter, adapters)) {
-        return is_program(adapter) ? state(need, Found::present, adapter)
-                                   : state(need, Found::wrong,
-                                           "its adapter is no program that can be run");
+        return is_program(adapter)
+                   ? state(need, Found::present, adapter)
+                   : state(need, Found::wrong, "its adapter is no program that can be run");
     }
     NeedState own = check_own_program(need);
     if (is_trouble(own)) {

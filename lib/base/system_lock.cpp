@@ -114,7 +114,8 @@ bool SystemLock::was_left(std::string_view name) {
         const std::string path = std::string(directory).append("/").append(name);
         const FileDescriptor fd =
             FileDescriptor::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
-        return fd && is_directory_of(::geteuid(), directory.c_str()) && ::flock(fd.get(), LOCK_EX | LOCK_NB) == 0;
+        return fd && is_directory_of(::geteuid(), directory.c_str()) &&
+               ::flock(fd.get(), LOCK_EX | LOCK_NB) == 0;
     });
 }
 

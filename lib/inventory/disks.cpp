@@ -22,25 +22,26 @@ namespace {
 
 constexpr std::size_t longest_status_name = 2;
 
-/// Where the status files are, with their names; nothing when there are none, errno says why.
-std::optional<std::vector<std::string>> list_status_files(const char*& directory) {
-    directory = controller_directory;
-    auto names = directory_entries(directory);
+/// The names of the status files, and where they are; nothing when there are none, errno says why.
+std::optional<std::vector<std::string>> list_status_files(bool& are_slots) {
+    auto names = directory_entries(controller_directory);
     if (names || errno != ENOENT) {
         return names;
     }
-    if (is_directory_of(root_user, slots_parent) && is_directory_of(root_user, slots_directory)) {
-        directory = slots_directory;
-        return directory_entries(directory);
+    are_slots =
+        is_directory_of(root_user, slots_parent) && is_directory_of(root_user, slots_directory);
+    if (are_slots) {
+        return directory_entries(slots_directory);
     }
     errno = ENOENT;
     return std::nullopt;
 }
 
-Code add_port_group(const char* directory, const std::string& name, disk_list& list) {
+Code add_port_group(bool are_slots, const std::string& name, disk_list& list) {
     const Capture capture(format_text("/tmp/disk%s.XXXXXX", name.c_str()));
     const std::string command =
-        format_text(controller_status_command, directory, name.c_str(), capture.path());
+        are_slots ? format_text(slots_status_command, name.c_str(), capture.path())
+                  : format_text(controller_status_command, name.c_str(), capture.path());
     if (failed(capture.run_and_log(command, FailureWording::no_blank_before_for))) {
         return Code::command_failed;
     }
@@ -129,8 +130,8 @@ Code get_claimed_disk_list(disk_list& list, const std::function<void(const disk_
 }
 
 Code get_diskinfo_from_mvSata(disk_list& list) {
-    const char* directory = nullptr;
-    const auto names = list_status_files(directory);
+    bool are_slots = false;
+    const auto names = list_status_files(are_slots);
     if (!names) {
         log_errno(0, LogSite::numbered(458));
         return Code::controller_directory_unread;
@@ -140,7 +141,7 @@ Code get_diskinfo_from_mvSata(disk_list& list) {
         if (name.size() > longest_status_name || !is_plain_name(name)) {
             continue;
         }
-        if (const Code result = add_port_group(directory, name, list); failed(result)) {
+        if (const Code result = add_port_group(are_slots, name, list); failed(result)) {
             return result;
         }
     }

@@ -23,8 +23,8 @@ Code get_claimed_disk_list(disk_list& list, const std::function<void(const disk_
                            Sink& out);
 
 /// Adds the disks of the SATA controller and of the boxes behind it. Runs cat on each status file
-/// under /proc/scsi/mvSata, or under /run/zavbox/mvSata where the former does not exist and the latter
-/// is root's alone. Code::ok, Code::controller_directory_unread,
+/// under /proc/scsi/mvSata, or under /run/zavbox/mvSata where the former does not exist and the
+/// latter is root's alone. Code::ok, Code::controller_directory_unread,
 /// Code::controller_status_unread or Code::command_failed.
 Code get_diskinfo_from_mvSata(disk_list& list);
 

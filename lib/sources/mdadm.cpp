@@ -75,8 +75,7 @@ int count_items(std::string_view list) {
     return static_cast<int>(split(list, ",").size());
 }
 
-std::string create_command_text(const mdinfo& array, std::string_view disks,
-                                std::int64_t kernel) {
+std::string create_command_text(const mdinfo& array, std::string_view disks, std::int64_t kernel) {
     const char* name = array.name.c_str();
     const int count = count_items(disks);
     const RaidLevel* known = find_raid_level(array.type);

@@ -45,8 +45,7 @@ inline constexpr std::string_view foreground_status = "foreground";
 
 /// The mdadm command that creates an array of the level on a kernel of that version. `disks` is a
 /// list of kernel names separated by commas.
-std::string create_command_text(const mdinfo& array, std::string_view disks,
-                                std::int64_t kernel);
+std::string create_command_text(const mdinfo& array, std::string_view disks, std::int64_t kernel);
 
 /// The command that creates an array again from the disks it had.
 std::string recreate_command_text(std::string_view name, int level, std::string_view disks);

@@ -15,8 +15,9 @@ inline constexpr const char* controller_directory = "/proc/scsi/mvSata";
 inline constexpr const char* slots_parent = "/run/zavbox";
 inline constexpr const char* slots_directory = "/run/zavbox/mvSata";
 
-/// The directory, the name of a file there, the captured output's path.
-inline constexpr char controller_status_command[] = "cat %s/%s > %s";
+/// The name of a file in one of the two, the captured output's path.
+inline constexpr char controller_status_command[] = "cat /proc/scsi/mvSata/%s > %s";
+inline constexpr char slots_status_command[] = "cat /run/zavbox/mvSata/%s > %s";
 
 /// Adds the disks of one port group's status file to the list. A file without a usable "PCI
 /// location" line, and a line without a plain disk name, add nothing.

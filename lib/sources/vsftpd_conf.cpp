@@ -28,7 +28,8 @@ FtpLimits parse_ftp_limits(std::string_view text) {
         const std::size_t equals = line.find('=');
         if (limit < limits.size() && equals != std::string::npos) {
             const std::uint64_t value = decimal(std::string_view(line).substr(equals + 1));
-            values.at(limit) = static_cast<unsigned long>(std::min<std::uint64_t>(value, ULONG_MAX));
+            values.at(limit) =
+                static_cast<unsigned long>(std::min<std::uint64_t>(value, ULONG_MAX));
         }
     }
     return values;

@@ -59,9 +59,10 @@ INSTANTIATE_TEST_SUITE_P(
                     std::pair("VEL7206X", nasconf), std::pair("VEL7205X", nasconf),
                     std::pair("VEL7205E", nasconf), std::pair("VEL7205P", nasconf),
                     std::pair("VEL7205U", nasconf), std::pair("VEL7205A", nasconf),
-                    std::pair("KOR", xconf), std::pair("KORnew", xconf), std::pair("GENERIC", xconf),
-                    std::pair("VEL7206PX", nasconf), std::pair("VEL7206", nasconf),
-                    std::pair("kor7206L", nasconf), std::pair("unknown", nasconf)),
+                    std::pair("KOR", xconf), std::pair("KORnew", xconf),
+                    std::pair("GENERIC", xconf), std::pair("VEL7206PX", nasconf),
+                    std::pair("VEL7206", nasconf), std::pair("kor7206L", nasconf),
+                    std::pair("unknown", nasconf)),
     [](const auto& test) { return std::string(test.param.first); });
 
 TEST_P(ConfSaveTool, GetsTheItem) {

@@ -17,10 +17,9 @@ using Names = std::set<std::string_view>;
 const Names known = {"KOR7206LB",   "KOR7206L",    "KOR7206G", "KOR7206H", "KOR7206L_BS",
                      "KOR7206G_BS", "KOR7206H_BS", "VEL7206P", "VEL7206X", "VEL7205X",
                      "VEL7205E",    "VEL7205P",    "VEL7205U", "VEL7205A", "GENERIC"};
-const Names unknown = {"",          "KOR",        "KORX",      "KO",
-                       "kor7206lb", "KOR7206LB ", "KOR7206",   "KOR7206LBX",
-                       "XKOR7206L", "VEL7204P",   "VEL7205",   "vel7205e",
-                       "generic",   "GENERICX",   "VEL7205EX", " VEL7206P",  "VEL7206P ", " VEL7205U"};
+const Names unknown = {"",        "KOR",        "KORX",      "KO",        "kor7206lb", "KOR7206LB ",
+                       "KOR7206", "KOR7206LBX", "XKOR7206L", "VEL7204P",  "VEL7205",   "vel7205e",
+                       "generic", "GENERICX",   "VEL7205EX", " VEL7206P", "VEL7206P ", " VEL7205U"};
 
 TEST(Models, AreThoseThatTheTestsKnow) {
     Names names;
@@ -49,10 +48,9 @@ Names all_but(Names excluded) {
     return names;
 }
 
-const Names server_family = {"KOR7206LB",   "KOR7206L",    "KOR7206G",    "KOR7206H",
-                             "KOR7206L_BS", "KOR7206G_BS", "KOR7206H_BS", "KOR",
-                             "KORX",        "KOR7206LB ",  "KOR7206",     "KOR7206LBX",
-                             "GENERIC"};
+const Names server_family = {"KOR7206LB",   "KOR7206L",    "KOR7206G", "KOR7206H", "KOR7206L_BS",
+                             "KOR7206G_BS", "KOR7206H_BS", "KOR",      "KORX",     "KOR7206LB ",
+                             "KOR7206",     "KOR7206LBX",  "GENERIC"};
 
 Names joined(Names names, const Names& others) {
     names.insert(others.begin(), others.end());

@@ -143,7 +143,7 @@ INSTANTIATE_TEST_SUITE_P(All, FanSpeedsOfModel,
                                          ModelFans{"VEL7206X", 6}, ModelFans{"VEL7205X", 6},
                                          ModelFans{"VEL7205E", 6}, ModelFans{"VEL7205P", 8},
                                          ModelFans{"VEL7205U", 6}, ModelFans{"VEL7205A", 6},
- ModelFans{"GENERIC", 0}),
+                                         ModelFans{"GENERIC", 0}),
                          [](const auto& each) { return std::string(each.param.model); });
 
 TEST(FanSpeeds, MissingFansAreLeftOut) {

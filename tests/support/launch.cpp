@@ -134,8 +134,7 @@ void prepare_process(const RunOptions& options, const Channels& channels) {
         result.push_back(nullptr);
         return result;
     };
-    execve(program.c_str(), pointers(arguments).data(),
-           pointers(environment).data());
+    execve(program.c_str(), pointers(arguments).data(), pointers(environment).data());
     fail("cannot execute " + program);
 }
 

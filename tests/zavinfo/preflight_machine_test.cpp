@@ -149,7 +149,9 @@ TEST_F(Preflight, TellsOfAnAdapterThatIsNotUsed) {
 
 TEST_F(Preflight, KnowsNoAdapterOfTheShellOrOfAProgramWithoutAPath) {
     machine.file("/usr/lib/zavbox/tools/bin/sh", "#!/bin/sh\n", 0755);
-    machine.remove("/bin/chattr").file("/usr/lib/zavbox/tools/bin/chattr", "#!/bin/sh\n", 0755);
+    machine.remove("/bin/chattr")
+        .remove("/usr/bin/chattr")
+        .file("/usr/lib/zavbox/tools/bin/chattr", "#!/bin/sh\n", 0755);
     EXPECT_EQ(row("/bin/sh")["detail"], "/bin/sh");
     EXPECT_EQ(row("chattr")["found"], "missing");
 }

@@ -21,10 +21,10 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 const Texts reiserfs_models = {"VEL7205E", "VEL7205P", "KOR7206LB", "VEL7206P"};
-const Texts xfs_models = {"KOR7206L",    "KOR7206G",           "KOR7206H",   "KOR7206L_BS",
-                          "KOR7206G_BS", "KOR7206H_BS",        "VEL7206X",   "VEL7205X",
-                          "VEL7205U",    "VEL7205A", "GENERIC",           "KOR7206LBX", "KOR7206",
-                          "vel7205e",    "VEL7205E-2000000000"};
+const Texts xfs_models = {
+    "KOR7206L",    "KOR7206G",   "KOR7206H", "KOR7206L_BS", "KOR7206G_BS",
+    "KOR7206H_BS", "VEL7206X",   "VEL7205X", "VEL7205U",    "VEL7205A",
+    "GENERIC",     "KOR7206LBX", "KOR7206",  "vel7205e",    "VEL7205E-2000000000"};
 
 // Directories that a shell would not interpret as exactly one word.
 const Texts unsafe_directories = {"/mnt/data/a;id",

@@ -126,9 +126,7 @@ TEST(ControllerDirectory, ThatIsAFileFails) {
 // Where there is no driver: what stands in for its directory.
 class Slots : public testing::Test {
   protected:
-    Slots() {
-        root.file("/run/zavbox/mvSata/0", status_file("1,4", {port_line("0", "2", "sda")}));
-    }
+    Slots() { root.file("/run/zavbox/mvSata/0", status_file("1,4", {port_line("0", "2", "sda")})); }
     Discovery discover() { return root.discover(get_diskinfo_from_mvSata); }
     void expect_no_directory() {
         const Discovery found = discover();
@@ -191,8 +189,9 @@ TEST_F(Slots, OfAnotherUserAreNone) {
 }
 
 TEST_F(Slots, BehindALinkAreNone) {
-    root.remove("/run/zavbox/mvSata").directory("/tmp/slots").symlink("/tmp/slots",
-                                                                      "/run/zavbox/mvSata");
+    root.remove("/run/zavbox/mvSata")
+        .directory("/tmp/slots")
+        .symlink("/tmp/slots", "/run/zavbox/mvSata");
     expect_no_directory();
 }
 
