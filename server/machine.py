@@ -135,7 +135,7 @@ class Machine:
         pathlib.Path(path).unlink(missing_ok=True)
         command = parts.qemu_command(self.root, str(self.folder / "vmlinuz"),
                                      str(self.folder / "initrd"), self.carried, path)
-        self.console = pexpect.spawn("nice", ["-n", "19", *command], encoding="utf-8",
+        self.console = pexpect.spawn(command[0], command[1:], encoding="utf-8",
                                      codec_errors="replace", timeout=self.limit, echo=False)
         self.console.delaybeforesend = None
         self.console.logfile_read = self.log
