@@ -111,6 +111,9 @@ TEST(Needs, HaveTheFilesOfTheSources) {
                                      "/etc/vsftpd_user.xml",  "/proc/net/iet/volume"};
     Names files = in_sources(R"(char\* \w+_path = "([^"]+)\")");
     files.merge(in_sources(R"(_command\[\] = "cat (/\S+) >)"));
+    for (const char* below_a_directory : {"/proc/scsi/mvSata/%s", "/run/zavbox/mvSata/%s"}) {
+        EXPECT_EQ(files.erase(below_a_directory), 1) << below_a_directory;
+    }
     Names known = names_of(NeedKind::file);
     known.insert(made_when_missing.begin(), made_when_missing.end());
     for (const std::string& file : files) {
