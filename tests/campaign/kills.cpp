@@ -21,7 +21,7 @@ int main(int argc, char** argv) {
             }
         }
         return zav::test::status_of({run_interruptions(
-            options, "kill", "SIGKILL before a call that changes something", recordings, all)});
+            options, "kills", "SIGKILL before a call that changes something", recordings, all)});
     } catch (const std::exception& error) {
         std::fprintf(stderr, "kills: %s\n", error.what());
         return 1;
