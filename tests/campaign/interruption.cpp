@@ -40,15 +40,13 @@ std::map<std::string, std::string> pending_texts(const TracedAppliance& applianc
     return pending;
 }
 
-// Whether a code says that there is, or is not, what an action is about. Exit statuses do not tell:
-// several codes share one.
+// Whether a code says that there is nothing left to do, or that the rest is to be removed first.
 bool says_done(int printed) {
-    constexpr std::array codes = {Code::already_hotspare, Code::no_hotspare,    Code::disk_used,
-                                  Code::array_name_used,  Code::no_such_array,  Code::unknown_array,
-                                  Code::group_name_used,  Code::volume_used,    Code::unknown_group,
-                                  Code::pool_name_taken,  Code::pool_name_used, Code::no_such_pool,
-                                  Code::share_exists,     Code::no_such_share,  Code::disk_in_use,
-                                  Code::volume_disk_used};
+    constexpr std::array codes = {
+#define ZAV_DONE(name) Code::name,
+#include "campaign/done_codes.def"
+#undef ZAV_DONE
+    };
     return std::any_of(codes.begin(), codes.end(),
                        [printed](Code code) { return number_of(code) == printed; });
 }

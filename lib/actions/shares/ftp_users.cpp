@@ -96,6 +96,7 @@ bool is_synced_with(const NewFile& file, const char* path) {
 Code remove_user_file(std::string_view user) {
     merge_user('d', user);
     const std::string path = ftp_user_path(user);
+    remove_new_file(path); // of a binding that was cut short
     if (::unlink(path.c_str()) != 0) {
         const bool is_gone = errno == ENOENT;
         return is_gone ? Code::ok : fail_with_errno(Code::ftp_user_file_unwritten);

@@ -96,6 +96,13 @@ TEST_F(FtpUsers, HomeIsRewrittenInPasswd) {
     EXPECT_THAT(machine.log(), IsEmpty());
 }
 
+// A power cut left it while the user was given the share.
+TEST_F(FtpUsers, RemovalTakesAnUnfinishedFileAlong) {
+    machine.file("/etc/vsftpd/.anna.new", annas_file);
+    EXPECT_EQ(remove("anna").returned, 0);
+    EXPECT_FALSE(machine.exists("/etc/vsftpd/.anna.new"));
+}
+
 TEST_F(FtpUsers, AreNotBoundUnlessItIsDurable) {
     const Result rehomed = machine.operation([] {
         AccountLock accounts;
