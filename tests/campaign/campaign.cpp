@@ -91,9 +91,10 @@ void print(const Figure& figure) {
     std::fflush(stdout);
 }
 
-CampaignOptions campaign_options(int argc, char** argv) {
+CampaignOptions campaign_options(int argc, char** argv, long jobs_per_processor) {
     CampaignOptions options;
-    options.jobs = static_cast<size_t>(std::max(1L, sysconf(_SC_NPROCESSORS_ONLN)));
+    options.jobs =
+        static_cast<size_t>(std::max(1L, sysconf(_SC_NPROCESSORS_ONLN)) * jobs_per_processor);
     for (int at = 1; at < argc; ++at) {
         const std::string_view argument = argv[at];
         const bool has_value = at + 1 < argc;

@@ -13,11 +13,12 @@ namespace zav::test {
 struct CampaignOptions {
     bool sample = false; // an evenly spread share of the cases
     std::string only;    // cases whose name contains this, which begins in an action's name
-    size_t jobs = 1;     // processes at once; one for each processor if not given
+    size_t jobs = 1;     // processes at once
 };
 
 // The arguments of a part: --sample, --only TEXT, --jobs COUNT. Ends the process for any other.
-CampaignOptions campaign_options(int argc, char** argv);
+// As many jobs for each processor if not told otherwise.
+CampaignOptions campaign_options(int argc, char** argv, long jobs_per_processor = 1);
 
 // What is wrong with a case; nothing if all is well.
 using Violations = std::vector<std::string>;

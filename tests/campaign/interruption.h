@@ -13,6 +13,9 @@
 
 namespace zav::campaign {
 
+// A case waits most of its time, for locks and for the kernel to give its namespaces back.
+constexpr long interruptions_per_processor = 8;
+
 // The recordings of all changing actions, of some for a sample, or of those named.
 std::map<std::string, Recording> record_actions(const test::CampaignOptions& options);
 

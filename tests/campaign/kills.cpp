@@ -9,7 +9,8 @@
 
 int main(int argc, char** argv) {
     using namespace zav::campaign;
-    const zav::test::CampaignOptions options = zav::test::campaign_options(argc, argv);
+    const zav::test::CampaignOptions options =
+        zav::test::campaign_options(argc, argv, interruptions_per_processor);
     try {
         const auto recordings = record_actions(options);
         std::vector<Disturbance> all;

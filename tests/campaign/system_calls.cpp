@@ -65,7 +65,8 @@ std::vector<Disturbance> disturbances(const std::map<std::string, Recording>& re
 } // namespace
 
 int main(int argc, char** argv) {
-    const zav::test::CampaignOptions options = zav::test::campaign_options(argc, argv);
+    const zav::test::CampaignOptions options =
+        zav::test::campaign_options(argc, argv, interruptions_per_processor);
     try {
         const auto recordings = record_actions(options);
         const std::vector<Disturbance> all = disturbances(recordings);

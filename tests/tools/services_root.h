@@ -34,8 +34,8 @@ class WithTools : public AnyMachine {
               "/usr/local/bin/xconf", "/usr/local/bin/nasconf"}) {
             bind(tools.string() + "/adapters" + program, adapter(program));
         }
-        for (const char* tool : {"zavbox-md-event", "zavbox-recover", "zavbox-setup"}) {
-            bind(tools / "sbin" / tool, std::string("/usr/sbin/") + tool);
+        for (const char* program : {"zavbox-md-event", "zavbox-recover", "zavbox-setup"}) {
+            bind(tools / "sbin" / program, std::string("/usr/sbin/") + program);
         }
         // What busybox does otherwise, or not at all.
         for (const char* program :
