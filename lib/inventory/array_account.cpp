@@ -33,6 +33,13 @@ std::optional<std::string> attribute(const std::string& directory, std::string_v
     return text;
 }
 
+/// One that not every array has, `fallback` then; nothing when it cannot be read.
+std::optional<std::string> attribute_or(const std::string& directory, std::string_view name,
+                                        const char* fallback) {
+    auto text = attribute(directory, name);
+    return text || !is_absence(errno) ? text : std::optional<std::string>(fallback);
+}
+
 /// The entries of the members that take part: with a mark such as write_mostly as well. Nothing
 /// when they cannot be told.
 std::optional<std::vector<std::string>> members_in_sync(const std::string& directory) {
@@ -90,19 +97,20 @@ ArrayAccount array_account(std::string_view array, std::string_view type) {
     if (*state == "broken") {
         return ArrayAccount::lost;
     }
-    const std::string level = attribute(directory, "level").value_or("");
-    const int raid_disks = decimal_int(attribute(directory, "raid_disks").value_or(""));
+    const auto level = attribute_or(directory, "level", "");
+    const auto slots = attribute_or(directory, "raid_disks", "");
     const auto members = members_in_sync(directory);
-    if (!members) {
+    if (!level || !slots || !members) {
         return ArrayAccount::unread;
     }
+    const int raid_disks = decimal_int(*slots);
     // An array that was assembled in part and never started has no number of disks yet.
     if (raid_disks == 0) {
         return ArrayAccount::unclear;
     }
     const int in_sync = static_cast<int>(members->size());
     const auto losses =
-        tolerated_losses(level.empty() ? type : std::string_view(level), raid_disks);
+        tolerated_losses(level->empty() ? type : std::string_view(*level), raid_disks);
     const bool has_all = in_sync >= raid_disks;
     const bool has_enough = has_all || (losses && raid_disks - in_sync <= *losses);
     const bool is_running = std::ranges::find(running_states, *state) != running_states.end();
@@ -115,9 +123,12 @@ ArrayAccount array_account(std::string_view array, std::string_view type) {
     if (!has_enough) {
         return ArrayAccount::lost;
     }
-    const std::string degraded = attribute(directory, "degraded").value_or(has_all ? "0" : "");
+    const auto degraded = attribute_or(directory, "degraded", has_all ? "0" : "");
+    if (!degraded) {
+        return ArrayAccount::unread;
+    }
     const bool is_complete =
-        degraded == "0" && std::ranges::none_of(*members, [&directory](const std::string& entry) {
+        *degraded == "0" && std::ranges::none_of(*members, [&directory](const std::string& entry) {
             return is_pulled(directory, entry);
         });
     return is_complete ? ArrayAccount::complete : ArrayAccount::runs;

@@ -27,8 +27,12 @@ bool is_regular(const std::string& path) {
 
 bool has_backup_directory(Sink& out) {
     struct stat status = {};
-    if (::stat(backup_directory, &status) == 0 && S_ISDIR(status.st_mode)) {
+    const bool is_there = ::stat(backup_directory, &status) == 0;
+    if (is_there && S_ISDIR(status.st_mode)) {
         return true;
+    }
+    if (!is_there && !is_absence(errno)) {
+        log_errno(0);
     }
     out.print("'%s' not exist\n", backup_directory);
     return false;

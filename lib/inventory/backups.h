@@ -16,7 +16,8 @@ namespace zav {
 
 using GroupName = BoundedText<33>;
 
-/// Whether there is such a directory; prints that there is none.
+/// Whether there is such a directory; prints that there is none, and logs why it cannot be looked
+/// at.
 bool has_backup_directory(Sink& out);
 
 /// The names of the groups that have a backup, at most `max`, in the directory's order: none, after

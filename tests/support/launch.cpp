@@ -120,9 +120,9 @@ void prepare_process(const RunOptions& options, const Channels& channels) {
     std::vector<std::string> arguments = launch.arguments;
     std::string program = launch.options.program;
     arguments.insert(arguments.begin(), launch.options.argv0);
-    // The kernel does not know the other processor's programs; what they start is this one's.
     if (program == "/usr/bin/zavbox" && access(places::emulator, X_OK) == 0) {
-        arguments.insert(arguments.begin(), {places::emulator, "-0", arguments.front(), program});
+        arguments.insert(arguments.begin(),
+                         {places::emulator, "-0", arguments.front(), places::emulated});
         arguments.erase(arguments.begin() + 4);
         program = places::emulator;
     }

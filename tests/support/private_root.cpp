@@ -147,10 +147,7 @@ void PrivateRoot::make_tree() {
         }
     }
     if (zav_executable_under_test != nullptr) {
-        bind(zav_executable_under_test(), "/usr/bin/zavbox");
-        if (const char* emulator = std::getenv("ZAVBOX_EMULATOR"); emulator != nullptr) {
-            bind(emulator, places::emulator);
-        }
+        show_executable(zav_executable_under_test(), std::getenv("ZAVBOX_EMULATOR"));
     }
     write_file(root_ / ".harness/uses", "", 0666);
     write_file(root_ / ".harness/applet",
@@ -181,6 +178,21 @@ void PrivateRoot::show_libraries() {
             symlink(std::string(places::libraries) + "/" + name, "/usr/lib/" + name);
         }
     }
+}
+
+// The kernel does not know another processor's program: a test's script runs it as the harness
+// does.
+void PrivateRoot::show_executable(const char* executable, const char* emulator) {
+    if (emulator == nullptr) {
+        bind(executable, "/usr/bin/zavbox");
+        return;
+    }
+    bind(emulator, places::emulator);
+    bind(executable, places::emulated);
+    file("/usr/bin/zavbox",
+         std::string("#!") + places::busybox + " sh\nexec " + places::emulator +
+             " -0 \"${0##*/}\" " + places::emulated + " \"$@\"\n",
+         0755);
 }
 
 // /proc/PID links to the real one, if there is such a process.

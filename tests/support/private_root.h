@@ -72,6 +72,7 @@ class PrivateRoot {
                       const RunOptions& options);
     void make_tree();
     void show_libraries();
+    void show_executable(const char* executable, const char* emulator);
     void show_process(pid_t pid);
     void write_rules() const;
 

@@ -234,6 +234,10 @@ Code vg_raid_resume(const char* group, Sink& out) {
     const std::string path = backup_path(group);
     const auto backup = read_file(path.c_str());
     if (!backup) {
+        // It is no failure, as documented, but the group stays as it is.
+        if (!is_absence(errno)) {
+            log_errno(0);
+        }
         out.print("file '%s' cannot open\n", path.c_str());
         return Code::ok;
     }

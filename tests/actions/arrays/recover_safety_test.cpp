@@ -189,10 +189,14 @@ TEST_F(SafeRecovery, IsNotForAnArrayThatRunsWithAllItsMembers) {
 
 TEST_F(SafeRecovery, IsNotForAnArrayWhoseStateCannotBeRead) {
     details(3, three);
-    kernel_says("clean", "0");
-    machine.remove("/sys/block/md1/md/array_state").directory("/sys/block/md1/md/array_state");
-    recover();
-    expect_kept("it may run: its state cannot be read");
+    for (const char* attribute : {"array_state", "level", "raid_disks", "degraded"}) {
+        kernel_says("clean", "0");
+        const std::string path = std::string("/sys/block/md1/md/") + attribute;
+        machine.remove(path).directory(path);
+        recover();
+        expect_kept("it may run: its state cannot be read");
+        machine.remove(path);
+    }
 }
 
 TEST_F(SafeRecovery, IsNotForAStripeThatRuns) {

@@ -71,12 +71,15 @@ TEST(ResumedGroup, NeedsNoBackup) {
 TEST(ResumedGroup, NeedsNoBackupThatMayBeRead) {
     RecoveryMachine machine;
     machine.backup("vg1", backup_of({{"a", "sdx"}}));
-    machine.file("/etc/lvm/backup/vg1", "", 0);
+    machine.file("/etc/lvm/backup/vg1", "", 0).directory("/var/log", 01777);
     const Result result =
         machine.call([] { return vg_raid_resume("vg1", printed()); }, {.uid = 65534});
     EXPECT_EQ(result.returned, 0);
     EXPECT_EQ(result.out, "file '/etc/lvm/backup/vg1' cannot open\n");
     EXPECT_THAT(result.commands, IsEmpty());
+    ASSERT_EQ(machine.log().size(), 1);
+    EXPECT_THAT(machine.log()[0].text,
+                MatchesRegex("vg_raid_resume:[0-9]+ return 0 with Permission denied"));
 }
 
 TEST(ResumedGroup, ThatCannotBeRestoredIsPrintedAndLogged) {

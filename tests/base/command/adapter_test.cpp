@@ -159,6 +159,7 @@ TEST_F(Adapter, IsNoLinkThatLeavesTheTree) {
          {"/sbin/tool", "../../../../../../sbin/tool", "../../../../usr/lib/zavbox/tools/sbin/real",
           "/usr/lib/zavbox/tools/sbin/real", "link", "nowhere", "..", "../.."}) {
         root.script(tools + "/sbin/real", "echo adapter");
+        root.script(tools + "/sbin/sbin/tool", "echo where no link leads");
         root.remove(tools + "/sbin/link").symlink(target, tools + "/sbin/link");
         EXPECT_EQ(found("/sbin/link"), "") << target;
     }
